@@ -1,0 +1,25 @@
+# Compiler settings shared by everything that is built here.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+# Every target of this project gets the warnings through this interface target.
+add_library(quorv_warnings INTERFACE)
+target_compile_options(quorv_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wformat=2 -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+  $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
+  $<$<BOOL:${QUORV_WERROR}>:-Werror>)
+
+if(QUORV_SANITIZE)
+  add_compile_options(-fsanitize=${QUORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QUORV_SANITIZE})
+endif()

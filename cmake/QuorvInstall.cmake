@@ -1,0 +1,2 @@
+# Install rules: library, headers, pkg-config file and CMake package.
+include(GNUInstallDirs)

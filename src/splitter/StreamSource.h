@@ -1,0 +1,32 @@
+// Typed calls into the caller's stream. One StreamSource belongs to one handle: the callbacks and the
+// stream they opened.
+#ifndef QUORV_SRC_SPLITTER_STREAMSOURCE_H
+#define QUORV_SRC_SPLITTER_STREAMSOURCE_H
+
+#include "splitter/Splitter.h"
+
+namespace quorv {
+
+enum class SeekOrigin : uint16_t { Start = 0, Current = 2 };
+enum class StreamAccess : uint32_t { Read = 1, ReadShared = 2 };
+
+// All functions return 0 or the callback's code. Their outputs are always defined, whatever the callback
+// left in them.
+struct StreamSource {
+    SplitterStreamSource callbacks;
+    SplitterStream stream;
+
+    bool is_local() const { return callbacks.source_kind == SPLITER_SOURCE_LOCAL; }
+
+    uint32_t open(StreamAccess access);
+    uint32_t close();
+    // Reads at most `count` bytes. `*delivered` never exceeds `count`; what was not delivered reads as zero.
+    uint32_t read(void *buffer, uint32_t count, uint32_t *delivered);
+    uint32_t seek(SeekOrigin origin, int64_t offset);
+    uint32_t tell(int64_t *position);
+    uint32_t size(int64_t *length);
+};
+
+}  // namespace quorv
+
+#endif
