@@ -216,7 +216,10 @@ int32_t ZEV_MPEG4_GetVop_IPB(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *coding_type) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, coding_type, &vop);
-    if (result == VIDHDR_OK)
-        *coding_type = vop.coded != 0 ? vop.coding_type : VIDHDR_VOP_NOT_CODED;
-    return result;
+    if (result != VIDHDR_OK)
+        return result;
+    *coding_type = VIDHDR_VOP_NOT_CODED;
+    if (vop.coded != 0)
+        *coding_type = vop.coding_type;
+    return VIDHDR_OK;
 }
