@@ -36,6 +36,14 @@ enum {
     VIDHDR_VOP_NOT_CODED = 4
 };
 
+/* Slice kinds as the H.264 functions give them. */
+enum {
+    VIDHDR_H264_SLICE_P = 0,
+    VIDHDR_H264_SLICE_B = 1,
+    VIDHDR_H264_SLICE_I = 2,
+    VIDHDR_H264_SLICE_IDR = 5 /* a slice of an IDR picture, from ZEV_H264_GetSliceType only */
+};
+
 /* What a sequence header says about the pictures. */
 typedef struct ZevVideoParam {
     uint32_t width;               /* pixels */
@@ -80,6 +88,67 @@ QUORV_API int32_t ZEV_MPEG4_GetVopType(const uint8_t *data, uint32_t length, con
  */
 QUORV_API int32_t ZEV_MPEG4_GetVop_IPB(const uint8_t *data, uint32_t length, const ZevVideoParam *param,
                                        uint32_t *coding_type);
+
+/*
+ * Finds the NAL units of an H.264 byte stream (ITU-T H.264, annex B).
+ *
+ * data, length  the stream, from any byte on
+ * offsets       out: for each start code 00 00 01, in order, the offset in bytes of its first 00; of a
+ *               four-byte start code 00 00 00 01 that is its second 00
+ * capacity      elements of offsets
+ *
+ * Returns the number of start codes, 0 when length is below 3, or VIDHDR_H264_ERR for a null pointer and
+ * when there are more start codes than elements, all of which are then filled. A capacity below
+ * VIDHDR_H264_ERR keeps the count and the failure apart.
+ */
+QUORV_API uint32_t ZEV_H264_GetNALHdr(const uint8_t *data, uint32_t length, uint32_t *offsets,
+                                      uint32_t capacity);
+
+/*
+ * Reads the picture size from a sequence parameter set (ITU-T H.264, 7.3.2.1) of the Baseline or the Main
+ * profile, which must be the first NAL unit of the data. Emulation prevention bytes are not removed.
+ *
+ * param  out: width and height; time_increment_bits is left alone. Written as soon as the size was read,
+ *        otherwise left alone.
+ *
+ * Cropping counts in units of two pixels in both directions. That is what 4:2:0 pictures coded as frames
+ * use; a stream that allows field coding counts rows in units of four, so that only half of the rows that
+ * it crops are taken off here (1920x1080 interlaced gives a height of 1084).
+ *
+ * Returns VIDHDR_OK, or VIDHDR_H264_ERR for a null pointer, fewer than 4 bytes, another NAL unit, another
+ * profile, a field beyond the limit of the standard, and a width or height of 0.
+ */
+QUORV_API uint32_t ZEV_H264_GetVideoParam(ZevVideoParam *param, const uint8_t *data, uint32_t length);
+
+/*
+ * Reads the profile from a sequence parameter set, which must be the first NAL unit of the data.
+ *
+ * profile_idc  out: 66 Baseline, 77 Main, 88 Extended, 100 High, 110 High 10, 122 High 4:2:2 or
+ *              144 High 4:4:4; 0 for any other
+ *
+ * Returns VIDHDR_OK, or VIDHDR_H264_ERR for a null pointer, fewer than 4 bytes, another NAL unit (then
+ * profile_idc is left alone) and another profile.
+ */
+QUORV_API uint32_t ZEV_H264_GetProfileID(uint32_t *profile_idc, const uint8_t *data, uint32_t length);
+
+/*
+ * Gives the kind of the first slice of an H.264 byte stream (ITU-T H.264, 7.3.3). NAL units that are not
+ * slices are passed over.
+ *
+ * Returns VIDHDR_H264_SLICE_IDR for every slice of an IDR picture, else VIDHDR_H264_SLICE_P, _B or _I;
+ * VIDHDR_H264_ERR for a null pointer, fewer than 4 bytes, no slice, and a slice of any other kind.
+ */
+QUORV_API uint32_t ZEV_H264_GetSliceType(const uint8_t *data, uint32_t length);
+
+/*
+ * Gives the kind of the slice in one NAL unit without a start code: data[0] is the NAL header, as in an
+ * AVC file's sample behind its length field.
+ *
+ * Returns VIDHDR_H264_SLICE_P, _B or _I, for IDR pictures, too. Switching slices (SP and SI) and unknown
+ * kinds give 0 as well. VIDHDR_H264_ERR for a null pointer, fewer than 4 bytes, and a NAL unit that is no
+ * slice.
+ */
+QUORV_API uint32_t ZEV_H264_GetSliceType_WithoutStartCode(const uint8_t *data, uint32_t length);
 
 #ifdef __cplusplus
 }
