@@ -22,8 +22,8 @@ using Edge = GuardedBuffer::Edge;
 uint32_t model_bits(const std::vector<uint8_t> &data, size_t position, uint32_t count) {
     uint32_t value = 0;
     for (size_t at = position; at < position + count; ++at) {
-        const uint32_t bit = at / 8 < data.size() ? data[at / 8] >> (7 - at % 8) & 1 : 0;
-        value = value << 1 | bit;
+        const uint32_t byte = at / 8 < data.size() ? data[at / 8] : 0;
+        value = value << 1 | (byte >> (7 - at % 8) & 1);
     }
     return value;
 }
