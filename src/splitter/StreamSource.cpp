@@ -6,8 +6,13 @@
 
 namespace quorv {
 
+namespace {
+constexpr int64_t kUnknownPosition = -1;
+}
+
 uint32_t StreamSource::open(StreamAccess access) {
     stream = 0;
+    position = kUnknownPosition;
     return callbacks.open(callbacks.user_context, &stream, static_cast<uint32_t>(access));
 }
 
@@ -18,21 +23,63 @@ uint32_t StreamSource::close() {
 uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t got = count;
     const uint32_t code = callbacks.read(callbacks.user_context, stream, buffer, &got);
-    // After a failure the buffer's contents mean nothing; a source that claims more than was asked for is lying.
-    if (code != 0) got = 0;
-    if (got > count) got = count;
-    if (got < count) memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
+    // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
+    if (code != 0)
+        got = 0;
+    if (got > count)
+        got = count;
+    // Sources differ in where a read that fell short leaves them.
+    if (got < count || position < 0) {
+        position = kUnknownPosition;
+    } else {
+        position += got;
+    }
+    if (got < count)
+        memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
     *delivered = got;
     return code;
 }
 
-uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {
-    return callbacks.seek(callbacks.user_context, stream, static_cast<uint16_t>(origin), offset);
+uint32_t StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
+    uint32_t done = 0;
+    *delivered = 0;
+    while (done < count) {
+        uint32_t got = 0;
+        const uint32_t code = read(static_cast<uint8_t *>(buffer) + done, count - done, &got);
+        if (code != 0)
+            return code;
+        if (got == 0)
+            break;
+        done += got;
+    }
+    *delivered = done;
+    return 0;
 }
 
-uint32_t StreamSource::tell(int64_t *position) {
-    *position = 0;
-    return callbacks.tell(callbacks.user_context, stream, position);
+uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {
+    const uint32_t code =
+        callbacks.seek(callbacks.user_context, stream, static_cast<uint16_t>(origin), offset);
+    if (code != 0) {
+        position = kUnknownPosition;
+    } else if (origin == SeekOrigin::Start) {
+        position = offset;
+    } else if (position >= 0) {
+        // A relative seek that leaves the range of positions is the source's to judge.
+        if (__builtin_add_overflow(position, offset, &position))
+            position = kUnknownPosition;
+    }
+    return code;
+}
+
+uint32_t StreamSource::move_to(int64_t offset) {
+    if (position == offset)
+        return 0;
+    return seek(SeekOrigin::Start, offset);
+}
+
+uint32_t StreamSource::tell(int64_t *result) {
+    *result = 0;
+    return callbacks.tell(callbacks.user_context, stream, result);
 }
 
 uint32_t StreamSource::size(int64_t *length) {

@@ -1,5 +1,5 @@
-// Typed calls into the caller's stream. One StreamSource belongs to one handle: the callbacks and the
-// stream they opened.
+// Typed calls into the caller's stream. One StreamSource belongs to one handle: the callbacks, the stream
+// that they opened and where that stream stands.
 #ifndef QUORV_SRC_SPLITTER_STREAMSOURCE_H
 #define QUORV_SRC_SPLITTER_STREAMSOURCE_H
 
@@ -15,15 +15,20 @@ enum class StreamAccess : uint32_t { Read = 1, ReadShared = 2 };
 struct StreamSource {
     SplitterStreamSource callbacks;
     SplitterStream stream;
+    int64_t position;  // where the stream stands, -1 when that is not certain
 
     bool is_local() const { return callbacks.source_kind == SPLITER_SOURCE_LOCAL; }
 
     uint32_t open(StreamAccess access);
     uint32_t close();
-    // Reads at most `count` bytes. `*delivered` never exceeds `count`; what was not delivered reads as zero.
+    // One read call. `*delivered` never exceeds `count`; what was not delivered reads as zero.
     uint32_t read(void *buffer, uint32_t count, uint32_t *delivered);
+    // Reads until `count` bytes came or the source delivers nothing more.
+    uint32_t read_fully(void *buffer, uint32_t count, uint32_t *delivered);
     uint32_t seek(SeekOrigin origin, int64_t offset);
-    uint32_t tell(int64_t *position);
+    // Seeks only when the stream does not stand at `offset` already.
+    uint32_t move_to(int64_t offset);
+    uint32_t tell(int64_t *result);
     uint32_t size(int64_t *length);
 };
 

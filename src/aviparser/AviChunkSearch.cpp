@@ -1,0 +1,185 @@
+// Finds the chunks of one track in the media data; see the header.
+
+#include "aviparser/AviChunkSearch.h"
+
+#include <string.h>
+
+#include <algorithm>
+
+#include "aviparser/AviSegments.h"
+#include "aviparser/AviUtils.h"
+
+namespace quorv {
+
+namespace {
+
+constexpr uint32_t kHeaderBytes = 8;
+constexpr uint32_t kListHeaderBytes = 12;
+constexpr uint32_t kResyncLimit = 0x20000;
+// So many single bytes without a chunk, and the search reads ahead: one of them may be just a pad byte.
+constexpr uint32_t kReadAheadAfter = 2;
+// A palette change of 256 entries has 4 + 1024 bytes.
+constexpr uint32_t kPaletteChunkLimit = 1029;
+constexpr uint32_t kNoStream = 100;
+
+constexpr uint32_t type_code(char first, char second) {
+    return static_cast<uint32_t>(first) << 8 | static_cast<uint32_t>(second);
+}
+
+uint32_t stream_number(const uint8_t *digits) {
+    const uint32_t tens = digits[0] - uint32_t{'0'}, ones = digits[1] - uint32_t{'0'};
+    return tens <= 9 && ones <= 9 ? 10 * tens + ones : kNoStream;
+}
+
+bool is_media_type(uint32_t type) {
+    return type == type_code('d', 'c') || type == type_code('d', 'b') || type == type_code('w', 'b') ||
+           type == type_code('t', 'x');
+}
+
+bool is_letter(uint8_t byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+}
+
+// Chunks that belong to no track's media.
+bool is_other_chunk(const uint8_t *id) {
+    return memcmp(id, "JUNK", 4) == 0 || memcmp(id, "idx1", 4) == 0 ||
+           (memcmp(id, "RES", 3) == 0 && id[3] >= '1') ||
+           (memcmp(id, "ix", 2) == 0 && stream_number(id + 2) != kNoStream);
+}
+
+}  // namespace
+
+AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t start)
+    : context_(*context), track_(*track), window_start_(start) {}
+
+// Makes sure that a whole header lies in the window at the position.
+uint32_t AviChunkSearch::fill() {
+    if (filled_ - offset_ >= kHeaderBytes)
+        return SPLITER_OK;
+    memmove(window_, window_ + offset_, filled_ - offset_);
+    window_start_ += offset_;
+    filled_ -= offset_;
+    offset_ = 0;
+    // Chunks begin at even positions, so an odd one is that of a pad byte, with a header behind it.
+    uint32_t wanted = kHeaderBytes + static_cast<uint32_t>(window_start_ & 1);
+    if (bytes_in_a_row_ >= kReadAheadAfter)
+        wanted = sizeof(window_);
+    wanted = static_cast<uint32_t>(std::min<int64_t>(wanted, context_.media_end - window_start_));
+
+    uint32_t delivered = 0;
+    uint32_t code = context_.source.move_to(window_start_ + filled_);
+    if (code == 0)
+        code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
+    if (code != 0)
+        return code;
+    filled_ += delivered;
+    return filled_ >= kHeaderBytes ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
+}
+
+AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
+    // The header of a further segment; its size reaches beyond the media data.
+    if (memcmp(header, "RIFF", 4) == 0)
+        return Step::ListHeader;
+    const uint32_t size = avi_le32(header + 4);
+    if (context_.media_end - position() - kHeaderBytes < size)
+        return Step::Byte;
+    // The chunks of a list are read one by one.
+    if (memcmp(header, "LIST", 4) == 0)
+        return Step::ListHeader;
+    if (is_other_chunk(header))
+        return Step::Chunk;
+
+    const uint32_t stream = stream_number(header);
+    const uint32_t type = type_code(static_cast<char>(header[2]), static_cast<char>(header[3]));
+    const bool palette = type == type_code('p', 'c');
+    if (stream == kNoStream)
+        return Step::Byte;
+    if (type == type_code('i', 'x'))
+        return Step::Chunk;
+    // Streams without a header in this file: only what is surely a chunk is passed over whole.
+    if (stream >= context_.track_count)
+        return is_media_type(type) || palette ? Step::Chunk : Step::Byte;
+    if (stream != track_.stream_number) {
+        return is_letter(header[2]) && is_letter(header[3]) ? Step::Chunk : Step::Byte;
+    }
+    if (palette && size < kPaletteChunkLimit)
+        return Step::Palette;
+    return is_media_type(type) ? Step::Accept : Step::Byte;
+}
+
+void AviChunkSearch::skip_byte() {
+    const bool pad = bytes_in_a_row_ == 0 && (position() & 1) != 0;
+    if (!pad)
+        ++lost_bytes_;
+    ++bytes_in_a_row_;
+    ++offset_;
+}
+
+void AviChunkSearch::jump(int64_t position) {
+    const int64_t within = position - window_start_;
+    bytes_in_a_row_ = 0;
+    if (within <= filled_) {
+        offset_ = static_cast<uint32_t>(within);
+        return;
+    }
+    window_start_ = position;
+    offset_ = 0;
+    filled_ = 0;
+}
+
+uint32_t AviChunkSearch::next(AviChunk *chunk) {
+    while (lost_bytes_ <= kResyncLimit) {
+        if (context_.media_end - position() < kHeaderBytes) {
+            if (avi_extend_media(&context_))
+                continue;
+            return SPLITER_ERR_END_OF_STREAM;
+        }
+        const uint32_t code = fill();
+        if (code != 0)
+            return code;
+        const uint8_t *header = window_ + offset_;
+        const uint32_t size = avi_le32(header + 4);
+        const int64_t data_position = position() + kHeaderBytes;
+        switch (classify(header)) {
+            case Step::Byte:
+                skip_byte();
+                break;
+            case Step::ListHeader:
+                jump(data_position + (kListHeaderBytes - kHeaderBytes));
+                break;
+            case Step::Palette:
+                if (const uint32_t failure = read_palette(data_position, size); failure != 0)
+                    return failure;
+                jump(data_position + size);
+                break;
+            case Step::Chunk:
+                jump(data_position + size);
+                break;
+            case Step::Accept:
+                *chunk = {data_position, size};
+                jump(data_position + size);
+                return SPLITER_OK;
+        }
+    }
+    return SPLITER_ERR_END_OF_STREAM;
+}
+
+// First index, count (0 for 256), two bytes of flags, then four bytes an entry.
+uint32_t AviChunkSearch::read_palette(int64_t position, uint32_t size) {
+    uint8_t bytes[kPaletteChunkLimit];
+    uint32_t delivered = 0;
+    uint32_t code = context_.source.move_to(position);
+    if (code == 0)
+        code = context_.source.read_fully(bytes, size, &delivered);
+    if (code != 0 || delivered < 4)
+        return code;
+    AviStreamState &state = *track_.state;
+    const uint32_t first = bytes[0] * 4u;
+    const uint32_t stated = (bytes[1] == 0 ? 256u : bytes[1]) * 4;
+    const uint32_t length = std::min({stated, delivered - 4, kAviPaletteBytes - first});
+    memcpy(state.palette + first, bytes + 4, length);
+    state.palette_changed = true;
+    return SPLITER_OK;
+}
+
+}  // namespace quorv

@@ -1,0 +1,50 @@
+// Finds the chunks of one track in the media data.
+#ifndef QUORV_SRC_AVIPARSER_AVICHUNKSEARCH_H
+#define QUORV_SRC_AVIPARSER_AVICHUNKSEARCH_H
+
+#include <stdint.h>
+
+#include "aviparser/AviContext.h"
+
+namespace quorv {
+
+struct AviChunk {
+    int64_t data_position;
+    uint32_t size;
+};
+
+// One search, from a position on. In a well-formed file it costs one read a chunk header, and a seek a chunk
+// that is passed over. Where no chunk begins it goes on byte by byte, as if it had done so all the time,
+// until one does or too many bytes belonged to none.
+class AviChunkSearch {
+public:
+    AviChunkSearch(AviContext *context, AviTrack *track, int64_t start);
+
+    // The next chunk of the track, empty ones included. SPLITER_ERR_END_OF_STREAM when there is none within
+    // the media data and the resynchronisation limit; a callback's code.
+    uint32_t next(AviChunk *chunk);
+
+private:
+    // What to do with the bytes at the position.
+    enum class Step { Byte, ListHeader, Chunk, Palette, Accept };
+
+    int64_t position() const { return window_start_ + offset_; }
+    uint32_t fill();
+    Step classify(const uint8_t *header) const;
+    void skip_byte();
+    void jump(int64_t position);
+    uint32_t read_palette(int64_t position, uint32_t size);
+
+    AviContext &context_;
+    AviTrack &track_;
+    uint8_t window_[1024];
+    int64_t window_start_;
+    uint32_t offset_ = 0;  // of the position in the window
+    uint32_t filled_ = 0;
+    uint32_t bytes_in_a_row_ = 0;  // stepped over since the last chunk
+    uint32_t lost_bytes_ = 0;      // that belong to no chunk, in the whole search
+};
+
+}  // namespace quorv
+
+#endif

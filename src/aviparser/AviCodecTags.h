@@ -1,0 +1,33 @@
+// Codec tag tables: what a stream's format tag means as a codec FourCC.
+#ifndef QUORV_SRC_AVIPARSER_AVICODECTAGS_H
+#define QUORV_SRC_AVIPARSER_AVICODECTAGS_H
+
+#include <stdint.h>
+
+namespace quorv {
+
+struct AviCodecTag {
+    uint32_t codec;  // FourCC, first character most significant; 0 ends a table
+    uint32_t tag;    // as read from the file, little-endian
+};
+
+extern const AviCodecTag avi_codec_bmp_tags[];       // compression tags of bitmap headers
+extern const AviCodecTag avi_codec_wav_tags[];       // wave format tags
+extern const AviCodecTag avi_codec_movvideo_tags[];  // sample description tags
+
+// The MPEG-4 variants of before the standard.
+inline constexpr uint32_t kAviCodecPreMpeg4 = 0x00FFFFFF;
+
+// Upper-cases each of the four bytes of a tag.
+uint32_t avi_toupper4(uint32_t tag);
+
+// The codec of the first row with exactly this tag, else of the first one that is equal in upper case, else
+// 0.
+uint32_t avi_codec_get_id(const AviCodecTag *table, uint32_t tag);
+
+// The codec of a wave format tag as this splitter reports it; 0 when it is not known.
+uint32_t avi_wave_format_codec(uint32_t format_tag);
+
+}  // namespace quorv
+
+#endif

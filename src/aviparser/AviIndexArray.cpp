@@ -1,0 +1,81 @@
+// A track's index array; see the header.
+
+#include "aviparser/AviIndexArray.h"
+
+#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include "aviparser/AviAssert.h"
+
+namespace quorv {
+
+void *avi_fast_realloc(void *buffer, uint32_t *allocated, uint64_t needed) {
+    if (*allocated > needed)
+        return buffer;
+    const uint64_t size = needed * 17 / 16 + 32;
+    void *grown = size <= UINT32_MAX ? MMemRealloc(nullptr, buffer, static_cast<size_t>(size)) : nullptr;
+    *allocated = grown == nullptr ? 0 : static_cast<uint32_t>(size);
+    return grown;
+}
+
+int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp, uint32_t size,
+                            int32_t distance, uint32_t flags) {
+    if (index->count + 1 >= kAviMaxIndexEntries)
+        return -1;
+    void *grown = avi_fast_realloc(index->entries, &index->allocated_bytes,
+                                   (uint64_t{index->count} + 1) * sizeof(AviIndexEntry));
+    if (grown == nullptr)
+        return -1;
+    index->entries = static_cast<AviIndexEntry *>(grown);
+
+    int32_t place = avi_index_search_timestamp(index, timestamp, kAviSearchAnyFrame);
+    AviIndexEntry *entry = index->entries + place;
+    if (place < 0) {
+        place = static_cast<int32_t>(index->count);
+        entry = index->entries + place;
+        ++index->count;
+        if (flags == kAviIndexKeyFrame)
+            ++index->key_frame_count;
+        avi_assert(place == 0 || entry[-1].timestamp < timestamp, "index==0 || ie[-1].timestamp < timestamp",
+                   "../../../src/aviparser/AviUtils");
+    } else if (entry->timestamp != timestamp) {
+        // The search went forward, so the entry found is the first one beyond the new time stamp.
+        memmove(entry + 1, entry, (index->count - static_cast<uint32_t>(place)) * sizeof(AviIndexEntry));
+        ++index->count;
+    } else if (entry->pos == pos && entry->distance > distance) {
+        distance = entry->distance;
+    }
+    *entry = {pos, timestamp, (flags & 3) | size << 2, distance};
+    return place;
+}
+
+int32_t avi_index_search_timestamp(const AviIndexArray *index, int64_t timestamp, uint32_t flags) {
+    const AviIndexEntry *entries = index->entries;
+    const auto count = static_cast<int32_t>(index->count);
+    int32_t below = -1, above = count;
+    // Entries mostly arrive in order, and so do the questions of a reader at the end of them.
+    if (count > 0 && entries[count - 1].timestamp < timestamp)
+        below = count - 1;
+    while (above - below > 1) {
+        const int32_t middle = below + (above - below) / 2;
+        if (entries[middle].timestamp >= timestamp)
+            above = middle;
+        if (entries[middle].timestamp <= timestamp)
+            below = middle;
+    }
+
+    const bool backward = (flags & kAviSearchBackward) != 0;
+    int32_t place = backward ? below : above;
+    if ((flags & kAviSearchAnyFrame) == 0) {
+        while (place >= 0 && place < count && !avi_is_key_entry(entries[place]))
+            place += backward ? -1 : 1;
+    }
+    return place == count ? -1 : place;
+}
+
+void avi_clear_index(AviIndexArray *index) {
+    MMemFree(nullptr, index->entries);
+    *index = {};
+}
+
+}  // namespace quorv

@@ -1,0 +1,172 @@
+// OpenDML indexes (OpenDML AVI file format extensions, version 1.02); see the header.
+
+#include "aviparser/AviOpenDml.h"
+
+#include <algorithm>
+
+#include "aviparser/AviIndexArray.h"
+#include "aviparser/AviMath.h"
+#include "aviparser/AviUtils.h"
+
+namespace quorv {
+
+namespace {
+
+// What every index chunk's data begins with.
+constexpr uint32_t kIndexHeaderBytes = 24;
+constexpr uint32_t kSuperEntryBytes = 16;
+constexpr uint32_t kChunkHeaderBytes = 8;
+constexpr uint32_t kBlockBytes = 65536;
+constexpr uint32_t kNotKeyFrame = 0x80000000;
+
+enum IndexType : uint8_t { kIndexOfIndexes = 0, kIndexOfChunks = 1 };
+enum IndexSubType : uint8_t { kIndexFrames = 0, kIndexFields = 1 };
+
+struct IndexHeader {
+    uint32_t entry_bytes;
+    uint8_t sub_type, type;
+    uint32_t entries;
+    int64_t base_offset;  // of an index of chunks
+};
+
+class OpenDmlReader {
+public:
+    OpenDmlReader(AviContext *context, uint8_t *block) : context_(*context), block_(block) {}
+
+    // False when the index is damaged, or there was no memory for an entry.
+    bool read_track(AviTrack *track);
+
+private:
+    bool read_at(int64_t position, void *buffer, uint32_t count);
+    bool read_header(int64_t data_start, uint32_t size, IndexHeader *header);
+    bool read_super_index(AviTrack *track, int64_t data_start, const IndexHeader &header);
+    bool read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header);
+    bool add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes);
+
+    AviContext &context_;
+    uint8_t *block_;
+    uint64_t entries_left_ = 0;  // that the source can have chunks for
+};
+
+bool OpenDmlReader::read_at(int64_t position, void *buffer, uint32_t count) {
+    uint32_t delivered = 0;
+    return position >= 0 && context_.source.move_to(position) == 0 &&
+           context_.source.read_fully(buffer, count, &delivered) == 0 && delivered == count;
+}
+
+bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *header) {
+    uint8_t bytes[kIndexHeaderBytes];
+    if (size < kIndexHeaderBytes || !read_at(data_start, bytes, sizeof(bytes)))
+        return false;
+    if (context_.source_size > 0 && context_.source_size - data_start < size)
+        return false;
+    header->entry_bytes = avi_le16(bytes) * 4;
+    header->sub_type = bytes[2];
+    header->type = bytes[3];
+    header->entries = avi_le32(bytes + 4);
+    header->base_offset = static_cast<int64_t>(avi_le64(bytes + 12));
+    return header->entry_bytes != 0 && header->entries <= (size - kIndexHeaderBytes) / header->entry_bytes;
+}
+
+bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
+    // Indexes may name the same chunks over and over; a file cannot make more entries of it than it has
+    // chunks.
+    if (entries_left_-- == 0)
+        return false;
+    AviStreamState &state = *track->state;
+    const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
+    const uint32_t length = size & ~kNotKeyFrame;
+    // Entries point to the data; positions in the index are those of the chunks' headers.
+    int64_t position = 0;
+    if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kChunkHeaderBytes, &position) ||
+        position < 0)
+        return false;
+    if (length != 0 || state.sample_size == 0) {
+        const uint32_t flags = (size & kNotKeyFrame) != 0 ? 0 : kAviIndexKeyFrame;
+        if (avi_add_index_entry(&track->index, position, state.index_timestamp, length, 0, flags) < 0)
+            return false;
+    }
+    state.index_timestamp += avi_piece_duration(state, length);
+    return true;
+}
+
+bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
+    // The second field's offset, which an index of fields adds, is not needed to read the frame.
+    const uint32_t expected = header.sub_type == kIndexFields ? 12 : 8;
+    if (header.sub_type > kIndexFields || header.entry_bytes != expected)
+        return false;
+    const uint32_t per_block = kBlockBytes / expected;
+    int64_t position = data_start + kIndexHeaderBytes;
+    for (uint32_t left = header.entries; left > 0;) {
+        const uint32_t count = std::min(left, per_block);
+        if (!read_at(position, block_, count * expected))
+            return false;
+        for (uint32_t i = 0; i < count; ++i) {
+            if (!add_entry(track, header, block_ + i * expected))
+                return false;
+        }
+        left -= count;
+        position += int64_t{count} * expected;
+    }
+    return true;
+}
+
+bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
+    if (header.entry_bytes != kSuperEntryBytes)
+        return false;
+    for (uint32_t i = 0; i < header.entries; ++i) {
+        uint8_t entry[kSuperEntryBytes], chunk[kChunkHeaderBytes];
+        if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
+            return false;
+        const auto chunk_start = static_cast<int64_t>(avi_le64(entry));
+        if (chunk_start > INT64_MAX - kChunkHeaderBytes || !read_at(chunk_start, chunk, sizeof(chunk)))
+            return false;
+        IndexHeader inner = {};
+        if (!read_header(chunk_start + kChunkHeaderBytes, avi_le32(chunk + 4), &inner))
+            return false;
+        // One level only: an index of indexes that points to another could point to itself.
+        if (inner.type != kIndexOfChunks || !read_chunk_index(track, chunk_start + kChunkHeaderBytes, inner))
+            return false;
+    }
+    return true;
+}
+
+bool OpenDmlReader::read_track(AviTrack *track) {
+    const int64_t source_size = context_.source_size;
+    entries_left_ =
+        source_size > 0 ? static_cast<uint64_t>(source_size) / kChunkHeaderBytes : kAviMaxIndexEntries;
+    IndexHeader header = {};
+    if (!read_header(track->opendml_position, track->opendml_size, &header))
+        return false;
+    if (header.type == kIndexOfIndexes)
+        return read_super_index(track, track->opendml_position, header);
+    return header.type == kIndexOfChunks && read_chunk_index(track, track->opendml_position, header);
+}
+
+}  // namespace
+
+uint32_t avi_read_opendml_indexes(AviContext *context) {
+    const auto first = context->tracks, last = context->tracks + context->track_count;
+    if (std::none_of(first, last, [](const AviTrack *track) { return track->opendml_size != 0; }))
+        return SPLITER_OK;
+
+    AviPacket block;
+    const uint32_t code = avi_new_packet(&block, kBlockBytes);
+    if (code != SPLITER_OK)
+        return code;
+    OpenDmlReader reader(context, block.data);
+    bool all = true;
+    std::for_each(first, last, [&](AviTrack *track) {
+        if (track->opendml_size != 0 && !reader.read_track(track)) {
+            avi_clear_index(&track->index);
+            track->state->index_timestamp = 0;
+        }
+        track->has_opendml_index = track->index.count > 0;
+        all = all && track->has_opendml_index;
+    });
+    context->index_complete = all;
+    avi_free_packet(&block);
+    return SPLITER_OK;
+}
+
+}  // namespace quorv

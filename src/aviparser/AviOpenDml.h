@@ -1,0 +1,16 @@
+// OpenDML indexes: the "indx" chunk of a stream list and the index chunks that it points to.
+#ifndef QUORV_SRC_AVIPARSER_AVIOPENDML_H
+#define QUORV_SRC_AVIPARSER_AVIOPENDML_H
+
+#include "aviparser/AviContext.h"
+
+namespace quorv {
+
+// Reads the OpenDML index of every track that has one. One that is damaged, or reaches outside the source, is
+// dropped whole: the legacy index then serves the track. When every track has its index, the context's index
+// counts as complete. Only SPLITER_ERR_NO_MEMORY is an error.
+uint32_t avi_read_opendml_indexes(AviContext *context);
+
+}  // namespace quorv
+
+#endif

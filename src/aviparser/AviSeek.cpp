@@ -1,0 +1,142 @@
+// Moves a track by time; see the header.
+
+#include "aviparser/AviSeek.h"
+
+#include "aviparser/AviIndex.h"
+#include "aviparser/AviIndexArray.h"
+#include "aviparser/AviMath.h"
+#include "aviparser/AviPacket.h"
+
+namespace quorv {
+
+namespace {
+
+// What makes up a track's place in the media data.
+struct Place {
+    int64_t read_position, frame_offset, data_position;
+    uint32_t chunk_total, bytes_left;
+    int32_t chunk_state;
+};
+
+Place remember(const AviTrack &track) {
+    const AviStreamState &state = *track.state;
+    return {track.read_position, state.frame_offset, state.data_position,
+            state.chunk_total,   state.bytes_left,   track.chunk_state};
+}
+
+void restore(AviTrack *track, const Place &place) {
+    AviStreamState &state = *track->state;
+    track->read_position = place.read_position;
+    track->chunk_state = place.chunk_state;
+    state.frame_offset = place.frame_offset;
+    state.data_position = place.data_position;
+    state.chunk_total = place.chunk_total;
+    state.bytes_left = place.bytes_left;
+}
+
+void move_track(AviTrack *track, int64_t position, int64_t frame_offset) {
+    track->read_position = position;
+    track->chunk_state = kAviNoChunk;
+    track->state->bytes_left = 0;
+    track->state->frame_offset = frame_offset;
+    track->vol_search = AviVolSearch::NotNeeded;
+}
+
+int64_t saturating_product(int64_t units, int64_t divisor) {
+    int64_t product = 0;
+    return __builtin_mul_overflow(units, divisor, &product) ? INT64_MAX : product;
+}
+
+bool covers(const AviIndexArray &index, int64_t timestamp) {
+    return index.count != 0 && index.entries[index.count - 1].timestamp >= timestamp;
+}
+
+uint32_t stamp_to_ms(const AviTrack &track, int64_t timestamp) {
+    return clamp_to_u32(avi_units_to_ms(track, timestamp / avi_time_stamp_divisor(*track.state)));
+}
+
+// A key frame of an audio track may lie well before the wanted time. Moves on over whole pieces as long as
+// the next one begins no later than that, and stays on the last piece of the track.
+uint32_t refine_audio(AviContext *context, AviTrack *track, uint32_t reached, uint32_t wanted) {
+    const Place key_frame = remember(*track);
+    Place piece_start = key_frame;
+    const AviStreamState &state = *track->state;
+    for (bool first = true;; first = false) {
+        int64_t empty_duration = 0;
+        const bool new_chunk = !avi_in_chunk(*track);
+        const uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration);
+        if (code != SPLITER_OK) {
+            restore(track, code == SPLITER_ERR_END_OF_STREAM ? piece_start : key_frame);
+            return stamp_to_ms(*track, state.frame_offset);
+        }
+        const int64_t start = state.frame_offset + empty_duration;
+        const int64_t end = start + avi_piece_duration(state, avi_piece_size(state));
+        const uint32_t end_ms = stamp_to_ms(*track, end);
+        const bool near = first && (wanted - reached) / 2 <= end_ms - stamp_to_ms(*track, start);
+        if (near || end_ms > wanted) {
+            // The frame offset does not count the empty chunks yet: the next read meets them again.
+            if (new_chunk)
+                track->chunk_state = kAviNoChunk;
+            return stamp_to_ms(*track, start);
+        }
+        piece_start = remember(*track);
+        if (new_chunk)
+            piece_start.chunk_state = kAviNoChunk;
+        track->state->frame_offset = start;
+        avi_take_piece(context, track);
+    }
+}
+
+}  // namespace
+
+void avi_rewind_track(AviContext *context, AviTrack *track) {
+    move_track(track, context->media_start, 0);
+}
+
+int32_t avi_find_key_frame(AviContext *context, AviTrack *track, int64_t timestamp, bool backward,
+                           uint32_t *code) {
+    *code = SPLITER_OK;
+    const uint32_t flags = backward ? kAviSearchBackward : kAviSearchForward;
+    for (;;) {
+        while (!covers(track->index, timestamp) && avi_load_more_index(context, code)) {
+        }
+        const int32_t place = avi_index_search_timestamp(&track->index, timestamp, flags);
+        if (place >= 0 || *code != SPLITER_OK)
+            return place;
+        if (!avi_load_more_index(context, code))
+            return -1;
+    }
+}
+
+uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, uint32_t mode) {
+    const uint32_t wanted = *time;
+    const int64_t divisor = avi_time_stamp_divisor(*track->state);
+    int64_t target = avi_ms_to_units(*track, wanted);
+    bool backward = mode != SPLITER_SEEK_FORWARD;
+    if (wanted == kAviNextKeyFrame) {
+        target = track->state->frame_offset / divisor + 1;
+        backward = false;
+    }
+    if (target == 0 || track->time_base.num == 0) {
+        avi_rewind_track(context, track);
+        *time = 0;
+        return SPLITER_OK;
+    }
+
+    uint32_t code = SPLITER_OK;
+    const int32_t place =
+        avi_find_key_frame(context, track, saturating_product(target, divisor), backward, &code);
+    if (place < 0)
+        return code != SPLITER_OK ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
+    const AviIndexEntry entry = track->index.entries[place];
+    move_track(track, entry.pos, entry.timestamp);
+    uint32_t reached = stamp_to_ms(*track, entry.timestamp);
+    const bool refine =
+        track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD && wanted != kAviNextKeyFrame;
+    if (refine && wanted > reached)
+        reached = refine_audio(context, track, reached, wanted);
+    *time = reached;
+    return SPLITER_OK;
+}
+
+}  // namespace quorv

@@ -1,0 +1,21 @@
+// Files of several RIFF segments: where the media data goes on behind the first one.
+#ifndef QUORV_SRC_AVIPARSER_AVISEGMENTS_H
+#define QUORV_SRC_AVIPARSER_AVISEGMENTS_H
+
+#include "aviparser/AviContext.h"
+
+namespace quorv {
+
+// Sets up the search behind the first segment; a local source's segments are all found at once.
+void avi_find_segments(AviContext *context);
+
+// Moves the end of the media data to the end of the next segment's "movi" list. False when there is none, or
+// when its header has not arrived yet: asked again, it looks again.
+bool avi_extend_media(AviContext *context);
+
+// Whether a further RIFF segment begins at this position.
+bool avi_is_segment(AviContext *context, int64_t position);
+
+}  // namespace quorv
+
+#endif

@@ -1,0 +1,123 @@
+// Decoder-specific data from a video track's first frame; see the header.
+
+#include "aviparser/AviSpecData.h"
+
+#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "aviparser/AviMath.h"
+#include "aviparser/AviPacket.h"
+#include "videoheader/StartCode.h"
+
+namespace quorv {
+
+namespace {
+
+// Headers stand at the very start; a frame is not read further than this to find them.
+constexpr uint32_t kSearchBytes = 65536;
+
+// Start code values of ISO/IEC 14496-2, table 6-3.
+constexpr uint8_t kFirstVolCode = 0x20, kLastVolCode = 0x2F, kGroupOfVopCode = 0xB3, kVopCode = 0xB6;
+// nal_unit_type values of ITU-T H.264, table 7-1.
+constexpr uint8_t kFirstSlice = 1, kLastSlice = 5, kSei = 6, kSequenceParameters = 7, kPictureParameters = 8,
+                  kDelimiter = 9;
+
+// What one start code means for the run of headers.
+enum class Unit { Header, Other, Picture, Foreign };
+
+Unit mpeg4_unit(uint8_t code) {
+    if (code >= kFirstVolCode && code <= kLastVolCode)
+        return Unit::Header;
+    return code == kVopCode || code == kGroupOfVopCode ? Unit::Picture : Unit::Other;
+}
+
+Unit h264_unit(uint8_t nal_header) {
+    const uint8_t type = nal_header & 0x1F;
+    if (type == kSequenceParameters || type == kPictureParameters)
+        return Unit::Header;
+    if (type == kSei || type == kDelimiter)
+        return Unit::Other;
+    return type >= kFirstSlice && type <= kLastSlice ? Unit::Picture : Unit::Foreign;
+}
+
+// The bytes in front of the first picture, when a header is among them; else 0.
+uint32_t leading_headers(const uint8_t *data, uint32_t length, Unit (*classify)(uint8_t)) {
+    const uint8_t *end = data + length;
+    bool has_header = false;
+    for (const uint8_t *at = find_start_code(data, end); end - at > kStartCodePrefixBytes;
+         at = find_start_code(at + kStartCodePrefixBytes, end)) {
+        const Unit unit = classify(at[kStartCodePrefixBytes]);
+        if (unit == Unit::Foreign)
+            return 0;
+        if (unit == Unit::Header)
+            has_header = true;
+        if (unit != Unit::Picture)
+            continue;
+        // A zero byte in front of the prefix belongs to the picture's start code.
+        if (at > data && at[-1] == 0)
+            --at;
+        return has_header ? static_cast<uint32_t>(at - data) : 0;
+    }
+    return 0;
+}
+
+uint32_t store_codec_data(AviTrack *track, const uint8_t *data, uint32_t length) {
+    auto *copy = static_cast<uint8_t *>(MMemAlloc(nullptr, size_t{length} + kAviSpareBytes));
+    if (copy == nullptr)
+        return SPLITER_ERR_NO_MEMORY;
+    memcpy(copy, data, length);
+    memset(copy + length, 0, kAviSpareBytes);
+    avi_freep(&track->codec_data);
+    track->codec_data = copy;
+    track->codec_data_length = length;
+    return SPLITER_OK;
+}
+
+uint32_t take_headers(AviContext *context, AviTrack *track, int64_t empty_duration) {
+    const AviStreamState &state = *track->state;
+    const uint32_t code = context->source.move_to(state.data_position);
+    if (code != SPLITER_OK)
+        return code;
+    AviPacket frame;
+    uint32_t result = avi_get_packet(&context->source, &frame,
+                                     static_cast<int32_t>(std::min(state.bytes_left, kSearchBytes)));
+    if (result == SPLITER_OK) {
+        const bool mpeg4 = avi_is_mpeg4(track->video.codec);
+        const uint32_t length =
+            leading_headers(frame.data, static_cast<uint32_t>(frame.size), mpeg4 ? mpeg4_unit : h264_unit);
+        if (length != 0) {
+            result = store_codec_data(track, frame.data, length);
+            track->strip = {length, state.frame_offset + empty_duration};
+        }
+    }
+    avi_free_packet(&frame);
+    return result;
+}
+
+}  // namespace
+
+bool avi_is_mpeg4(uint32_t codec) {
+    return codec == fourcc("m4vs") || codec == fourcc("m4va") || codec == fourcc("dx50") ||
+           codec == fourcc("xvid") || codec == fourcc("divx");
+}
+
+uint32_t avi_read_specdat(AviContext *context, AviTrack *track) {
+    const bool wanted = avi_is_mpeg4(track->video.codec) || track->video.codec == fourcc("264 ");
+    if (!wanted || track->codec_data_length != 0)
+        return SPLITER_OK;
+    int64_t empty_duration = 0;
+    uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration);
+    if (code == SPLITER_ERR_END_OF_STREAM)
+        return SPLITER_OK;
+    if (code == SPLITER_OK)
+        code = take_headers(context, track, empty_duration);
+    // The first frame is still to be read.
+    track->chunk_state = kAviNoChunk;
+    track->state->bytes_left = 0;
+    track->state->palette_changed = false;
+    return code;
+}
+
+}  // namespace quorv

@@ -1,0 +1,20 @@
+// Decoder-specific data that the header does not carry: taken from a video track's first frame.
+#ifndef QUORV_SRC_AVIPARSER_AVISPECDATA_H
+#define QUORV_SRC_AVIPARSER_AVISPECDATA_H
+
+#include "aviparser/AviContext.h"
+
+namespace quorv {
+
+// For an MPEG-4 Part 2 or H.264 track without codec data: makes codec data of what stands in front of the
+// first picture in its first frame, and has it stripped from that frame when it is read. A frame without such
+// headers leaves the track without codec data. Returns a callback's code or SPLITER_ERR_NO_MEMORY; the track
+// stays at its start.
+uint32_t avi_read_specdat(AviContext *context, AviTrack *track);
+
+// Whether the codec is MPEG-4 Part 2, whose first frame must carry a video object layer header.
+bool avi_is_mpeg4(uint32_t codec);
+
+}  // namespace quorv
+
+#endif
