@@ -28,29 +28,24 @@ AviContext *context_of(SplitterHandle handle) {
 
 // Null for track 0, or one above the count.
 AviTrack *find_track(const AviContext *context, uint32_t track) {
-    if (context == nullptr || track == 0 || track > context->track_count)
-        return nullptr;
+    if (context == nullptr || track == 0 || track > context->track_count) return nullptr;
     return context->tracks[track - 1];
 }
 
 // Takes the context that the handle holds, or makes one and opens its stream.
 uint32_t acquire_context(const SplitterStreamSource *source, SplitterHandle handle, AviContext **context) {
     *context = context_of(handle);
-    if (*context != nullptr)
-        return SPLITER_OK;
+    if (*context != nullptr) return SPLITER_OK;
     *context = avi_new_context(*source);
-    if (*context == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (*context == nullptr) return SPLITER_ERR_NO_MEMORY;
     const uint32_t code = (*context)->source.open(StreamAccess::Read);
-    if (code != SPLITER_OK)
-        avi_free_context(*context);
+    if (code != SPLITER_OK) avi_free_context(*context);
     return code;
 }
 
 // Stores a new context, or ends it when the call that made it has failed; one that came in stays as it was.
 uint32_t release_context(AviContext *context, SplitterHandle *handle, uint32_t code) {
-    if (*handle != nullptr)
-        return code;
+    if (*handle != nullptr) return code;
     if (code == SPLITER_OK) {
         *handle = context;
         return code;
@@ -77,8 +72,7 @@ uint32_t read_whole_index(AviContext *context) {
 void raise_duration(const AviContext &context, SplitterAudioInfo *audio) {
     const AviTrack *longer = context.tracks[context.track_count - 1];
     for (uint32_t i = context.track_count; i-- > 0;) {
-        if (context.tracks[i]->type == SPLITER_TRACK_VIDEO)
-            longer = context.tracks[i];
+        if (context.tracks[i]->type == SPLITER_TRACK_VIDEO) longer = context.tracks[i];
     }
     audio->duration = std::max(audio->duration, saturate_to_u32(longer->duration));
 }
@@ -97,23 +91,19 @@ uint32_t read_time_stamp(const AviTrack &track, const AviPacket &packet) {
 // begins with the first key frame, which must have them.
 uint32_t read_checked_packet(AviContext *context, AviTrack *track, AviPacket *packet) {
     const int32_t capacity = packet->size;
-    if (track->vol_search == AviVolSearch::Failed)
-        return SPLITER_ERR_END_OF_STREAM;
+    if (track->vol_search == AviVolSearch::Failed) return SPLITER_ERR_END_OF_STREAM;
     for (;;) {
         packet->size = capacity;
         const uint32_t code = avi_read_packet(context, track->stream_number, packet);
-        if (code != SPLITER_OK)
-            return code;
+        if (code != SPLITER_OK) return code;
         if (track->vol_search == AviVolSearch::Searching) {
-            if ((packet->flags & kAviPacketKeyFrame) == 0)
-                continue;
+            if ((packet->flags & kAviPacketKeyFrame) == 0) continue;
             const bool found = has_vol(*packet);
             track->vol_search = found ? AviVolSearch::NotNeeded : AviVolSearch::Failed;
             return found ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_END_OF_STREAM};
         }
         const bool must_have = avi_is_mpeg4(track->video.codec) && read_time_stamp(*track, *packet) == 0;
-        if (!must_have || has_vol(*packet))
-            return SPLITER_OK;
+        if (!must_have || has_vol(*packet)) return SPLITER_OK;
         track->vol_search = AviVolSearch::Searching;
     }
 }
@@ -121,8 +111,7 @@ uint32_t read_checked_packet(AviContext *context, AviTrack *track, AviPacket *pa
 // Removes what was handed out as codec data from the frame that it was taken from.
 void strip_codec_data(AviTrack *track, AviPacket *packet) {
     AviPendingStrip &strip = track->strip;
-    if (strip.bytes == 0 || packet->dts != strip.dts)
-        return;
+    if (strip.bytes == 0 || packet->dts != strip.dts) return;
     const auto bytes = std::min(static_cast<int32_t>(strip.bytes), packet->size);
     packet->size -= bytes;
     memmove(packet->data, packet->data + bytes, static_cast<size_t>(packet->size));
@@ -132,38 +121,31 @@ void strip_codec_data(AviTrack *track, AviPacket *packet) {
 uint32_t duration_ms(const AviTrack &track, int32_t units) {
     // Formed as a 32-bit integer, whatever the units.
     const auto thousandfold = static_cast<int32_t>(static_cast<uint32_t>(units) * 1000u);
-    if (track.time_base.den == 0)
-        return 0;
+    if (track.time_base.den == 0) return 0;
     return clamp_to_u32(static_cast<double>(thousandfold) * track.time_base.num / track.time_base.den);
 }
 
 uint32_t next_key_frame_time(AviContext *context, void *value, uint32_t *size) {
-    if (*size < sizeof(SplitterTrackValue))
-        return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (*size < sizeof(SplitterTrackValue)) return SPLITER_ERR_BUFFER_TOO_SMALL;
     *size = sizeof(SplitterTrackValue);
     auto *record = static_cast<SplitterTrackValue *>(value);
     AviTrack *track = find_track(context, record->track);
-    if (track == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (track == nullptr) return SPLITER_ERR_INVALID_PARAM;
     record->value = 0;
-    if (track->type != SPLITER_TRACK_VIDEO)
-        return SPLITER_ERR_UNSUPPORTED;
+    if (track->type != SPLITER_TRACK_VIDEO) return SPLITER_ERR_UNSUPPORTED;
     uint32_t code = SPLITER_OK;
     const int32_t place = avi_find_key_frame(context, track, track->state->frame_offset, false, &code);
-    if (place < 0)
-        return code != SPLITER_OK ? code : uint32_t{SPLITER_ERR_UNSUPPORTED};
+    if (place < 0) return code != SPLITER_OK ? code : uint32_t{SPLITER_ERR_UNSUPPORTED};
     record->value = clamp_to_u32(avi_units_to_ms(*track, track->index.entries[place].timestamp));
     return SPLITER_OK;
 }
 
 uint32_t codec_data(const AviContext *context, void *value, uint32_t *size) {
-    if (*size < sizeof(SplitterTrackData))
-        return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (*size < sizeof(SplitterTrackData)) return SPLITER_ERR_BUFFER_TOO_SMALL;
     *size = sizeof(SplitterTrackData);
     auto *record = static_cast<SplitterTrackData *>(value);
     const AviTrack *track = find_track(context, record->track);
-    if (track == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (track == nullptr) return SPLITER_ERR_INVALID_PARAM;
     record->data = track->codec_data_length != 0 ? track->codec_data : nullptr;
     record->length = track->codec_data_length;
     return SPLITER_OK;
@@ -177,17 +159,13 @@ using namespace quorv;
 
 uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHttpParam *param,
                                   SplitterHandle *handle) {
-    if (source == nullptr || param == nullptr || handle == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr || param == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
     AviContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
-    if (code != SPLITER_OK)
-        return code;
-    if (!context->header_parsed)
-        code = avi_read_header(context);
-    if (code == SPLITER_OK)
-        code = read_whole_index(context);
+    if (code != SPLITER_OK) return code;
+    if (!context->header_parsed) code = avi_read_header(context);
+    if (code == SPLITER_OK) code = read_whole_index(context);
     if (code == SPLITER_OK) {
         const bool whole =
             context->idx1_position != 0 && context->index_complete && !context->index_read_failed;
@@ -197,32 +175,25 @@ uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
 }
 
 uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode, SplitterHandle *handle) {
-    if (source == nullptr || handle == nullptr || (mode != 1 && mode != 2))
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr || handle == nullptr || (mode != 1 && mode != 2)) return SPLITER_ERR_INVALID_PARAM;
     AviContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
-    if (code != SPLITER_OK)
-        return code;
-    if (!context->header_parsed)
-        code = avi_read_header(context);
-    if (code == SPLITER_OK)
-        code = rewind_all(context);
+    if (code != SPLITER_OK) return code;
+    if (!context->header_parsed) code = avi_read_header(context);
+    if (code == SPLITER_OK) code = rewind_all(context);
     return release_context(context, handle, code);
 }
 
 uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
-    if (handle == nullptr || list == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (handle == nullptr || list == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *list = {};
     AviContext *context = context_of(handle);
-    if (context->track_count == 0)
-        return SPLITER_ERR_UNSUPPORTED;
+    if (context->track_count == 0) return SPLITER_ERR_UNSUPPORTED;
     if (context->track_list == nullptr) {
         context->track_list =
             static_cast<SplitterTrackEntry *>(MMemAlloc(nullptr, kAviMaxTracks * sizeof(SplitterTrackEntry)));
     }
-    if (context->track_list == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (context->track_list == nullptr) return SPLITER_ERR_NO_MEMORY;
     for (uint32_t i = 0; i < context->track_count; ++i)
         context->track_list[i] = {i + 1, context->tracks[i]->type};
     *list = {context->track_count, context->track_list};
@@ -232,8 +203,7 @@ uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
 uint32_t AVI_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t track, void *info, uint32_t /*size*/) {
     AviContext *context = context_of(handle);
     AviTrack *record = find_track(context, track);
-    if (record == nullptr || info == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (record == nullptr || info == nullptr) return SPLITER_ERR_INVALID_PARAM;
     if (record->type == SPLITER_TRACK_VIDEO) {
         memcpy(info, &record->video, sizeof(record->video));
     } else if (record->type == SPLITER_TRACK_AUDIO) {
@@ -244,8 +214,7 @@ uint32_t AVI_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t track, void *i
 }
 
 uint32_t AVI_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size) {
-    if (handle == nullptr || value == nullptr || size == nullptr)
-        return SPLITER_OK;
+    if (handle == nullptr || value == nullptr || size == nullptr) return SPLITER_OK;
     switch (id) {
         case SPLITER_CFG_NEXT_KEYFRAME_TIME:
             return next_key_frame_time(context_of(handle), value, size);
@@ -263,13 +232,11 @@ uint32_t AVI_SPLITER_SetConfig(SplitterHandle handle, uint32_t /*id*/, const voi
 
 uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buffer, uint32_t size,
                                SplitterFrameInfo *frame) {
-    if (frame == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (frame == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *frame = {};
     AviContext *context = context_of(handle);
     AviTrack *record = find_track(context, track);
-    if (record == nullptr || buffer == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (record == nullptr || buffer == nullptr) return SPLITER_ERR_INVALID_PARAM;
     if (record->type != SPLITER_TRACK_VIDEO && record->type != SPLITER_TRACK_AUDIO)
         return SPLITER_ERR_INVALID_PARAM;
 
@@ -278,10 +245,8 @@ uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
     packet.data = static_cast<uint8_t *>(buffer);
     packet.size = static_cast<int32_t>(std::min<uint32_t>(size, INT32_MAX));
     const uint32_t code = read_checked_packet(context, record, &packet);
-    if (code == SPLITER_ERR_BUFFER_TOO_SMALL)
-        frame->size = static_cast<uint32_t>(packet.size);
-    if (code != SPLITER_OK)
-        return code;
+    if (code == SPLITER_ERR_BUFFER_TOO_SMALL) frame->size = static_cast<uint32_t>(packet.size);
+    if (code != SPLITER_OK) return code;
 
     strip_codec_data(record, &packet);
     frame->size = static_cast<uint32_t>(packet.size);
@@ -294,39 +259,33 @@ uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
 uint32_t AVI_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode) {
     AviContext *context = context_of(handle);
     AviTrack *record = find_track(context, track);
-    if (record == nullptr || time == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (record == nullptr || time == nullptr) return SPLITER_ERR_INVALID_PARAM;
     return avi_seek_track(context, record, time, mode);
 }
 
 uint32_t AVI_SPLITER_Reset(SplitterHandle handle) {
-    if (handle == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     return rewind_all(context_of(handle));
 }
 
 uint32_t AVI_SPLITER_IsSeekable(SplitterHandle handle, uint32_t track) {
     AviContext *context = context_of(handle);
     const AviTrack *record = find_track(context, track);
-    if (record == nullptr)
-        return 0;
+    if (record == nullptr) return 0;
     while (record->index.key_frame_count <= 1 && context->idx1_position != 0 && !context->index_complete) {
         const uint32_t code = avi_read_idx1(context);
-        if (code != SPLITER_OK)
-            return code;
+        if (code != SPLITER_OK) return code;
     }
     return record->index.key_frame_count > 1 ? 1 : 0;
 }
 
 uint32_t AVI_SPLITER_Close(SplitterHandle handle) {
-    if (handle == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AviContext *context = context_of(handle);
     // What cannot be closed now holds nothing any more: it can only be closed again.
     avi_clear_header(context);
     const uint32_t code = context->source.close();
-    if (code != SPLITER_OK)
-        return code;
+    if (code != SPLITER_OK) return code;
     avi_free_context(context);
     return SPLITER_OK;
 }

@@ -8,8 +8,7 @@
 namespace quorv {
 
 inline void avi_assert(bool holds, const char *text, const char *file) {
-    if (holds)
-        return;
+    if (holds) return;
     fprintf(stderr, "%s: assertion failed: %s\n", file, text);
     abort();
 }

@@ -16,8 +16,7 @@ constexpr uint32_t kGrowth = 65536;
 }
 
 uint32_t AviChunkReader::field(uint32_t width) {
-    if (failed_)
-        return 0;
+    if (failed_) return 0;
     if (left_ < width) {
         left_ = 0;
         return 0;
@@ -31,8 +30,7 @@ uint32_t AviChunkReader::field(uint32_t width) {
 
 void AviChunkReader::skip(uint32_t count) {
     count = std::min(count, left_);
-    if (failed_ || count == 0)
-        return;
+    if (failed_ || count == 0) return;
     left_ -= count;
     failed_ = avi_url_fskip(source_, count) != 0;
 }
@@ -53,8 +51,7 @@ uint32_t AviChunkReader::read_bytes(uint32_t size, uint8_t **bytes, uint32_t *le
         failed_ = source_->read_fully(buffer + done, step, &delivered) != 0;
         done += delivered;
     }
-    if (buffer != nullptr)
-        memset(buffer + done, 0, kAviSpareBytes);
+    if (buffer != nullptr) memset(buffer + done, 0, kAviSpareBytes);
     *bytes = buffer;
     *length = done;
     return SPLITER_OK;

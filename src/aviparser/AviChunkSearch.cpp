@@ -13,7 +13,6 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kHeaderBytes = 8;
 constexpr uint32_t kListHeaderBytes = 12;
 constexpr uint32_t kResyncLimit = 0x20000;
 // So many single bytes without a chunk, and the search reads ahead: one of them may be just a pad byte.
@@ -54,63 +53,50 @@ AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t sta
 
 // Makes sure that a whole header lies in the window at the position.
 uint32_t AviChunkSearch::fill() {
-    if (filled_ - offset_ >= kHeaderBytes)
-        return SPLITER_OK;
+    if (filled_ - offset_ >= kAviChunkHeaderBytes) return SPLITER_OK;
     memmove(window_, window_ + offset_, filled_ - offset_);
     window_start_ += offset_;
     filled_ -= offset_;
     offset_ = 0;
     // Chunks begin at even positions, so an odd one is that of a pad byte, with a header behind it.
-    uint32_t wanted = kHeaderBytes + static_cast<uint32_t>(window_start_ & 1);
-    if (bytes_in_a_row_ >= kReadAheadAfter)
-        wanted = sizeof(window_);
+    uint32_t wanted = kAviChunkHeaderBytes + static_cast<uint32_t>(window_start_ & 1);
+    if (bytes_in_a_row_ >= kReadAheadAfter) wanted = sizeof(window_);
     wanted = static_cast<uint32_t>(std::min<int64_t>(wanted, context_.media_end - window_start_));
 
     uint32_t delivered = 0;
     uint32_t code = context_.source.move_to(window_start_ + filled_);
-    if (code == 0)
-        code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
-    if (code != 0)
-        return code;
+    if (code == 0) code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
+    if (code != 0) return code;
     filled_ += delivered;
-    return filled_ >= kHeaderBytes ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
+    return filled_ >= kAviChunkHeaderBytes ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
 }
 
 AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
     // The header of a further segment; its size reaches beyond the media data.
-    if (memcmp(header, "RIFF", 4) == 0)
-        return Step::ListHeader;
+    if (memcmp(header, "RIFF", 4) == 0) return Step::ListHeader;
     const uint32_t size = avi_le32(header + 4);
-    if (context_.media_end - position() - kHeaderBytes < size)
-        return Step::Byte;
+    if (context_.media_end - position() - kAviChunkHeaderBytes < size) return Step::Byte;
     // The chunks of a list are read one by one.
-    if (memcmp(header, "LIST", 4) == 0)
-        return Step::ListHeader;
-    if (is_other_chunk(header))
-        return Step::Chunk;
+    if (memcmp(header, "LIST", 4) == 0) return Step::ListHeader;
+    if (is_other_chunk(header)) return Step::Chunk;
 
     const uint32_t stream = stream_number(header);
     const uint32_t type = type_code(static_cast<char>(header[2]), static_cast<char>(header[3]));
     const bool palette = type == type_code('p', 'c');
-    if (stream == kNoStream)
-        return Step::Byte;
-    if (type == type_code('i', 'x'))
-        return Step::Chunk;
+    if (stream == kNoStream) return Step::Byte;
+    if (type == type_code('i', 'x')) return Step::Chunk;
     // Streams without a header in this file: only what is surely a chunk is passed over whole.
-    if (stream >= context_.track_count)
-        return is_media_type(type) || palette ? Step::Chunk : Step::Byte;
+    if (stream >= context_.track_count) return is_media_type(type) || palette ? Step::Chunk : Step::Byte;
     if (stream != track_.stream_number) {
         return is_letter(header[2]) && is_letter(header[3]) ? Step::Chunk : Step::Byte;
     }
-    if (palette && size < kPaletteChunkLimit)
-        return Step::Palette;
+    if (palette && size < kPaletteChunkLimit) return Step::Palette;
     return is_media_type(type) ? Step::Accept : Step::Byte;
 }
 
 void AviChunkSearch::skip_byte() {
     const bool pad = bytes_in_a_row_ == 0 && (position() & 1) != 0;
-    if (!pad)
-        ++lost_bytes_;
+    if (!pad) ++lost_bytes_;
     ++bytes_in_a_row_;
     ++offset_;
 }
@@ -129,27 +115,32 @@ void AviChunkSearch::jump(int64_t position) {
 
 uint32_t AviChunkSearch::next(AviChunk *chunk) {
     while (lost_bytes_ <= kResyncLimit) {
-        if (context_.media_end - position() < kHeaderBytes) {
-            if (avi_extend_media(&context_))
-                continue;
+        if (context_.media_end - position() < kAviChunkHeaderBytes) {
+            if (avi_extend_media(&context_)) continue;
             return SPLITER_ERR_END_OF_STREAM;
         }
-        const uint32_t code = fill();
-        if (code != 0)
-            return code;
-        const uint8_t *header = window_ + offset_;
+        // In front of a known chunk, an odd position is that of a pad byte.
+        if ((position() & 1) != 0 && context_.seen_headers.find(position() + 1) != nullptr)
+            jump(position() + 1);
+        const uint8_t *header = context_.seen_headers.find(position());
+        if (header == nullptr || classify(header) == Step::Byte) {
+            const uint32_t code = fill();
+            if (code != 0) return code;
+            header = window_ + offset_;
+        }
         const uint32_t size = avi_le32(header + 4);
-        const int64_t data_position = position() + kHeaderBytes;
-        switch (classify(header)) {
+        const int64_t data_position = position() + kAviChunkHeaderBytes;
+        const Step step = classify(header);
+        if (step != Step::Byte) context_.seen_headers.add(position(), header);
+        switch (step) {
             case Step::Byte:
                 skip_byte();
                 break;
             case Step::ListHeader:
-                jump(data_position + (kListHeaderBytes - kHeaderBytes));
+                jump(data_position + (kListHeaderBytes - kAviChunkHeaderBytes));
                 break;
             case Step::Palette:
-                if (const uint32_t failure = read_palette(data_position, size); failure != 0)
-                    return failure;
+                if (const uint32_t failure = read_palette(data_position, size); failure != 0) return failure;
                 jump(data_position + size);
                 break;
             case Step::Chunk:
@@ -169,10 +160,8 @@ uint32_t AviChunkSearch::read_palette(int64_t position, uint32_t size) {
     uint8_t bytes[kPaletteChunkLimit];
     uint32_t delivered = 0;
     uint32_t code = context_.source.move_to(position);
-    if (code == 0)
-        code = context_.source.read_fully(bytes, size, &delivered);
-    if (code != 0 || delivered < 4)
-        return code;
+    if (code == 0) code = context_.source.read_fully(bytes, size, &delivered);
+    if (code != 0 || delivered < 4) return code;
     AviStreamState &state = *track_.state;
     const uint32_t first = bytes[0] * 4u;
     const uint32_t stated = (bytes[1] == 0 ? 256u : bytes[1]) * 4;

@@ -257,8 +257,7 @@ uint32_t avi_toupper4(uint32_t tag) {
 }
 
 uint32_t avi_codec_get_id(const AviCodecTag *table, uint32_t tag) {
-    if (const uint32_t codec = find_exact(table, tag); codec != 0)
-        return codec;
+    if (const uint32_t codec = find_exact(table, tag); codec != 0) return codec;
     const uint32_t wanted = avi_toupper4(tag);
     const AviCodecTag *row = table;
     while (row->codec != 0 && avi_toupper4(row->tag) != wanted)

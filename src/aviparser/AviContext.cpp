@@ -15,8 +15,7 @@ namespace {
 template <typename Record>
 Record *new_record() {
     auto *record = static_cast<Record *>(MMemAlloc(nullptr, sizeof(Record)));
-    if (record != nullptr)
-        *record = Record{};
+    if (record != nullptr) *record = Record{};
     return record;
 }
 
@@ -32,15 +31,13 @@ void free_track(AviTrack *track) {
 
 AviContext *avi_new_context(const SplitterStreamSource &callbacks) {
     auto *context = new_record<AviContext>();
-    if (context != nullptr)
-        context->source.callbacks = callbacks;
+    if (context != nullptr) context->source.callbacks = callbacks;
     return context;
 }
 
 AviTrack *avi_new_track(AviContext *context) {
     auto *track = new_record<AviTrack>();
-    if (track == nullptr)
-        return nullptr;
+    if (track == nullptr) return nullptr;
     track->state = new_record<AviStreamState>();
     if (track->state == nullptr) {
         MMemFree(nullptr, track);

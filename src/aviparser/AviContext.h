@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "aviparser/AviHeaderCache.h"
 #include "splitter/Splitter.h"
 #include "splitter/StreamSource.h"
 
@@ -50,7 +51,6 @@ struct AviStreamState {
     int64_t frame_offset;     // running time stamp; bytes for streams with a sample size
     int64_t index_timestamp;  // the same count for the entries of the index
     int64_t data_position;    // of the chunk in progress
-    uint32_t chunk_total;     // its size with the header
     uint32_t bytes_left;      // not delivered yet
     bool palette_changed;
     uint8_t palette[kAviPaletteBytes];  // as in the file: 256 times red, green, blue, flags
@@ -120,6 +120,8 @@ struct AviContext {
     bool index_absent;
     bool index_read_failed;
     bool non_interleaved;
+
+    AviHeaderCache seen_headers;
 };
 
 // Both return null when there is no memory; a track comes with its state and takes the next number.

@@ -54,31 +54,26 @@ private:
 
 uint32_t HeaderWalk::open_riff() {
     static constexpr char kSignatures[][9] = {"RIFFAVI ", "RIFFAVIX", "RIFFAVI\x19", "ON2 ON2f", "RIFFAMV "};
-    if (source_.move_to(0) != 0)
-        return SPLITER_ERR_IO;
+    if (source_.move_to(0) != 0) return SPLITER_ERR_IO;
     uint8_t head[12];
     uint32_t delivered = 0;
-    if (source_.read_fully(head, sizeof(head), &delivered) != 0)
-        return SPLITER_ERR_IO;
+    if (source_.read_fully(head, sizeof(head), &delivered) != 0) return SPLITER_ERR_IO;
     const bool known =
         std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](const char *signature) {
             return memcmp(head, signature, 4) == 0 && memcmp(head + 8, signature + 4, 4) == 0;
         });
-    if (!known)
-        return SPLITER_ERR_IO;
+    if (!known) return SPLITER_ERR_IO;
 
     context_.riff_end = 8 + int64_t{avi_le32(head + 4)};
     context_.source_size = avi_url_fsize(&source_);
     context_.file_end = context_.source_size;
-    if (context_.file_end <= 0)
-        context_.file_end = context_.riff_end == 8 ? INT64_MAX : context_.riff_end;
+    if (context_.file_end <= 0) context_.file_end = context_.riff_end == 8 ? INT64_MAX : context_.riff_end;
     return SPLITER_OK;
 }
 
 uint32_t HeaderWalk::run() {
     const uint32_t opened = open_riff();
-    if (opened != SPLITER_OK)
-        return opened;
+    if (opened != SPLITER_OK) return opened;
     int64_t position = 12;
     AviZeroRun zero_run;
     while (position < context_.file_end) {
@@ -88,20 +83,16 @@ uint32_t HeaderWalk::run() {
             return SPLITER_ERR_IO;
         }
         const int64_t data_start = avi_url_fstell(&source_);
-        if (data_start < 0)
-            return SPLITER_ERR_IO;
+        if (data_start < 0) return SPLITER_ERR_IO;
         // A source that reports success and delivers nothing would be walked for ever.
-        if (data_start <= position)
-            return SPLITER_ERR_END_OF_STREAM;
-        if (zero_run.too_long(tag, size))
-            return SPLITER_ERR_END_OF_STREAM;
+        if (data_start <= position) return SPLITER_ERR_END_OF_STREAM;
+        if (zero_run.too_long(tag, size)) return SPLITER_ERR_END_OF_STREAM;
 
         int64_t next = data_start + avi_padded(size);
         bool found_media = false;
         const uint32_t code = tag == avi_tag("LIST") ? parse_list(data_start, size, &next, &found_media)
                                                      : parse_chunk(tag, data_start, size);
-        if (code != SPLITER_OK || found_media)
-            return code;
+        if (code != SPLITER_OK || found_media) return code;
         position = next;
     }
     return SPLITER_ERR_END_OF_STREAM;
@@ -109,8 +100,7 @@ uint32_t HeaderWalk::run() {
 
 uint32_t HeaderWalk::parse_list(int64_t data_start, uint32_t size, int64_t *next, bool *found_media) {
     uint32_t type = 0;
-    if (avi_get_le32(&source_, &type) != 0)
-        return SPLITER_ERR_IO;
+    if (avi_get_le32(&source_, &type) != 0) return SPLITER_ERR_IO;
     if (type == avi_tag("movi")) {
         set_media(data_start, size == 0 ? INT64_MAX : data_start + avi_padded(size));
         *found_media = true;
@@ -118,8 +108,7 @@ uint32_t HeaderWalk::parse_list(int64_t data_start, uint32_t size, int64_t *next
     }
     list_end_ = std::min(data_start + int64_t{size}, context_.file_end);
     // Nothing of the information list reaches the interface; the other lists are walked chunk by chunk.
-    if (type != avi_tag("INFO"))
-        *next = data_start + 4;
+    if (type != avi_tag("INFO")) *next = data_start + 4;
     return SPLITER_OK;
 }
 
@@ -144,12 +133,10 @@ uint32_t HeaderWalk::parse_chunk(uint32_t tag, int64_t data_start, uint32_t size
         case avi_tag("strh"):
             return parse_stream_header(size);
         case avi_tag("strf"):
-            if (current_ == nullptr)
-                return SPLITER_OK;
+            if (current_ == nullptr) return SPLITER_OK;
             return avi_read_stream_format(&context_, current_, cut_to_list(data_start, size));
         case avi_tag("strd"):
-            if (current_ == nullptr)
-                return SPLITER_OK;
+            if (current_ == nullptr) return SPLITER_OK;
             return avi_read_stream_data(&context_, current_, size);
         case avi_tag("indx"):
             // Read when the header is complete: entries are counted by what the stream's format says.
@@ -163,8 +150,7 @@ uint32_t HeaderWalk::parse_chunk(uint32_t tag, int64_t data_start, uint32_t size
         case avi_tag("dmlh"):
             return SPLITER_OK;
         default:
-            if (size > kHeaderChunkLimit)
-                set_media(data_start - 4, INT64_MAX);
+            if (size > kHeaderChunkLimit) set_media(data_start - 4, INT64_MAX);
             return SPLITER_OK;
     }
 }
@@ -192,32 +178,25 @@ uint32_t HeaderWalk::parse_stream_header(uint32_t size) {
     AviChunkReader reader(&source_, size);
     uint32_t type = reader.le32();
     const uint32_t handler = reader.le32();
-    if (reader.failed())
-        return SPLITER_ERR_IO;
+    if (reader.failed()) return SPLITER_ERR_IO;
     // What follows up to the next stream header belongs to this stream, also when it is not kept.
     current_ = nullptr;
-    if (type == avi_tag("pads"))
-        return SPLITER_OK;
+    if (type == avi_tag("pads")) return SPLITER_OK;
     ++stream_count_;
-    if (context_.track_count == kAviMaxTracks)
-        return SPLITER_ERR_BAD_FORMAT;
+    if (context_.track_count == kAviMaxTracks) return SPLITER_ERR_BAD_FORMAT;
     AviTrack *track = avi_new_track(&context_);
-    if (track == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (track == nullptr) return SPLITER_ERR_NO_MEMORY;
     avi_assert(track->stream_number <= context_.track_count, "stream_index <= pSpliter->dwTrackCount",
                "../../../src/aviparser/Avi");
     current_ = track;
 
-    if (context_.amv)
-        type = track->stream_number == 0 ? avi_tag("vids") : avi_tag("auds");
+    if (context_.amv) type = track->stream_number == 0 ? avi_tag("vids") : avi_tag("auds");
     if (is_dv(type)) {
-        if (stream_count_ != 1 || !is_dv_handler(handler))
-            return SPLITER_ERR_BAD_FORMAT;
+        if (stream_count_ != 1 || !is_dv_handler(handler)) return SPLITER_ERR_BAD_FORMAT;
         has_dv_ = true;
         return SPLITER_OK;
     }
-    if (has_dv_)
-        return SPLITER_ERR_BAD_FORMAT;
+    if (has_dv_) return SPLITER_ERR_BAD_FORMAT;
     track->handler = handler;
     return parse_stream_fields(track, type, &reader);
 }
@@ -232,8 +211,7 @@ uint32_t HeaderWalk::parse_stream_fields(AviTrack *track, uint32_t type, AviChun
     state.suggested_buffer_size = reader->le32();
     reader->skip(4);  // quality
     state.sample_size = reader->le32();
-    if (reader->failed())
-        return SPLITER_ERR_IO;
+    if (reader->failed()) return SPLITER_ERR_IO;
 
     if (state.scale == 0 || state.rate == 0) {
         const bool known = context_.microseconds_per_frame != 0;
@@ -272,8 +250,7 @@ uint32_t finish_track(AviContext *context, AviTrack *track) {
             suggested != 0 ? suggested : saturate_to_u32(uint64_t{audio.channels} * audio.sample_rate * 2);
         return SPLITER_OK;
     }
-    if (track->type != SPLITER_TRACK_VIDEO)
-        return SPLITER_OK;
+    if (track->type != SPLITER_TRACK_VIDEO) return SPLITER_OK;
     SplitterVideoInfo &video = track->video;
     // Width and height have up to 32 bits each: half of the product's triple may need more than 64.
     const uint64_t pixels = uint64_t{video.width} * video.height;
@@ -287,18 +264,15 @@ uint32_t finish_header(AviContext *context, uint32_t walk_code) {
     avi_find_segments(context);
     if (context->source.is_local()) {
         uint32_t code = avi_read_opendml_indexes(context);
-        if (code == SPLITER_OK && !context->index_complete)
-            code = avi_load_index(context);
-        if (code != SPLITER_OK)
-            return code;
+        if (code == SPLITER_OK && !context->index_complete) code = avi_load_index(context);
+        if (code != SPLITER_OK) return code;
     } else if (walk_code != SPLITER_OK) {
         return walk_code;
     }
     context->non_interleaved = false;
     for (uint32_t i = 0; i < context->track_count; ++i) {
         const uint32_t code = finish_track(context, context->tracks[i]);
-        if (code != SPLITER_OK)
-            return code;
+        if (code != SPLITER_OK) return code;
     }
     return SPLITER_OK;
 }
@@ -309,8 +283,7 @@ uint32_t avi_read_header(AviContext *context) {
     avi_clear_header(context);
     HeaderWalk walk(context);
     uint32_t code = walk.run();
-    if (code == SPLITER_ERR_NO_MEMORY || code == SPLITER_ERR_BUFFER_TOO_SMALL)
-        return code;
+    if (code == SPLITER_ERR_NO_MEMORY || code == SPLITER_ERR_BUFFER_TOO_SMALL) return code;
     code = walk.lost_streams() ? uint32_t{SPLITER_ERR_BAD_FORMAT} : finish_header(context, code);
     context->header_parsed = code == SPLITER_OK;
     return code;

@@ -35,18 +35,15 @@ Idx1Entry parse_entry(const uint8_t *bytes) {
 }
 
 void add_entry(AviContext *context, const Idx1Entry &entry) {
-    if (entry.stream >= context->track_count)
-        return;
+    if (entry.stream >= context->track_count) return;
     AviTrack *track = context->tracks[entry.stream];
     AviStreamState &state = *track->state;
     // An OpenDML index is the better one; this file carries both.
-    if (track->has_opendml_index)
-        return;
+    if (track->has_opendml_index) return;
 
     const int64_t position = context->idx1_base + entry.offset;
     const bool repeated = position == context->idx1_previous;
-    if (repeated)
-        context->non_interleaved = true;
+    if (repeated) context->non_interleaved = true;
     if (!repeated && (entry.size != 0 || state.sample_size == 0)) {
         const bool first_picture = track->type == SPLITER_TRACK_VIDEO && track->index.count == 0;
         const bool key_frame = entry.key_frame || entry.stream == 1 || first_picture;
@@ -61,8 +58,7 @@ void add_entry(AviContext *context, const Idx1Entry &entry) {
 // data, and where the bytes that may be entries end.
 uint32_t start_index(AviContext *context) {
     context->idx1_block = static_cast<uint8_t *>(MMemAlloc(nullptr, kBlockBytes));
-    if (context->idx1_block == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (context->idx1_block == nullptr) return SPLITER_ERR_NO_MEMORY;
     context->idx1_previous = kUnset;
     context->idx1_base = kUnset;
     context->idx1_end = context->file_end;
@@ -88,13 +84,10 @@ uint32_t search_idx1(AviContext *context) {
     while (context->file_end - position >= 8) {
         uint8_t header[8];
         uint32_t delivered = 0;
-        if (source.move_to(position) != 0)
-            return SPLITER_OK;
-        if (source.read_fully(header, sizeof(header), &delivered) != 0)
-            return SPLITER_OK;
+        if (source.move_to(position) != 0) return SPLITER_OK;
+        if (source.read_fully(header, sizeof(header), &delivered) != 0) return SPLITER_OK;
         const uint32_t tag = avi_le32(header), size = avi_le32(header + 4);
-        if (delivered < sizeof(header) || zero_run.too_long(tag, size))
-            break;
+        if (delivered < sizeof(header) || zero_run.too_long(tag, size)) break;
         if (tag == avi_tag("idx1")) {
             context->idx1_position = position + 8;
             return avi_read_idx1(context);
@@ -110,22 +103,18 @@ uint32_t search_idx1(AviContext *context) {
 uint32_t avi_read_idx1(AviContext *context) {
     if (context->idx1_block == nullptr) {
         const uint32_t code = start_index(context);
-        if (code != SPLITER_OK)
-            return code;
+        if (code != SPLITER_OK) return code;
     }
     StreamSource &source = context->source;
     const int64_t left = std::max<int64_t>(context->idx1_end - context->idx1_position, 0);
     const auto size = static_cast<uint32_t>(std::min<int64_t>(left, kBlockBytes));
     uint32_t delivered = 0;
     uint32_t code = source.move_to(context->idx1_position);
-    if (code == 0)
-        code = source.read_fully(context->idx1_block, size, &delivered);
-    if (code != 0)
-        return fail_index(context, code);
+    if (code == 0) code = source.read_fully(context->idx1_block, size, &delivered);
+    if (code != 0) return fail_index(context, code);
 
     context->idx1_position += size;
-    if (delivered < kBlockBytes)
-        context->index_complete = true;
+    if (delivered < kBlockBytes) context->index_complete = true;
     if (context->idx1_base == kUnset && delivered >= kEntryBytes) {
         const bool absolute = int64_t{avi_le32(context->idx1_block + 8)} > context->media_start;
         context->idx1_base = absolute ? 0 : context->media_start;
@@ -137,22 +126,19 @@ uint32_t avi_read_idx1(AviContext *context) {
 }
 
 uint32_t avi_load_index(AviContext *context) {
-    if (!avi_index_pending(*context))
-        return SPLITER_OK;
+    if (!avi_index_pending(*context)) return SPLITER_OK;
     if (context->movi_end <= context->media_start || context->file_end <= context->movi_end) {
         context->index_absent = true;
         return SPLITER_OK;
     }
     const int64_t remembered = avi_url_fstell(&context->source);
     const uint32_t code = context->idx1_position == 0 ? search_idx1(context) : avi_read_idx1(context);
-    if (code == SPLITER_ERR_NO_MEMORY && context->idx1_block == nullptr)
-        return code;
+    if (code == SPLITER_ERR_NO_MEMORY && context->idx1_block == nullptr) return code;
     return context->source.is_local() ? context->source.move_to(remembered) : uint32_t{SPLITER_OK};
 }
 
 bool avi_load_more_index(AviContext *context, uint32_t *code) {
-    if (!avi_index_pending(*context))
-        return false;
+    if (!avi_index_pending(*context)) return false;
     const int64_t before = context->idx1_position;
     *code = avi_load_index(context);
     return *code == SPLITER_OK && context->idx1_position != before;

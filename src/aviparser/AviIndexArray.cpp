@@ -10,8 +10,7 @@
 namespace quorv {
 
 void *avi_fast_realloc(void *buffer, uint32_t *allocated, uint64_t needed) {
-    if (*allocated > needed)
-        return buffer;
+    if (*allocated > needed) return buffer;
     const uint64_t size = needed * 17 / 16 + 32;
     void *grown = size <= UINT32_MAX ? MMemRealloc(nullptr, buffer, static_cast<size_t>(size)) : nullptr;
     *allocated = grown == nullptr ? 0 : static_cast<uint32_t>(size);
@@ -20,12 +19,10 @@ void *avi_fast_realloc(void *buffer, uint32_t *allocated, uint64_t needed) {
 
 int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp, uint32_t size,
                             int32_t distance, uint32_t flags) {
-    if (index->count + 1 >= kAviMaxIndexEntries)
-        return -1;
+    if (index->count + 1 >= kAviMaxIndexEntries) return -1;
     void *grown = avi_fast_realloc(index->entries, &index->allocated_bytes,
                                    (uint64_t{index->count} + 1) * sizeof(AviIndexEntry));
-    if (grown == nullptr)
-        return -1;
+    if (grown == nullptr) return -1;
     index->entries = static_cast<AviIndexEntry *>(grown);
 
     int32_t place = avi_index_search_timestamp(index, timestamp, kAviSearchAnyFrame);
@@ -34,8 +31,7 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
         place = static_cast<int32_t>(index->count);
         entry = index->entries + place;
         ++index->count;
-        if (flags == kAviIndexKeyFrame)
-            ++index->key_frame_count;
+        if (flags == kAviIndexKeyFrame) ++index->key_frame_count;
         avi_assert(place == 0 || entry[-1].timestamp < timestamp, "index==0 || ie[-1].timestamp < timestamp",
                    "../../../src/aviparser/AviUtils");
     } else if (entry->timestamp != timestamp) {
@@ -54,14 +50,11 @@ int32_t avi_index_search_timestamp(const AviIndexArray *index, int64_t timestamp
     const auto count = static_cast<int32_t>(index->count);
     int32_t below = -1, above = count;
     // Entries mostly arrive in order, and so do the questions of a reader at the end of them.
-    if (count > 0 && entries[count - 1].timestamp < timestamp)
-        below = count - 1;
+    if (count > 0 && entries[count - 1].timestamp < timestamp) below = count - 1;
     while (above - below > 1) {
         const int32_t middle = below + (above - below) / 2;
-        if (entries[middle].timestamp >= timestamp)
-            above = middle;
-        if (entries[middle].timestamp <= timestamp)
-            below = middle;
+        if (entries[middle].timestamp >= timestamp) above = middle;
+        if (entries[middle].timestamp <= timestamp) below = middle;
     }
 
     const bool backward = (flags & kAviSearchBackward) != 0;

@@ -61,8 +61,7 @@ uint64_t greatest_common_divisor(uint64_t a, uint64_t b) {
 }
 
 uint64_t rounding_term(uint32_t rounding, uint64_t c) {
-    if (rounding == kAviRoundNearInf)
-        return c / 2;
+    if (rounding == kAviRoundNearInf) return c / 2;
     return (rounding & 1) != 0 ? c - 1 : 0;
 }
 
@@ -89,8 +88,7 @@ int64_t avi_rescale_rnd(int64_t a, int64_t b, int64_t c, uint32_t rounding) {
                c_word = static_cast<uint64_t>(c);
     const uint64_t r = rounding_term(rounding, c_word);
     if (b <= INT32_MAX && c <= INT32_MAX) {
-        if (a <= INT32_MAX)
-            return static_cast<int64_t>((a_word * b_word + r) / c_word);
+        if (a <= INT32_MAX) return static_cast<int64_t>((a_word * b_word + r) / c_word);
         return static_cast<int64_t>(a_word / c_word * b_word + (a_word % c_word * b_word + r) / c_word);
     }
     return static_cast<int64_t>(multiply_and_divide(a_word, b_word, r, c_word));
@@ -129,10 +127,8 @@ int avi_reduce(int32_t *out_num, int32_t *out_den, int64_t num, int64_t den, int
         if (too_big) {
             // The best fraction between the last two convergents that still fits, if it is the closer one:
             // |n/d - semiconvergent| < |n/d - last|, by cross-multiplication.
-            if (last.num != 0)
-                x = (limit - before.num) / last.num;
-            if (last.den != 0 && (limit - before.den) / last.den < x)
-                x = (limit - before.den) / last.den;
+            if (last.num != 0) x = (limit - before.num) / last.num;
+            if (last.den != 0 && (limit - before.den) / last.den < x) x = (limit - before.den) / last.den;
             if (multiply(d, 2 * x * last.den + before.den) > multiply(n, last.den)) {
                 last = {x * last.num + before.num, x * last.den + before.den};
             }
@@ -153,27 +149,22 @@ int avi_reduce(int32_t *out_num, int32_t *out_den, int64_t num, int64_t den, int
 void avi_set_pts_info(AviTrack *track, uint32_t /*wrap_bits*/, int64_t num, int64_t den) {
     AviRational &base = track->time_base;
     avi_reduce(&base.num, &base.den, num, den, INT32_MAX);
-    if (base.num == 0 || base.den == 0)
-        base = {0, 0};
+    if (base.num == 0 || base.den == 0) base = {0, 0};
 }
 
 int64_t avi_piece_duration(const AviStreamState &state, uint32_t size) {
-    if (state.sample_size != 0)
-        return size > state.sample_size ? size : state.sample_size;
-    if (state.block_align != 0)
-        return (int64_t{size} + state.block_align - 1) / state.block_align;
+    if (state.sample_size != 0) return size > state.sample_size ? size : state.sample_size;
+    if (state.block_align != 0) return (int64_t{size} + state.block_align - 1) / state.block_align;
     return 1;
 }
 
 double avi_units_to_ms(const AviTrack &track, int64_t units) {
-    if (track.time_base.den == 0)
-        return 0.0;
+    if (track.time_base.den == 0) return 0.0;
     return static_cast<double>(units) * track.time_base.num * 1000.0 / track.time_base.den;
 }
 
 int64_t avi_ms_to_units(const AviTrack &track, uint32_t ms) {
-    if (track.time_base.den == 0 || track.time_base.num == 0)
-        return 0;
+    if (track.time_base.den == 0 || track.time_base.num == 0) return 0;
     const double unit = track.time_base.num * 1000.0 / track.time_base.den;
     return clamp_to_s64(ms / unit + 0.5);
 }

@@ -15,7 +15,6 @@ namespace {
 // What every index chunk's data begins with.
 constexpr uint32_t kIndexHeaderBytes = 24;
 constexpr uint32_t kSuperEntryBytes = 16;
-constexpr uint32_t kChunkHeaderBytes = 8;
 constexpr uint32_t kBlockBytes = 65536;
 constexpr uint32_t kNotKeyFrame = 0x80000000;
 
@@ -56,10 +55,8 @@ bool OpenDmlReader::read_at(int64_t position, void *buffer, uint32_t count) {
 
 bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *header) {
     uint8_t bytes[kIndexHeaderBytes];
-    if (size < kIndexHeaderBytes || !read_at(data_start, bytes, sizeof(bytes)))
-        return false;
-    if (context_.source_size > 0 && context_.source_size - data_start < size)
-        return false;
+    if (size < kIndexHeaderBytes || !read_at(data_start, bytes, sizeof(bytes))) return false;
+    if (context_.source_size > 0 && context_.source_size - data_start < size) return false;
     header->entry_bytes = avi_le16(bytes) * 4;
     header->sub_type = bytes[2];
     header->type = bytes[3];
@@ -71,14 +68,13 @@ bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *
 bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
     // Indexes may name the same chunks over and over; a file cannot make more entries of it than it has
     // chunks.
-    if (entries_left_-- == 0)
-        return false;
+    if (entries_left_-- == 0) return false;
     AviStreamState &state = *track->state;
     const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
     const uint32_t length = size & ~kNotKeyFrame;
     // Entries point to the data; positions in the index are those of the chunks' headers.
     int64_t position = 0;
-    if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kChunkHeaderBytes, &position) ||
+    if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kAviChunkHeaderBytes, &position) ||
         position < 0)
         return false;
     if (length != 0 || state.sample_size == 0) {
@@ -93,17 +89,14 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
 bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
     // The second field's offset, which an index of fields adds, is not needed to read the frame.
     const uint32_t expected = header.sub_type == kIndexFields ? 12 : 8;
-    if (header.sub_type > kIndexFields || header.entry_bytes != expected)
-        return false;
+    if (header.sub_type > kIndexFields || header.entry_bytes != expected) return false;
     const uint32_t per_block = kBlockBytes / expected;
     int64_t position = data_start + kIndexHeaderBytes;
     for (uint32_t left = header.entries; left > 0;) {
         const uint32_t count = std::min(left, per_block);
-        if (!read_at(position, block_, count * expected))
-            return false;
+        if (!read_at(position, block_, count * expected)) return false;
         for (uint32_t i = 0; i < count; ++i) {
-            if (!add_entry(track, header, block_ + i * expected))
-                return false;
+            if (!add_entry(track, header, block_ + i * expected)) return false;
         }
         left -= count;
         position += int64_t{count} * expected;
@@ -112,20 +105,19 @@ bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const 
 }
 
 bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
-    if (header.entry_bytes != kSuperEntryBytes)
-        return false;
+    if (header.entry_bytes != kSuperEntryBytes) return false;
     for (uint32_t i = 0; i < header.entries; ++i) {
-        uint8_t entry[kSuperEntryBytes], chunk[kChunkHeaderBytes];
+        uint8_t entry[kSuperEntryBytes], chunk[kAviChunkHeaderBytes];
         if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
             return false;
         const auto chunk_start = static_cast<int64_t>(avi_le64(entry));
-        if (chunk_start > INT64_MAX - kChunkHeaderBytes || !read_at(chunk_start, chunk, sizeof(chunk)))
+        if (chunk_start > INT64_MAX - kAviChunkHeaderBytes || !read_at(chunk_start, chunk, sizeof(chunk)))
             return false;
         IndexHeader inner = {};
-        if (!read_header(chunk_start + kChunkHeaderBytes, avi_le32(chunk + 4), &inner))
-            return false;
+        if (!read_header(chunk_start + kAviChunkHeaderBytes, avi_le32(chunk + 4), &inner)) return false;
         // One level only: an index of indexes that points to another could point to itself.
-        if (inner.type != kIndexOfChunks || !read_chunk_index(track, chunk_start + kChunkHeaderBytes, inner))
+        if (inner.type != kIndexOfChunks ||
+            !read_chunk_index(track, chunk_start + kAviChunkHeaderBytes, inner))
             return false;
     }
     return true;
@@ -134,12 +126,10 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
 bool OpenDmlReader::read_track(AviTrack *track) {
     const int64_t source_size = context_.source_size;
     entries_left_ =
-        source_size > 0 ? static_cast<uint64_t>(source_size) / kChunkHeaderBytes : kAviMaxIndexEntries;
+        source_size > 0 ? static_cast<uint64_t>(source_size) / kAviChunkHeaderBytes : kAviMaxIndexEntries;
     IndexHeader header = {};
-    if (!read_header(track->opendml_position, track->opendml_size, &header))
-        return false;
-    if (header.type == kIndexOfIndexes)
-        return read_super_index(track, track->opendml_position, header);
+    if (!read_header(track->opendml_position, track->opendml_size, &header)) return false;
+    if (header.type == kIndexOfIndexes) return read_super_index(track, track->opendml_position, header);
     return header.type == kIndexOfChunks && read_chunk_index(track, track->opendml_position, header);
 }
 
@@ -152,8 +142,7 @@ uint32_t avi_read_opendml_indexes(AviContext *context) {
 
     AviPacket block;
     const uint32_t code = avi_new_packet(&block, kBlockBytes);
-    if (code != SPLITER_OK)
-        return code;
+    if (code != SPLITER_OK) return code;
     OpenDmlReader reader(context, block.data);
     bool all = true;
     std::for_each(first, last, [&](AviTrack *track) {

@@ -24,13 +24,11 @@ constexpr uint32_t kSamplesPerPiece = 1024;
 // and also how many frames it has no chunk for before that.
 int64_t search_start(const AviContext &context, const AviTrack &track, int64_t *skipped) {
     *skipped = 0;
-    if (!context.non_interleaved)
-        return track.read_position;
+    if (!context.non_interleaved) return track.read_position;
     const int64_t offset = track.state->frame_offset;
     const int32_t place =
         avi_index_search_timestamp(&track.index, offset, kAviSearchForward | kAviSearchAnyFrame);
-    if (place < 0)
-        return track.read_position;
+    if (place < 0) return track.read_position;
     *skipped = track.index.entries[place].timestamp - offset;
     return track.index.entries[place].pos;
 }
@@ -39,33 +37,13 @@ bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {
     return index.count == 0 || index.entries[index.count - 1].pos < chunk_position;
 }
 
-// Another track that stands just in front of this chunk would only pass over it: it may as well stand behind
-// it. With tracks that are read alternately this saves looking at every header once a track.
-void move_others(AviContext *context, const AviTrack &reader) {
-    if (context->non_interleaved)
-        return;
-    const int64_t end = reader.read_position;
-    const int64_t start = end - reader.state->chunk_total;
-    for (uint32_t i = 0; i < context->track_count; ++i) {
-        AviTrack *track = context->tracks[i];
-        if (track == &reader || avi_in_chunk(*track))
-            continue;
-        const bool at_pad = (track->read_position & 1) != 0 && track->read_position + 1 == start;
-        if (track->read_position == start || at_pad)
-            track->read_position = end;
-    }
-}
-
 uint32_t key_flag(const AviTrack &track) {
-    if (track.type != SPLITER_TRACK_VIDEO)
-        return kAviPacketKeyFrame;
+    if (track.type != SPLITER_TRACK_VIDEO) return kAviPacketKeyFrame;
     const int64_t timestamp = track.state->frame_offset;
-    if (track.index.count == 0)
-        return timestamp == 0 ? kAviPacketKeyFrame : 0;
+    if (track.index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
     const int32_t place =
         avi_index_search_timestamp(&track.index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
-    if (place < 0)
-        return 0;
+    if (place < 0) return 0;
     const AviIndexEntry &entry = track.index.entries[place];
     return entry.timestamp == timestamp && avi_is_key_entry(entry) ? kAviPacketKeyFrame : 0;
 }
@@ -86,13 +64,10 @@ uint32_t read_piece(AviContext *context, AviStreamState *state, AviPacket *packe
     }
     uint32_t delivered = 0;
     uint32_t code = context->source.move_to(state->data_position);
-    if (code == 0)
-        code = context->source.read_fully(packet->data, size, &delivered);
-    if (code != 0)
-        return code;
+    if (code == 0) code = context->source.read_fully(packet->data, size, &delivered);
+    if (code != 0) return code;
     // A chunk that the source ends in is not handed out half empty.
-    if (delivered < size)
-        return SPLITER_ERR_END_OF_STREAM;
+    if (delivered < size) return SPLITER_ERR_END_OF_STREAM;
     packet->size = static_cast<int32_t>(size);
     packet->position = state->data_position;
     if (state->palette_changed) {
@@ -118,22 +93,18 @@ uint32_t avi_piece_size(const AviStreamState &state) {
 uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth,
                         int64_t *empty_duration) {
     *empty_duration = 0;
-    if (avi_in_chunk(*track))
-        return SPLITER_OK;
+    if (avi_in_chunk(*track)) return SPLITER_OK;
     AviStreamState &state = *track->state;
     AviChunkSearch search(context, track, search_start(*context, *track, empty_duration));
     AviChunk chunk = {};
     for (;;) {
         const uint32_t code = search.next(&chunk);
-        if (code != SPLITER_OK)
-            return code;
-        if (chunk.size != 0)
-            break;
+        if (code != SPLITER_OK) return code;
+        if (chunk.size != 0) break;
         *empty_duration += avi_piece_duration(state, 0);
     }
     track->chunk_state = static_cast<int32_t>(track->stream_number);
     state.data_position = chunk.data_position;
-    state.chunk_total = saturate_to_u32(uint64_t{chunk.size} + 8);
     state.bytes_left = chunk.size;
 
     if (growth == AviIndexGrowth::Allowed && !track->has_opendml_index && avi_index_pending(*context) &&
@@ -144,17 +115,14 @@ uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth gro
     return SPLITER_OK;
 }
 
-void avi_take_piece(AviContext *context, AviTrack *track) {
+void avi_take_piece(AviTrack *track) {
     AviStreamState &state = *track->state;
     const uint32_t size = avi_piece_size(state);
     state.frame_offset += avi_piece_duration(state, size);
     state.data_position += size;
     state.bytes_left -= size;
     track->read_position = state.data_position;
-    if (state.bytes_left != 0)
-        return;
-    track->chunk_state = kAviNoChunk;
-    move_others(context, *track);
+    if (state.bytes_left == 0) track->chunk_state = kAviNoChunk;
 }
 
 uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *packet) {
@@ -163,13 +131,11 @@ uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *p
     const bool new_chunk = !avi_in_chunk(*track);
     int64_t empty_duration = 0;
     uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Allowed, &empty_duration);
-    if (code != SPLITER_OK)
-        return code;
+    if (code != SPLITER_OK) return code;
     code = read_piece(context, &state, packet);
     if (code != SPLITER_OK) {
         // The next call finds the chunk, and the empty ones in front of it, once more.
-        if (new_chunk)
-            track->chunk_state = kAviNoChunk;
+        if (new_chunk) track->chunk_state = kAviNoChunk;
         return code;
     }
     const int64_t divisor = avi_time_stamp_divisor(state);
@@ -179,7 +145,7 @@ uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *p
     packet->stream_index = static_cast<int32_t>(track_index);
     const int64_t duration = avi_piece_duration(state, avi_piece_size(state)) / divisor;
     packet->duration = static_cast<int32_t>(std::min<int64_t>(duration, INT32_MAX));
-    avi_take_piece(context, track);
+    avi_take_piece(track);
     return SPLITER_OK;
 }
 

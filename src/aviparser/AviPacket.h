@@ -28,7 +28,7 @@ uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth gro
 uint32_t avi_piece_size(const AviStreamState &state);
 
 // Moves the track behind that piece.
-void avi_take_piece(AviContext *context, AviTrack *track);
+void avi_take_piece(AviTrack *track);
 
 // Whether the track stands between two chunks, and leaves the one in progress.
 constexpr bool avi_in_chunk(const AviTrack &track) {

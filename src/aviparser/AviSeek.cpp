@@ -14,14 +14,14 @@ namespace {
 // What makes up a track's place in the media data.
 struct Place {
     int64_t read_position, frame_offset, data_position;
-    uint32_t chunk_total, bytes_left;
+    uint32_t bytes_left;
     int32_t chunk_state;
 };
 
 Place remember(const AviTrack &track) {
     const AviStreamState &state = *track.state;
-    return {track.read_position, state.frame_offset, state.data_position,
-            state.chunk_total,   state.bytes_left,   track.chunk_state};
+    return {track.read_position, state.frame_offset, state.data_position, state.bytes_left,
+            track.chunk_state};
 }
 
 void restore(AviTrack *track, const Place &place) {
@@ -30,7 +30,6 @@ void restore(AviTrack *track, const Place &place) {
     track->chunk_state = place.chunk_state;
     state.frame_offset = place.frame_offset;
     state.data_position = place.data_position;
-    state.chunk_total = place.chunk_total;
     state.bytes_left = place.bytes_left;
 }
 
@@ -75,15 +74,13 @@ uint32_t refine_audio(AviContext *context, AviTrack *track, uint32_t reached, ui
         const bool near = first && (wanted - reached) / 2 <= end_ms - stamp_to_ms(*track, start);
         if (near || end_ms > wanted) {
             // The frame offset does not count the empty chunks yet: the next read meets them again.
-            if (new_chunk)
-                track->chunk_state = kAviNoChunk;
+            if (new_chunk) track->chunk_state = kAviNoChunk;
             return stamp_to_ms(*track, start);
         }
         piece_start = remember(*track);
-        if (new_chunk)
-            piece_start.chunk_state = kAviNoChunk;
+        if (new_chunk) piece_start.chunk_state = kAviNoChunk;
         track->state->frame_offset = start;
-        avi_take_piece(context, track);
+        avi_take_piece(track);
     }
 }
 
@@ -101,10 +98,8 @@ int32_t avi_find_key_frame(AviContext *context, AviTrack *track, int64_t timesta
         while (!covers(track->index, timestamp) && avi_load_more_index(context, code)) {
         }
         const int32_t place = avi_index_search_timestamp(&track->index, timestamp, flags);
-        if (place >= 0 || *code != SPLITER_OK)
-            return place;
-        if (!avi_load_more_index(context, code))
-            return -1;
+        if (place >= 0 || *code != SPLITER_OK) return place;
+        if (!avi_load_more_index(context, code)) return -1;
     }
 }
 
@@ -126,15 +121,13 @@ uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, ui
     uint32_t code = SPLITER_OK;
     const int32_t place =
         avi_find_key_frame(context, track, saturating_product(target, divisor), backward, &code);
-    if (place < 0)
-        return code != SPLITER_OK ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
+    if (place < 0) return code != SPLITER_OK ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
     const AviIndexEntry entry = track->index.entries[place];
     move_track(track, entry.pos, entry.timestamp);
     uint32_t reached = stamp_to_ms(*track, entry.timestamp);
     const bool refine =
         track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD && wanted != kAviNextKeyFrame;
-    if (refine && wanted > reached)
-        reached = refine_audio(context, track, reached, wanted);
+    if (refine && wanted > reached) reached = refine_audio(context, track, reached, wanted);
     *time = reached;
     return SPLITER_OK;
 }

@@ -25,24 +25,19 @@ int64_t source_limit(const AviContext &context) {
 }
 
 Found read_list_header(AviContext *context, int64_t position, ListHeader *header) {
-    if (source_limit(*context) - position < 12)
-        return Found::No;
+    if (source_limit(*context) - position < 12) return Found::No;
     uint8_t bytes[12];
     uint32_t delivered = 0;
-    if (context->source.move_to(position) != 0)
-        return Found::NotArrived;
-    if (context->source.read_fully(bytes, sizeof(bytes), &delivered) != 0)
-        return Found::NotArrived;
-    if (delivered < sizeof(bytes))
-        return Found::No;
+    if (context->source.move_to(position) != 0) return Found::NotArrived;
+    if (context->source.read_fully(bytes, sizeof(bytes), &delivered) != 0) return Found::NotArrived;
+    if (delivered < sizeof(bytes)) return Found::No;
     *header = {avi_le32(bytes), avi_le32(bytes + 4), avi_le32(bytes + 8)};
     return Found::Yes;
 }
 
 Found read_segment_header(AviContext *context, int64_t position, ListHeader *header) {
     const Found found = read_list_header(context, position, header);
-    if (found != Found::Yes)
-        return found;
+    if (found != Found::Yes) return found;
     const bool is_segment =
         header->tag == avi_tag("RIFF") && header->type == avi_tag("AVIX") && header->size >= 4;
     return is_segment ? Found::Yes : Found::No;
@@ -54,10 +49,8 @@ Found find_movi(AviContext *context, int64_t position, int64_t segment_end, int6
     while (position < segment_end) {
         ListHeader chunk = {};
         const Found found = read_list_header(context, position, &chunk);
-        if (found != Found::Yes)
-            return found;
-        if (zero_run.too_long(chunk.tag, chunk.size))
-            return Found::No;
+        if (found != Found::Yes) return found;
+        if (zero_run.too_long(chunk.tag, chunk.size)) return Found::No;
         const int64_t chunk_end = position + 8 + avi_padded(chunk.size);
         if (chunk.tag == avi_tag("LIST") && chunk.type == avi_tag("movi")) {
             *movi_end = std::min(chunk_end, source_limit(*context));
@@ -75,8 +68,7 @@ void avi_find_segments(AviContext *context) {
     const bool may_follow =
         has_media && context->riff_end > context->media_start && context->riff_end < source_limit(*context);
     context->next_segment = may_follow ? context->riff_end + (context->riff_end & 1) : kNoSegment;
-    if (!context->source.is_local())
-        return;
+    if (!context->source.is_local()) return;
     while (avi_extend_media(context)) {
     }
 }
@@ -86,16 +78,13 @@ bool avi_extend_media(AviContext *context) {
         const int64_t start = context->next_segment;
         ListHeader riff = {};
         const Found segment = read_segment_header(context, start, &riff);
-        if (segment == Found::NotArrived)
-            return false;
-        if (segment == Found::No)
-            break;
+        if (segment == Found::NotArrived) return false;
+        if (segment == Found::No) break;
 
         const int64_t end = start + 8 + avi_padded(riff.size);
         int64_t movi_end = 0;
         const Found movi = find_movi(context, start + 12, end, &movi_end);
-        if (movi == Found::NotArrived)
-            return false;
+        if (movi == Found::NotArrived) return false;
         context->next_segment = end;
         if (movi == Found::Yes && movi_end > context->media_end) {
             context->media_end = movi_end;

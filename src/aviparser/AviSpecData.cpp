@@ -28,17 +28,14 @@ constexpr uint8_t kFirstSlice = 1, kLastSlice = 5, kSei = 6, kSequenceParameters
 enum class Unit { Header, Other, Picture, Foreign };
 
 Unit mpeg4_unit(uint8_t code) {
-    if (code >= kFirstVolCode && code <= kLastVolCode)
-        return Unit::Header;
+    if (code >= kFirstVolCode && code <= kLastVolCode) return Unit::Header;
     return code == kVopCode || code == kGroupOfVopCode ? Unit::Picture : Unit::Other;
 }
 
 Unit h264_unit(uint8_t nal_header) {
     const uint8_t type = nal_header & 0x1F;
-    if (type == kSequenceParameters || type == kPictureParameters)
-        return Unit::Header;
-    if (type == kSei || type == kDelimiter)
-        return Unit::Other;
+    if (type == kSequenceParameters || type == kPictureParameters) return Unit::Header;
+    if (type == kSei || type == kDelimiter) return Unit::Other;
     return type >= kFirstSlice && type <= kLastSlice ? Unit::Picture : Unit::Foreign;
 }
 
@@ -49,15 +46,11 @@ uint32_t leading_headers(const uint8_t *data, uint32_t length, Unit (*classify)(
     for (const uint8_t *at = find_start_code(data, end); end - at > kStartCodePrefixBytes;
          at = find_start_code(at + kStartCodePrefixBytes, end)) {
         const Unit unit = classify(at[kStartCodePrefixBytes]);
-        if (unit == Unit::Foreign)
-            return 0;
-        if (unit == Unit::Header)
-            has_header = true;
-        if (unit != Unit::Picture)
-            continue;
+        if (unit == Unit::Foreign) return 0;
+        if (unit == Unit::Header) has_header = true;
+        if (unit != Unit::Picture) continue;
         // A zero byte in front of the prefix belongs to the picture's start code.
-        if (at > data && at[-1] == 0)
-            --at;
+        if (at > data && at[-1] == 0) --at;
         return has_header ? static_cast<uint32_t>(at - data) : 0;
     }
     return 0;
@@ -65,8 +58,7 @@ uint32_t leading_headers(const uint8_t *data, uint32_t length, Unit (*classify)(
 
 uint32_t store_codec_data(AviTrack *track, const uint8_t *data, uint32_t length) {
     auto *copy = static_cast<uint8_t *>(MMemAlloc(nullptr, size_t{length} + kAviSpareBytes));
-    if (copy == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (copy == nullptr) return SPLITER_ERR_NO_MEMORY;
     memcpy(copy, data, length);
     memset(copy + length, 0, kAviSpareBytes);
     avi_freep(&track->codec_data);
@@ -78,8 +70,7 @@ uint32_t store_codec_data(AviTrack *track, const uint8_t *data, uint32_t length)
 uint32_t take_headers(AviContext *context, AviTrack *track, int64_t empty_duration) {
     const AviStreamState &state = *track->state;
     const uint32_t code = context->source.move_to(state.data_position);
-    if (code != SPLITER_OK)
-        return code;
+    if (code != SPLITER_OK) return code;
     AviPacket frame;
     uint32_t result = avi_get_packet(&context->source, &frame,
                                      static_cast<int32_t>(std::min(state.bytes_left, kSearchBytes)));
@@ -105,14 +96,11 @@ bool avi_is_mpeg4(uint32_t codec) {
 
 uint32_t avi_read_specdat(AviContext *context, AviTrack *track) {
     const bool wanted = avi_is_mpeg4(track->video.codec) || track->video.codec == fourcc("264 ");
-    if (!wanted || track->codec_data_length != 0)
-        return SPLITER_OK;
+    if (!wanted || track->codec_data_length != 0) return SPLITER_OK;
     int64_t empty_duration = 0;
     uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration);
-    if (code == SPLITER_ERR_END_OF_STREAM)
-        return SPLITER_OK;
-    if (code == SPLITER_OK)
-        code = take_headers(context, track, empty_duration);
+    if (code == SPLITER_ERR_END_OF_STREAM) return SPLITER_OK;
+    if (code == SPLITER_OK) code = take_headers(context, track, empty_duration);
     // The first frame is still to be read.
     track->chunk_state = kAviNoChunk;
     track->state->bytes_left = 0;

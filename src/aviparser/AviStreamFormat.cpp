@@ -32,8 +32,7 @@ uint32_t append_bottom_up(AviTrack *track) {
     static constexpr char kText[] = "BottomUp";
     const size_t length = track->codec_data_length;
     void *grown = MMemRealloc(nullptr, track->codec_data, length + sizeof(kText) + kAviSpareBytes);
-    if (grown == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (grown == nullptr) return SPLITER_ERR_NO_MEMORY;
     track->codec_data = static_cast<uint8_t *>(grown);
     memcpy(track->codec_data + length, kText, sizeof(kText));
     memset(track->codec_data + length + sizeof(kText), 0, kAviSpareBytes);
@@ -53,16 +52,13 @@ uint32_t avi_get_wav_header(AviTrack *track, AviChunkReader *reader) {
     audio.block_align = reader->le16();
     // The oldest form of the record ends before the bits per sample.
     audio.bits_per_sample = size < 16 ? 8 : reader->le16();
-    if (audio.bits_per_sample == 0)
-        audio.bits_per_sample = 16;
-    if (size < 18)
-        return SPLITER_OK;
+    if (audio.bits_per_sample == 0) audio.bits_per_sample = 16;
+    if (size < 18) return SPLITER_OK;
 
     uint32_t extra = reader->le16();
     extra = std::min(extra, reader->left());
     if (extra >= 22 && format_tag == kWaveFormatExtensible) {
-        if (const uint32_t valid_bits = reader->le16(); valid_bits != 0)
-            audio.bits_per_sample = valid_bits;
+        if (const uint32_t valid_bits = reader->le16(); valid_bits != 0) audio.bits_per_sample = valid_bits;
         reader->skip(20);  // channel mask and sub-format
         extra -= 22;
     }
@@ -72,13 +68,10 @@ uint32_t avi_get_wav_header(AviTrack *track, AviChunkReader *reader) {
 uint32_t read_audio_format(const AviContext &context, AviTrack *track, AviChunkReader *reader) {
     AviStreamState &state = *track->state;
     const uint32_t code = avi_get_wav_header(track, reader);
-    if (code != 0)
-        return code;
+    if (code != 0) return code;
     state.block_align = track->audio.block_align;
-    if (state.sample_size != 0 && state.block_align != 0)
-        state.sample_size = state.block_align;
-    if (track->handler == avi_tag("Axan"))
-        track->audio.codec = 0;
+    if (state.sample_size != 0 && state.block_align != 0) state.sample_size = state.block_align;
+    if (track->handler == avi_tag("Axan")) track->audio.codec = 0;
     if (context.amv) {
         track->audio.codec = 0;
         state.block_align = 0;
@@ -106,8 +99,7 @@ uint32_t read_video_format(AviTrack *track, AviChunkReader *reader) {
     }
     if (size > kBitmapHeaderBytes && size < kMaxBitmapExtra) {
         const uint32_t code = replace_codec_data(track, reader, size - kBitmapHeaderBytes);
-        if (code != 0)
-            return code;
+        if (code != 0) return code;
     }
     video.codec = avi_codec_get_id(avi_codec_bmp_tags, compression);
     if (compression == avi_tag("AVRn") && track->codec_data_length >= 31 &&
@@ -130,11 +122,9 @@ bool find_huffman_segments(const uint8_t *data, uint32_t length, uint32_t *begin
     *begin = at;
     while (length - at >= 4 && is_huffman_segment(data + at)) {
         const uint32_t segment = uint32_t{data[at + 2]} << 8 | data[at + 3];
-        if (segment < 2 || length - at - 2 < segment)
-            break;
+        if (segment < 2 || length - at - 2 < segment) break;
         at += 2 + segment;
-        if (at - *begin > kMaxHuffmanBytes)
-            return false;
+        if (at - *begin > kMaxHuffmanBytes) return false;
     }
     *end = at;
     return true;
@@ -153,20 +143,17 @@ uint32_t avi_read_stream_format(AviContext *context, AviTrack *track, uint32_t s
     } else if (track->type == SPLITER_TRACK_VIDEO) {
         code = read_video_format(track, &reader);
     }
-    if (code == SPLITER_OK && reader.failed())
-        return SPLITER_ERR_IO;
+    if (code == SPLITER_OK && reader.failed()) return SPLITER_ERR_IO;
     return code;
 }
 
 uint32_t avi_read_stream_data(AviContext *context, AviTrack *track, uint32_t size) {
-    if (track->type != SPLITER_TRACK_VIDEO || track->video.codec != fourcc("mjpg"))
-        return SPLITER_OK;
+    if (track->type != SPLITER_TRACK_VIDEO || track->video.codec != fourcc("mjpg")) return SPLITER_OK;
     AviChunkReader reader(&context->source, size);
     uint8_t *data = nullptr;
     uint32_t length = 0, begin = 0, end = 0;
     uint32_t code = reader.read_bytes(size, &data, &length);
-    if (code == SPLITER_OK && reader.failed())
-        code = SPLITER_ERR_IO;
+    if (code == SPLITER_OK && reader.failed()) code = SPLITER_ERR_IO;
     if (code == SPLITER_OK && !find_huffman_segments(data, length, &begin, &end)) {
         code = SPLITER_ERR_BUFFER_TOO_SMALL;
     }

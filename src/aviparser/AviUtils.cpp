@@ -22,17 +22,14 @@ using Reader32 = uint32_t (*)(StreamSource *, uint32_t *);
 template <typename Value>
 uint32_t read_pair(StreamSource *source, Value *value, Reader32 first, unsigned first_shift, Reader32 second,
                    unsigned second_shift) {
-    if (source == nullptr || value == nullptr)
-        return SPLITER_OK;
+    if (source == nullptr || value == nullptr) return SPLITER_OK;
     uint32_t part = 0;
     bool failed = false;
     uint32_t code = read_component([&] { return first(source, &part); }, &failed);
-    if (failed)
-        return code;
+    if (failed) return code;
     *value = static_cast<Value>(Value{part} << first_shift);
     code = read_component([&] { return second(source, &part); }, &failed);
-    if (failed)
-        return code;
+    if (failed) return code;
     *value |= static_cast<Value>(Value{part} << second_shift);
     return SPLITER_OK;
 }
@@ -40,8 +37,7 @@ uint32_t read_pair(StreamSource *source, Value *value, Reader32 first, unsigned 
 }  // namespace
 
 uint32_t avi_get_byte(StreamSource *source, uint32_t *value) {
-    if (source == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     uint8_t byte = 0;
     uint32_t delivered = 0;
     const uint32_t code = source->read(&byte, 1, &delivered);
@@ -82,24 +78,20 @@ uint32_t avi_get_be64(StreamSource *source, uint64_t *value) {
 }
 
 uint32_t avi_get_buffer(StreamSource *source, void *buffer, uint32_t count) {
-    if (source == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     uint32_t delivered = 0;
     return source->read(buffer, count, &delivered);
 }
 
 int64_t avi_url_fstell(StreamSource *source) {
-    if (source == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     int64_t position = 0;
-    if (source->tell(&position) == 0)
-        return position;
+    if (source->tell(&position) == 0) return position;
     return static_cast<int32_t>(source->tell(&position));
 }
 
 uint32_t avi_url_fsseek(StreamSource *source, SeekOrigin origin, int64_t offset) {
-    if (source == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     return source->seek(origin, offset);
 }
 
@@ -108,11 +100,9 @@ uint32_t avi_url_fskip(StreamSource *source, int64_t count) {
 }
 
 int64_t avi_url_fsize(StreamSource *source) {
-    if (source == nullptr)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     int64_t length = 0;
-    if (source->size(&length) == 0)
-        return length;
+    if (source->size(&length) == 0) return length;
     return static_cast<int32_t>(source->size(&length));
 }
 
@@ -125,11 +115,9 @@ void avi_init_packet(AviPacket *packet) {
 
 uint32_t avi_new_packet(AviPacket *packet, int32_t size) {
     avi_init_packet(packet);
-    if (size < 0)
-        return SPLITER_ERR_NO_MEMORY;
+    if (size < 0) return SPLITER_ERR_NO_MEMORY;
     auto *data = static_cast<uint8_t *>(MMemAlloc(nullptr, static_cast<size_t>(size) + kAviSpareBytes));
-    if (data == nullptr)
-        return SPLITER_ERR_NO_MEMORY;
+    if (data == nullptr) return SPLITER_ERR_NO_MEMORY;
     memset(data + size, 0, kAviSpareBytes);
     packet->data = data;
     packet->size = size;
@@ -139,8 +127,7 @@ uint32_t avi_new_packet(AviPacket *packet, int32_t size) {
 
 uint32_t avi_get_packet(StreamSource *source, AviPacket *packet, int32_t size) {
     const uint32_t code = avi_new_packet(packet, size);
-    if (code != 0)
-        return code;
+    if (code != 0) return code;
     packet->position = avi_url_fstell(source);
     return avi_get_buffer(source, packet->data, static_cast<uint32_t>(size));
 }
@@ -151,10 +138,8 @@ void avi_destruct_packet(AviPacket *packet) {
 }
 
 void avi_free_packet(AviPacket *packet) {
-    if (packet == nullptr)
-        return;
-    if (packet->destruct != nullptr)
-        packet->destruct(packet);
+    if (packet == nullptr) return;
+    if (packet->destruct != nullptr) packet->destruct(packet);
     packet->data = nullptr;
     packet->size = 0;
 }

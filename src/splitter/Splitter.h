@@ -30,20 +30,17 @@ constexpr uint32_t fourcc(const char (&text)[5]) {
 // Truncates a computed time or count to an integer. Values come from files, so they may be anything:
 // NaN and negatives give 0, values beyond the type give its limit.
 constexpr uint32_t clamp_to_u32(double value) {
-    if (!(value > 0.0))
-        return 0;
+    if (!(value > 0.0)) return 0;
     return value >= 4294967295.0 ? UINT32_MAX : static_cast<uint32_t>(value);
 }
 
 constexpr uint64_t clamp_to_u64(double value) {
-    if (!(value > 0.0))
-        return 0;
+    if (!(value > 0.0)) return 0;
     return value >= 18446744073709551615.0 ? UINT64_MAX : static_cast<uint64_t>(value);
 }
 
 constexpr int64_t clamp_to_s64(double value) {
-    if (!(value > 0.0))
-        return 0;
+    if (!(value > 0.0)) return 0;
     return value >= 9223372036854775807.0 ? INT64_MAX : static_cast<int64_t>(value);
 }
 

@@ -24,18 +24,15 @@ uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t got = count;
     const uint32_t code = callbacks.read(callbacks.user_context, stream, buffer, &got);
     // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
-    if (code != 0)
-        got = 0;
-    if (got > count)
-        got = count;
+    if (code != 0) got = 0;
+    if (got > count) got = count;
     // Sources differ in where a read that fell short leaves them.
     if (got < count || position < 0) {
         position = kUnknownPosition;
     } else {
         position += got;
     }
-    if (got < count)
-        memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
+    if (got < count) memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
     *delivered = got;
     return code;
 }
@@ -46,10 +43,8 @@ uint32_t StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delive
     while (done < count) {
         uint32_t got = 0;
         const uint32_t code = read(static_cast<uint8_t *>(buffer) + done, count - done, &got);
-        if (code != 0)
-            return code;
-        if (got == 0)
-            break;
+        if (code != 0) return code;
+        if (got == 0) break;
         done += got;
     }
     *delivered = done;
@@ -65,15 +60,13 @@ uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {
         position = offset;
     } else if (position >= 0) {
         // A relative seek that leaves the range of positions is the source's to judge.
-        if (__builtin_add_overflow(position, offset, &position))
-            position = kUnknownPosition;
+        if (__builtin_add_overflow(position, offset, &position)) position = kUnknownPosition;
     }
     return code;
 }
 
 uint32_t StreamSource::move_to(int64_t offset) {
-    if (position == offset)
-        return 0;
+    if (position == offset) return 0;
     return seek(SeekOrigin::Start, offset);
 }
 

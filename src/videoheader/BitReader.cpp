@@ -11,8 +11,7 @@ constexpr uint32_t kWordBytes = 2;
 // The big-endian word at an address; bytes at and beyond the end are 0.
 uint32_t word_at(const bs_utility *bs, uintptr_t position) {
     const uintptr_t end = reinterpret_cast<uintptr_t>(bs->end);
-    if (position >= end)
-        return 0;
+    if (position >= end) return 0;
     const size_t left = end - position;
     const uint8_t *bytes = bs->end - left;
     const uint32_t high = static_cast<uint32_t>(bytes[0]) << 8;
@@ -30,8 +29,7 @@ uint32_t take_word(bs_utility *bs) {
 void consume(bs_utility *bs, uint32_t n) {
     bs->cache <<= n;
     bs->extra -= static_cast<int32_t>(n);
-    if (bs->extra > 0)
-        return;
+    if (bs->extra > 0) return;
     bs->cache |= take_word(bs) << -bs->extra;
     bs->extra += 16;
 }

@@ -47,8 +47,7 @@ uint32_t nal_unit_type(uint8_t header) {
 bool open_sps(bs_utility *bs, const uint8_t *data, uint32_t length) {
     const uint8_t *const end = data + length;
     const uint8_t *nal = find_start_code(data, end);
-    if (end - nal < kNalBytes || nal_unit_type(nal[3]) != kNalSps)
-        return false;
+    if (end - nal < kNalBytes || nal_unit_type(nal[3]) != kNalSps) return false;
     nal += kNalBytes;
     bs_open_utility(bs, nal, static_cast<uint32_t>(end - nal));
     return true;
@@ -57,27 +56,22 @@ bool open_sps(bs_utility *bs, const uint8_t *data, uint32_t length) {
 // The fields from profile_idc to the one in front of pic_order_cnt_type.
 bool read_sps_head(bs_utility *bs) {
     const uint32_t profile = bs_get_bits_utility(bs, 8);
-    if (profile != kProfileBaseline && profile != kProfileMain)
-        return false;
+    if (profile != kProfileBaseline && profile != kProfileMain) return false;
     bs_skip_bits_utility(bs, 4);  // constraint_set0_flag to constraint_set3_flag
-    if (bs_get_bits_utility(bs, 4) != 0)
-        return false;
+    if (bs_get_bits_utility(bs, 4) != 0) return false;
     bs_skip_bits_utility(bs, 8);  // level_idc
     return ue_utility(bs) <= kMaxSpsId && ue_utility(bs) <= kMaxLog2Minus4;
 }
 
 bool read_pic_order_cnt(bs_utility *bs) {
     const uint32_t type = ue_utility(bs);
-    if (type == 0)
-        return ue_utility(bs) <= kMaxLog2Minus4;
-    if (type != 1)
-        return true;
+    if (type == 0) return ue_utility(bs) <= kMaxLog2Minus4;
+    if (type != 1) return true;
     bs_skip_bits_utility(bs, 1);  // delta_pic_order_always_zero_flag
     se_utility(bs);               // offset_for_non_ref_pic
     se_utility(bs);               // offset_for_top_to_bottom_field
     const uint32_t cycle = ue_utility(bs);
-    if (cycle > kMaxPocCycle)
-        return false;
+    if (cycle > kMaxPocCycle) return false;
     for (uint32_t i = 0; i < cycle; ++i)
         se_utility(bs);  // offset_for_ref_frame
     return true;
@@ -88,9 +82,8 @@ void read_picture_size(bs_utility *bs, ZevVideoParam *param) {
     const uint32_t width_in_mbs = ue_utility(bs) + 1;
     const uint32_t height_in_map_units = ue_utility(bs) + 1;
     const uint32_t frame_mbs_only = bs_get_1bit_utility(bs);
-    if (frame_mbs_only == 0)
-        bs_skip_bits_utility(bs, 1);  // mb_adaptive_frame_field_flag
-    bs_skip_bits_utility(bs, 1);      // direct_8x8_inference_flag
+    if (frame_mbs_only == 0) bs_skip_bits_utility(bs, 1);  // mb_adaptive_frame_field_flag
+    bs_skip_bits_utility(bs, 1);                           // direct_8x8_inference_flag
     uint32_t crop_x = 0;
     uint32_t crop_y = 0;
     if (bs_get_1bit_utility(bs) != 0) {
@@ -114,8 +107,7 @@ uint32_t read_slice_kind(bs_utility *bs) {
 
 uint32_t ue_utility(bs_utility *bs) {
     const uint32_t zeros = static_cast<uint32_t>(std::countl_zero(bs_show_32bits_utility(bs)));
-    if (zeros == 32)
-        return UINT32_MAX;
+    if (zeros == 32) return UINT32_MAX;
     // The zeros, the marker and as many bits again, in pieces that the reader can take.
     const uint32_t high_bits = zeros / 2;
     bs_skip_bits_utility(bs, zeros - high_bits);
@@ -135,14 +127,12 @@ int32_t se_utility(bs_utility *bs) {
 }  // namespace quorv
 
 uint32_t ZEV_H264_GetNALHdr(const uint8_t *data, uint32_t length, uint32_t *offsets, uint32_t capacity) {
-    if (data == nullptr || offsets == nullptr)
-        return VIDHDR_H264_ERR;
+    if (data == nullptr || offsets == nullptr) return VIDHDR_H264_ERR;
     const uint8_t *const end = data + length;
     uint32_t count = 0;
     const uint8_t *p = quorv::find_start_code(data, end);
     while (p != end) {
-        if (count == capacity)
-            return VIDHDR_H264_ERR;
+        if (count == capacity) return VIDHDR_H264_ERR;
         offsets[count++] = static_cast<uint32_t>(p - data);
         p = quorv::find_start_code(p + quorv::kStartCodePrefixBytes, end);
     }
@@ -151,13 +141,11 @@ uint32_t ZEV_H264_GetNALHdr(const uint8_t *data, uint32_t length, uint32_t *offs
 
 uint32_t ZEV_H264_GetVideoParam(ZevVideoParam *param, const uint8_t *data, uint32_t length) {
     using namespace quorv;
-    if (param == nullptr || data == nullptr || length < kMinLength)
-        return VIDHDR_H264_ERR;
+    if (param == nullptr || data == nullptr || length < kMinLength) return VIDHDR_H264_ERR;
     bs_utility bs;
     if (!open_sps(&bs, data, length) || !read_sps_head(&bs) || !read_pic_order_cnt(&bs))
         return VIDHDR_H264_ERR;
-    if (ue_utility(&bs) > kMaxRefFrames)
-        return VIDHDR_H264_ERR;
+    if (ue_utility(&bs) > kMaxRefFrames) return VIDHDR_H264_ERR;
     bs_skip_bits_utility(&bs, 1);  // gaps_in_frame_num_value_allowed_flag
     read_picture_size(&bs, param);
     return param->width == 0 || param->height == 0 ? VIDHDR_H264_ERR : VIDHDR_OK;
@@ -186,16 +174,13 @@ uint32_t ZEV_H264_GetProfileID(uint32_t *profile_idc, const uint8_t *data, uint3
 
 uint32_t ZEV_H264_GetSliceType(const uint8_t *data, uint32_t length) {
     using namespace quorv;
-    if (data == nullptr || length < kMinLength)
-        return VIDHDR_H264_ERR;
+    if (data == nullptr || length < kMinLength) return VIDHDR_H264_ERR;
     const uint8_t *const end = data + length;
     const uint8_t *nal = find_start_code(data, end);
     for (; end - nal >= kNalBytes; nal = find_start_code(nal + kStartCodePrefixBytes, end)) {
         const uint32_t type = nal_unit_type(nal[3]);
-        if (type == kNalIdrSlice)
-            return VIDHDR_H264_SLICE_IDR;
-        if (type != kNalSlice)
-            continue;
+        if (type == kNalIdrSlice) return VIDHDR_H264_SLICE_IDR;
+        if (type != kNalSlice) continue;
         nal += kNalBytes;
         bs_utility bs;
         bs_open_utility(&bs, nal, static_cast<uint32_t>(end - nal));
@@ -207,11 +192,9 @@ uint32_t ZEV_H264_GetSliceType(const uint8_t *data, uint32_t length) {
 
 uint32_t ZEV_H264_GetSliceType_WithoutStartCode(const uint8_t *data, uint32_t length) {
     using namespace quorv;
-    if (data == nullptr || length < kMinLength)
-        return VIDHDR_H264_ERR;
+    if (data == nullptr || length < kMinLength) return VIDHDR_H264_ERR;
     const uint32_t type = nal_unit_type(data[0]);
-    if (type != kNalSlice && type != kNalIdrSlice)
-        return VIDHDR_H264_ERR;
+    if (type != kNalSlice && type != kNalIdrSlice) return VIDHDR_H264_ERR;
     bs_utility bs;
     bs_open_utility(&bs, data + 1, length - 1);
     const uint32_t kind = read_slice_kind(&bs);

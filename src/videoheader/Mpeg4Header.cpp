@@ -45,8 +45,7 @@ bool open_behind_start_code(bs_utility *bs, const uint8_t *data, uint32_t length
     const uint8_t *p = data;
     while (p < window_end) {
         p = find_start_code(p, window_end);
-        if (p == window_end || end - p < kStartCodeBytes)
-            return false;
+        if (p == window_end || end - p < kStartCodeBytes) return false;
         const uint8_t code = p[3];
         p += kStartCodeBytes;
         if (code >= first && code <= last) {
@@ -63,8 +62,7 @@ uint32_t time_increment_bits(uint32_t resolution) {
 
 void skip_vol_control_parameters(bs_utility *bs) {
     bs_skip_bits_utility(bs, 3);  // chroma_format, low_delay
-    if (bs_get_1bit_utility(bs) == 0)
-        return;
+    if (bs_get_1bit_utility(bs) == 0) return;
     bs_skip_32bits_utility(bs);  // vbv_parameters: 79 bits
     bs_skip_32bits_utility(bs);
     bs_skip_bits_utility(bs, 15);
@@ -79,20 +77,15 @@ void skip_sprite(bs_utility *bs, uint32_t sprite_enable) {
     if (sprite_enable == kSpriteStatic || sprite_enable == kSpriteGmc) {
         bs_skip_bits_utility(bs, 6 + 2 + 1);  // warping points, accuracy, brightness change
     }
-    if (sprite_enable == kSpriteStatic)
-        bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
+    if (sprite_enable == kSpriteStatic) bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
 }
 
 void skip_quantisation(bs_utility *bs) {
-    if (bs_get_1bit_utility(bs) != 0)
-        bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
-    if (bs_get_1bit_utility(bs) == 0)
-        return;  // quant_type
+    if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
+    if (bs_get_1bit_utility(bs) == 0) return;                           // quant_type
     uint8_t matrix[64];
-    if (bs_get_1bit_utility(bs) != 0)
-        mpeg4_read_quant_matrix(bs, matrix);  // intra
-    if (bs_get_1bit_utility(bs) != 0)
-        mpeg4_read_quant_matrix(bs, matrix);  // nonintra
+    if (bs_get_1bit_utility(bs) != 0) mpeg4_read_quant_matrix(bs, matrix);  // intra
+    if (bs_get_1bit_utility(bs) != 0) mpeg4_read_quant_matrix(bs, matrix);  // nonintra
 }
 
 // The fields of a rectangular layer from the size on.
@@ -101,23 +94,17 @@ int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param) 
     param->width = bs_get_bits_utility(bs, 13);
     bs_skip_bits_utility(bs, 1);
     param->height = bs_get_bits_utility(bs, 13);
-    bs_skip_bits_utility(bs, 1 + 1);  // marker, interlaced
-    if (bs_get_1bit_utility(bs) == 0)
-        return VIDHDR_ERR_UNSUPPORTED;  // obmc_disable
+    bs_skip_bits_utility(bs, 1 + 1);                                  // marker, interlaced
+    if (bs_get_1bit_utility(bs) == 0) return VIDHDR_ERR_UNSUPPORTED;  // obmc_disable
     skip_sprite(bs, bs_get_bits_utility(bs, verid == 1 ? 1 : 2));
     skip_quantisation(bs);
-    if (verid != 1)
-        bs_skip_bits_utility(bs, 1);  // quarter_sample
-    if (bs_get_1bit_utility(bs) == 0)
-        return VIDHDR_ERR_UNSUPPORTED;  // complexity_estimation_disable
-    bs_skip_bits_utility(bs, 1);        // resync_marker_disable
-    if (bs_get_1bit_utility(bs) != 0)
-        bs_skip_bits_utility(bs, 1);  // data_partitioned: reversible_vlc
+    if (verid != 1) bs_skip_bits_utility(bs, 1);                      // quarter_sample
+    if (bs_get_1bit_utility(bs) == 0) return VIDHDR_ERR_UNSUPPORTED;  // complexity_estimation_disable
+    bs_skip_bits_utility(bs, 1);                                      // resync_marker_disable
+    if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, 1);    // data_partitioned: reversible_vlc
     if (verid != 1) {
-        if (bs_get_1bit_utility(bs) != 0)
-            bs_skip_bits_utility(bs, 2 + 1);  // newpred_enable
-        if (bs_get_1bit_utility(bs) != 0)
-            return VIDHDR_ERR_UNSUPPORTED;  // reduced_resolution_vop_enable
+        if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, 2 + 1);  // newpred_enable
+        if (bs_get_1bit_utility(bs) != 0) return VIDHDR_ERR_UNSUPPORTED;    // reduced_resolution_vop_enable
     }
     return bs_get_1bit_utility(bs) != 0 ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;  // scalability
 }
@@ -129,20 +116,15 @@ int32_t parse_vol(bs_utility *bs, ZevVideoParam *param) {
         verid = bs_get_bits_utility(bs, 4);
         bs_skip_bits_utility(bs, 3);  // video_object_layer_priority
     }
-    if (bs_get_bits_utility(bs, 4) == kExtendedAspectRatio)
-        bs_skip_bits_utility(bs, 8 + 8);
-    if (bs_get_1bit_utility(bs) != 0)
-        skip_vol_control_parameters(bs);
+    if (bs_get_bits_utility(bs, 4) == kExtendedAspectRatio) bs_skip_bits_utility(bs, 8 + 8);
+    if (bs_get_1bit_utility(bs) != 0) skip_vol_control_parameters(bs);
     const uint32_t shape = bs_get_bits_utility(bs, 2);
-    if (shape != kShapeRectangular && shape != kShapeBinaryOnly)
-        return VIDHDR_ERR_UNSUPPORTED;
+    if (shape != kShapeRectangular && shape != kShapeBinaryOnly) return VIDHDR_ERR_UNSUPPORTED;
     bs_skip_bits_utility(bs, 1);
     param->time_increment_bits = time_increment_bits(bs_get_16bits_utility(bs));
     bs_skip_bits_utility(bs, 1);
-    if (bs_get_1bit_utility(bs) != 0)
-        bs_skip_bits_utility(bs, param->time_increment_bits);  // fixed_vop_rate
-    if (shape == kShapeRectangular)
-        return parse_rectangular(bs, verid, param);
+    if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, param->time_increment_bits);  // fixed_vop_rate
+    if (shape == kShapeRectangular) return parse_rectangular(bs, verid, param);
     const bool scalability = verid != 1 && bs_get_1bit_utility(bs) != 0;
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
@@ -161,11 +143,9 @@ VopHeader parse_vop(bs_utility *bs, const ZevVideoParam &param) {
 // Finds and reads the first VOP header; the arguments are those of the exported functions.
 int32_t find_vop(const uint8_t *data, uint32_t length, const ZevVideoParam *param, const uint32_t *out,
                  VopHeader *vop) {
-    if (data == nullptr || param == nullptr || out == nullptr)
-        return VIDHDR_ERR_INVALID_ARG;
+    if (data == nullptr || param == nullptr || out == nullptr) return VIDHDR_ERR_INVALID_ARG;
     bs_utility bs;
-    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop))
-        return VIDHDR_ERR_NO_VOP;
+    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop)) return VIDHDR_ERR_NO_VOP;
     *vop = parse_vop(&bs, *param);
     return VIDHDR_OK;
 }
@@ -198,8 +178,7 @@ int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_lim
 }  // namespace quorv
 
 int32_t ZEV_MPEG4_GetVideoParam(const uint8_t *data, uint32_t length, ZevVideoParam *param) {
-    if (data == nullptr || param == nullptr)
-        return VIDHDR_ERR_INVALID_ARG;
+    if (data == nullptr || param == nullptr) return VIDHDR_ERR_INVALID_ARG;
     return quorv::mpeg4_find_vol(data, length, length, param);
 }
 
@@ -207,8 +186,7 @@ int32_t ZEV_MPEG4_GetVopType(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *not_coded) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, not_coded, &vop);
-    if (result == VIDHDR_OK)
-        *not_coded = 1 - vop.coded;
+    if (result == VIDHDR_OK) *not_coded = 1 - vop.coded;
     return result;
 }
 
@@ -216,10 +194,8 @@ int32_t ZEV_MPEG4_GetVop_IPB(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *coding_type) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, coding_type, &vop);
-    if (result != VIDHDR_OK)
-        return result;
+    if (result != VIDHDR_OK) return result;
     *coding_type = VIDHDR_VOP_NOT_CODED;
-    if (vop.coded != 0)
-        *coding_type = vop.coding_type;
+    if (vop.coded != 0) *coding_type = vop.coding_type;
     return VIDHDR_OK;
 }

@@ -16,10 +16,8 @@ const uint8_t *find_start_code_portable(const uint8_t *begin, const uint8_t *end
     for (ptrdiff_t ahead = 2; end - one > ahead; ahead = 3) {
         one += ahead;
         one = static_cast<const uint8_t *>(memchr(one, 1, static_cast<size_t>(end - one)));
-        if (one == nullptr)
-            return end;
-        if (one[-1] == 0 && one[-2] == 0)
-            return one - 2;
+        if (one == nullptr) return end;
+        if (one[-1] == 0 && one[-2] == 0) return one - 2;
     }
     return end;
 }
@@ -59,12 +57,10 @@ const uint8_t *find_start_code(const uint8_t *begin, const uint8_t *end) {
     for (; end - p >= kBlock + 2; p += kBlock) {
         const __m128i low = _mm_min_epu8(pair_at(p), pair_at(p + kVector));
         const __m128i high = _mm_min_epu8(pair_at(p + 2 * kVector), pair_at(p + 3 * kVector));
-        if (!has_zero_byte(_mm_min_epu8(low, high)))
-            continue;
+        if (!has_zero_byte(_mm_min_epu8(low, high))) continue;
         for (ptrdiff_t at = 0; at < kBlock; at += kVector) {
             const uint32_t mask = start_code_mask(p + at);
-            if (mask != 0)
-                return p + at + __builtin_ctz(mask);
+            if (mask != 0) return p + at + __builtin_ctz(mask);
         }
     }
     return find_start_code_portable(p, end);
