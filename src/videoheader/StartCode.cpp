@@ -6,6 +6,8 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+
+#include <bit>
 #endif
 
 namespace quorv {
@@ -29,7 +31,7 @@ const uint8_t *find_start_code_portable(const uint8_t *begin, const uint8_t *end
 namespace {
 
 constexpr ptrdiff_t kVector = 16;
-constexpr ptrdiff_t kBlock = 4 * kVector;
+constexpr ptrdiff_t kBlock = 2 * kVector;
 
 __m128i load(const uint8_t *p) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
@@ -57,15 +59,11 @@ const uint8_t *find_start_code(const uint8_t *begin, const uint8_t *end) {
     const uint8_t *p = begin;
     // Two zeros in a row are rare in compressed data, so a block is first tested for them as a whole.
     for (; end - p >= kBlock + 2; p += kBlock) {
-        const __m128i low = _mm_min_epu8(pair_at(p), pair_at(p + kVector));
-        const __m128i high = _mm_min_epu8(pair_at(p + 2 * kVector), pair_at(p + 3 * kVector));
-        if (!has_zero_byte(_mm_min_epu8(low, high)))
+        if (!has_zero_byte(_mm_min_epu8(pair_at(p), pair_at(p + kVector))))
             continue;
-        for (ptrdiff_t at = 0; at < kBlock; at += kVector) {
-            const uint32_t mask = start_code_mask(p + at);
-            if (mask != 0)
-                return p + at + __builtin_ctz(mask);
-        }
+        const uint32_t mask = start_code_mask(p) | start_code_mask(p + kVector) << kVector;
+        if (mask != 0)
+            return p + std::countr_zero(mask);
     }
     return find_start_code_portable(p, end);
 }
