@@ -6,6 +6,8 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+
+#include <bit>
 #endif
 
 namespace quorv {
@@ -16,8 +18,10 @@ const uint8_t *find_start_code_portable(const uint8_t *begin, const uint8_t *end
     for (ptrdiff_t ahead = 2; end - one > ahead; ahead = 3) {
         one += ahead;
         one = static_cast<const uint8_t *>(memchr(one, 1, static_cast<size_t>(end - one)));
-        if (one == nullptr) return end;
-        if (one[-1] == 0 && one[-2] == 0) return one - 2;
+        if (one == nullptr)
+            return end;
+        if (one[-1] == 0 && one[-2] == 0)
+            return one - 2;
     }
     return end;
 }
@@ -27,7 +31,7 @@ const uint8_t *find_start_code_portable(const uint8_t *begin, const uint8_t *end
 namespace {
 
 constexpr ptrdiff_t kVector = 16;
-constexpr ptrdiff_t kBlock = 4 * kVector;
+constexpr ptrdiff_t kBlock = 2 * kVector;
 
 __m128i load(const uint8_t *p) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
@@ -55,13 +59,11 @@ const uint8_t *find_start_code(const uint8_t *begin, const uint8_t *end) {
     const uint8_t *p = begin;
     // Two zeros in a row are rare in compressed data, so a block is first tested for them as a whole.
     for (; end - p >= kBlock + 2; p += kBlock) {
-        const __m128i low = _mm_min_epu8(pair_at(p), pair_at(p + kVector));
-        const __m128i high = _mm_min_epu8(pair_at(p + 2 * kVector), pair_at(p + 3 * kVector));
-        if (!has_zero_byte(_mm_min_epu8(low, high))) continue;
-        for (ptrdiff_t at = 0; at < kBlock; at += kVector) {
-            const uint32_t mask = start_code_mask(p + at);
-            if (mask != 0) return p + at + __builtin_ctz(mask);
-        }
+        if (!has_zero_byte(_mm_min_epu8(pair_at(p), pair_at(p + kVector))))
+            continue;
+        const uint32_t mask = start_code_mask(p) | start_code_mask(p + kVector) << kVector;
+        if (mask != 0)
+            return p + std::countr_zero(mask);
     }
     return find_start_code_portable(p, end);
 }
