@@ -92,6 +92,10 @@ AviBuilder &AviBuilder::frame(uint32_t stream, size_t size, bool key) {
     return frame(stream, payload(stream, items_.size(), size), key);
 }
 
+AviBuilder &AviBuilder::palette(uint32_t stream, uint8_t first, const Bytes &entries) {
+    return add(Item{Item::Palette, stream, entries, false, first});
+}
+
 AviBuilder &AviBuilder::raw(const Bytes &bytes) {
     return add(Item{Item::Raw, 0, bytes});
 }
@@ -108,6 +112,7 @@ void AviBuilder::close(SparseStore &out, uint64_t start) const {
 SparseStore AviBuilder::build() {
     truth_.assign(streams.size(), {});
     clock_.assign(streams.size(), 0);
+    palettes_.assign(streams.size(), {});
     index_position_.assign(streams.size(), 0);
     index_chunks_.assign(streams.size(), {});
     entries_.clear();
@@ -235,6 +240,16 @@ void AviBuilder::write_items(SparseStore &out) {
                 note_frame(item.stream, item, out.size());
                 out.append(chunk(chunk_id(item.stream, streams[item.stream].chunk_type), item.bytes));
                 break;
+            case Item::Palette: {
+                const uint8_t first_entry = static_cast<uint8_t>(item.size);
+                const uint8_t count = static_cast<uint8_t>(item.bytes.size() / 4);  // 256 is written as 0
+                out.append(
+                    chunk(chunk_id(item.stream, "pc"), join({Bytes{first_entry, count, 0, 0}, item.bytes})));
+                palettes_[item.stream].resize(1024);
+                std::copy(item.bytes.begin(), item.bytes.end(),
+                          palettes_[item.stream].begin() + 4 * first_entry);
+                break;
+            }
             case Item::Raw:
                 out.append(item.bytes);
                 break;
@@ -285,14 +300,12 @@ uint32_t AviBuilder::milliseconds(uint32_t stream, uint64_t units) const {
     return static_cast<uint32_t>(ticks / rate * 1000 + ticks % rate * 1000 / rate);
 }
 
-bool AviBuilder::reports_key(uint32_t stream, const Item &item, bool first) const {
-    if (streams[stream].header.type != tag("vids"))
-        return true;
-    if (index == IndexKind::None)
-        return first;
-    // Readers take every entry of the second stream of a legacy index as a key frame.
+// Readers take every entry of the second stream of a legacy index and the first of every video stream as a
+// key frame.
+bool AviBuilder::entry_is_key(uint32_t stream, const Item &item, bool first) const {
     const bool legacy = index == IndexKind::Legacy || index == IndexKind::LegacyAbsolute;
-    return item.key || first || (legacy && stream == 1);
+    return index != IndexKind::None &&
+           (item.key || (legacy && stream == 1) || (first && streams[stream].is_video));
 }
 
 // Appends the pieces that the chunk is delivered in.
@@ -310,11 +323,14 @@ void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position
         TruthFrame frame;
         frame.data.assign(item.bytes.begin() + static_cast<std::ptrdiff_t>(from),
                           item.bytes.begin() + static_cast<std::ptrdiff_t>(from + count));
+        frame.data.insert(frame.data.end(), palettes_[stream].begin(), palettes_[stream].end());
+        palettes_[stream].clear();
         frame.position = position;
         frame.dts = clock_[stream];
+        frame.index_key = from == 0 && entry_is_key(stream, item, frame.dts == 0);
         frame.time_stamp = milliseconds(stream, frame.dts);
         frame.duration = milliseconds(stream, units);
-        frame.key = reports_key(stream, item, frame.dts == 0);
+        frame.key = !s.is_video || frame.index_key || (index == IndexKind::None && frame.dts == 0);
         truth_[stream].push_back(std::move(frame));
         clock_[stream] += units;
     }

@@ -43,6 +43,7 @@ struct TruthFrame {
     uint32_t time_stamp = 0;
     uint32_t duration = 0;
     bool key = false;
+    bool index_key = false;  // the index has a key entry for a chunk that begins here
 };
 
 // What the file holds is given piece by piece, then build() lays it out. Stream numbers count from 0.
@@ -53,6 +54,8 @@ public:
     AviBuilder &frame(uint32_t stream, const Bytes &data, bool key = true);
     // A chunk of made-up bytes of that size.
     AviBuilder &frame(uint32_t stream, size_t size, bool key = true);
+    // A palette change: entries of 4 bytes that replace those from `first` on. The next frame carries it.
+    AviBuilder &palette(uint32_t stream, uint8_t first, const Bytes &entries);
     AviBuilder &raw(const Bytes &bytes);  // bytes of any kind between two chunks
     AviBuilder &junk(uint32_t size);      // a "JUNK" chunk of zeros, which take no memory
     AviBuilder &begin_rec() { return add(Item{Item::BeginRec}); }
@@ -77,7 +80,7 @@ public:
 
 private:
     struct Item {
-        enum Kind { Frame, Raw, Junk, BeginRec, EndRec, Segment } kind;
+        enum Kind { Frame, Palette, Raw, Junk, BeginRec, EndRec, Segment } kind;
         uint32_t stream = 0;
         Bytes bytes = {};
         bool key = false;
@@ -106,7 +109,7 @@ private:
     void close(SparseStore &out, uint64_t start) const;
     void note_frame(uint32_t stream, const Item &item, uint64_t position);
     uint32_t milliseconds(uint32_t stream, uint64_t units) const;
-    bool reports_key(uint32_t stream, const Item &item, bool first) const;
+    bool entry_is_key(uint32_t stream, const Item &item, bool first) const;
     bool is_open_dml() const { return index >= IndexKind::OpenDml; }
 
     std::vector<Item> items_;
@@ -114,6 +117,7 @@ private:
     std::vector<uint64_t> clock_;                        // per stream: frames, or bytes of sampled streams
     std::vector<uint64_t> index_position_;               // per stream: where the "indx" body stands
     std::vector<std::vector<IndexChunk>> index_chunks_;  // per stream
+    std::vector<Bytes> palettes_;                        // per stream: empty, or 1024 bytes to be appended
     std::vector<Entry> entries_, all_entries_;           // of this segment; of the file
     uint64_t media_start_ = 0, index_start_ = 0, riff_start_ = 0, movi_start_ = 0;
 };

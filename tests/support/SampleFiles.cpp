@@ -94,7 +94,7 @@ SampleFile palette_changes() {
     AviStream video = video_stream(tag("MRLE"));
     AviBuilder builder({video});
     builder.frame(0, size_t{20}).frame(0, size_t{21}, false);
-    builder.raw(chunk(tag("00pc"), join({Bytes{2, 2, 0, 0}, Bytes{1, 2, 3, 0, 4, 5, 6, 0}})));
+    builder.palette(0, 2, Bytes{1, 2, 3, 0, 4, 5, 6, 0});
     builder.frame(0, size_t{22}, false).frame(0, size_t{23}, false);
     return finish("palette", std::move(builder));
 }
