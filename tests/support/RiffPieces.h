@@ -66,7 +66,7 @@ struct BitmapHeader {
     uint32_t bit_count = 24;
     uint32_t compression = tag("MJPG");
     uint32_t image_size = 0;
-    Bytes extra;
+    Bytes extra = {};
     Bytes body() const;  // 40 bytes and the extra ones
 };
 
@@ -78,7 +78,7 @@ struct WaveFormat {
     uint32_t block_align = 4;
     uint32_t bits_per_sample = 16;
     uint32_t stated_extra = 0;  // cbSize
-    Bytes extra;
+    Bytes extra = {};
     // The first `size` bytes of the record with cbSize and extra bytes.
     Bytes body(size_t size) const;
 };

@@ -56,6 +56,8 @@ SampleFile motion_jpeg_and_packets() {
                                                         Bytes{0xFF, 0xC4, 0, 3, 9}, Bytes{0xFF, 0xD9}})),
                                chunk(tag("strn"), text("a name")), chunk(tag("vprp"), Bytes(68))});
     AviStream audio = pcm_stream(8000, 48);
+    audio.header.scale = 6;  // milliseconds a packet
+    audio.header.rate = 1000;
     AviBuilder builder({video, audio});
     builder.header_extra = list(tag("INFO"), chunk(tag("ISFT"), text("writer")));
     builder.between = chunk(tag("JUNK"), Bytes(31));
