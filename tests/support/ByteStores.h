@@ -53,6 +53,18 @@ private:
     uint64_t size_ = 0;
 };
 
+// The first bytes of another store, as of a file that was cut off.
+class PrefixStore final : public ByteStore {
+public:
+    PrefixStore(const ByteStore &whole, uint64_t size) : whole_(whole), size_(size) {}
+    uint64_t size() const override { return size_; }
+    void copy(uint64_t position, void *to, size_t count) const override { whole_.copy(position, to, count); }
+
+private:
+    const ByteStore &whole_;
+    const uint64_t size_;
+};
+
 class FileStore final : public ByteStore {
 public:
     explicit FileStore(const std::string &path);  // aborts when the file cannot be opened

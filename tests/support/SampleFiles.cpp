@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "support/BitWriter.h"
+#include "support/VideoHeaders.h"
 
 namespace quorv::test {
 namespace {

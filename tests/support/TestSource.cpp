@@ -96,8 +96,10 @@ SplitterStreamSource TestSource::record() {
         TestSource &s = self(user);
         ++s.closes;
         s.check_stream(stream);
-        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail)
+        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) {
+            ++s.failed_closes;
             return s.faults.code;
+        }
         s.open_ = false;
         return 0;
     };

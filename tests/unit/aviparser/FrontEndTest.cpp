@@ -3,7 +3,7 @@
 #include <quorv/avi_splitter.h>
 #include <string.h>
 
-#include "support/BitWriter.h"
+#include "support/VideoHeaders.h"
 #include "support/FailingAllocator.h"
 #include "unit/aviparser/OpenedAvi.h"
 

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "support/BitWriter.h"
+#include "support/VideoHeaders.h"
 #include "unit/aviparser/OpenedAvi.h"
 
 namespace quorv::test {
