@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "unit/videoheader/BitWriter.h"
+#include "support/BitWriter.h"
 #include "unit/videoheader/GuardedBuffer.h"
 #include "videoheader/H264Header.h"
 

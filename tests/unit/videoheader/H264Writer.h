@@ -9,7 +9,7 @@
 #include <random>
 #include <vector>
 
-#include "unit/videoheader/BitWriter.h"
+#include "support/BitWriter.h"
 
 namespace quorv::test {
 

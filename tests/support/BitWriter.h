@@ -1,6 +1,6 @@
-// Writes bit fields, most significant bit first: the inverse of the reader under test.
-#ifndef QUORV_TESTS_UNIT_VIDEOHEADER_BITWRITER_H
-#define QUORV_TESTS_UNIT_VIDEOHEADER_BITWRITER_H
+// Writes bit fields, most significant bit first.
+#ifndef QUORV_TESTS_SUPPORT_BITWRITER_H
+#define QUORV_TESTS_SUPPORT_BITWRITER_H
 
 #include <bit>
 #include <cstdint>

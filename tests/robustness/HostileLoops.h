@@ -1,0 +1,42 @@
+// Loops that break a file or its source in every place, one after the other, and walk through the whole
+// public interface each time. They take any file of either splitter.
+#ifndef QUORV_TESTS_ROBUSTNESS_HOSTILELOOPS_H
+#define QUORV_TESTS_ROBUSTNESS_HOSTILELOOPS_H
+
+#include "support/SplitterFile.h"
+
+namespace quorv::test {
+
+// What a walk through a file found, as far as two walks can be compared.
+struct WalkResult {
+    uint32_t open_code = 0;
+    size_t tracks = 0;
+    std::vector<FrameRun> runs;  // of each track, from the start
+};
+
+// Opens the file and calls every function on every track. Whatever happens: documented codes only, cleared
+// records, nothing left allocated or open. The source's faults stay in force until it is closed.
+WalkResult walk_file(const SplitterApi &api, TestSource &source);
+
+// The first callback goes wrong, then the second, and so on until none does; once or from then on; as a
+// failure or as a read that delivers nothing.
+void expect_defined_with_failing_callbacks(const SplitterApi &api, const ByteStore &file, uint32_t kind);
+
+// One byte a read, short reads, reads without bytes, and sizes that are not known.
+void expect_defined_with_odd_sources(const SplitterApi &api, const ByteStore &file, uint32_t kind);
+
+// A callback that fails once between Open and the last frame is reported by the call that met it, and the
+// frames are those of an unbroken source. keys: whether their key flags are compared.
+void expect_same_frames_after_transient_failures(const SplitterApi &api, const ByteStore &file, uint32_t kind,
+                                                 bool keys = true);
+
+// The first allocation fails, then the second, and so on; once or from then on.
+void expect_defined_without_memory(const SplitterApi &api, const ByteStore &file, uint32_t kind);
+
+// The file is cut at every byte below 64 KB, then at every 997th. What is read of it is the beginning of
+// what the whole file gives.
+void expect_defined_when_truncated(const SplitterApi &api, const ByteStore &file, uint32_t kind);
+
+}  // namespace quorv::test
+
+#endif

@@ -1,0 +1,88 @@
+// RIFF chunks and the bodies of the AVI header chunks, built from values.
+#ifndef QUORV_TESTS_SUPPORT_RIFFPIECES_H
+#define QUORV_TESTS_SUPPORT_RIFFPIECES_H
+
+#include <stdint.h>
+
+#include <initializer_list>
+#include <string>
+
+#include "support/ByteStores.h"
+
+namespace quorv::test {
+
+// Four characters in file order, as a little-endian reader sees them.
+constexpr uint32_t tag(const char (&text)[5]) {
+    return uint32_t{static_cast<uint8_t>(text[0])} | uint32_t{static_cast<uint8_t>(text[1])} << 8 |
+           uint32_t{static_cast<uint8_t>(text[2])} << 16 | uint32_t{static_cast<uint8_t>(text[3])} << 24;
+}
+
+Bytes le16(uint32_t value);
+Bytes le32(uint32_t value);
+Bytes le64(uint64_t value);
+Bytes text(const std::string &characters);
+Bytes join(std::initializer_list<Bytes> parts);
+
+// A chunk with its pad byte; the second form states a size of its own.
+Bytes chunk(uint32_t id, const Bytes &body);
+Bytes lying_chunk(uint32_t id, uint32_t stated_size, const Bytes &body);
+Bytes list(uint32_t type, const Bytes &body);
+
+struct MainHeader {
+    uint32_t microseconds_per_frame = 40000;
+    uint32_t max_bytes_per_second = 0;
+    uint32_t granularity = 0;
+    uint32_t flags = 0x10;
+    uint32_t total_frames = 0;
+    uint32_t initial_frames = 0;
+    uint32_t streams = 0;
+    uint32_t suggested_buffer = 0;
+    uint32_t width = 64;
+    uint32_t height = 48;
+    Bytes body() const;  // 56 bytes
+};
+
+struct StreamHeader {
+    uint32_t type = tag("vids");
+    uint32_t handler = 0;
+    uint32_t flags = 0;
+    uint32_t priority_and_language = 0;
+    uint32_t initial_frames = 0;
+    uint32_t scale = 1;
+    uint32_t rate = 25;
+    uint32_t start = 0;
+    uint32_t length = 0;
+    uint32_t suggested_buffer = 0;
+    uint32_t quality = 0;
+    uint32_t sample_size = 0;
+    Bytes body() const;  // 56 bytes
+};
+
+struct BitmapHeader {
+    uint32_t header_size = 40;
+    uint32_t width = 64;
+    uint32_t height = 48;
+    uint32_t planes = 1;
+    uint32_t bit_count = 24;
+    uint32_t compression = tag("MJPG");
+    uint32_t image_size = 0;
+    Bytes extra = {};
+    Bytes body() const;  // 40 bytes and the extra ones
+};
+
+struct WaveFormat {
+    uint32_t format_tag = 1;
+    uint32_t channels = 2;
+    uint32_t sample_rate = 8000;
+    uint32_t bytes_per_second = 32000;
+    uint32_t block_align = 4;
+    uint32_t bits_per_sample = 16;
+    uint32_t stated_extra = 0;  // cbSize
+    Bytes extra = {};
+    // The first `size` bytes of the record with cbSize and extra bytes.
+    Bytes body(size_t size) const;
+};
+
+}  // namespace quorv::test
+
+#endif

@@ -1,0 +1,61 @@
+// The few video headers that container tests need in their frames.
+#ifndef QUORV_TESTS_SUPPORT_VIDEOHEADERS_H
+#define QUORV_TESTS_SUPPORT_VIDEOHEADERS_H
+
+#include "support/BitWriter.h"
+#include "support/ByteStores.h"
+
+namespace quorv::test {
+
+// A video object layer of MPEG-4 Part 2, simple profile, as ISO/IEC 14496-2 6.2.3 writes it, with its start
+// code and the stuffing that ends it.
+inline Bytes mpeg4_vol(uint32_t width, uint32_t height, uint32_t ticks_per_second = 25) {
+    BitWriter bits;
+    bits.put(0x120, 32);
+    bits.put(0x001, 1 + 8);  // no random access, simple object
+    bits.put(0, 1);          // no identifier
+    bits.put(1, 4);          // square pixels
+    bits.put(0, 1 + 2);      // no control parameters, rectangular
+    bits.marker();
+    bits.put(ticks_per_second, 16);
+    bits.marker();
+    bits.put(0, 1);  // no fixed rate
+    bits.marker();
+    bits.put(width, 13);
+    bits.marker();
+    bits.put(height, 13);
+    bits.marker();
+    bits.put(0b0100011, 7);  // obmc_disable, complexity_estimation_disable, resync_marker_disable
+    bits.put(0, 2);          // not partitioned, not scalable
+    bits.put(0, 1);
+    while (bits.bit_count() % 8 != 0)
+        bits.put(1, 1);
+    return bits.data();
+}
+
+// Parameter sets of H.264 baseline profile (ITU-T H.264 7.3.2) behind Annex B start codes.
+inline Bytes h264_sps(uint32_t width, uint32_t height) {
+    BitWriter bits;
+    bits.put(1, 32);
+    bits.put(0x6742C00A, 32);  // NAL header, profile 66, constraints, level 1
+    for (const uint32_t value : {0u, 0u, 2u, 1u})
+        bits.ue(value);  // id, frame number bits, order count type, reference frames
+    bits.put(0, 1);
+    bits.ue(width / 16 - 1);
+    bits.ue(height / 16 - 1);
+    bits.put(0b11001, 5);  // whole frames, 8x8 inference, no cropping, no VUI; stop bit
+    return bits.data();
+}
+
+inline Bytes h264_pps() {
+    BitWriter bits;
+    bits.put(1, 32);
+    bits.put(0x68, 8);
+    bits.put(0b1100111000, 10);  // ids 0 and 0, no CABAC, one slice group, one reference each, no weights
+    bits.put(0b1110001, 7);      // offsets 0, no deblocking control; stop bit
+    return bits.data();
+}
+
+}  // namespace quorv::test
+
+#endif

@@ -1,0 +1,256 @@
+// Finding and delivering chunks: what is stepped over, what resynchronises, how chunks are cut into pieces,
+// and where a track ends.
+
+#include "unit/aviparser/OpenedAvi.h"
+
+namespace quorv::test {
+namespace {
+
+TEST(AviPackets, LargeChunksOfSampledAudioComeInPieces) {
+    // Sample sizes of 2 to 31 give pieces of 1024 samples, larger ones pieces of one sample.
+    for (const uint32_t sample_size : {1u, 2u, 4u, 31u, 32u, 4608u}) {
+        SCOPED_TRACE(sample_size);
+        AviBuilder builder({pcm_stream(8000, sample_size)});
+        builder.frame(0, size_t{sample_size} * 5000 / (sample_size > 100 ? 1000 : 1))
+            .frame(0, size_t{sample_size} * 3);
+        OpenedAvi avi(builder);
+        expect_frames(avi.file, avi.builder, 0);
+        ASSERT_EQ(avi.file.reset(), 0u);
+        expect_frames(avi.file, avi.builder, 0);
+    }
+}
+
+// The chunk is longer than the sample size says: the pieces are cut to what is left of it.
+TEST(AviPackets, PieceLargerThanItsChunkIsCut) {
+    AviBuilder builder({pcm_stream(1000, 100)});
+    builder.frame(0, size_t{150}).frame(0, size_t{30});
+    OpenedAvi avi(builder);
+    const FrameRun run = avi.file.read_all(1);
+    ASSERT_EQ(run.frames.size(), 3u);
+    const uint32_t sizes[] = {100, 50, 30}, times[] = {0, 1, 2};
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(run.frames[i].info.size, sizes[i]);
+        EXPECT_EQ(run.frames[i].info.time_stamp, times[i]);
+        EXPECT_EQ(run.frames[i].info.duration, 1u);
+    }
+}
+
+// With two tracks cut into pieces, each continues inside its own chunk.
+TEST(AviPackets, PiecesOfTwoTracksAlternate) {
+    AviBuilder builder({pcm_stream(8000, 4), pcm_stream(8000, 2)});
+    builder.frame(0, size_t{20000}).frame(1, size_t{9000}).frame(0, size_t{5000}).frame(1, size_t{100});
+    OpenedAvi avi(builder);
+    for (size_t i = 0; i < 5; ++i) {
+        for (uint32_t stream = 0; stream < 2; ++stream)
+            expect_frames(avi.file, avi.builder, stream, {.from = i, .count = 1});
+    }
+}
+
+// A buffer too small in the middle of a chunk: the same piece comes again, nothing is lost.
+TEST(AviPackets, TooSmallBufferBetweenPieces) {
+    AviBuilder builder({pcm_stream(8000, 4)});
+    builder.frame(0, size_t{10000}).frame(0, size_t{400});
+    OpenedAvi avi(builder);
+    for (size_t i = 0; i < 4; ++i) {
+        uint8_t byte = 0;
+        SplitterFrameInfo info = {};
+        ASSERT_EQ(kAviSplitter.read_frame(avi.file.handle(), 1, &byte, 1, &info),
+                  uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
+        EXPECT_EQ(info.size, avi.builder.truth(0)[i].data.size());
+        expect_frames(avi.file, avi.builder, 0, {.from = i, .count = 1});
+    }
+}
+
+// A chunk that cannot be what it says gives the size it would need, and nothing is read for it.
+TEST(AviPackets, BlocksAreTimedByTheirNumberRoundedUp) {
+    AviBuilder builder({mp3_stream(8000, 576, 100)});
+    for (const size_t size : {1u, 99u, 100u, 101u, 350u})
+        builder.frame(0, size);
+    OpenedAvi avi(builder);
+    expect_frames(avi.file, avi.builder, 0);
+    EXPECT_EQ(avi.builder.truth(0)[4].time_stamp, 5u * 72);  // 1 + 1 + 1 + 2 blocks before it
+}
+
+struct MediaCase {
+    const char *name;
+    Bytes between;
+};
+
+// Whatever stands between two chunks, the second is found, with its time stamp.
+TEST(AviPackets, WhatIsSteppedOver) {
+    const Bytes other(30, 0x91);
+    const MediaCase cases[] = {
+        {"nothing", {}},
+        {"padding of any value", {0x30}},
+        {"garbage", payload(5, 5, 999)},
+        {"garbage at the limit", Bytes(131072 - 8, 0x80)},
+        {"zeros", Bytes(1000)},
+        {"junk", chunk(tag("JUNK"), other)},
+        {"index chunk", chunk(tag("ix00"), other)},
+        {"index chunk of the other spelling", chunk(tag("00ix"), other)},
+        {"legacy index within", chunk(tag("idx1"), other)},
+        {"RES1", chunk(tag("RES1"), other)},
+        {"record list", list(tag("rec "), chunk(tag("01wb"), other))},
+        {"nested lists", list(tag("rec "), list(tag("abcd"), chunk(tag("01wb"), other)))},
+        {"empty list", list(tag("rec "), {})},
+        {"text of its own stream", chunk(tag("01tx"), other)},
+        {"unknown type of the stream", chunk(tag("00zz"), {})},
+        {"stream that is not declared", chunk(tag("07dc"), Bytes(200000, 0x33))},
+        {"undeclared stream that holds a chunk of ours", chunk(tag("55wb"), chunk(tag("00dc"), other))},
+        {"chunk beyond the media data", join({text("00dc"), le32(0x7FFFFFFF)})},
+        {"chunk of 4 GB", join({text("01wb"), le32(UINT32_MAX)})},
+        {"capital letters", chunk(tag("00DC"), {})},
+        {"letters beyond ASCII", join({text("00"), Bytes{0xFE, 0xFE}, le32(4), other})},
+    };
+    for (const MediaCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        for (const IndexKind index : {IndexKind::None, IndexKind::Legacy}) {
+            AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, index);
+            builder.frame(0, size_t{51}).raw(c.between).frame(0, size_t{52}).frame(0, size_t{53});
+            OpenedAvi avi(builder);
+            ASSERT_EQ(avi.file.open_code, 0u);
+            expect_frames(avi.file, avi.builder, 0);
+        }
+    }
+}
+
+TEST(AviPackets, TooMuchGarbageEndsTheTrackUntilItIsSought) {
+    AviBuilder builder({video_stream(tag("MJPG"))});
+    builder.frame(0, size_t{51}).raw(Bytes(131072 + 64, 0x80)).frame(0, size_t{52});
+    OpenedAvi avi(builder);
+    expect_frames(avi.file, avi.builder, 0, {.count = 1});
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(avi.file.read(1).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    expect_frames(avi.file, avi.builder, 0, {.from = 1});
+}
+
+// Chunks of other tracks cost nothing of the resynchronisation limit.
+TEST(AviPackets, SparseTrackInALongFile) {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, IndexKind::None);
+    builder.frame(1, size_t{40});
+    for (int i = 0; i < 30000; ++i)
+        builder.frame(0, size_t{2});
+    builder.frame(1, size_t{44});
+    OpenedAvi avi(builder);
+    expect_frames(avi.file, avi.builder, 1);
+}
+
+// Compressed and uncompressed frames may alternate at will.
+TEST(AviPackets, ChunkTypesOfOneTrackMayChange) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    for (size_t i = 0; i < 12; ++i) {
+        builder.frame(0, 31 + i);
+        if (i % 5 == 4)
+            builder.raw(chunk(tag("00db"), payload(3, i, 60)));
+    }
+    OpenedAvi avi(builder);
+    const FrameRun run = avi.file.read_all(1);
+    ASSERT_EQ(run.frames.size(), 14u);
+    EXPECT_EQ(run.frames[5].data, payload(3, 4, 60));
+    EXPECT_EQ(run.frames[11].data, payload(3, 9, 60));
+    EXPECT_EQ(run.frames[13].info.time_stamp, 13u * 40);
+}
+
+// Empty chunks deliver nothing and let time go on, at the start, in rows and at the end, for every kind of
+// stream; reading again after a refusal does not count them twice.
+TEST(AviPackets, EmptyChunksAdvanceTime) {
+    for (const AviStream &stream :
+         {video_stream(tag("MJPG")), mp3_stream(8000, 576, 0), mp3_stream(8000, 576, 576), pcm_stream()}) {
+        AviBuilder builder({stream}, IndexKind::None);
+        for (const size_t size : {0u, 40u, 0u, 0u, 44u, 48u, 0u})
+            builder.frame(0, size);
+        OpenedAvi avi(builder);
+        const std::vector<TruthFrame> &truth = avi.builder.truth(0);
+        for (size_t i = 0; i < truth.size(); ++i) {
+            uint8_t byte = 0;
+            SplitterFrameInfo info = {};
+            EXPECT_EQ(kAviSplitter.read_frame(avi.file.handle(), 1, &byte, 1, &info),
+                      uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
+            expect_frames(avi.file, avi.builder, 0, {.from = i, .count = 1, .keys = false});
+        }
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(avi.file.read(1).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    }
+}
+
+// A frame whose end is missing is never handed out.
+TEST(AviPackets, TruncatedFrameIsTheEnd) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{100}).frame(0, size_t{200});
+    const Bytes whole = builder.build().flatten();
+    for (const size_t missing : {1u, 100u, 199u, 200u, 204u, 208u}) {
+        const Bytes cut(whole.begin(), whole.end() - static_cast<std::ptrdiff_t>(missing));
+        for (const bool end_is_success : {false, true}) {
+            OpenedBytes avi(cut, SPLITER_SOURCE_LOCAL, {.end_is_success = end_is_success});
+            const FrameRun run = avi.file.read_all(1);
+            ASSERT_EQ(run.frames.size(), 1u) << missing;
+            EXPECT_EQ(run.frames[0].data, builder.truth(0)[0].data);
+            EXPECT_EQ(run.end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+        }
+    }
+}
+
+TEST(AviPackets, PaletteChanges) {
+    const Bytes all = payload(9, 9, 1024);
+    AviStream video = video_stream(tag("MRLE"));
+    AviBuilder builder({video});
+    builder.palette(0, 0, all).frame(0, size_t{20});
+    builder.frame(0, size_t{21}, false).palette(0, 255, Bytes{1, 2, 3, 4});
+    builder.palette(0, 7, Bytes{5, 6, 7, 8, 9, 10, 11, 12})
+        .frame(0, size_t{0}, false)
+        .frame(0, size_t{22}, false);
+    builder.raw(chunk(tag("00pc"), Bytes(1029)));  // too large for a palette change
+    builder.frame(0, size_t{23}, false);
+    OpenedAvi avi(builder);
+    EXPECT_EQ(avi.builder.truth(0)[0].data.size(), 1044u);
+    expect_frames(avi.file, avi.builder, 0);
+    // The palette needs room: without it the frame is kept, palette and all.
+    ASSERT_EQ(avi.file.reset(), 0u);
+    Bytes buffer(1043);
+    SplitterFrameInfo info = {};
+    EXPECT_EQ(kAviSplitter.read_frame(avi.file.handle(), 1, buffer.data(), 1043, &info),
+              uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
+    EXPECT_EQ(info.size, 1044u);
+    expect_frames(avi.file, avi.builder, 0, {.count = 2});
+}
+
+// More entries than the chunk holds, or than fit behind the first: no byte from elsewhere gets in.
+TEST(AviPackets, PaletteChangesThatLie) {
+    for (const Bytes &body : {Bytes{250, 100, 0, 0, 9, 9, 9, 9}, Bytes{0, 0, 0, 0}, Bytes{0, 1}, Bytes{},
+                              Bytes{5}, join({Bytes{250, 20, 0, 0}, Bytes(80, 9)})}) {
+        AviBuilder builder({video_stream(tag("MRLE"))}, IndexKind::None);
+        builder.frame(0, size_t{20}).raw(chunk(tag("00pc"), body)).frame(0, size_t{21});
+        OpenedAvi avi(builder);
+        const FrameRun run = avi.file.read_all(1);
+        ASSERT_EQ(run.frames.size(), 2u);
+        const Bytes &data = run.frames[1].data;
+        const Bytes &frame = avi.builder.truth(0)[1].data;
+        ASSERT_TRUE(data.size() == frame.size() || data.size() == frame.size() + 1024);
+        EXPECT_TRUE(std::equal(frame.begin(), frame.end(), data.begin()));
+        EXPECT_TRUE(std::all_of(data.begin() + static_cast<std::ptrdiff_t>(frame.size()), data.end(),
+                                [](uint8_t b) { return b == 0 || b == 9; }));
+    }
+}
+
+// The index orders a file whose tracks lie one behind the other.
+TEST(AviPackets, TracksThatAreNotInterleaved) {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
+    for (size_t i = 0; i < 50; ++i)
+        builder.frame(0, 500 + i, i % 10 == 0);
+    builder.junk(100000);
+    for (size_t i = 0; i < 50; ++i)
+        builder.frame(1, size_t{320});
+    OpenedAvi avi(builder);
+    for (size_t i = 0; i < 50; ++i) {
+        for (uint32_t stream = 0; stream < 2; ++stream)
+            expect_frames(avi.file, avi.builder, stream, {.from = i, .count = 1});
+    }
+    uint32_t reached = 0;
+    ASSERT_EQ(avi.file.seek(2, 25 * 10, SPLITER_SEEK_BACKWARD, &reached), 0u);
+    EXPECT_EQ(reached, 250u);
+    expect_frames(avi.file, avi.builder, 1, {.from = 25});
+}
+
+}  // namespace
+}  // namespace quorv::test

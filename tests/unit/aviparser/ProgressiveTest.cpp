@@ -1,0 +1,153 @@
+// Sources whose bytes arrive over time: every call can be made too early and again later, on the same
+// handle, and the file then reads as if it had been there from the start.
+
+#include <quorv/avi_splitter.h>
+
+#include "support/FailingAllocator.h"
+#include "support/SampleFiles.h"
+#include "unit/aviparser/OpenedAvi.h"
+
+namespace quorv::test {
+namespace {
+
+AviBuilder small_file(IndexKind index) {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, index);
+    for (size_t i = 0; i < 6; ++i)
+        builder.frame(0, 40 + i, i % 2 == 0).frame(1, size_t{320});
+    return builder;
+}
+
+TEST(AviProgressive, HttpParamSaysWhetherTheIndexWasRead) {
+    for (const IndexKind index : {IndexKind::None, IndexKind::Legacy}) {
+        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+            AviBuilder builder = small_file(index);
+            const SparseStore bytes = builder.build();
+            TestSource source(bytes, kind);
+            const SplitterStreamSource record = source.record();
+            SplitterHandle handle = nullptr;
+            SplitterHttpParam param = {7, 7};
+            ASSERT_EQ(AVI_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+            EXPECT_EQ(param.index_flag, index == IndexKind::Legacy ? 1u : 0u);
+            EXPECT_EQ(param.reserved, 0u);
+            const SplitterHandle first = handle;
+            ASSERT_EQ(AVI_SPLITER_Open(&record, 1, &handle), 0u);
+            EXPECT_EQ(handle, first);
+            EXPECT_EQ(source.opens, 1u);
+            SplitterFile file(kAviSplitter, handle);
+            for (uint32_t stream = 0; stream < 2; ++stream)
+                expect_frames(file, builder, stream);
+        }
+    }
+}
+
+TEST(AviProgressive, HttpParamReadsALongIndexToItsEnd) {
+    AviBuilder builder({video_stream(tag("MJPG"))});
+    for (size_t i = 0; i < 9000; ++i)
+        builder.frame(0, size_t{2}, i % 100 == 0);
+    const SparseStore bytes = builder.build();
+    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE);
+    const SplitterStreamSource record = source.record();
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param = {};
+    ASSERT_EQ(AVI_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    EXPECT_EQ(param.index_flag, 1u);
+    SplitterFile file(kAviSplitter, handle);
+    const uint64_t before = source.bytes_read;
+    EXPECT_EQ(file.seek(1, 8900 * 40, SPLITER_SEEK_BACKWARD), 0u);
+    EXPECT_EQ(source.bytes_read, before);
+    expect_frames(file, builder, 0, {.from = 8900});
+}
+
+// Called again and again while the bytes come in, with a new handle or with the old one.
+TEST(AviProgressive, OpenSucceedsOnceTheHeaderHasArrived) {
+    for (SampleFile &sample : avi_sample_files()) {
+        SCOPED_TRACE(sample.name);
+        TestSource source(sample.bytes, SPLITER_SOURCE_PROGRESSIVE);
+        const SplitterStreamSource record = source.record();
+        FailingAllocator heap;
+        uint64_t arrived = 0;
+        SplitterHandle handle = nullptr;
+        for (;; arrived += 13) {
+            source.faults.arrived = arrived;
+            const uint32_t code = AVI_SPLITER_Open(&record, 1, &handle);
+            if (code == 0)
+                break;
+            ASSERT_EQ(handle, nullptr);
+            ASSERT_EQ(heap.live_blocks(), 0u);
+            ASSERT_FALSE(source.is_open());
+            ASSERT_LT(arrived, sample.bytes.size());
+        }
+        source.faults.arrived = UINT64_MAX;
+        {
+            SplitterFile file(kAviSplitter, handle);
+            for (uint32_t i = 0; i < sample.builder.streams.size(); ++i) {
+                expect_frames(file, sample.builder, i,
+                              {.stripped = i == 0 ? sample.first_frame_header : 0,
+                               .keys = sample.builder.index < IndexKind::OpenDml});
+            }
+        }
+        EXPECT_EQ(heap.live_blocks(), 0u);
+    }
+}
+
+TEST(AviProgressive, FailedHttpParamIsTriedAgainOnAKeptHandle) {
+    AviBuilder builder = small_file(IndexKind::Legacy);
+    const SparseStore bytes = builder.build();
+    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE);
+    const SplitterStreamSource record = source.record();
+    // Enough for the header, not for the index.
+    source.faults.arrived = builder.media_start() + 100;
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param = {};
+    const uint32_t code = AVI_SPLITER_GetHTTPParam(&record, &param, &handle);
+    EXPECT_TRUE(code == 0 || code == kNotArrived) << code;
+    EXPECT_EQ(param.index_flag, 0u);
+    source.faults.arrived = UINT64_MAX;
+    ASSERT_EQ(AVI_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    EXPECT_EQ(param.index_flag, 1u);
+    SplitterFile file(kAviSplitter, handle);
+    for (uint32_t stream = 0; stream < 2; ++stream)
+        expect_frames(file, builder, stream);
+}
+
+// Frames that have not arrived give the source's code and come when they have; no byte too early, no key
+// flag lost once the index is there.
+TEST(AviProgressive, FramesWaitForTheirBytes) {
+    AviBuilder builder = small_file(IndexKind::Legacy);
+    const SparseStore bytes = builder.build();
+    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE);
+    source.faults.arrived = builder.media_start() + 100;
+    SplitterFile file(kAviSplitter, source.record());
+    ASSERT_EQ(file.open_code, 0u);
+    std::vector<Frame> frames[2];
+    for (uint64_t arrived = builder.media_start(); arrived <= bytes.size(); arrived += 7) {
+        source.faults.arrived = arrived;
+        for (uint32_t stream = 0; stream < 2; ++stream) {
+            for (;;) {
+                Frame frame = file.read(stream + 1);
+                if (frame.code != 0) {
+                    ASSERT_TRUE(frame.code == kNotArrived || frame.code == SPLITER_ERR_END_OF_STREAM)
+                        << frame.code;
+                    break;
+                }
+                frames[stream].push_back(std::move(frame));
+            }
+        }
+    }
+    for (uint32_t stream = 0; stream < 2; ++stream) {
+        const std::vector<TruthFrame> &truth = builder.truth(stream);
+        ASSERT_EQ(frames[stream].size(), truth.size());
+        for (size_t i = 0; i < truth.size(); ++i) {
+            EXPECT_EQ(frames[stream][i].data, truth[i].data);
+            EXPECT_EQ(frames[stream][i].info.time_stamp, truth[i].time_stamp);
+        }
+    }
+    // With the index there, the key flags are the file's.
+    source.faults.arrived = UINT64_MAX;
+    ASSERT_EQ(file.reset(), 0u);
+    for (uint32_t stream = 0; stream < 2; ++stream)
+        expect_frames(file, builder, stream);
+}
+
+}  // namespace
+}  // namespace quorv::test
