@@ -1,0 +1,52 @@
+# Sourced by the scripts beside it: where the project is, installing Debian packages, quiet set-up steps.
+
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+
+say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
+
+die() {
+  say "$*"
+  exit 1
+}
+
+# quietly LOG COMMAND...: runs the command with all its output in LOG, shown only when it fails.
+quietly() {
+  local log=$1
+  shift
+  mkdir -p "$(dirname "$log")"
+  "$@" </dev/null >"$log" 2>&1 && return
+  tail -n 60 "$log" >&2
+  say "failed: $* (whole output: $log)"
+  return 1
+}
+
+# install_packages GROUP...: makes sure that the Debian packages of these groups are installed.
+# QUORV_NO_INSTALL=1 leaves that to the caller.
+install_packages() {
+  [ -z "${QUORV_NO_INSTALL:-}" ] || return 0
+  local wanted missing as_root=() name
+  wanted=$(awk -v groups=" $* " '!/^#/ && NF == 2 && index(groups, " " $1 " ") { print $2 }' \
+    "$top/scripts/packages.txt" | sort -u)
+  command -v apt-get >/dev/null ||
+    die "no apt-get here: install what Debian calls" $wanted "and run again with QUORV_NO_INSTALL=1"
+  missing=$(for name in $wanted; do
+    case $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) in
+      installed*) ;;
+      *) echo "$name" ;;
+    esac
+  done)
+  [ -n "$missing" ] || return 0
+
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || die "run once as root to install these packages:" $missing
+    as_root=(sudo)
+  fi
+  say "installing Debian packages:" $missing
+  local log
+  log=$(mktemp "${TMPDIR:-/tmp}/quorv-apt.XXXXXX")
+  quietly "$log" "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update || exit 1
+  quietly "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends $missing || exit 1
+  rm -f "$log"
+}
