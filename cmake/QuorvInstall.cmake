@@ -24,7 +24,7 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/quorv.pc.in" "${PROJECT_BINARY_DIR}/qu
 install(FILES "${PROJECT_BINARY_DIR}/quorv.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
-if(QUORV_BUILD_TOOL)
+if(TARGET quorv_tool)
   cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
   set_target_properties(quorv_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
