@@ -55,31 +55,33 @@ uint32_t stamp_to_ms(const AviTrack &track, int64_t timestamp) {
 }
 
 // A key frame of an audio track may lie well before the wanted time. Moves on over whole pieces as long as
-// the next one begins no later than that, and stays on the last piece of the track.
-uint32_t refine_audio(AviContext *context, AviTrack *track, uint32_t reached, uint32_t wanted) {
+// the next one begins no later than that, and stays on the last piece of the track. Returns the time reached.
+uint32_t refine_audio(AviContext *context, AviTrack *track, uint32_t key_time, uint32_t wanted) {
     const Place key_frame = remember(*track);
-    Place piece_start = key_frame;
-    const AviStreamState &state = *track->state;
+    AviStreamState &state = *track->state;
+    Place piece = key_frame;
+    uint32_t piece_time = key_time;
     for (bool first = true;; first = false) {
+        const Place before = remember(*track);
         int64_t empty_duration = 0;
-        const bool new_chunk = !avi_in_chunk(*track);
         const uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration);
         if (code != SPLITER_OK) {
-            restore(track, code == SPLITER_ERR_END_OF_STREAM ? piece_start : key_frame);
-            return stamp_to_ms(*track, state.frame_offset);
+            const bool at_end = code == SPLITER_ERR_END_OF_STREAM;
+            restore(track, at_end ? piece : key_frame);
+            return at_end ? piece_time : key_time;
         }
+        // What the next read does from here: it meets the empty chunks in front of this piece again.
+        piece = before;
         const int64_t start = state.frame_offset + empty_duration;
         const int64_t end = start + avi_piece_duration(state, avi_piece_size(state));
-        const uint32_t end_ms = stamp_to_ms(*track, end);
-        const bool near = first && (wanted - reached) / 2 <= end_ms - stamp_to_ms(*track, start);
-        if (near || end_ms > wanted) {
-            // The frame offset does not count the empty chunks yet: the next read meets them again.
-            if (new_chunk) track->chunk_state = kAviNoChunk;
-            return stamp_to_ms(*track, start);
+        const uint32_t end_time = stamp_to_ms(*track, end);
+        piece_time = stamp_to_ms(*track, start);
+        const bool near = first && wanted - key_time <= 2 * uint64_t{end_time - piece_time};
+        if (near || end_time > wanted) {
+            restore(track, piece);
+            return piece_time;
         }
-        piece_start = remember(*track);
-        if (new_chunk) piece_start.chunk_state = kAviNoChunk;
-        track->state->frame_offset = start;
+        state.frame_offset = start;
         avi_take_piece(track);
     }
 }
