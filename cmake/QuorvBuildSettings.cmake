@@ -23,3 +23,9 @@ if(QUORV_SANITIZE)
   add_compile_options(-fsanitize=${QUORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QUORV_SANITIZE})
 endif()
+
+# The fuzzer's view of what an input reached; only the harnesses link its main function.
+if(QUORV_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()

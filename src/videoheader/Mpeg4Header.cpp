@@ -2,6 +2,7 @@
 
 #include "videoheader/Mpeg4Header.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "videoheader/StartCode.h"
@@ -28,10 +29,11 @@ constexpr uint32_t kShapeBinaryOnly = 2;
 constexpr uint32_t kSpriteStatic = 1;
 constexpr uint32_t kSpriteGmc = 2;
 constexpr uint32_t kExtendedAspectRatio = 15;
+constexpr uint32_t kMaxIncrementBits = 16;
 
 struct VopHeader {
     uint32_t coding_type;
-    uint32_t coded;
+    bool coded;
 };
 
 // Opens the reader behind the first start code from `first` to `last` that begins within the first
@@ -45,7 +47,8 @@ bool open_behind_start_code(bs_utility *bs, const uint8_t *data, uint32_t length
     const uint8_t *p = data;
     while (p < window_end) {
         p = find_start_code(p, window_end);
-        if (p == window_end || end - p < kStartCodeBytes) return false;
+        if (p == window_end || end - p < kStartCodeBytes)
+            return false;
         const uint8_t code = p[3];
         p += kStartCodeBytes;
         if (code >= first && code <= last) {
@@ -56,16 +59,26 @@ bool open_behind_start_code(bs_utility *bs, const uint8_t *data, uint32_t length
     return false;
 }
 
+bool read_flag(bs_utility *bs) {
+    return bs_get_1bit_utility(bs) != 0;
+}
+
+void skip_marker(bs_utility *bs) {
+    bs_skip_bits_utility(bs, 1);
+}
+
 uint32_t time_increment_bits(uint32_t resolution) {
     return resolution < 2 ? 1 : static_cast<uint32_t>(std::bit_width(resolution - 1));
 }
 
 void skip_vol_control_parameters(bs_utility *bs) {
-    bs_skip_bits_utility(bs, 3);  // chroma_format, low_delay
-    if (bs_get_1bit_utility(bs) == 0) return;
-    bs_skip_32bits_utility(bs);  // vbv_parameters: 79 bits
+    bs_skip_bits_utility(bs, 2 + 1);  // chroma_format, low_delay
+    const bool vbv_parameters = read_flag(bs);
+    if (!vbv_parameters)
+        return;
     bs_skip_32bits_utility(bs);
-    bs_skip_bits_utility(bs, 15);
+    bs_skip_32bits_utility(bs);
+    bs_skip_bits_utility(bs, 79 - 64);
 }
 
 void skip_sprite(bs_utility *bs, uint32_t sprite_enable) {
@@ -74,79 +87,112 @@ void skip_sprite(bs_utility *bs, uint32_t sprite_enable) {
         for (int field = 0; field < 4; ++field)
             bs_skip_bits_utility(bs, 13 + 1);
     }
-    if (sprite_enable == kSpriteStatic || sprite_enable == kSpriteGmc) {
+    if (sprite_enable == kSpriteStatic || sprite_enable == kSpriteGmc)
         bs_skip_bits_utility(bs, 6 + 2 + 1);  // warping points, accuracy, brightness change
-    }
-    if (sprite_enable == kSpriteStatic) bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
+    if (sprite_enable == kSpriteStatic)
+        bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
 }
 
 void skip_quantisation(bs_utility *bs) {
-    if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
-    if (bs_get_1bit_utility(bs) == 0) return;                           // quant_type
+    const bool not_8_bit = read_flag(bs);
+    if (not_8_bit)
+        bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
+    const bool quant_type = read_flag(bs);
+    if (!quant_type)
+        return;
     uint8_t matrix[64];
-    if (bs_get_1bit_utility(bs) != 0) mpeg4_read_quant_matrix(bs, matrix);  // intra
-    if (bs_get_1bit_utility(bs) != 0) mpeg4_read_quant_matrix(bs, matrix);  // nonintra
+    for (int kind = 0; kind < 2; ++kind) {  // intra, nonintra
+        const bool load_matrix = read_flag(bs);
+        if (load_matrix)
+            mpeg4_read_quant_matrix(bs, matrix);
+    }
 }
 
-// The fields of a rectangular layer from the size on.
+// The size of a rectangular layer and, behind it, the tools, of which some are refused.
 int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param) {
-    bs_skip_bits_utility(bs, 1);
+    skip_marker(bs);
     param->width = bs_get_bits_utility(bs, 13);
-    bs_skip_bits_utility(bs, 1);
+    skip_marker(bs);
     param->height = bs_get_bits_utility(bs, 13);
-    bs_skip_bits_utility(bs, 1 + 1);                                  // marker, interlaced
-    if (bs_get_1bit_utility(bs) == 0) return VIDHDR_ERR_UNSUPPORTED;  // obmc_disable
-    skip_sprite(bs, bs_get_bits_utility(bs, verid == 1 ? 1 : 2));
+    skip_marker(bs);
+    bs_skip_bits_utility(bs, 1);  // interlaced
+    const bool obmc_disable = read_flag(bs);
+    if (!obmc_disable)
+        return VIDHDR_ERR_UNSUPPORTED;
+    const uint32_t sprite_enable = bs_get_bits_utility(bs, verid == 1 ? 1 : 2);
+    skip_sprite(bs, sprite_enable);
     skip_quantisation(bs);
-    if (verid != 1) bs_skip_bits_utility(bs, 1);                      // quarter_sample
-    if (bs_get_1bit_utility(bs) == 0) return VIDHDR_ERR_UNSUPPORTED;  // complexity_estimation_disable
-    bs_skip_bits_utility(bs, 1);                                      // resync_marker_disable
-    if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, 1);    // data_partitioned: reversible_vlc
+    if (verid != 1)
+        bs_skip_bits_utility(bs, 1);  // quarter_sample
+    const bool complexity_estimation_disable = read_flag(bs);
+    if (!complexity_estimation_disable)
+        return VIDHDR_ERR_UNSUPPORTED;
+    bs_skip_bits_utility(bs, 1);  // resync_marker_disable
+    const bool data_partitioned = read_flag(bs);
+    if (data_partitioned)
+        bs_skip_bits_utility(bs, 1);  // reversible_vlc
     if (verid != 1) {
-        if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, 2 + 1);  // newpred_enable
-        if (bs_get_1bit_utility(bs) != 0) return VIDHDR_ERR_UNSUPPORTED;    // reduced_resolution_vop_enable
+        const bool newpred_enable = read_flag(bs);
+        if (newpred_enable)
+            bs_skip_bits_utility(bs, 2 + 1);  // requested_upstream_message_type, newpred_segment_type
+        const bool reduced_resolution_vop_enable = read_flag(bs);
+        if (reduced_resolution_vop_enable)
+            return VIDHDR_ERR_UNSUPPORTED;
     }
-    return bs_get_1bit_utility(bs) != 0 ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;  // scalability
+    const bool scalability = read_flag(bs);
+    return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
 
 int32_t parse_vol(bs_utility *bs, ZevVideoParam *param) {
     bs_skip_bits_utility(bs, 1 + 8);  // random_accessible_vol, video_object_type_indication
     uint32_t verid = 1;
-    if (bs_get_1bit_utility(bs) != 0) {
+    const bool is_object_layer_identifier = read_flag(bs);
+    if (is_object_layer_identifier) {
         verid = bs_get_bits_utility(bs, 4);
         bs_skip_bits_utility(bs, 3);  // video_object_layer_priority
     }
-    if (bs_get_bits_utility(bs, 4) == kExtendedAspectRatio) bs_skip_bits_utility(bs, 8 + 8);
-    if (bs_get_1bit_utility(bs) != 0) skip_vol_control_parameters(bs);
+    const uint32_t aspect_ratio_info = bs_get_bits_utility(bs, 4);
+    if (aspect_ratio_info == kExtendedAspectRatio)
+        bs_skip_bits_utility(bs, 8 + 8);  // par_width, par_height
+    const bool vol_control_parameters = read_flag(bs);
+    if (vol_control_parameters)
+        skip_vol_control_parameters(bs);
     const uint32_t shape = bs_get_bits_utility(bs, 2);
-    if (shape != kShapeRectangular && shape != kShapeBinaryOnly) return VIDHDR_ERR_UNSUPPORTED;
-    bs_skip_bits_utility(bs, 1);
+    if (shape != kShapeRectangular && shape != kShapeBinaryOnly)
+        return VIDHDR_ERR_UNSUPPORTED;
+    skip_marker(bs);
     param->time_increment_bits = time_increment_bits(bs_get_16bits_utility(bs));
-    bs_skip_bits_utility(bs, 1);
-    if (bs_get_1bit_utility(bs) != 0) bs_skip_bits_utility(bs, param->time_increment_bits);  // fixed_vop_rate
-    if (shape == kShapeRectangular) return parse_rectangular(bs, verid, param);
-    const bool scalability = verid != 1 && bs_get_1bit_utility(bs) != 0;
+    skip_marker(bs);
+    const bool fixed_vop_rate = read_flag(bs);
+    if (fixed_vop_rate)
+        bs_skip_bits_utility(bs, param->time_increment_bits);
+    if (shape == kShapeRectangular)
+        return parse_rectangular(bs, verid, param);
+    const bool scalability = verid != 1 && read_flag(bs);
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
 
-VopHeader parse_vop(bs_utility *bs, const ZevVideoParam &param) {
+VopHeader parse_vop(bs_utility *bs, uint32_t increment_bits) {
     const uint32_t coding_type = bs_get_bits_utility(bs, 2);
-    while (bs_get_1bit_utility(bs) != 0) {
-        // modulo_time_base: one bit a second; zeros follow the data, so this ends
+    // modulo_time_base, one bit a second; zeros follow the data, so this ends.
+    while (read_flag(bs)) {
     }
-    bs_skip_bits_utility(bs, 1);
-    bs_skip_bits_utility(bs, param.time_increment_bits < 16 ? param.time_increment_bits : 16);
-    bs_skip_bits_utility(bs, 1);
-    return {coding_type, bs_get_1bit_utility(bs)};
+    skip_marker(bs);
+    bs_skip_bits_utility(bs, std::min(increment_bits, kMaxIncrementBits));
+    skip_marker(bs);
+    const bool coded = read_flag(bs);
+    return {coding_type, coded};
 }
 
 // Finds and reads the first VOP header; the arguments are those of the exported functions.
 int32_t find_vop(const uint8_t *data, uint32_t length, const ZevVideoParam *param, const uint32_t *out,
                  VopHeader *vop) {
-    if (data == nullptr || param == nullptr || out == nullptr) return VIDHDR_ERR_INVALID_ARG;
+    if (data == nullptr || param == nullptr || out == nullptr)
+        return VIDHDR_ERR_INVALID_ARG;
     bs_utility bs;
-    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop)) return VIDHDR_ERR_NO_VOP;
-    *vop = parse_vop(&bs, *param);
+    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop))
+        return VIDHDR_ERR_NO_VOP;
+    *vop = parse_vop(&bs, param->time_increment_bits);
     return VIDHDR_OK;
 }
 
@@ -178,7 +224,8 @@ int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_lim
 }  // namespace quorv
 
 int32_t ZEV_MPEG4_GetVideoParam(const uint8_t *data, uint32_t length, ZevVideoParam *param) {
-    if (data == nullptr || param == nullptr) return VIDHDR_ERR_INVALID_ARG;
+    if (data == nullptr || param == nullptr)
+        return VIDHDR_ERR_INVALID_ARG;
     return quorv::mpeg4_find_vol(data, length, length, param);
 }
 
@@ -186,7 +233,8 @@ int32_t ZEV_MPEG4_GetVopType(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *not_coded) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, not_coded, &vop);
-    if (result == VIDHDR_OK) *not_coded = 1 - vop.coded;
+    if (result == VIDHDR_OK)
+        *not_coded = vop.coded ? 0 : 1;
     return result;
 }
 
@@ -194,8 +242,10 @@ int32_t ZEV_MPEG4_GetVop_IPB(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *coding_type) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, coding_type, &vop);
-    if (result != VIDHDR_OK) return result;
+    if (result != VIDHDR_OK)
+        return result;
     *coding_type = VIDHDR_VOP_NOT_CODED;
-    if (vop.coded != 0) *coding_type = vop.coding_type;
+    if (vop.coded)
+        *coding_type = vop.coding_type;
     return VIDHDR_OK;
 }
