@@ -104,15 +104,18 @@ AviBuilder &AviBuilder::junk(uint32_t size) {
     return add(Item{Item::Junk, 0, {}, false, size});
 }
 
-// Writes the size of the chunk whose size field stands at start; the chunk ends here.
+// Writes the size of the chunk whose size field stands at start; the chunk ends here, padded.
 void AviBuilder::close(SparseStore &out, uint64_t start) const {
     out.patch(start, le32(static_cast<uint32_t>(out.size() - start - 4)));
+    if (out.size() % 2 != 0)
+        out.append(Bytes(1));
 }
 
 SparseStore AviBuilder::build() {
     truth_.assign(streams.size(), {});
     clock_.assign(streams.size(), 0);
-    palettes_.assign(streams.size(), {});
+    palettes_.assign(streams.size(), Bytes(1024));
+    palette_changed_.assign(streams.size(), false);
     index_position_.assign(streams.size(), 0);
     index_chunks_.assign(streams.size(), {});
     entries_.clear();
@@ -245,7 +248,7 @@ void AviBuilder::write_items(SparseStore &out) {
                 const uint8_t count = static_cast<uint8_t>(item.bytes.size() / 4);  // 256 is written as 0
                 out.append(
                     chunk(chunk_id(item.stream, "pc"), join({Bytes{first_entry, count, 0, 0}, item.bytes})));
-                palettes_[item.stream].resize(1024);
+                palette_changed_[item.stream] = true;
                 std::copy(item.bytes.begin(), item.bytes.end(),
                           palettes_[item.stream].begin() + 4 * first_entry);
                 break;
@@ -323,8 +326,9 @@ void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position
         TruthFrame frame;
         frame.data.assign(item.bytes.begin() + static_cast<std::ptrdiff_t>(from),
                           item.bytes.begin() + static_cast<std::ptrdiff_t>(from + count));
-        frame.data.insert(frame.data.end(), palettes_[stream].begin(), palettes_[stream].end());
-        palettes_[stream].clear();
+        if (palette_changed_[stream])
+            frame.data.insert(frame.data.end(), palettes_[stream].begin(), palettes_[stream].end());
+        palette_changed_[stream] = false;
         frame.position = position;
         frame.dts = clock_[stream];
         frame.index_key = from == 0 && entry_is_key(stream, item, frame.dts == 0);

@@ -117,7 +117,8 @@ private:
     std::vector<uint64_t> clock_;                        // per stream: frames, or bytes of sampled streams
     std::vector<uint64_t> index_position_;               // per stream: where the "indx" body stands
     std::vector<std::vector<IndexChunk>> index_chunks_;  // per stream
-    std::vector<Bytes> palettes_;                        // per stream: empty, or 1024 bytes to be appended
+    std::vector<Bytes> palettes_;                        // per stream: 1024 bytes
+    std::vector<bool> palette_changed_;                  // per stream: the next frame carries it
     std::vector<Entry> entries_, all_entries_;           // of this segment; of the file
     uint64_t media_start_ = 0, index_start_ = 0, riff_start_ = 0, movi_start_ = 0;
 };

@@ -3,8 +3,8 @@
 #include <quorv/avi_splitter.h>
 #include <string.h>
 
-#include "support/VideoHeaders.h"
 #include "support/FailingAllocator.h"
+#include "support/VideoHeaders.h"
 #include "unit/aviparser/OpenedAvi.h"
 
 namespace quorv::test {
@@ -283,7 +283,7 @@ TEST(AviMpeg4, FirstFrameMustCarryTheLayerHeader) {
     const Bytes vol = mpeg4_vol(64, 48);
     const Bytes vop = join({Bytes{0, 0, 1, 0xB6, 0x10}, payload(0, 1, 40)});
     const Bytes with_vol = join({vol, vop});
-    const Bytes late_vol = join({Bytes(252, 0xFF), vol, vop});
+    const Bytes late_vol = join({Bytes(256, 0xFF), vol, vop});
     const Bytes vol_in_time = join({Bytes(240, 0xFF), vol, vop});
     struct Case {
         const char *name;

@@ -61,9 +61,6 @@ TEST(AviIndex, EntriesMarkKeyFrames) {
           {"00dc", 0x10, 24, 12},
           {"00dc", 0, 44, 12}},
          "KK-"},
-        {"the same chunk twice",
-         {{"00dc", 0x10, 4, 12}, {"00dc", 0x10, 4, 12}, {"00dc", 0x10, 24, 12}, {"00dc", 0, 44, 12}},
-         "K-K"},
         {"index shorter than the media data", {{"00dc", 0x10, 4, 12}, {"00dc", 0x10, 24, 12}}, "KK-"},
     };
     for (const auto &[name, entries, expected] : cases) {
@@ -72,6 +69,28 @@ TEST(AviIndex, EntriesMarkKeyFrames) {
             OpenedBytes avi(file_with_index(four_chunks(), entries), kind);
             EXPECT_EQ(key_flags(avi.file, 1), expected);
         }
+    }
+}
+
+// An entry that repeats its predecessor's position is not added but takes its time. While a progressive
+// source plays, such an index leads the reading, with its time stamps.
+TEST(AviIndex, RepeatedEntriesTakeTheirTime) {
+    const Bytes bytes = file_with_index(
+        four_chunks(),
+        {{"00dc", 0x10, 4, 12}, {"00dc", 0x10, 4, 12}, {"00dc", 0x10, 24, 12}, {"00dc", 0, 44, 12}});
+    const std::pair<uint32_t, std::vector<uint32_t>> cases[] = {{SPLITER_SOURCE_LOCAL, {0, 40, 80}},
+                                                                {SPLITER_SOURCE_PROGRESSIVE, {0, 80, 120}}};
+    for (const auto &[kind, times] : cases) {
+        OpenedBytes avi(bytes, kind);
+        const FrameRun run = avi.file.read_all(1);
+        ASSERT_EQ(run.frames.size(), times.size());
+        for (size_t i = 0; i < times.size(); ++i) {
+            EXPECT_EQ(run.frames[i].info.time_stamp, times[i]);
+            EXPECT_EQ(run.frames[i].info.key_frame, times[i] == 0 || times[i] == 80 ? 1u : 0u);
+        }
+        uint32_t reached = 0;
+        EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_BACKWARD, &reached), 0u);
+        EXPECT_EQ(reached, 80u);
     }
 }
 

@@ -96,10 +96,10 @@ TEST_P(SampleFilesTest, TooSmallBufferKeepsTheFrame) {
         size_t stripped = i == 0 ? sample.first_frame_header : 0;
         for (size_t n = 0; n < sample.builder.truth(i).size(); ++n) {
             const TruthFrame &truth = sample.builder.truth(i)[n];
-            Bytes buffer(truth.data.size() - 1);
+            Bytes buffer(truth.data.size());
             SplitterFrameInfo info = {1, 1, 1, 1, 1, 1};
             ASSERT_EQ(kAviSplitter.read_frame(file.handle(), i + 1, buffer.data(),
-                                              static_cast<uint32_t>(buffer.size()), &info),
+                                              static_cast<uint32_t>(buffer.size() - 1), &info),
                       uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
             EXPECT_EQ(info.size, truth.data.size());
             EXPECT_EQ(info.time_stamp | info.duration | info.key_frame | info.reserved1 | info.reserved2, 0u);
