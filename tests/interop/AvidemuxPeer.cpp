@@ -1,0 +1,98 @@
+// Runs the receiver and reads what it wrote; see the header.
+
+#include "interop/AvidemuxPeer.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "interop/RealSamples.h"
+
+namespace quorv::test {
+namespace {
+
+constexpr int kNotInstalled = 77;
+
+// A folder of its own for every run: tests run side by side.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "quorv-interop-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr)
+            throw std::runtime_error("no temporary folder");
+        path_ = name;
+    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    TemporaryFolder(const TemporaryFolder &) = delete;
+    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+    const std::filesystem::path &path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+PeerTrack load_track(const std::filesystem::path &frames, const std::filesystem::path &bytes) {
+    PeerTrack track;
+    std::ifstream lines(frames);
+    std::getline(lines, track.caps);
+    const Bytes all = contents_of(bytes);
+    auto next = all.begin();
+    PeerFrame frame;
+    int64_t pts = 0, size = 0;
+    while (lines >> frame.dts >> pts >> frame.duration >> size >> frame.key) {
+        if (size > all.end() - next)
+            throw std::runtime_error("the receiver wrote fewer bytes than it lists");
+        frame.data.assign(next, next + size);
+        next += size;
+        track.frames.push_back(frame);
+    }
+    return track;
+}
+
+}  // namespace
+
+std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &path, std::string *why_not) {
+    const std::string program = QUORV_AVIDEMUX_FRAMES;
+    if (program.empty()) {
+        *why_not = "built without GStreamer's development files";
+        return {};
+    }
+    const TemporaryFolder folder;
+    const std::string command = "'" + program + "' '" + path + "' '" + folder.path().string() + "'";
+    const int status = system(command.c_str());
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNotInstalled) {
+        *why_not = "GStreamer's avidemux is not installed";
+        return {};
+    }
+    if (status != 0)
+        throw std::runtime_error("failed: " + command);
+    std::map<std::string, PeerTrack> tracks;
+    for (const auto &entry : std::filesystem::directory_iterator(folder.path())) {
+        const std::filesystem::path &file = entry.path();
+        if (file.extension() == ".frames")
+            tracks[file.stem().string()] =
+                load_track(file, std::filesystem::path(file).replace_extension(".bytes"));
+    }
+    return tracks;
+}
+
+int PeerTrack::caps_number(const std::string &field) const {
+    const std::string pattern = " " + field + "=(int)";
+    const size_t at = caps.find(pattern);
+    return at == std::string::npos ? -1 : atoi(caps.c_str() + at + pattern.size());
+}
+
+FrameRate PeerTrack::frame_rate() const {
+    const size_t at = caps.find(" framerate=(fraction)");
+    FrameRate result;
+    if (at != std::string::npos)
+        sscanf(caps.c_str() + at, " framerate=(fraction)%u/%u", &result.rate, &result.scale);
+    return result;
+}
+
+}  // namespace quorv::test

@@ -1,0 +1,85 @@
+// The table of the real files; see the header. The numbers are those of the script's command lines.
+
+#include "interop/RealSamples.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace quorv::test {
+
+const std::vector<RealSample> kRealSamples = {
+    {"committed-h264-mp3", {{"264 ", 75}, {"mp3 ", 0, 128000}}, 25},
+    {"h264-mp3", {{"264 ", 75}, {"mp3 ", 0, 128000}}, 25},
+    {"h264-baseline-video-only", {{"264 ", 60}}, 12},
+    {"h264-high-bframes-30000-1001", {{"264 ", 90}, {"mp3 ", 0, 96000}}, 30},
+    {"h264-long-key-distance", {{"264 ", 600}}, 250},
+    {"h264-two-audio-tracks", {{"264 ", 50}, {"mp3 ", 0, 64000}, {"pcm ", 50, 352800}}, 25},
+    {"h264-mp3-large", {{"264 ", 75}, {"mp3 ", 0, 192000}}, 20},
+    {"h264-two-index-blocks", {{"264 ", 6000}}, 100},
+    {"h264-mp3-vbr", {{"264 ", 50}, {"mp3 ", 0}}, 25},
+    {"mjpeg-pcm", {{"mjpg", 50}, {"pcm ", 50, 1411200}}, 1},
+    {"mjpeg-video-only-30000-1001", {{"mjpg", 90}}, 1},
+    {"raw-i420-pcm8", {{"", 30}, {"pcm ", 20, 64000}}, 1},
+    {"raw-yuy2", {{"", 25}}, 1},
+    {"raw-bgr-odd-width", {{"", 25}}, 1},
+    {"audio-only-mp3", {{"mp3 ", 0, 128000}}},
+    {"audio-only-pcm", {{"pcm ", 25, 1411200}}},
+    {"audio-only-pcm24-mono", {{"pcm ", 20, 384000}}},
+    {"audio-only-pcm32-8-channels", {{"", 20, 2048000}}},
+    {"audio-only-alaw", {{"", 20, 64000}}},
+    {"audio-only-mp2", {{"mp2 ", 60, 192000}}},
+    {"mpeg4-simple", {{"xvid", 60}}, 15},
+    {"mpeg4-bframes", {{"xvid", 60}}},
+    {"mpeg4-packed-bframes", {{"xvid", 0}}},
+    {"mpeg4-qpel-gmc-matrices", {{"dx50", 50}}, 25},
+    {"mpeg4-interlaced-30000-1001", {{"xvid", 60}}, 25},
+    {"mpeg4-long-key-distance", {{"xvid", 400}}, 300},
+    {"mpeg4-bframes-remuxed", {{"divx", 60}}},
+};
+
+namespace {
+
+// The script's line about a file that it could not make, or nothing.
+std::string skip_line(const std::string &name) {
+    std::ifstream skipped(QUORV_SAMPLES_FOLDER "/skipped");
+    for (std::string line; std::getline(skipped, line);) {
+        if (line.compare(0, name.size() + 1, name + ":") == 0)
+            return line;
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string path_of(const RealSample &sample, std::string *why_not) {
+    const std::string name = sample.name;
+    const std::string path = name == "committed-h264-mp3"
+                                 ? std::string(QUORV_SOURCE_FOLDER "/samples/h264-mp3.avi")
+                                 : QUORV_SAMPLES_FOLDER "/" + name + ".avi";
+    *why_not = skip_line(name);
+    if (!why_not->empty())
+        return {};
+    if (!std::filesystem::exists(path))
+        throw std::runtime_error(path + " is missing: the test interop/make-samples makes it");
+    return path;
+}
+
+Bytes contents_of(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string case_name(const RealSample &sample) {
+    std::string name = sample.name;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+void PrintTo(const RealSample &sample, std::ostream *out) {
+    *out << sample.name;
+}
+
+}  // namespace quorv::test

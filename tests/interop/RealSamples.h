@@ -1,0 +1,50 @@
+// The real AVI files that samples/make-samples.sh makes, and what is known about them from the way they are
+// made.
+#ifndef QUORV_TESTS_INTEROP_REALSAMPLES_H
+#define QUORV_TESTS_INTEROP_REALSAMPLES_H
+
+#include <stdint.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "support/ByteStores.h"
+
+namespace quorv::test {
+
+struct RealTrack {
+    const char *codec;      // as GetTrackInfo gives it; "" when it is not a known one
+    size_t chunks;          // chunks of the track in the file; 0: the encoder decides
+    uint32_t bit_rate = 0;  // of audio, bits a second; 0: the encoder decides
+};
+
+struct RealSample {
+    const char *name;
+    std::vector<RealTrack> tracks;  // in file order; video comes first
+    // Distance of the video track's key frames; 0: the encoder decides.
+    size_t key_distance = 0;
+};
+
+extern const std::vector<RealSample> kRealSamples;
+
+// Where the sample stands. When it could not be made, because something it needs is not installed, this is
+// empty and *why_not says what.
+std::string path_of(const RealSample &sample, std::string *why_not);
+
+Bytes contents_of(const std::string &path);
+
+// For the names of test cases.
+std::string case_name(const RealSample &sample);
+void PrintTo(const RealSample &sample, std::ostream *out);
+
+}  // namespace quorv::test
+
+// Ends the test as skipped when the sample could not be made; declares its path otherwise.
+#define QUORV_SAMPLE_PATH(path, sample)                 \
+    std::string why_not;                                \
+    const std::string path = path_of(sample, &why_not); \
+    if (path.empty())                                   \
+    GTEST_SKIP() << why_not
+
+#endif
