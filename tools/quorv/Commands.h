@@ -1,0 +1,35 @@
+// The tool's commands. Each adds itself to the command line; the one that the user chose leaves its action.
+#ifndef QUORV_TOOLS_QUORV_COMMANDS_H
+#define QUORV_TOOLS_QUORV_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+
+#include "Failure.h"
+#include "OutputStream.h"
+
+namespace quorv::tool {
+
+// What is shared by the commands of one run.
+struct Session {
+    CLI::App &app;
+    OutputStream &out;                 // standard output
+    std::function<ExitCode()> action;  // of the chosen command
+};
+
+void add_info_command(Session &session);
+void add_frames_command(Session &session);
+void add_extract_command(Session &session);
+
+// Does the work on one input file. A Failure ends it with a line on standard error that names the file;
+// failures to write are no matter of the input and pass.
+ExitCode run_on_file(OutputStream &out, const std::string &file, const std::function<void()> &work);
+
+// How messages call an input.
+std::string input_name(const std::string &file);
+
+}  // namespace quorv::tool
+
+#endif

@@ -1,0 +1,53 @@
+// What the formats have in common, and the choice among them.
+
+#include "Container.h"
+
+#include "Failure.h"
+#include "Format.h"
+#include "SplitterContainer.h"
+
+namespace quorv::tool {
+
+uint32_t Track::codec() const {
+    return video() ? video()->codec : audio() ? audio()->codec : 0;
+}
+
+uint32_t Track::duration() const {
+    return video() ? video()->duration : audio() ? audio()->duration : 0;
+}
+
+uint32_t Track::max_frame_size() const {
+    return video() ? video()->max_frame_size : audio() ? audio()->max_frame_size : 0;
+}
+
+const Track &Container::readable_track(uint32_t number) const {
+    const size_t count = tracks().size();
+    if (number == 0 || number > count)
+        throw Failure(ExitCode::Usage, "no track " + std::to_string(number) + ": the file has " +
+                                           std::to_string(count) + (count == 1 ? " track" : " tracks"));
+    const Track &track = tracks()[number - 1];
+    if (!track.is_readable())
+        throw Failure(ExitCode::BadFile, "track " + std::to_string(number) +
+                                             " is neither video nor audio: its frames cannot be read");
+    return track;
+}
+
+std::unique_ptr<Container> open_container(FileSource &file) {
+    if (file.head().empty())
+        throw Failure(ExitCode::BadFile, "the file is empty");
+    switch (find_format(file.head())) {
+        case Format::Avi:
+            file.make_seekable();
+            return open_avi(file);
+        case Format::Asf:
+            throw Failure(ExitCode::BadFile, "ASF files are not supported");
+        case Format::Mp3:
+            throw Failure(ExitCode::BadFile, "MP3 files are not supported");
+        case Format::Unknown:
+            break;
+    }
+    throw Failure(ExitCode::BadFile, looks_like_text(file.head()) ? "not a media file: it holds text"
+                                                                  : "not a media file of a known format");
+}
+
+}  // namespace quorv::tool

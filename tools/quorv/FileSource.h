@@ -1,0 +1,79 @@
+// A file of the user as the splitters' stream source: any number of readers, each with its own position.
+#ifndef QUORV_TOOLS_QUORV_FILESOURCE_H
+#define QUORV_TOOLS_QUORV_FILESOURCE_H
+
+#include <quorv/splitter.h>
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quorv::tool {
+
+// A file descriptor with one owner.
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : number_(number) {}
+    Descriptor(Descriptor &&other) noexcept : number_(other.release()) {}
+    Descriptor &operator=(Descriptor &&other) noexcept;
+    ~Descriptor();
+
+    int get() const { return number_; }
+    int release();
+
+private:
+    int number_ = -1;
+};
+
+class FileReader;
+
+class FileSource {
+public:
+    // Opens the file, or standard input for "-", and reads its first bytes. Throws Failure.
+    explicit FileSource(const std::string &path);
+    ~FileSource();
+    FileSource(const FileSource &) = delete;
+    FileSource &operator=(const FileSource &) = delete;
+
+    // The first bytes, as many as there are up to a few kilobytes.
+    std::span<const uint8_t> head() const { return head_; }
+    // Copies a pipe to a temporary file; until then only head() is known of it.
+    void make_seekable();
+    uint64_t size() const { return size_; }
+    // Whether a file's fstat is that of this one.
+    bool is_same_file(const struct stat &other) const;
+    // Reads at a position, fewer bytes only at the end of the file.
+    size_t read_at(uint64_t position, std::span<uint8_t> to);
+
+    // The record for Open; this object must outlive the splitter.
+    SplitterStreamSource callbacks();
+    // The system's error number of the first failed read, 0 when there was none. The splitters swallow
+    // failures where they can go on without the bytes.
+    int first_error() const { return first_error_; }
+    // Where the latest read ended, for the display of progress.
+    uint64_t progress() const { return progress_; }
+
+private:
+    friend class FileReader;
+    size_t read_some(uint64_t position, uint8_t *to, size_t count);
+    void open_path(const std::string &path);
+    void read_head();
+
+    Descriptor file_;
+    bool seekable_ = true;
+    struct stat identity_ = {};
+    uint64_t size_ = 0;
+    uint64_t progress_ = 0;
+    int first_error_ = 0;
+    std::vector<uint8_t> head_;
+    std::vector<std::unique_ptr<FileReader>> readers_;
+};
+
+}  // namespace quorv::tool
+
+#endif

@@ -1,0 +1,132 @@
+// quorv info: the tracks of files.
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "Commands.h"
+#include "Container.h"
+#include "Text.h"
+#include "TrackJson.h"
+
+namespace quorv::tool {
+
+namespace {
+
+struct InfoOptions {
+    std::vector<std::string> files;
+    bool json = false;
+};
+
+const std::vector<Column> kColumns = {
+    {"track", true}, {"type"},           {"codec"},           {"duration", true},
+    {"format"},      {"bit rate", true}, {"max frame", true}, {"codec data", true},
+    {"seekable"},
+};
+
+std::string type_name(uint32_t type) {
+    switch (type) {
+        case SPLITER_TRACK_VIDEO:
+            return "video";
+        case SPLITER_TRACK_AUDIO:
+            return "audio";
+        case SPLITER_TRACK_TEXT:
+            return "text";
+        default:
+            return "other";
+    }
+}
+
+std::string bit_rate_text(uint32_t bits_per_second) {
+    return bits_per_second == 0 ? "" : std::to_string((uint64_t{bits_per_second} + 500) / 1000) + " kbit/s";
+}
+
+std::string format_text(const Track &track) {
+    if (const SplitterVideoInfo *video = track.video())
+        return std::to_string(video->width) + "x" + std::to_string(video->height) + ", " +
+               std::to_string(video->frame_rate) + " fps";
+    const SplitterAudioInfo &audio = *track.audio();
+    return std::to_string(audio.sample_rate) + " Hz, " + std::to_string(audio.channels) +
+           (audio.channels == 1 ? " channel, " : " channels, ") + std::to_string(audio.bits_per_sample) +
+           " bits";
+}
+
+std::vector<std::string> track_row(const Track &track) {
+    std::vector<std::string> row = {std::to_string(track.number), type_name(track.type)};
+    row.resize(kColumns.size());
+    if (!track.is_readable())
+        return row;
+    const uint32_t bit_rate = track.audio() ? track.audio()->bit_rate : track.video()->max_bitrate;
+    row[2] = track.codec() == 0 ? "unknown" : fourcc_text(track.codec());
+    row[3] = time_text(track.duration());
+    row[4] = format_text(track);
+    row[5] = bit_rate_text(bit_rate);
+    row[6] = size_text(track.max_frame_size());
+    row[7] = track.codec_data.empty() ? "" : size_text(track.codec_data.size());
+    row[8] = track.seekable ? "yes" : "no";
+    return row;
+}
+
+std::string upper_case(std::string_view name) {
+    std::string text(name);
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    return text;
+}
+
+void write_text(OutputStream &out, const std::string &name, const FileSource &file, Container &container) {
+    uint32_t duration = 0;
+    std::vector<std::vector<std::string>> rows;
+    for (const Track &track : container.tracks()) {
+        duration = std::max(duration, track.duration());
+        rows.push_back(track_row(track));
+    }
+    const Style style = style_for(out);
+    out.write(style.strong);
+    out.write(printable(input_name(name)));
+    out.write(style.end);
+    out.write(": " + upper_case(container.format()) + ", " + time_text(duration) + ", " +
+              size_text(file.size()) + "\n");
+    write_table(out, kColumns, rows);
+}
+
+ExitCode run(OutputStream &out, const InfoOptions &options) {
+    ExitCode worst = ExitCode::Ok;
+    bool first = true;
+    for (const std::string &name : options.files) {
+        const ExitCode code = run_on_file(out, name, [&] {
+            FileSource file(name);
+            const std::unique_ptr<Container> container = open_container(file);
+            if (options.json) {
+                out.write(file_json(name, *container) + "\n");
+            } else {
+                if (!std::exchange(first, false))
+                    out.write("\n");
+                write_text(out, name, file, *container);
+            }
+            if (const std::string damage = container->damage(); !damage.empty())
+                throw Failure(ExitCode::BadFile, damage);
+        });
+        worst = std::max(worst, code);
+    }
+    return worst;
+}
+
+}  // namespace
+
+void add_info_command(Session &session) {
+    auto options = std::make_shared<InfoOptions>();
+    CLI::App *command = session.app.add_subcommand("info", "List the tracks of media files");
+    command->add_option("FILE", options->files, "Files, or - for standard input")->required();
+    command->add_flag("--json", options->json, "One JSON object a file, each on a line");
+    command->footer(
+        "Examples:\n"
+        "  quorv info holiday.avi\n"
+        "  quorv info --json *.avi | jq '.tracks[] | select(.type == \"vide\")'\n"
+        "\n"
+        "Codecs are four characters; one that cannot be printed is shown as a number (0x00FFFFFF).");
+    command->callback(
+        [&session, options] { session.action = [&session, options] { return run(session.out, *options); }; });
+}
+
+}  // namespace quorv::tool

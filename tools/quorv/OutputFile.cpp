@@ -1,0 +1,159 @@
+// A file that appears under its name only when it is complete; see the header.
+
+#include "OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#include "Failure.h"
+
+namespace quorv::tool {
+
+namespace {
+
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
+
+// The path of the temporary file, for the signal handler; empty when there is none.
+char unfinished[PATH_MAX];
+
+extern "C" void remove_unfinished(int signal_number) {
+    unlink(unfinished);
+    std::signal(signal_number, SIG_DFL);
+    std::raise(signal_number);
+}
+
+void handle_ending_signals(void (*handler)(int)) {
+    for (const int number : kEndingSignals) {
+        // What was ignored when the tool was started, as by nohup, stays so.
+        if (std::signal(number, handler) == SIG_IGN)
+            std::signal(number, SIG_IGN);
+    }
+}
+
+std::string resolve(const std::string &path) {
+    char resolved[PATH_MAX];
+    return realpath(path.c_str(), resolved) != nullptr ? resolved : path;
+}
+
+mode_t default_mode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+}  // namespace
+
+class TemporaryFile {
+public:
+    // In the folder of the target, as only a file of the same file system can take its name at once.
+    explicit TemporaryFile(const std::string &target)
+        : path_(target.substr(0, target.find_last_of('/') + 1) + ".quorv-XXXXXX") {
+        descriptor_ = mkostemp(path_.data(), O_CLOEXEC);
+        if (descriptor_ < 0 || path_.size() >= sizeof unfinished)
+            return;
+        std::memcpy(unfinished, path_.c_str(), path_.size() + 1);
+        handle_ending_signals(remove_unfinished);
+    }
+    ~TemporaryFile() {
+        if (descriptor_ >= 0)
+            unlink(path_.c_str());
+        forget();
+    }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+
+    // The caller closes it. Negative when there is no file, with the reason in errno.
+    int descriptor() const { return descriptor_; }
+    bool rename_to(const std::string &target) {
+        if (::rename(path_.c_str(), target.c_str()) != 0)
+            return false;
+        descriptor_ = -1;
+        forget();
+        return true;
+    }
+
+private:
+    static void forget() {
+        handle_ending_signals(SIG_DFL);
+        unfinished[0] = '\0';
+    }
+
+    std::string path_;
+    int descriptor_ = -1;
+};
+
+OutputFile::OutputFile(const std::string &path, const FileSource &input)
+    : name_(path), target_(resolve(path)), stream_(STDOUT_FILENO, "standard output") {
+    if (path == "-") {
+        struct stat existing = {};
+        if (stream_.is_terminal())
+            throw Failure(ExitCode::Usage,
+                          "the output is not for a terminal: give a file, or a pipe to read it");
+        if (fstat(STDOUT_FILENO, &existing) == 0 && S_ISREG(existing.st_mode) && input.is_same_file(existing))
+            throw Failure(ExitCode::Usage, "the output would overwrite this file");
+        return;
+    }
+    open(input);
+    if (file_.get() < 0)
+        throw WriteFailure(path, errno);
+    stream_ = OutputStream(file_.get(), path);
+}
+
+OutputFile::~OutputFile() = default;
+
+// Leaves no descriptor behind, and the reason in errno, when the system refuses.
+void OutputFile::open(const FileSource &input) {
+    struct stat existing = {};
+    replaces_ = stat(target_.c_str(), &existing) == 0;
+    if (!replaces_) {
+        make_temporary(nullptr);
+    } else if (input.is_same_file(existing)) {
+        throw Failure(ExitCode::Usage, "the output would overwrite this file");
+    } else if (!S_ISREG(existing.st_mode)) {
+        file_ = Descriptor(::open(target_.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+    } else if (access(target_.c_str(), W_OK) == 0) {
+        // A file that is read-only stays, although its folder would let it be replaced.
+        make_temporary(&existing);
+    }
+}
+
+void OutputFile::make_temporary(const struct stat *existing) {
+    temporary_ = std::make_unique<TemporaryFile>(target_);
+    file_ = Descriptor(temporary_->descriptor());
+    if (file_.get() < 0)
+        return;
+    // File systems without owners or modes refuse; the file is then the user's own and private.
+    if (existing != nullptr && fchown(file_.get(), existing->st_uid, existing->st_gid) != 0)
+        errno = 0;
+    if (fchmod(file_.get(), existing != nullptr ? existing->st_mode & 07777 : default_mode()) != 0)
+        errno = 0;
+}
+
+void OutputFile::finish() {
+    stream_.flush();
+    if (file_.get() < 0)
+        return;
+    // An earlier file goes only once its successor is on the disk.
+    if (temporary_ && replaces_ && fsync(file_.get()) != 0)
+        throw WriteFailure(name_, errno);
+    if (::close(file_.release()) != 0)
+        throw WriteFailure(name_, errno);
+    if (temporary_ && !temporary_->rename_to(target_))
+        throw WriteFailure(name_, errno);
+}
+
+bool OutputFile::finish_without_replacing() {
+    if (temporary_ && replaces_)
+        return false;
+    finish();
+    return true;
+}
+
+}  // namespace quorv::tool

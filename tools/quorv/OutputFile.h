@@ -1,0 +1,46 @@
+// A file that appears under its name only when it is complete: until then, and after a failure, what was
+// there before stays as it was.
+#ifndef QUORV_TOOLS_QUORV_OUTPUTFILE_H
+#define QUORV_TOOLS_QUORV_OUTPUTFILE_H
+
+#include <memory>
+#include <string>
+
+#include "FileSource.h"
+#include "OutputStream.h"
+
+namespace quorv::tool {
+
+// Gone when this object is, and when the process is interrupted, unless it got another name. One at a time.
+class TemporaryFile;
+
+class OutputFile {
+public:
+    // "-" is standard output. Devices and pipes are written directly, as there is nothing to keep. Refuses
+    // the input itself, and a terminal. Throws Failure.
+    OutputFile(const std::string &path, const FileSource &input);
+    ~OutputFile();
+    OutputFile(const OutputFile &) = delete;
+    OutputFile &operator=(const OutputFile &) = delete;
+
+    OutputStream &stream() { return stream_; }
+    // Gives the file its name, in place of an earlier file of that name.
+    void finish();
+    // The same for an incomplete result: false, and nothing done, when it would replace an earlier file.
+    bool finish_without_replacing();
+
+private:
+    void open(const FileSource &input);
+    void make_temporary(const struct stat *existing);
+
+    std::string name_;    // as the user wrote it
+    std::string target_;  // where symbolic links lead
+    std::unique_ptr<TemporaryFile> temporary_;
+    Descriptor file_;
+    OutputStream stream_;
+    bool replaces_ = false;
+};
+
+}  // namespace quorv::tool
+
+#endif

@@ -1,0 +1,40 @@
+// Buffered bytes to a file descriptor: the tool's standard output, or a file it writes.
+#ifndef QUORV_TOOLS_QUORV_OUTPUTSTREAM_H
+#define QUORV_TOOLS_QUORV_OUTPUTSTREAM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorv::tool {
+
+class OutputStream {
+public:
+    // Does not own the descriptor. The name is for messages.
+    OutputStream(int descriptor, std::string name);
+
+    // Throw WriteFailure, or OutputClosed when the reader of a pipe has gone.
+    void write(std::string_view text);
+    void write(std::span<const uint8_t> bytes);
+    void flush();
+
+    uint64_t written() const { return written_; }
+    int descriptor() const { return descriptor_; }
+    bool is_terminal() const;
+
+private:
+    void write_out(const char *bytes, size_t count);
+
+    int descriptor_;
+    std::string name_;
+    std::vector<char> buffer_;
+    size_t used_ = 0;
+    uint64_t written_ = 0;
+};
+
+}  // namespace quorv::tool
+
+#endif

@@ -1,0 +1,162 @@
+// A container behind one of the library's splitters; see the header.
+
+#include "SplitterContainer.h"
+
+#include <quorv/avi_splitter.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "AviCompleteness.h"
+#include "Failure.h"
+
+namespace quorv::tool {
+
+namespace {
+
+constexpr uint64_t kFirstCapacity = 256 * 1024;
+// A frame may carry a palette of that size which the file holds in a shorter form.
+constexpr uint64_t kPaletteBytes = 1024;
+
+const Splitter kAvi = {
+    "avi",
+    AVI_SPLITER_Open,
+    AVI_SPLITER_EnumTrack,
+    AVI_SPLITER_GetTrackInfo,
+    AVI_SPLITER_GetConfig,
+    AVI_SPLITER_ReadFrame,
+    AVI_SPLITER_Seek,
+    AVI_SPLITER_IsSeekable,
+    AVI_SPLITER_Close,
+    find_avi_damage,
+};
+
+}  // namespace
+
+SplitterContainer::SplitterContainer(const Splitter &splitter, FileSource &file)
+    : splitter_(splitter), file_(file) {
+    const SplitterStreamSource source = file_.callbacks();
+    const uint32_t code = splitter_.open(&source, 1, &handle_);
+    if (code != SPLITER_OK)
+        fail(code, "cannot be opened");
+    try {
+        list_tracks();
+    } catch (...) {
+        splitter_.close(handle_);
+        throw;
+    }
+}
+
+SplitterContainer::~SplitterContainer() {
+    splitter_.close(handle_);
+}
+
+void SplitterContainer::list_tracks() {
+    SplitterTrackList list = {};
+    const uint32_t code = splitter_.enum_track(handle_, &list);
+    check_reads();
+    if (code == SPLITER_ERR_UNSUPPORTED)
+        throw Failure(ExitCode::BadFile, "no tracks: the file's header is damaged or cut short");
+    if (code != SPLITER_OK)
+        fail(code, "its tracks cannot be listed");
+    for (const SplitterTrackEntry &entry : std::span(list.entries, list.count))
+        tracks_.push_back(describe(entry));
+    check_reads();
+}
+
+Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
+    Track track;
+    track.number = entry.track;
+    track.type = entry.type;
+    const auto get_info = [&]<typename Info>(Info info) {
+        const uint32_t code = splitter_.get_track_info(handle_, entry.track, &info, sizeof info);
+        if (code != SPLITER_OK)
+            fail(code, "track " + std::to_string(entry.track) + " cannot be described");
+        track.info = info;
+    };
+    if (entry.type == SPLITER_TRACK_VIDEO) {
+        get_info(SplitterVideoInfo{});
+    } else if (entry.type == SPLITER_TRACK_AUDIO) {
+        get_info(SplitterAudioInfo{});
+    } else {
+        return track;
+    }
+
+    SplitterTrackData data = {};
+    data.track = entry.track;
+    uint32_t size = sizeof data;
+    const uint32_t code = splitter_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size);
+    if (code != SPLITER_OK)
+        fail(code, "the codec data of track " + std::to_string(entry.track) + " cannot be read");
+    track.codec_data = {static_cast<const uint8_t *>(data.data), data.length};
+    track.seekable = splitter_.is_seekable(handle_, entry.track) == 1;
+    return track;
+}
+
+bool SplitterContainer::read_frame(const Track &track, Frame &frame) {
+    if (capacity_ == 0)
+        grow_buffer(track.number, 0);
+    SplitterFrameInfo info = {};
+    uint32_t code = 0;
+    while ((code = splitter_.read_frame(handle_, track.number, buffer_.get(), capacity_, &info)) ==
+           SPLITER_ERR_BUFFER_TOO_SMALL)
+        grow_buffer(track.number, info.size);
+    check_reads();
+    if (code == SPLITER_ERR_END_OF_STREAM)
+        return false;
+    if (code != SPLITER_OK)
+        fail(code, "a frame of track " + std::to_string(track.number) + " cannot be read");
+    frame = {{buffer_.get(), info.size}, info.time_stamp, info.duration, info.key_frame != 0};
+    return true;
+}
+
+// The contents are not kept: the frame that did not fit is read again.
+void SplitterContainer::grow_buffer(uint32_t track, uint64_t wanted) {
+    const uint64_t largest = std::min<uint64_t>(file_.size() + kPaletteBytes, UINT32_MAX);
+    if (capacity_ != 0 && (wanted <= capacity_ || wanted > largest))
+        throw Failure(ExitCode::BadFile, "a frame of track " + std::to_string(track) + " claims " +
+                                             std::to_string(wanted) + " bytes, more than the file holds");
+    capacity_ = static_cast<uint32_t>(std::min(std::max(wanted + wanted / 4, kFirstCapacity), largest));
+    buffer_.reset();
+    buffer_ = std::make_unique_for_overwrite<uint8_t[]>(capacity_);
+}
+
+SeekResult SplitterContainer::seek(const Track &track, uint32_t time, SeekMode mode) {
+    const auto try_mode = [&](uint32_t splitter_mode) {
+        uint32_t reached = time;
+        const uint32_t code = splitter_.seek(handle_, track.number, &reached, splitter_mode);
+        check_reads();
+        if (code != SPLITER_OK && code != SPLITER_ERR_END_OF_STREAM && code != SPLITER_ERR_UNSUPPORTED)
+            fail(code, "track " + std::to_string(track.number) + " cannot be positioned");
+        return code == SPLITER_OK;
+    };
+    if (try_mode(mode == SeekMode::Next ? SPLITER_SEEK_FORWARD : SPLITER_SEEK_BACKWARD))
+        return SeekResult::Found;
+    // Where there is an index, one of the two directions leads to a key frame.
+    return try_mode(mode == SeekMode::Next ? SPLITER_SEEK_BACKWARD : SPLITER_SEEK_FORWARD)
+               ? SeekResult::NoKeyFrame
+               : SeekResult::NoIndex;
+}
+
+// The splitters go on after a failed read where they can, so a success may hide one.
+void SplitterContainer::check_reads() const {
+    if (file_.first_error() != 0)
+        throw io_failure(file_.first_error());
+}
+
+void SplitterContainer::fail(uint32_t code, const std::string &doing) const {
+    check_reads();
+    if (code == SPLITER_ERR_NO_MEMORY)
+        throw Failure(ExitCode::Io, "out of memory");
+    char number[16];
+    std::snprintf(number, sizeof number, "0x%X", code);
+    throw Failure(ExitCode::BadFile,
+                  doing + (code == SPLITER_ERR_BAD_FORMAT ? ": the file is damaged"
+                                                          : std::string(" (result ") + number + ")"));
+}
+
+std::unique_ptr<Container> open_avi(FileSource &file) {
+    return std::make_unique<SplitterContainer>(kAvi, file);
+}
+
+}  // namespace quorv::tool

@@ -1,0 +1,99 @@
+// How numbers, names and tables look to people; see the header.
+
+#include "Text.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace quorv::tool {
+
+std::string time_text(uint32_t milliseconds) {
+    const uint32_t seconds = milliseconds / 1000, minutes = seconds / 60;
+    char text[24];
+    std::snprintf(text, sizeof text, "%u:%02u:%02u.%03u", minutes / 60, minutes % 60, seconds % 60,
+                  milliseconds % 1000);
+    return text;
+}
+
+std::string size_text(uint64_t bytes) {
+    if (bytes < 1000)
+        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+    static constexpr const char *kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
+    size_t unit = 0;
+    auto value = static_cast<double>(bytes) / 1000;
+    for (; value >= 999.95; ++unit)
+        value /= 1000;
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f %s", value, kUnits[unit]);
+    return text;
+}
+
+std::string fourcc_text(uint32_t fourcc) {
+    if (fourcc == 0)
+        return {};
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        text += static_cast<char>(fourcc >> shift & 0xFF);
+    if (std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; }))
+        return text;
+    char number[12];
+    std::snprintf(number, sizeof number, "0x%08X", fourcc);
+    return number;
+}
+
+std::string printable(std::string_view name) {
+    std::string text(name);
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7F; }, '?');
+    return text;
+}
+
+Style style_for(const OutputStream &out) {
+    const char *terminal = std::getenv("TERM");
+    const char *no_colour = std::getenv("NO_COLOR");
+    if (!out.is_terminal() || terminal == nullptr || std::strcmp(terminal, "dumb") == 0 ||
+        (no_colour != nullptr && *no_colour != '\0'))
+        return {};
+    return {"\033[1m", "\033[2m", "\033[0m"};
+}
+
+void write_table(OutputStream &out, const std::vector<Column> &columns,
+                 const std::vector<std::vector<std::string>> &rows) {
+    std::vector<size_t> widths(columns.size(), 0);
+    for (const auto &row : rows) {
+        for (size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], row[i].size());
+    }
+    const auto write_row = [&](const auto &cell_text) {
+        std::string line;
+        for (size_t i = 0; i < columns.size(); ++i) {
+            if (widths[i] == 0)
+                continue;
+            const std::string_view text = cell_text(i);
+            const size_t pad = std::max(widths[i], columns[i].title.size()) - text.size();
+            line.append("  ").append(columns[i].right_aligned ? pad : 0, ' ').append(text);
+            line.append(columns[i].right_aligned ? 0 : pad, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        return line;
+    };
+    const Style style = style_for(out);
+    out.write(style.faint);
+    out.write(write_row([&](size_t i) { return columns[i].title; }));
+    out.write(style.end);
+    out.write("\n");
+    for (const auto &row : rows)
+        out.write(write_row([&](size_t i) { return std::string_view(row[i]); }) + "\n");
+}
+
+void complain(std::string_view name, std::string_view reason) {
+    const std::string line = "quorv: " + printable(name) + ": " + std::string(reason) + "\n";
+    // Nothing is left to do when this fails.
+    [[maybe_unused]] const ssize_t put = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+}  // namespace quorv::tool

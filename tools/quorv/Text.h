@@ -1,0 +1,44 @@
+// How numbers, names and tables look to people.
+#ifndef QUORV_TOOLS_QUORV_TEXT_H
+#define QUORV_TOOLS_QUORV_TEXT_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "OutputStream.h"
+
+namespace quorv::tool {
+
+// "1:02:03.004"
+std::string time_text(uint32_t milliseconds);
+// "1.2 MB"
+std::string size_text(uint64_t bytes);
+
+// Four characters; "" for 0; as "0x00FFFFFF" when one of them cannot be printed.
+std::string fourcc_text(uint32_t fourcc);
+
+// A file's name as it is safe to print: control characters become '?'.
+std::string printable(std::string_view name);
+
+// Escape sequences that emphasise text; empty when the output is no terminal, or the user wants none.
+struct Style {
+    std::string_view strong, faint, end;
+};
+Style style_for(const OutputStream &out);
+
+struct Column {
+    std::string_view title;
+    bool right_aligned = false;
+};
+// Aligned columns, two blanks apart and indented by two. Columns without any text are left out.
+void write_table(OutputStream &out, const std::vector<Column> &columns,
+                 const std::vector<std::vector<std::string>> &rows);
+
+// "quorv: NAME: REASON" on standard error, as one line.
+void complain(std::string_view name, std::string_view reason);
+
+}  // namespace quorv::tool
+
+#endif

@@ -1,0 +1,16 @@
+// A file's description for programs.
+#ifndef QUORV_TOOLS_QUORV_TRACKJSON_H
+#define QUORV_TOOLS_QUORV_TRACKJSON_H
+
+#include <string>
+
+#include "Container.h"
+
+namespace quorv::tool {
+
+// One object on one line, without the line's end.
+std::string file_json(const std::string &name, const Container &container);
+
+}  // namespace quorv::tool
+
+#endif

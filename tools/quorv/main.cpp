@@ -1,0 +1,112 @@
+// The command line: hands the arguments to the commands, and their outcome to the shell.
+
+#include <fcntl.h>
+#include <quorv/version.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+#include <new>
+
+#include "Commands.h"
+#include "Text.h"
+
+namespace quorv::tool {
+
+std::string input_name(const std::string &file) {
+    return file == "-" ? "standard input" : file;
+}
+
+ExitCode run_on_file(OutputStream &out, const std::string &file, const std::function<void()> &work) {
+    const auto report = [&](const char *reason, ExitCode code) {
+        out.flush();
+        complain(input_name(file), reason);
+        return code;
+    };
+    try {
+        work();
+        return ExitCode::Ok;
+    } catch (const WriteFailure &) {
+        throw;
+    } catch (const Failure &failure) {
+        return report(failure.what(), failure.code);
+    } catch (const std::bad_alloc &) {
+        return report("out of memory", ExitCode::Io);
+    }
+}
+
+namespace {
+
+std::string version_text() {
+    return "quorv " + std::to_string(QUORV_VERSION_MAJOR) + "." + std::to_string(QUORV_VERSION_MINOR) + "." +
+           std::to_string(QUORV_VERSION_PATCH);
+}
+
+// A file opened while one of the three is closed would take its number, and output meant for a person would
+// end up in it. What is opened here fails when it is used, as the closed one does.
+void hold_standard_streams() {
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(number, F_GETFD) == -1)
+            static_cast<void>(::open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+    }
+}
+
+void describe(CLI::App &app) {
+    app.description("Takes media files apart: lists tracks and frames, extracts streams.");
+    app.set_version_flag("--version", version_text());
+    app.require_subcommand(1);
+    app.footer(
+        "Examples:\n"
+        "  quorv info holiday.avi\n"
+        "  quorv frames holiday.avi --track 1 --json --md5\n"
+        "  quorv extract holiday.avi --track 2 -o holiday.mp3\n"
+        "\n"
+        "'quorv COMMAND --help' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
+        "supported, 2 wrong usage, 3 the file or the output could not be read or written.");
+}
+
+ExitCode run(int argc, char **argv, OutputStream &out) {
+    CLI::App app("", "quorv");
+    Session session{app, out, {}};
+    describe(app);
+    add_info_command(session);
+    add_frames_command(session);
+    add_extract_command(session);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        out.write(app.help());
+        return ExitCode::Ok;
+    } catch (const CLI::CallForVersion &) {
+        out.write(version_text() + "\n");
+        return ExitCode::Ok;
+    } catch (const CLI::ParseError &error) {
+        std::cerr << "quorv: " << printable(error.what()) << " (try 'quorv --help')\n";
+        return ExitCode::Usage;
+    }
+    return session.action();
+}
+
+}  // namespace
+}  // namespace quorv::tool
+
+int main(int argc, char **argv) {
+    using namespace quorv::tool;
+    hold_standard_streams();
+    std::signal(SIGPIPE, SIG_IGN);
+    OutputStream out(STDOUT_FILENO, "standard output");
+    ExitCode code = ExitCode::Ok;
+    try {
+        code = run(argc, argv, out);
+        out.flush();
+    } catch (const OutputClosed &) {
+        // Whoever reads has seen enough; what had failed before that was said.
+    } catch (const WriteFailure &failure) {
+        complain(failure.output, failure.what());
+        code = failure.code;
+    } catch (const std::exception &error) {
+        complain("internal error", error.what());
+        code = ExitCode::Io;
+    }
+    return static_cast<int>(code);
+}
