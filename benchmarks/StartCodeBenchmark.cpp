@@ -33,8 +33,7 @@ std::vector<uint8_t> encode(const std::string &options) {
     std::vector<uint8_t> data(kBytes);
     FILE *pipe = popen(command.c_str(), "r");
     const size_t count = pipe == nullptr ? 0 : fread(data.data(), 1, data.size(), pipe);
-    if (pipe != nullptr)
-        pclose(pipe);
+    if (pipe != nullptr) pclose(pipe);
     data.resize(count);
     return data;
 }
@@ -55,8 +54,7 @@ size_t by_memmem(const std::vector<uint8_t> &data) {
     size_t count = 0;
     for (;; ++count) {
         p = static_cast<const uint8_t *>(memmem(p, static_cast<size_t>(end - p), prefix, sizeof prefix));
-        if (p == nullptr)
-            return count;
+        if (p == nullptr) return count;
         p += sizeof prefix;
     }
 }
@@ -110,8 +108,7 @@ void run_vop_search(benchmark::State &state, const Stream *stream) {
     for (auto _ : state) {
         const int32_t result = ZEV_MPEG4_GetVop_IPB(
             stream->data.data(), static_cast<uint32_t>(stream->data.size()), &param, &type);
-        if (result != VIDHDR_ERR_NO_VOP)
-            state.SkipWithError("found a VOP");
+        if (result != VIDHDR_ERR_NO_VOP) state.SkipWithError("found a VOP");
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
                             static_cast<int64_t>(stream->data.size()));
@@ -131,8 +128,7 @@ public:
         printf("\ntimes the speed of the byte loop (best repetition)\n");
         for (const auto &[stream, times] : best_) {
             const auto baseline = times.find(kBaseline);
-            if (baseline == times.end())
-                continue;
+            if (baseline == times.end()) continue;
             for (const auto &[search, time] : times)
                 printf("%-10s %-22s %6.1f\n", stream.c_str(), search.c_str(), baseline->second / time);
         }
@@ -144,8 +140,7 @@ private:
         const size_t slash = name.find('/');
         const std::string search = name.substr(slash + 1, name.find('/', slash + 1) - slash - 1);
         double &best = best_[name.substr(0, slash)][search];
-        if (best == 0 || time < best)
-            best = time;
+        if (best == 0 || time < best) best = time;
     }
 
     std::map<std::string, std::map<std::string, double>> best_;

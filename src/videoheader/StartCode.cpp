@@ -18,10 +18,8 @@ const uint8_t *find_start_code_portable(const uint8_t *begin, const uint8_t *end
     for (ptrdiff_t ahead = 2; end - one > ahead; ahead = 3) {
         one += ahead;
         one = static_cast<const uint8_t *>(memchr(one, 1, static_cast<size_t>(end - one)));
-        if (one == nullptr)
-            return end;
-        if (one[-1] == 0 && one[-2] == 0)
-            return one - 2;
+        if (one == nullptr) return end;
+        if (one[-1] == 0 && one[-2] == 0) return one - 2;
     }
     return end;
 }
@@ -59,11 +57,9 @@ const uint8_t *find_start_code(const uint8_t *begin, const uint8_t *end) {
     const uint8_t *p = begin;
     // Two zeros in a row are rare in compressed data, so a block is first tested for them as a whole.
     for (; end - p >= kBlock + 2; p += kBlock) {
-        if (!has_zero_byte(_mm_min_epu8(pair_at(p), pair_at(p + kVector))))
-            continue;
+        if (!has_zero_byte(_mm_min_epu8(pair_at(p), pair_at(p + kVector)))) continue;
         const uint32_t mask = start_code_mask(p) | start_code_mask(p + kVector) << kVector;
-        if (mask != 0)
-            return p + std::countr_zero(mask);
+        if (mask != 0) return p + std::countr_zero(mask);
     }
     return find_start_code_portable(p, end);
 }

@@ -51,8 +51,7 @@ std::map<std::string, std::string> video_description(const std::string &path) {
     for (const auto &track : all.at("media").at("track"))
         if (track.at("@type") == "Video")
             for (const auto &[key, value] : track.items())
-                if (value.is_string())
-                    description.emplace(key, value.get<std::string>());
+                if (value.is_string()) description.emplace(key, value.get<std::string>());
     return description;
 }
 

@@ -85,8 +85,7 @@ TEST(BitReader, AgreesWithTheModelAtEveryLengthAndAlignment) {
             // do.
             for (const Edge edge : {Edge::Front, Edge::Back}) {
                 compare_with_model(buffer.place(data, edge), data, random, 60);
-                if (testing::Test::HasFatalFailure())
-                    return;
+                if (testing::Test::HasFatalFailure()) return;
             }
         }
     }

@@ -20,11 +20,9 @@ public:
     explicit GuardedBuffer(size_t capacity)
         : page_(static_cast<size_t>(sysconf(_SC_PAGESIZE))), room_((capacity / page_ + 1) * page_) {
         void *map = mmap(nullptr, room_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (map == MAP_FAILED)
-            abort();
+        if (map == MAP_FAILED) abort();
         base_ = static_cast<uint8_t *>(map) + page_;
-        if (mprotect(base_, room_, PROT_READ | PROT_WRITE) != 0)
-            abort();
+        if (mprotect(base_, room_, PROT_READ | PROT_WRITE) != 0) abort();
     }
     ~GuardedBuffer() { munmap(base_ - page_, room_ + 2 * page_); }
     GuardedBuffer(const GuardedBuffer &) = delete;
@@ -35,8 +33,7 @@ public:
     const uint8_t *place(std::span<const uint8_t> bytes, Edge edge = Edge::Back) {
         memset(base_, 0xFF, room_);
         uint8_t *const to = edge == Edge::Front ? base_ : base_ + room_ - bytes.size();
-        if (!bytes.empty())
-            memcpy(to, bytes.data(), bytes.size());
+        if (!bytes.empty()) memcpy(to, bytes.data(), bytes.size());
         return to;
     }
 

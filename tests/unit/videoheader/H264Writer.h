@@ -40,8 +40,7 @@ inline SpsTruth sps_truth(const SpsFields &sps) {
                          (sps.flags & 0x0F) != 0 || sps.id > 31 || sps.log2_frame_num > 12 ||
                          (sps.poc_type == 0 && sps.log2_poc_lsb > 12) ||
                          (sps.poc_type == 1 && sps.poc_offsets.size() > 255) || sps.ref_frames > 16;
-    if (refused)
-        return {VIDHDR_H264_ERR, false, 0, 0};
+    if (refused) return {VIDHDR_H264_ERR, false, 0, 0};
     uint32_t width = sps.width_mbs * 16, height = sps.height_units * (sps.frame_mbs_only ? 16 : 32);
     if (sps.cropped) {
         width -= 2 * (sps.left + sps.right);
@@ -74,8 +73,7 @@ inline void write_sps(BitWriter &out, const SpsFields &sps) {
     out.ue(sps.width_mbs - 1);
     out.ue(sps.height_units - 1);
     out.put(sps.frame_mbs_only, 1);
-    if (!sps.frame_mbs_only)
-        out.put(1, 1);
+    if (!sps.frame_mbs_only) out.put(1, 1);
     out.put(1, 1);
     out.put(sps.cropped, 1);
     if (sps.cropped)

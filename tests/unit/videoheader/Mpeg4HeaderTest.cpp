@@ -104,8 +104,7 @@ TEST(Mpeg4Vol, QuantiserMatrixInRasterOrder) {
     for (int diagonal = 0; diagonal < 15; ++diagonal) {
         for (int step = 0; step <= diagonal; ++step) {
             const int row = diagonal % 2 != 0 ? step : diagonal - step, column = diagonal - row;
-            if (row < 8 && column < 8)
-                zigzag.push_back(static_cast<uint8_t>(row * 8 + column));
+            if (row < 8 && column < 8) zigzag.push_back(static_cast<uint8_t>(row * 8 + column));
         }
     }
     ASSERT_TRUE(std::equal(zigzag.begin(), zigzag.end(), zigzag_scan_table_utitlity));

@@ -51,8 +51,7 @@ inline uint32_t count_increment_bits(uint32_t resolution) {
 }
 
 inline VolTruth vol_truth(const VolFields &vol) {
-    if (vol.shape == 1 || vol.shape == 3)
-        return {VIDHDR_ERR_UNSUPPORTED, {0, 0, 0}};
+    if (vol.shape == 1 || vol.shape == 3) return {VIDHDR_ERR_UNSUPPORTED, {0, 0, 0}};
     const uint32_t bits = count_increment_bits(vol.resolution);
     if (vol.shape == 2) {
         const bool refused = vol.later_version() && vol.scalability;
@@ -66,11 +65,9 @@ inline VolTruth vol_truth(const VolFields &vol) {
 // Up to 64 values in transmission order; a shorter list is ended by a 0.
 inline void write_matrix(BitWriter &out, const std::vector<uint8_t> &values) {
     out.put(values.empty() ? 0 : 1, 1);
-    if (values.empty())
-        return;
+    if (values.empty()) return;
     out.bytes(values);
-    if (values.size() < 64)
-        out.put(0, 8);
+    if (values.size() < 64) out.put(0, 8);
 }
 
 // The fields behind the size of a rectangular layer.
@@ -79,31 +76,24 @@ inline void write_vol_tools(BitWriter &out, const VolFields &vol) {
     out.put(vol.obmc_disable, 1);
     out.put(vol.sprite_enable, vol.later_version() ? 2 : 1);
     const bool is_static = vol.sprite_enable == 1, is_gmc = vol.sprite_enable == 2;
-    if (is_static)
-        out.put(UINT32_MAX, 26), out.put(UINT32_MAX, 30);
-    if (is_static || is_gmc)
-        out.put(UINT32_MAX, 6 + 2 + 1);
-    if (is_static)
-        out.put(1, 1);
+    if (is_static) out.put(UINT32_MAX, 26), out.put(UINT32_MAX, 30);
+    if (is_static || is_gmc) out.put(UINT32_MAX, 6 + 2 + 1);
+    if (is_static) out.put(1, 1);
     out.put(vol.not_8_bit, 1);
-    if (vol.not_8_bit)
-        out.put(UINT32_MAX, 8);
+    if (vol.not_8_bit) out.put(UINT32_MAX, 8);
     out.put(vol.quant_type, 1);
     if (vol.quant_type) {
         write_matrix(out, vol.intra_matrix);
         write_matrix(out, vol.nonintra_matrix);
     }
-    if (vol.later_version())
-        out.put(1, 1);  // quarter_sample
+    if (vol.later_version()) out.put(1, 1);  // quarter_sample
     out.put(vol.complexity_estimation_disable, 1);
     out.put(1, 1);  // resync_marker_disable
     out.put(vol.data_partitioned, 1);
-    if (vol.data_partitioned)
-        out.put(1, 1);
+    if (vol.data_partitioned) out.put(1, 1);
     if (vol.later_version()) {
         out.put(vol.newpred, 1);
-        if (vol.newpred)
-            out.put(7, 3);
+        if (vol.newpred) out.put(7, 3);
         out.put(vol.reduced_resolution, 1);
     }
     out.put(vol.scalability, 1);
@@ -113,25 +103,21 @@ inline void write_vol(BitWriter &out, const VolFields &vol) {
     out.put(vol.start_code, 32);
     out.put(0x1FF, 9);
     out.put(vol.has_identifier, 1);
-    if (vol.has_identifier)
-        out.put(vol.verid << 3 | 7, 7);
+    if (vol.has_identifier) out.put(vol.verid << 3 | 7, 7);
     out.put(vol.aspect_ratio, 4);
-    if (vol.aspect_ratio == 15)
-        out.put(0xFFFF, 16);
+    if (vol.aspect_ratio == 15) out.put(0xFFFF, 16);
     out.put(vol.control_parameters, 1);
     if (vol.control_parameters) {
         out.put(7, 3);
         out.put(vol.vbv_parameters, 1);
-        if (vol.vbv_parameters)
-            out.put(UINT32_MAX, 32), out.put(UINT32_MAX, 32), out.put(UINT32_MAX, 15);
+        if (vol.vbv_parameters) out.put(UINT32_MAX, 32), out.put(UINT32_MAX, 32), out.put(UINT32_MAX, 15);
     }
     out.put(vol.shape, 2);
     out.marker();
     out.put(vol.resolution, 16);
     out.marker();
     out.put(vol.fixed_rate, 1);
-    if (vol.fixed_rate)
-        out.put(UINT32_MAX, static_cast<int>(count_increment_bits(vol.resolution)));
+    if (vol.fixed_rate) out.put(UINT32_MAX, static_cast<int>(count_increment_bits(vol.resolution)));
     if (vol.shape == 0) {
         out.marker();
         out.put(vol.width, 13);
@@ -140,8 +126,7 @@ inline void write_vol(BitWriter &out, const VolFields &vol) {
         out.marker();
         write_vol_tools(out, vol);
     } else {
-        if (vol.later_version())
-            out.put(vol.scalability, 1);
+        if (vol.later_version()) out.put(vol.scalability, 1);
         out.put(1, 1);
     }
 }

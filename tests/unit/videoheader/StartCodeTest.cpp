@@ -16,8 +16,7 @@ using test::GuardedBuffer;
 
 const uint8_t *plain_search(const uint8_t *begin, const uint8_t *end) {
     for (const uint8_t *p = begin; end - p >= 3; ++p)
-        if (p[0] == 0 && p[1] == 0 && p[2] == 1)
-            return p;
+        if (p[0] == 0 && p[1] == 0 && p[2] == 1) return p;
     return end;
 }
 
