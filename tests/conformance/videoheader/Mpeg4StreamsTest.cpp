@@ -27,7 +27,8 @@ constexpr StreamCase kCases[] = {
     {352, 288, 30000, 15, "--scale 1001 --b-frames 2 --gmc --qpel --custom-matrices"},
     {176, 144, 30, 5, "--b-frames 2 --packed"},
     {720, 576, 25, 5, "--interlaced --b-frames 1 --mpeg-quantiser"},
-    {64, 48, 1000, 10, "--scale 33 --gmc --variable-rate"},
+    {64, 48, 1000, 10, "--scale 33 --gmc"},
+    {64, 48, 25, 5, "--variable-rate"},
     {320, 240, 65535, 16, "--scale 2731 --qpel --b-frames 3"},
     {160, 120, 1, 1, "--custom-matrices --par-width 10 --par-height 11 --key-interval 5"},
 };
