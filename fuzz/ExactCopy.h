@@ -12,8 +12,7 @@ namespace quorv::fuzz {
 
 // Ends the process so that the fuzzer keeps the input.
 inline void require(bool condition) {
-    if (!condition)
-        abort();
+    if (!condition) abort();
 }
 
 class ExactCopy {
@@ -22,8 +21,7 @@ public:
     ExactCopy(const uint8_t *data, size_t size, size_t lead)
         : block_(static_cast<uint8_t *>(malloc(lead + size))), lead_(lead) {
         require(block_ != nullptr || lead + size == 0);
-        if (size > 0)
-            memcpy(block_ + lead, data, size);
+        if (size > 0) memcpy(block_ + lead, data, size);
     }
     ~ExactCopy() { free(block_); }
     ExactCopy(const ExactCopy &) = delete;

@@ -45,8 +45,7 @@ void parse_everywhere(const uint8_t *data, size_t size) {
         const ExactCopy copy(data, size, lead);
         const Results r = parse(copy.data(), static_cast<uint32_t>(size));
         check(r);
-        if (lead == 0)
-            first = r;
+        if (lead == 0) first = r;
         require(memcmp(&r, &first, sizeof r) == 0);
     }
 }
@@ -68,8 +67,7 @@ void check_nal_units(const uint8_t *data, size_t size, const std::vector<uint32_
     uint32_t *const array = count > 0 ? offsets.data() : &unused;
     require(ZEV_H264_GetNALHdr(copy.data(), length, array, count) == count);
     require(offsets == expected);
-    if (count > 0)
-        require(ZEV_H264_GetNALHdr(copy.data(), length, array, count - 1) == VIDHDR_H264_ERR);
+    if (count > 0) require(ZEV_H264_GetNALHdr(copy.data(), length, array, count - 1) == VIDHDR_H264_ERR);
     const uint8_t *p = copy.data(), *const end = p + size;
     for (const uint32_t offset : expected) {
         p = quorv::find_start_code_portable(p, end);
@@ -84,8 +82,7 @@ void check_nal_units(const uint8_t *data, size_t size, const std::vector<uint32_
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size == 0)
-        return 0;
+    if (size == 0) return 0;
     const std::vector<uint32_t> offsets = plain_search(data, size);
     check_nal_units(data, size, offsets);
     parse_everywhere(data, size);

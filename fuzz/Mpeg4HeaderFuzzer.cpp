@@ -41,8 +41,7 @@ void check(const Results &r) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 2)
-        return 0;
+    if (size < 2) return 0;
     const uint8_t setting = data[0];
     const uint32_t length = static_cast<uint32_t>(size - 1);
     Results first = {};
@@ -50,8 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const ExactCopy copy(data + 1, length, lead);
         const Results r = parse(copy.data(), length, setting);
         check(r);
-        if (lead == 0)
-            first = r;
+        if (lead == 0) first = r;
         require(memcmp(&r, &first, sizeof r) == 0);
     }
     return 0;

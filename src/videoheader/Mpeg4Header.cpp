@@ -47,8 +47,7 @@ bool open_behind_start_code(bs_utility *bs, const uint8_t *data, uint32_t length
     const uint8_t *p = data;
     while (p < window_end) {
         p = find_start_code(p, window_end);
-        if (p == window_end || end - p < kStartCodeBytes)
-            return false;
+        if (p == window_end || end - p < kStartCodeBytes) return false;
         const uint8_t code = p[3];
         p += kStartCodeBytes;
         if (code >= first && code <= last) {
@@ -74,8 +73,7 @@ uint32_t time_increment_bits(uint32_t resolution) {
 void skip_vol_control_parameters(bs_utility *bs) {
     bs_skip_bits_utility(bs, 2 + 1);  // chroma_format, low_delay
     const bool vbv_parameters = read_flag(bs);
-    if (!vbv_parameters)
-        return;
+    if (!vbv_parameters) return;
     bs_skip_32bits_utility(bs);
     bs_skip_32bits_utility(bs);
     bs_skip_bits_utility(bs, 79 - 64);
@@ -89,22 +87,18 @@ void skip_sprite(bs_utility *bs, uint32_t sprite_enable) {
     }
     if (sprite_enable == kSpriteStatic || sprite_enable == kSpriteGmc)
         bs_skip_bits_utility(bs, 6 + 2 + 1);  // warping points, accuracy, brightness change
-    if (sprite_enable == kSpriteStatic)
-        bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
+    if (sprite_enable == kSpriteStatic) bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
 }
 
 void skip_quantisation(bs_utility *bs) {
     const bool not_8_bit = read_flag(bs);
-    if (not_8_bit)
-        bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
+    if (not_8_bit) bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
     const bool quant_type = read_flag(bs);
-    if (!quant_type)
-        return;
+    if (!quant_type) return;
     uint8_t matrix[64];
     for (int kind = 0; kind < 2; ++kind) {  // intra, nonintra
         const bool load_matrix = read_flag(bs);
-        if (load_matrix)
-            mpeg4_read_quant_matrix(bs, matrix);
+        if (load_matrix) mpeg4_read_quant_matrix(bs, matrix);
     }
 }
 
@@ -117,27 +111,22 @@ int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param) 
     skip_marker(bs);
     bs_skip_bits_utility(bs, 1);  // interlaced
     const bool obmc_disable = read_flag(bs);
-    if (!obmc_disable)
-        return VIDHDR_ERR_UNSUPPORTED;
+    if (!obmc_disable) return VIDHDR_ERR_UNSUPPORTED;
     const uint32_t sprite_enable = bs_get_bits_utility(bs, verid == 1 ? 1 : 2);
     skip_sprite(bs, sprite_enable);
     skip_quantisation(bs);
-    if (verid != 1)
-        bs_skip_bits_utility(bs, 1);  // quarter_sample
+    if (verid != 1) bs_skip_bits_utility(bs, 1);  // quarter_sample
     const bool complexity_estimation_disable = read_flag(bs);
-    if (!complexity_estimation_disable)
-        return VIDHDR_ERR_UNSUPPORTED;
+    if (!complexity_estimation_disable) return VIDHDR_ERR_UNSUPPORTED;
     bs_skip_bits_utility(bs, 1);  // resync_marker_disable
     const bool data_partitioned = read_flag(bs);
-    if (data_partitioned)
-        bs_skip_bits_utility(bs, 1);  // reversible_vlc
+    if (data_partitioned) bs_skip_bits_utility(bs, 1);  // reversible_vlc
     if (verid != 1) {
         const bool newpred_enable = read_flag(bs);
         if (newpred_enable)
             bs_skip_bits_utility(bs, 2 + 1);  // requested_upstream_message_type, newpred_segment_type
         const bool reduced_resolution_vop_enable = read_flag(bs);
-        if (reduced_resolution_vop_enable)
-            return VIDHDR_ERR_UNSUPPORTED;
+        if (reduced_resolution_vop_enable) return VIDHDR_ERR_UNSUPPORTED;
     }
     const bool scalability = read_flag(bs);
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
@@ -152,22 +141,17 @@ int32_t parse_vol(bs_utility *bs, ZevVideoParam *param) {
         bs_skip_bits_utility(bs, 3);  // video_object_layer_priority
     }
     const uint32_t aspect_ratio_info = bs_get_bits_utility(bs, 4);
-    if (aspect_ratio_info == kExtendedAspectRatio)
-        bs_skip_bits_utility(bs, 8 + 8);  // par_width, par_height
+    if (aspect_ratio_info == kExtendedAspectRatio) bs_skip_bits_utility(bs, 8 + 8);  // par_width, par_height
     const bool vol_control_parameters = read_flag(bs);
-    if (vol_control_parameters)
-        skip_vol_control_parameters(bs);
+    if (vol_control_parameters) skip_vol_control_parameters(bs);
     const uint32_t shape = bs_get_bits_utility(bs, 2);
-    if (shape != kShapeRectangular && shape != kShapeBinaryOnly)
-        return VIDHDR_ERR_UNSUPPORTED;
+    if (shape != kShapeRectangular && shape != kShapeBinaryOnly) return VIDHDR_ERR_UNSUPPORTED;
     skip_marker(bs);
     param->time_increment_bits = time_increment_bits(bs_get_16bits_utility(bs));
     skip_marker(bs);
     const bool fixed_vop_rate = read_flag(bs);
-    if (fixed_vop_rate)
-        bs_skip_bits_utility(bs, param->time_increment_bits);
-    if (shape == kShapeRectangular)
-        return parse_rectangular(bs, verid, param);
+    if (fixed_vop_rate) bs_skip_bits_utility(bs, param->time_increment_bits);
+    if (shape == kShapeRectangular) return parse_rectangular(bs, verid, param);
     const bool scalability = verid != 1 && read_flag(bs);
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
@@ -187,11 +171,9 @@ VopHeader parse_vop(bs_utility *bs, uint32_t increment_bits) {
 // Finds and reads the first VOP header; the arguments are those of the exported functions.
 int32_t find_vop(const uint8_t *data, uint32_t length, const ZevVideoParam *param, const uint32_t *out,
                  VopHeader *vop) {
-    if (data == nullptr || param == nullptr || out == nullptr)
-        return VIDHDR_ERR_INVALID_ARG;
+    if (data == nullptr || param == nullptr || out == nullptr) return VIDHDR_ERR_INVALID_ARG;
     bs_utility bs;
-    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop))
-        return VIDHDR_ERR_NO_VOP;
+    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop)) return VIDHDR_ERR_NO_VOP;
     *vop = parse_vop(&bs, param->time_increment_bits);
     return VIDHDR_OK;
 }
@@ -224,8 +206,7 @@ int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_lim
 }  // namespace quorv
 
 int32_t ZEV_MPEG4_GetVideoParam(const uint8_t *data, uint32_t length, ZevVideoParam *param) {
-    if (data == nullptr || param == nullptr)
-        return VIDHDR_ERR_INVALID_ARG;
+    if (data == nullptr || param == nullptr) return VIDHDR_ERR_INVALID_ARG;
     return quorv::mpeg4_find_vol(data, length, length, param);
 }
 
@@ -233,8 +214,7 @@ int32_t ZEV_MPEG4_GetVopType(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *not_coded) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, not_coded, &vop);
-    if (result == VIDHDR_OK)
-        *not_coded = vop.coded ? 0 : 1;
+    if (result == VIDHDR_OK) *not_coded = vop.coded ? 0 : 1;
     return result;
 }
 
@@ -242,10 +222,8 @@ int32_t ZEV_MPEG4_GetVop_IPB(const uint8_t *data, uint32_t length, const ZevVide
                              uint32_t *coding_type) {
     quorv::VopHeader vop;
     const int32_t result = quorv::find_vop(data, length, param, coding_type, &vop);
-    if (result != VIDHDR_OK)
-        return result;
+    if (result != VIDHDR_OK) return result;
     *coding_type = VIDHDR_VOP_NOT_CODED;
-    if (vop.coded)
-        *coding_type = vop.coding_type;
+    if (vop.coded) *coding_type = vop.coding_type;
     return VIDHDR_OK;
 }
