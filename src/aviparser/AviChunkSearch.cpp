@@ -116,8 +116,11 @@ void AviChunkSearch::jump(int64_t position) {
 uint32_t AviChunkSearch::next(AviChunk *chunk) {
     while (lost_bytes_ <= kResyncLimit) {
         if (context_.media_end - position() < kAviChunkHeaderBytes) {
-            if (avi_extend_media(&context_)) continue;
-            return SPLITER_ERR_END_OF_STREAM;
+            bool extended = false;
+            const uint32_t code = avi_extend_media(&context_, &extended);
+            if (code != 0) return code;
+            if (!extended) return SPLITER_ERR_END_OF_STREAM;
+            continue;
         }
         // In front of a known chunk, an odd position is that of a pad byte.
         if ((position() & 1) != 0 && context_.seen_headers.find(position() + 1) != nullptr)

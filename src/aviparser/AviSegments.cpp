@@ -17,48 +17,50 @@ struct ListHeader {
     uint32_t tag, size, type;
 };
 
-enum class Found { Yes, No, NotArrived };
-
 // A source of unknown size is asked for what the file's headers promise.
 int64_t source_limit(const AviContext &context) {
     return context.source_size > 0 ? context.source_size : INT64_MAX;
 }
 
-Found read_list_header(AviContext *context, int64_t position, ListHeader *header) {
-    if (source_limit(*context) - position < 12) return Found::No;
+// *found tells whether a whole header stands there. A callback's code when it cannot be read.
+uint32_t read_list_header(AviContext *context, int64_t position, ListHeader *header, bool *found) {
+    *found = false;
+    if (source_limit(*context) - position < 12) return SPLITER_OK;
     uint8_t bytes[12];
     uint32_t delivered = 0;
-    if (context->source.move_to(position) != 0) return Found::NotArrived;
-    if (context->source.read_fully(bytes, sizeof(bytes), &delivered) != 0) return Found::NotArrived;
-    if (delivered < sizeof(bytes)) return Found::No;
+    uint32_t code = context->source.move_to(position);
+    if (code == 0) code = context->source.read_fully(bytes, sizeof(bytes), &delivered);
+    if (code != 0) return code;
     *header = {avi_le32(bytes), avi_le32(bytes + 4), avi_le32(bytes + 8)};
-    return Found::Yes;
+    *found = delivered == sizeof(bytes);
+    return SPLITER_OK;
 }
 
-Found read_segment_header(AviContext *context, int64_t position, ListHeader *header) {
-    const Found found = read_list_header(context, position, header);
-    if (found != Found::Yes) return found;
-    const bool is_segment =
-        header->tag == avi_tag("RIFF") && header->type == avi_tag("AVIX") && header->size >= 4;
-    return is_segment ? Found::Yes : Found::No;
+uint32_t read_segment_header(AviContext *context, int64_t position, ListHeader *header, bool *found) {
+    const uint32_t code = read_list_header(context, position, header, found);
+    *found = *found && header->tag == avi_tag("RIFF") && header->type == avi_tag("AVIX") && header->size >= 4;
+    return code;
 }
 
 // Looks for the "movi" list among the chunks from `position` up to the segment's end.
-Found find_movi(AviContext *context, int64_t position, int64_t segment_end, int64_t *movi_end) {
+uint32_t find_movi(AviContext *context, int64_t position, int64_t segment_end, int64_t *movi_end,
+                   bool *found) {
     AviZeroRun zero_run;
+    *found = false;
     while (position < segment_end) {
         ListHeader chunk = {};
-        const Found found = read_list_header(context, position, &chunk);
-        if (found != Found::Yes) return found;
-        if (zero_run.too_long(chunk.tag, chunk.size)) return Found::No;
+        bool is_chunk = false;
+        const uint32_t code = read_list_header(context, position, &chunk, &is_chunk);
+        if (code != SPLITER_OK || !is_chunk || zero_run.too_long(chunk.tag, chunk.size)) return code;
         const int64_t chunk_end = position + 8 + avi_padded(chunk.size);
         if (chunk.tag == avi_tag("LIST") && chunk.type == avi_tag("movi")) {
             *movi_end = std::min(chunk_end, source_limit(*context));
-            return Found::Yes;
+            *found = true;
+            return SPLITER_OK;
         }
         position = chunk_end;
     }
-    return Found::No;
+    return SPLITER_OK;
 }
 
 }  // namespace
@@ -69,36 +71,42 @@ void avi_find_segments(AviContext *context) {
         has_media && context->riff_end > context->media_start && context->riff_end < source_limit(*context);
     context->next_segment = may_follow ? context->riff_end + (context->riff_end & 1) : kNoSegment;
     if (!context->source.is_local()) return;
-    while (avi_extend_media(context)) {
+    bool extended = true;
+    while (extended && avi_extend_media(context, &extended) == SPLITER_OK) {
     }
 }
 
-bool avi_extend_media(AviContext *context) {
+uint32_t avi_extend_media(AviContext *context, bool *extended) {
+    *extended = false;
     while (context->next_segment != kNoSegment) {
         const int64_t start = context->next_segment;
         ListHeader riff = {};
-        const Found segment = read_segment_header(context, start, &riff);
-        if (segment == Found::NotArrived) return false;
-        if (segment == Found::No) break;
-
-        const int64_t end = start + 8 + avi_padded(riff.size);
-        int64_t movi_end = 0;
-        const Found movi = find_movi(context, start + 12, end, &movi_end);
-        if (movi == Found::NotArrived) return false;
+        bool is_segment = false, has_movi = false;
+        int64_t end = 0, movi_end = 0;
+        uint32_t code = read_segment_header(context, start, &riff, &is_segment);
+        if (code == SPLITER_OK && is_segment) {
+            end = start + 8 + avi_padded(riff.size);
+            code = find_movi(context, start + 12, end, &movi_end, &has_movi);
+        }
+        // Behind the end of a source of unknown size every read may fail.
+        if (code != SPLITER_OK) return context->source_size > 0 ? code : uint32_t{SPLITER_OK};
+        if (!is_segment) break;
         context->next_segment = end;
-        if (movi == Found::Yes && movi_end > context->media_end) {
+        if (has_movi && movi_end > context->media_end) {
             context->media_end = movi_end;
             context->file_end = std::max(context->file_end, movi_end);
-            return true;
+            *extended = true;
+            return SPLITER_OK;
         }
     }
     context->next_segment = kNoSegment;
-    return false;
+    return SPLITER_OK;
 }
 
 bool avi_is_segment(AviContext *context, int64_t position) {
     ListHeader riff = {};
-    return read_segment_header(context, position, &riff) == Found::Yes;
+    bool found = false;
+    return read_segment_header(context, position, &riff, &found) == SPLITER_OK && found;
 }
 
 }  // namespace quorv

@@ -9,9 +9,9 @@ namespace quorv {
 // Sets up the search behind the first segment; a local source's segments are all found at once.
 void avi_find_segments(AviContext *context);
 
-// Moves the end of the media data to the end of the next segment's "movi" list. False when there is none, or
-// when its header has not arrived yet: asked again, it looks again.
-bool avi_extend_media(AviContext *context);
+// Moves the end of the media data to the end of the next segment's "movi" list; *extended tells whether there
+// is one. A callback's code when its header cannot be read or has not arrived: asked again, it looks again.
+uint32_t avi_extend_media(AviContext *context, bool *extended);
 
 // Whether a further RIFF segment begins at this position.
 bool avi_is_segment(AviContext *context, int64_t position);
