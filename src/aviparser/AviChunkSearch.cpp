@@ -118,7 +118,8 @@ uint32_t AviChunkSearch::next(AviChunk *chunk) {
         if (context_.media_end - position() < kAviChunkHeaderBytes) {
             bool extended = false;
             const uint32_t code = avi_extend_media(&context_, &extended);
-            if (code != SPLITER_OK) return code;
+            // Behind the end of a source of unknown size every read may fail.
+            if (code != SPLITER_OK && context_.source_size > 0) return code;
             if (!extended) return SPLITER_ERR_END_OF_STREAM;
             continue;
         }

@@ -69,15 +69,16 @@ uint32_t store_codec_data(AviTrack *track, const uint8_t *data, uint32_t length)
 
 uint32_t take_headers(AviContext *context, AviTrack *track, int64_t empty_duration) {
     const AviStreamState &state = *track->state;
-    const uint32_t code = context->source.move_to(state.data_position);
-    if (code != SPLITER_OK) return code;
+    const uint32_t size = std::min(state.bytes_left, kSearchBytes);
     AviPacket frame;
-    uint32_t result = avi_get_packet(&context->source, &frame,
-                                     static_cast<int32_t>(std::min(state.bytes_left, kSearchBytes)));
+    uint32_t result = avi_new_packet(&frame, static_cast<int32_t>(size));
+    if (result != SPLITER_OK) return result;
+    uint32_t delivered = 0;
+    result = context->source.move_to(state.data_position);
+    if (result == SPLITER_OK) result = context->source.read_fully(frame.data, size, &delivered);
     if (result == SPLITER_OK) {
         const bool mpeg4 = avi_is_mpeg4(track->video.codec);
-        const uint32_t length =
-            leading_headers(frame.data, static_cast<uint32_t>(frame.size), mpeg4 ? mpeg4_unit : h264_unit);
+        const uint32_t length = leading_headers(frame.data, delivered, mpeg4 ? mpeg4_unit : h264_unit);
         if (length != 0) {
             result = store_codec_data(track, frame.data, length);
             track->strip = {length, state.frame_offset + empty_duration};

@@ -22,7 +22,8 @@ WalkResult walk_file(const SplitterApi &api, TestSource &source);
 // failure or as a read that delivers nothing.
 void expect_defined_with_failing_callbacks(const SplitterApi &api, const ByteStore &file, uint32_t kind);
 
-// One byte a read, short reads, reads without bytes, and sizes that are not known.
+// One byte a read, short reads, reads without bytes, and sizes that are not known. As long as bytes come and
+// the size is known, the frames are those of a source that gives all at once.
 void expect_defined_with_odd_sources(const SplitterApi &api, const ByteStore &file, uint32_t kind);
 
 // A callback that fails once between Open and the last frame is reported by the call that met it, and the

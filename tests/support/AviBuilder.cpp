@@ -107,8 +107,7 @@ AviBuilder &AviBuilder::junk(uint32_t size) {
 // Writes the size of the chunk whose size field stands at start; the chunk ends here, padded.
 void AviBuilder::close(SparseStore &out, uint64_t start) const {
     out.patch(start, le32(static_cast<uint32_t>(out.size() - start - 4)));
-    if (out.size() % 2 != 0)
-        out.append(Bytes(1));
+    if (out.size() % 2 != 0) out.append(Bytes(1));
 }
 
 SparseStore AviBuilder::build() {
@@ -141,8 +140,7 @@ void AviBuilder::write_header(SparseStore &out) {
     for (uint32_t i = 0; i < streams.size(); ++i) {
         const AviStream &stream = streams[i];
         StreamHeader header = stream.header;
-        if (header.length == 0)
-            header.length = counts[i];
+        if (header.length == 0) header.length = counts[i];
         const Bytes head = join(
             {chunk(tag("strh"), header.body()), stream.before_format, chunk(tag("strf"), stream.format)});
         const Bytes placeholder = index_placeholder(i);
@@ -155,10 +153,8 @@ void AviBuilder::write_header(SparseStore &out) {
 }
 
 Bytes AviBuilder::index_placeholder(uint32_t stream) const {
-    if (!is_open_dml())
-        return {};
-    if (index != IndexKind::OpenDmlDirect)
-        return chunk(tag("indx"), Bytes(24 + 16 * kSuperIndexSlots));
+    if (!is_open_dml()) return {};
+    if (index != IndexKind::OpenDmlDirect) return chunk(tag("indx"), Bytes(24 + 16 * kSuperIndexSlots));
     const auto frames = std::count_if(items_.begin(), items_.end(), [&](const Item &item) {
         return item.kind == Item::Frame && item.stream == stream;
     });
@@ -169,12 +165,10 @@ void AviBuilder::begin_segment(SparseStore &out, bool first) {
     out.append(join({le32(first && form == tag("ON2f") ? tag("ON2 ") : tag("RIFF")), le32(0),
                      le32(first ? form : tag("AVIX"))}));
     riff_start_ = out.size() - 8;
-    if (first)
-        write_header(out);
+    if (first) write_header(out);
     out.append(join({le32(tag("LIST")), le32(0), le32(tag("movi"))}));
     movi_start_ = out.size() - 4;
-    if (first)
-        media_start_ = movi_start_;
+    if (first) media_start_ = movi_start_;
 }
 
 void AviBuilder::end_segment(SparseStore &out, bool first) {
@@ -185,10 +179,8 @@ void AviBuilder::end_segment(SparseStore &out, bool first) {
         out.append(chunk(index_chunk_id(i), body));
     }
     close(out, movi_start_ - 4);
-    if (first && zero_movi_size)
-        out.patch(movi_start_ - 4, le32(0));
-    if (first)
-        out.append(after);
+    if (first && zero_movi_size) out.patch(movi_start_ - 4, le32(0));
+    if (first) out.append(after);
     if (first && (index == IndexKind::Legacy || index == IndexKind::LegacyAbsolute || also_legacy)) {
         write_legacy_index(out, entries_);
     }
@@ -220,8 +212,7 @@ Bytes AviBuilder::standard_index(uint32_t stream, const std::vector<Entry> &entr
     uint32_t count = 0;
     Bytes words;
     for (const Entry &e : entries) {
-        if (e.stream != stream)
-            continue;
+        if (e.stream != stream) continue;
         base = std::min(base, e.position);
         const Bytes entry =
             join({le32(static_cast<uint32_t>(e.position + 8 - base)),
@@ -338,8 +329,7 @@ void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position
         truth_[stream].push_back(std::move(frame));
         clock_[stream] += units;
     }
-    if (size == 0 && (unit != 0 || s.block_align == 0))
-        clock_[stream] += 1;
+    if (size == 0 && (unit != 0 || s.block_align == 0)) clock_[stream] += 1;
 }
 
 }  // namespace quorv::test

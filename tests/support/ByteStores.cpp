@@ -10,27 +10,23 @@
 namespace quorv::test {
 
 void MemoryStore::copy(uint64_t position, void *to, size_t count) const {
-    if (count != 0)
-        memcpy(to, bytes_.data() + position, count);
+    if (count != 0) memcpy(to, bytes_.data() + position, count);
 }
 
 void SparseStore::copy(uint64_t position, void *to, size_t count) const {
     uint8_t *const out = static_cast<uint8_t *>(to);
     std::fill_n(out, count, uint8_t{0});
     auto run = runs_.upper_bound(position);
-    if (run != runs_.begin())
-        --run;
+    if (run != runs_.begin()) --run;
     for (; run != runs_.end() && run->first < position + count; ++run) {
         const uint64_t from = std::max(position, run->first);
         const uint64_t end = std::min(position + count, run->first + run->second.size());
-        if (from < end)
-            memcpy(out + (from - position), run->second.data() + (from - run->first), end - from);
+        if (from < end) memcpy(out + (from - position), run->second.data() + (from - run->first), end - from);
     }
 }
 
 void SparseStore::append(const Bytes &bytes) {
-    if (bytes.empty())
-        return;
+    if (bytes.empty()) return;
     auto last = runs_.empty() ? runs_.end() : std::prev(runs_.end());
     if (last == runs_.end() || last->first + last->second.size() != size_) {
         last = runs_.emplace(size_, Bytes{}).first;
@@ -41,8 +37,7 @@ void SparseStore::append(const Bytes &bytes) {
 
 void SparseStore::patch(uint64_t position, const Bytes &bytes) {
     const auto run = std::prev(runs_.upper_bound(position));
-    if (position - run->first + bytes.size() > run->second.size())
-        abort();
+    if (position - run->first + bytes.size() > run->second.size()) abort();
     std::copy(bytes.begin(), bytes.end(),
               run->second.begin() + static_cast<std::ptrdiff_t>(position - run->first));
 }

@@ -43,19 +43,16 @@ struct Books {
     }
 
     void add(void *ptr, size_t size) {
-        if (ptr == nullptr)
-            return;
+        if (ptr == nullptr) return;
         blocks[ptr] = size;
         live_bytes += size;
-        if (live_bytes > peak_bytes)
-            peak_bytes = live_bytes;
+        if (live_bytes > peak_bytes) peak_bytes = live_bytes;
     }
 
     // Blocks from before the watch began are not in the books.
     void remove(void *ptr) {
         const auto found = blocks.find(ptr);
-        if (found == blocks.end())
-            return;
+        if (found == blocks.end()) return;
         live_bytes -= found->second;
         blocks.erase(found);
     }
@@ -111,10 +108,8 @@ using quorv::test::books;
 
 void *__wrap_malloc(size_t size) {
     const std::lock_guard<std::mutex> lock(books().mutex);
-    if (!books().active)
-        return __real_malloc(size);
-    if (!books().admit())
-        return nullptr;
+    if (!books().active) return __real_malloc(size);
+    if (!books().admit()) return nullptr;
     void *const ptr = __real_malloc(size);
     books().add(ptr, size);
     return ptr;
@@ -122,10 +117,8 @@ void *__wrap_malloc(size_t size) {
 
 void *__wrap_calloc(size_t count, size_t size) {
     const std::lock_guard<std::mutex> lock(books().mutex);
-    if (!books().active)
-        return __real_calloc(count, size);
-    if (!books().admit())
-        return nullptr;
+    if (!books().active) return __real_calloc(count, size);
+    if (!books().admit()) return nullptr;
     void *const ptr = __real_calloc(count, size);
     books().add(ptr, count * size);
     return ptr;
@@ -133,14 +126,11 @@ void *__wrap_calloc(size_t count, size_t size) {
 
 void *__wrap_realloc(void *ptr, size_t size) {
     const std::lock_guard<std::mutex> lock(books().mutex);
-    if (!books().active)
-        return __real_realloc(ptr, size);
-    if (!books().admit())
-        return nullptr;
+    if (!books().active) return __real_realloc(ptr, size);
+    if (!books().admit()) return nullptr;
     void *const moved = __real_realloc(ptr, size);
     if (moved != nullptr) {
-        if (ptr != nullptr)
-            books().remove(ptr);
+        if (ptr != nullptr) books().remove(ptr);
         books().add(moved, size);
     }
     return moved;
@@ -148,7 +138,6 @@ void *__wrap_realloc(void *ptr, size_t size) {
 
 void __wrap_free(void *ptr) {
     const std::lock_guard<std::mutex> lock(books().mutex);
-    if (books().active && ptr != nullptr)
-        books().remove(ptr);
+    if (books().active && ptr != nullptr) books().remove(ptr);
     __real_free(ptr);
 }

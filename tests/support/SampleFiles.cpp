@@ -74,8 +74,7 @@ SampleFile raw_video_open_dml(IndexKind kind, const char *name) {
     builder.also_legacy = kind == IndexKind::OpenDml;
     for (size_t i = 0; i < 9; ++i) {
         builder.frame(0, 30 + i, i % 3 == 0).frame(1, size_t{32});
-        if (i % 3 == 2 && i != 8)
-            builder.segment();
+        if (i % 3 == 2 && i != 8) builder.segment();
     }
     return finish(name, std::move(builder));
 }

@@ -30,21 +30,18 @@ SplitterFile::SplitterFile(const SplitterApi &api, const SplitterStreamSource &s
 }
 
 SplitterFile::~SplitterFile() {
-    if (handle_ != nullptr)
-        api_.close(handle_);
+    if (handle_ != nullptr) api_.close(handle_);
 }
 
 uint32_t SplitterFile::close() {
     const uint32_t code = api_.close(handle_);
-    if (code == 0)
-        handle_ = nullptr;
+    if (code == 0) handle_ = nullptr;
     return code;
 }
 
 std::vector<SplitterTrackEntry> SplitterFile::tracks() {
     SplitterTrackList list = {};
-    if (api_.enum_track(handle_, &list) != SPLITER_OK)
-        return {};
+    if (api_.enum_track(handle_, &list) != SPLITER_OK) return {};
     return {list.entries, list.entries + list.count};
 }
 
@@ -64,8 +61,7 @@ Bytes SplitterFile::codec_data(uint32_t track) {
     SplitterTrackData data = {};
     data.track = track;
     uint32_t size = sizeof data;
-    if (api_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size) != SPLITER_OK)
-        return {};
+    if (api_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size) != SPLITER_OK) return {};
     const uint8_t *const bytes = static_cast<const uint8_t *>(data.data);
     return bytes == nullptr ? Bytes{} : Bytes(bytes, bytes + data.length);
 }
@@ -81,8 +77,7 @@ Frame SplitterFile::read(uint32_t track, uint32_t capacity) {
         }
         const bool grow = frame.code == SPLITER_ERR_BUFFER_TOO_SMALL && frame.info.size > capacity &&
                           frame.info.size <= kLargestFrame;
-        if (!grow)
-            return frame;
+        if (!grow) return frame;
         capacity = frame.info.size;
     }
 }
@@ -92,8 +87,7 @@ FrameRun SplitterFile::read_all(uint32_t track, size_t limit) {
     while (run.frames.size() < limit) {
         Frame frame = read(track);
         run.end_code = frame.code;
-        if (frame.code != SPLITER_OK)
-            break;
+        if (frame.code != SPLITER_OK) break;
         run.frames.push_back(std::move(frame));
     }
     return run;
@@ -101,8 +95,7 @@ FrameRun SplitterFile::read_all(uint32_t track, size_t limit) {
 
 uint32_t SplitterFile::seek(uint32_t track, uint32_t time, uint32_t mode, uint32_t *reached) {
     const uint32_t code = api_.seek(handle_, track, &time, mode);
-    if (reached != nullptr)
-        *reached = time;
+    if (reached != nullptr) *reached = time;
     return code;
 }
 

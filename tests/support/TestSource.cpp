@@ -21,22 +21,19 @@ constexpr SplitterStream kStream = 0x5EED0001;
 }  // namespace
 
 bool TestSource::goes_wrong() const {
-    if (calls() > faults.call_limit)
-        misuse("more callbacks than any sane reader makes: a hang");
+    if (calls() > faults.call_limit) misuse("more callbacks than any sane reader makes: a hang");
     return faults.at != 0 && (calls() == faults.at || (faults.for_good && calls() > faults.at));
 }
 
 void TestSource::check_stream(SplitterStream stream) const {
-    if (stream != kStream || !open_)
-        misuse("a callback was called with a stream that is not open");
+    if (stream != kStream || !open_) misuse("a callback was called with a stream that is not open");
 }
 
 uint32_t TestSource::read(void *buffer, uint32_t *count) {
     ++reads;
     const bool wrong = goes_wrong();
     if (wrong && faults.kind == FaultKind::Fail) {
-        if (*count > 0)
-            memset(buffer, 0xA5, 1);
+        if (*count > 0) memset(buffer, 0xA5, 1);
         *count = UINT32_MAX;
         return faults.code;
     }
@@ -44,8 +41,7 @@ uint32_t TestSource::read(void *buffer, uint32_t *count) {
     const uint64_t length = store_.size();
     const uint64_t left = position < length ? length - position : 0;
     uint64_t take = std::min<uint64_t>({*count, left, faults.longest_read});
-    if (wrong)
-        take = 0;
+    if (wrong) take = 0;
     if (*count > 0 && left == 0 && !faults.end_is_success) {
         *count = 0;
         return kSourceAtEnd;
@@ -63,10 +59,8 @@ uint32_t TestSource::read(void *buffer, uint32_t *count) {
 
 uint32_t TestSource::seek(uint16_t origin, int64_t offset) {
     ++seeks;
-    if (goes_wrong() && faults.kind == FaultKind::Fail)
-        return faults.code;
-    if (origin != 0 && origin != 2)
-        misuse("seek with an origin that the interface does not have");
+    if (goes_wrong() && faults.kind == FaultKind::Fail) return faults.code;
+    if (origin != 0 && origin != 2) misuse("seek with an origin that the interface does not have");
     int64_t target = 0;
     if (__builtin_add_overflow(origin == 2 ? position_ : 0, offset, &target) || target < 0) {
         return kSourceFailed;
@@ -83,10 +77,8 @@ SplitterStreamSource TestSource::record() {
         TestSource &s = self(user);
         ++s.opens;
         s.access_mode = mode;
-        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail)
-            return s.faults.code;
-        if (s.open_)
-            misuse("the stream was opened twice");
+        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) return s.faults.code;
+        if (s.open_) misuse("the stream was opened twice");
         s.open_ = true;
         s.position_ = 0;
         *stream = kStream;
@@ -116,8 +108,7 @@ SplitterStreamSource TestSource::record() {
         s.check_stream(stream);
         ++s.tells;
         *position = INT64_MIN;
-        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail)
-            return s.faults.code;
+        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) return s.faults.code;
         *position = s.position_;
         return 0;
     };
@@ -126,8 +117,7 @@ SplitterStreamSource TestSource::record() {
         s.check_stream(stream);
         ++s.sizes;
         *length = INT64_MAX;
-        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail)
-            return s.faults.code;
+        if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) return s.faults.code;
         switch (s.faults.size) {
             case SizeAnswer::Known:
                 *length = static_cast<int64_t>(s.store_.size());

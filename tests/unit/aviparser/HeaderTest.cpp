@@ -394,8 +394,7 @@ TEST(AviHeader, AHundredStreamsAndNotOneMore) {
         for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
             OpenedAvi avi(builder, kind);
             EXPECT_EQ(avi.file.open_code, count == 100 ? 0u : uint32_t{SPLITER_ERR_BAD_FORMAT});
-            if (count == 100)
-                expect_frames(avi.file, avi.builder, 99);
+            if (count == 100) expect_frames(avi.file, avi.builder, 99);
         }
     }
 }

@@ -13,8 +13,7 @@ AviBuilder huge_file(IndexKind kind) {
     builder.header_extra = list(tag("odml"), chunk(tag("dmlh"), Bytes(4)));
     builder.also_legacy = kind == IndexKind::OpenDml;
     for (size_t segment = 0; segment < 6; ++segment) {
-        if (segment != 0)
-            builder.segment();
+        if (segment != 0) builder.segment();
         for (size_t i = 0; i < 4; ++i)
             builder.frame(0, 100 + 10 * segment + i, i % 2 == 0).frame(1, size_t{320});
         builder.junk(kGap).frame(0, 90 + segment, false).frame(1, size_t{320});
@@ -40,8 +39,7 @@ TEST(AviOpenDml, HugeFilesSeekToTheirLastKeyFrame) {
             const std::vector<TruthFrame> &truth = avi.builder.truth(stream);
             EXPECT_NE(avi.file.is_seekable(stream + 1), 0u);
             for (size_t i = truth.size(); i-- > 0;) {
-                if (!truth[i].index_key)
-                    continue;
+                if (!truth[i].index_key) continue;
                 for (const uint32_t mode : {SPLITER_SEEK_BACKWARD, SPLITER_SEEK_FORWARD}) {
                     uint32_t reached = 0;
                     ASSERT_EQ(avi.file.seek(stream + 1, truth[i].time_stamp, mode, &reached), 0u);

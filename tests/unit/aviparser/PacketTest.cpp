@@ -141,8 +141,7 @@ TEST(AviPackets, ChunkTypesOfOneTrackMayChange) {
     AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
     for (size_t i = 0; i < 12; ++i) {
         builder.frame(0, 31 + i);
-        if (i % 5 == 4)
-            builder.raw(chunk(tag("00db"), payload(3, i, 60)));
+        if (i % 5 == 4) builder.raw(chunk(tag("00db"), payload(3, i, 60)));
     }
     OpenedAvi avi(builder);
     const FrameRun run = avi.file.read_all(1);

@@ -70,8 +70,7 @@ TEST(AviProgressive, OpenSucceedsOnceTheHeaderHasArrived) {
         for (;; arrived += 13) {
             source.faults.arrived = arrived;
             const uint32_t code = AVI_SPLITER_Open(&record, 1, &handle);
-            if (code == 0)
-                break;
+            if (code == 0) break;
             ASSERT_EQ(handle, nullptr);
             ASSERT_EQ(heap.live_blocks(), 0u);
             ASSERT_FALSE(source.is_open());

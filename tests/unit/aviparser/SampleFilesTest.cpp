@@ -69,8 +69,7 @@ TEST_P(SampleFilesTest, TracksKeepTheirOwnPositions) {
     SplitterFile file(kAviSplitter, source.record());
     for (size_t n = 0; n < sample.builder.truth(0).size(); ++n) {
         for (uint32_t i = 0; i < streams(); ++i) {
-            if (n >= sample.builder.truth(i).size())
-                continue;
+            if (n >= sample.builder.truth(i).size()) continue;
             expect_frames(
                 file, sample.builder, i,
                 {.from = n, .count = 1, .stripped = n == 0 && i == 0 ? sample.first_frame_header : 0});
@@ -79,8 +78,7 @@ TEST_P(SampleFilesTest, TracksKeepTheirOwnPositions) {
 }
 
 TEST_P(SampleFilesTest, LeadingBytesOfTheFirstFrameBecomeCodecData) {
-    if (sample.first_frame_header == 0)
-        return;
+    if (sample.first_frame_header == 0) return;
     TestSource source(sample.bytes);
     SplitterFile file(kAviSplitter, source.record());
     const Bytes &first = sample.builder.truth(0)[0].data;
@@ -121,19 +119,14 @@ Reached seek_truth(const SampleFile &sample, uint32_t stream, uint32_t time, uin
     const uint32_t divisor = std::gcd(header.scale, header.rate);
     const double unit = header.scale / divisor * 1000.0 / (header.rate / divisor);
     const uint64_t target = static_cast<uint64_t>(time / unit + 0.5);
-    if (target == 0)
-        return {0, true};
+    if (target == 0) return {0, true};
     Reached reached{0, false};
     for (size_t i = 0; i < truth.size(); ++i) {
-        if (!truth[i].index_key)
-            continue;
-        if (mode == SPLITER_SEEK_FORWARD && truth[i].dts >= target)
-            return {i, true};
-        if (mode != SPLITER_SEEK_FORWARD && truth[i].dts <= target)
-            reached = {i, true};
+        if (!truth[i].index_key) continue;
+        if (mode == SPLITER_SEEK_FORWARD && truth[i].dts >= target) return {i, true};
+        if (mode != SPLITER_SEEK_FORWARD && truth[i].dts <= target) reached = {i, true};
     }
-    if (!reached.found || sample.builder.streams[stream].is_video)
-        return reached;
+    if (!reached.found || sample.builder.streams[stream].is_video) return reached;
     const auto piece_is_far_behind = [&](const TruthFrame &f) {
         return time > f.time_stamp && time - f.time_stamp > 2 * f.duration;
     };
@@ -147,8 +140,7 @@ Reached seek_truth(const SampleFile &sample, uint32_t stream, uint32_t time, uin
 }
 
 TEST_P(SampleFilesTest, SeekReachesWhatTheFrameListSays) {
-    if (!sample.has_index)
-        return;
+    if (!sample.has_index) return;
     TestSource source(sample.bytes);
     SplitterFile file(kAviSplitter, source.record());
     for (uint32_t i = 0; i < streams(); ++i) {
