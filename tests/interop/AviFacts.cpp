@@ -29,8 +29,7 @@ StreamFacts read_stream_header(const Bytes &file, size_t body) {
 
 // How many reads deliver a chunk of that size.
 uint64_t pieces_of(const StreamFacts &stream, uint32_t size) {
-    if (stream.sample_size < 2)
-        return 1;
+    if (stream.sample_size < 2) return 1;
     const uint64_t piece = stream.sample_size > 31 ? stream.sample_size : uint64_t{stream.sample_size} * 1024;
     return (size + piece - 1) / piece;
 }
@@ -45,7 +44,10 @@ void read_index(const Bytes &file, size_t body, size_t size, std::vector<StreamF
         const uint32_t length = le32_at(file, entry + 12);
         StreamFacts &stream = streams.at(number);
         Clock &clock = clocks[number];
-        stream.chunks.push_back({clock.units, clock.pieces, (le32_at(file, entry + 4) & kKeyFrameFlag) != 0});
+        // The splitter's rule for what the index leaves unsaid: avimux flags no audio chunk at all.
+        const bool key = (le32_at(file, entry + 4) & kKeyFrameFlag) != 0 || number == 1 ||
+                         (stream.sample_size == 0 && stream.chunks.empty());
+        stream.chunks.push_back({clock.units, clock.pieces, key});
         clock.units += stream.sample_size == 0 ? 1 : length;
         clock.pieces += pieces_of(stream, length);
     }
@@ -58,10 +60,8 @@ std::vector<StreamFacts> avi_facts(const Bytes &file) {
     for (size_t at = 12; at + 8 <= file.size();) {
         const std::string_view id = tag_at(file, at);
         const uint32_t size = le32_at(file, at + 4);
-        if (id == "strh")
-            streams.push_back(read_stream_header(file, at + 8));
-        if (id == "idx1")
-            read_index(file, at + 8, size, streams);
+        if (id == "strh") streams.push_back(read_stream_header(file, at + 8));
+        if (id == "idx1") read_index(file, at + 8, size, streams);
         const bool enter = id == "LIST" && tag_at(file, at + 8) != "movi";
         at += enter ? 12 : 8 + size + size % 2;
     }

@@ -23,8 +23,7 @@ class TemporaryFolder {
 public:
     TemporaryFolder() {
         std::string name = (std::filesystem::temp_directory_path() / "quorv-interop-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("no temporary folder");
+        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
         path_ = name;
     }
     ~TemporaryFolder() { std::filesystem::remove_all(path_); }
@@ -45,8 +44,7 @@ PeerTrack load_track(const std::filesystem::path &frames, const std::filesystem:
     PeerFrame frame;
     int64_t pts = 0, size = 0;
     while (lines >> frame.dts >> pts >> frame.duration >> size >> frame.key) {
-        if (size > all.end() - next)
-            throw std::runtime_error("the receiver wrote fewer bytes than it lists");
+        if (size > all.end() - next) throw std::runtime_error("the receiver wrote fewer bytes than it lists");
         frame.data.assign(next, next + size);
         next += size;
         track.frames.push_back(frame);
@@ -69,8 +67,7 @@ std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &path, s
         *why_not = "GStreamer's avidemux is not installed";
         return {};
     }
-    if (status != 0)
-        throw std::runtime_error("failed: " + command);
+    if (status != 0) throw std::runtime_error("failed: " + command);
     std::map<std::string, PeerTrack> tracks;
     for (const auto &entry : std::filesystem::directory_iterator(folder.path())) {
         const std::filesystem::path &file = entry.path();

@@ -46,13 +46,17 @@ namespace {
 std::string skip_line(const std::string &name) {
     std::ifstream skipped(QUORV_SAMPLES_FOLDER "/skipped");
     for (std::string line; std::getline(skipped, line);) {
-        if (line.compare(0, name.size() + 1, name + ":") == 0)
-            return line;
+        if (line.compare(0, name.size() + 1, name + ":") == 0) return line;
     }
     return {};
 }
 
 }  // namespace
+
+bool has_headers_in_first_frame(const RealTrack &track) {
+    const std::string codec = track.codec;
+    return codec == "264 " || codec == "xvid" || codec == "divx" || codec == "dx50";
+}
 
 std::string path_of(const RealSample &sample, std::string *why_not) {
     const std::string name = sample.name;
@@ -60,8 +64,7 @@ std::string path_of(const RealSample &sample, std::string *why_not) {
                                  ? std::string(QUORV_SOURCE_FOLDER "/samples/h264-mp3.avi")
                                  : QUORV_SAMPLES_FOLDER "/" + name + ".avi";
     *why_not = skip_line(name);
-    if (!why_not->empty())
-        return {};
+    if (!why_not->empty()) return {};
     if (!std::filesystem::exists(path))
         throw std::runtime_error(path + " is missing: the test interop/make-samples makes it");
     return path;

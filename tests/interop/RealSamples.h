@@ -19,6 +19,9 @@ struct RealTrack {
     uint32_t bit_rate = 0;  // of audio, bits a second; 0: the encoder decides
 };
 
+// Whether the stream's headers stand at the start of its first frame, from where they become codec data.
+bool has_headers_in_first_frame(const RealTrack &track);
+
 struct RealSample {
     const char *name;
     std::vector<RealTrack> tracks;  // in file order; video comes first
@@ -39,12 +42,5 @@ std::string case_name(const RealSample &sample);
 void PrintTo(const RealSample &sample, std::ostream *out);
 
 }  // namespace quorv::test
-
-// Ends the test as skipped when the sample could not be made; declares its path otherwise.
-#define QUORV_SAMPLE_PATH(path, sample)                 \
-    std::string why_not;                                \
-    const std::string path = path_of(sample, &why_not); \
-    if (path.empty())                                   \
-    GTEST_SKIP() << why_not
 
 #endif

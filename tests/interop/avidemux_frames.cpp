@@ -61,8 +61,7 @@ void write_sample(Recorder &recorder, GstSample *sample) {
 
 GstFlowReturn on_new_sample(GstAppSink *sink, gpointer user_data) {
     GstSample *sample = gst_app_sink_pull_sample(sink);
-    if (sample == nullptr)
-        return GST_FLOW_EOS;
+    if (sample == nullptr) return GST_FLOW_EOS;
     write_sample(*static_cast<Recorder *>(user_data), sample);
     gst_sample_unref(sample);
     return GST_FLOW_OK;
@@ -107,8 +106,7 @@ bool run_to_end(GstElement *pipeline) {
         std::fprintf(stderr, "%s\n", error->message);
         g_error_free(error);
     }
-    if (message != nullptr)
-        gst_message_unref(message);
+    if (message != nullptr) gst_message_unref(message);
     gst_object_unref(bus);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     return ended;
