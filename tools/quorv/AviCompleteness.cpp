@@ -43,8 +43,7 @@ private:
 
 bool ChunkWalk::read(uint64_t position, ChunkHeader &chunk) {
     std::array<uint8_t, kChunkHeader> bytes;
-    if (++chunks_ > kMaxChunks || file_.read_at(position, bytes) < bytes.size())
-        return false;
+    if (++chunks_ > kMaxChunks || file_.read_at(position, bytes) < bytes.size()) return false;
     std::memcpy(chunk.tag, bytes.data(), sizeof chunk.tag);
     chunk.size = uint32_t{bytes[7]} << 24 | uint32_t{bytes[6]} << 16 | uint32_t{bytes[5]} << 8 | bytes[4];
     return true;
@@ -55,10 +54,8 @@ uint64_t ChunkWalk::declared_segment_end(uint64_t start, uint32_t size) {
     ChunkHeader chunk = {};
     for (uint64_t at = start + kRiffHeader; at < end && read(at, chunk);) {
         const uint64_t chunk_end = at + kChunkHeader + chunk.size;
-        if (chunk.is("LIST") && chunk.is_open())
-            return 0;
-        if (chunk_end > file_.size())
-            return std::max(chunk_end, end);
+        if (chunk.is("LIST") && chunk.is_open()) return 0;
+        if (chunk_end > file_.size()) return std::max(chunk_end, end);
         at = chunk_end + (chunk.size & 1);
     }
     return end > file_.size() + kTolerance ? end : std::min(end, file_.size());
@@ -68,11 +65,9 @@ uint64_t ChunkWalk::declared_end() {
     uint64_t end = 0;
     ChunkHeader segment = {};
     for (uint64_t start = 0; read(start, segment) && (start == 0 || segment.is("RIFF")); start = end) {
-        if (segment.is_open())
-            return 0;
+        if (segment.is_open()) return 0;
         end = declared_segment_end(start, segment.size);
-        if (end == 0 || end >= file_.size())
-            return end;
+        if (end == 0 || end >= file_.size()) return end;
         end += end & 1;
     }
     return end;
@@ -82,8 +77,7 @@ uint64_t ChunkWalk::declared_end() {
 
 std::string find_avi_damage(FileSource &file) {
     const uint64_t end = ChunkWalk(file).declared_end();
-    if (end <= file.size())
-        return {};
+    if (end <= file.size()) return {};
     return "truncated: its header declares " + std::to_string(end) + " bytes, the file has " +
            std::to_string(file.size());
 }

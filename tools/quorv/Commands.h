@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -26,6 +27,11 @@ void add_extract_command(Session &session);
 // Does the work on one input file. A Failure ends it with a line on standard error that names the file;
 // failures to write are no matter of the input and pass.
 ExitCode run_on_file(OutputStream &out, const std::string &file, const std::function<void()> &work);
+
+// Checks an option's number; says nothing in the help text, where the limits of 32 bits help nobody.
+inline CLI::Validator in_range(uint32_t first, uint32_t last) {
+    return CLI::Range(first, last).description("");
+}
 
 // How messages call an input.
 std::string input_name(const std::string &file);

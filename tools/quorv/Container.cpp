@@ -33,8 +33,7 @@ const Track &Container::readable_track(uint32_t number) const {
 }
 
 std::unique_ptr<Container> open_container(FileSource &file) {
-    if (file.head().empty())
-        throw Failure(ExitCode::BadFile, "the file is empty");
+    if (file.head().empty()) throw Failure(ExitCode::BadFile, "the file is empty");
     switch (find_format(file.head())) {
         case Format::Avi:
             file.make_seekable();

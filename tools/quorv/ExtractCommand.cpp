@@ -33,8 +33,7 @@ uint64_t copy_frames(Container &container, const Track &track, const FileSource 
             progress.update(file.progress(), file.size());
         }
     } catch (const Failure &failure) {
-        if (failure.code != ExitCode::BadFile)
-            throw;
+        if (failure.code != ExitCode::BadFile) throw;
         problem = failure.what();
     }
     return count;
@@ -45,8 +44,7 @@ void extract(const ExtractOptions &options) {
     const std::unique_ptr<Container> container = open_container(file);
     const Track &track = container->readable_track(options.track);
     OutputFile output(options.output, file);
-    if (!options.frames_only)
-        output.stream().write(track.codec_data);
+    if (!options.frames_only) output.stream().write(track.codec_data);
 
     std::string problem;
     const uint64_t count = copy_frames(*container, track, file, output.stream(), problem);
@@ -72,11 +70,13 @@ void extract(const ExtractOptions &options) {
 void add_extract_command(Session &session) {
     auto options = std::make_shared<ExtractOptions>();
     CLI::App *command = session.app.add_subcommand("extract", "Write one track as a raw elementary stream");
-    command->add_option("FILE", options->file, "The file, or - for standard input")->required();
+    command->add_option("FILE", options->file, "The file, or - for standard input")
+        ->type_name("")
+        ->required();
     command->add_option("--track", options->track, "The track, counted from 1")
         ->type_name("N")
         ->required()
-        ->check(CLI::Range(uint32_t{1}, std::numeric_limits<uint32_t>::max()));
+        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
     command->add_option("-o,--output", options->output, "The file to write, or - for standard output")
         ->type_name("OUT")
         ->required();

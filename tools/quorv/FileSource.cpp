@@ -26,10 +26,8 @@ constexpr size_t kFirstRead = 4096;
 size_t read_stream(int file, uint8_t *to, size_t count) {
     for (;;) {
         const ssize_t got = ::read(file, to, count);
-        if (got >= 0)
-            return static_cast<size_t>(got);
-        if (errno != EINTR)
-            throw io_failure(errno);
+        if (got >= 0) return static_cast<size_t>(got);
+        if (errno != EINTR) throw io_failure(errno);
     }
 }
 
@@ -37,8 +35,7 @@ void write_stream(int file, const uint8_t *from, size_t count) {
     while (count > 0) {
         const ssize_t put = ::write(file, from, count);
         if (put < 0) {
-            if (errno == EINTR)
-                continue;
+            if (errno == EINTR) continue;
             throw Failure(ExitCode::Io,
                           std::string("cannot keep the input in a temporary file: ") + std::strerror(errno));
         }
@@ -66,8 +63,7 @@ Descriptor &Descriptor::operator=(Descriptor &&other) noexcept {
 }
 
 Descriptor::~Descriptor() {
-    if (number_ > STDERR_FILENO)
-        ::close(number_);
+    if (number_ > STDERR_FILENO) ::close(number_);
 }
 
 int Descriptor::release() {
@@ -114,8 +110,7 @@ uint32_t FileReader::read(uint8_t *to, uint32_t *count) {
         } else if (wanted - done >= kBufferBytes) {
             got = file_.read_some(position_, to + done, wanted - done);
             read_end_ = position_ + got;
-            if (got == 0)
-                break;
+            if (got == 0) break;
         } else if (!fill(wanted - done)) {
             break;
         }
@@ -129,10 +124,8 @@ uint32_t FileReader::read(uint8_t *to, uint32_t *count) {
 
 uint32_t FileReader::seek(uint16_t origin, int64_t offset) {
     int64_t target = offset;
-    if (origin != 0 && __builtin_add_overflow(offset, position(), &target))
-        return SPLITER_ERR_INVALID_PARAM;
-    if (target < 0)
-        return SPLITER_ERR_INVALID_PARAM;
+    if (origin != 0 && __builtin_add_overflow(offset, position(), &target)) return SPLITER_ERR_INVALID_PARAM;
+    if (target < 0) return SPLITER_ERR_INVALID_PARAM;
     position_ = static_cast<uint64_t>(target);
     return SPLITER_OK;
 }
@@ -143,15 +136,12 @@ FileSource::FileSource(const std::string &path) {
     } else {
         open_path(path);
     }
-    if (fstat(file_.get(), &identity_) != 0)
-        throw io_failure(errno);
-    if (S_ISDIR(identity_.st_mode))
-        throw io_failure(EISDIR);
+    if (fstat(file_.get(), &identity_) != 0) throw io_failure(errno);
+    if (S_ISDIR(identity_.st_mode)) throw io_failure(EISDIR);
     // Standard input may be a file that somebody else has read from already: its rest is the input.
     const off_t position = lseek(file_.get(), 0, SEEK_CUR);
     seekable_ = position == 0 && (S_ISREG(identity_.st_mode) || S_ISBLK(identity_.st_mode));
-    if (seekable_)
-        size_ = static_cast<uint64_t>(lseek(file_.get(), 0, SEEK_END));
+    if (seekable_) size_ = static_cast<uint64_t>(lseek(file_.get(), 0, SEEK_END));
     read_head();
 }
 
@@ -159,8 +149,7 @@ FileSource::~FileSource() = default;
 
 void FileSource::open_path(const std::string &path) {
     file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    if (file_.get() < 0)
-        throw io_failure(errno);
+    if (file_.get() < 0) throw io_failure(errno);
 }
 
 void FileSource::read_head() {
@@ -178,8 +167,7 @@ void FileSource::read_head() {
 }
 
 void FileSource::make_seekable() {
-    if (seekable_)
-        return;
+    if (seekable_) return;
     Descriptor copy = temporary_file();
     write_stream(copy.get(), head_.data(), head_.size());
     size_ = head_.size();
@@ -200,12 +188,9 @@ bool FileSource::is_same_file(const struct stat &other) const {
 size_t FileSource::read_some(uint64_t position, uint8_t *to, size_t count) {
     for (;;) {
         const ssize_t got = pread(file_.get(), to, count, static_cast<off_t>(position));
-        if (got >= 0)
-            return static_cast<size_t>(got);
-        if (errno == EINTR)
-            continue;
-        if (first_error_ == 0)
-            first_error_ = errno;
+        if (got >= 0) return static_cast<size_t>(got);
+        if (errno == EINTR) continue;
+        if (first_error_ == 0) first_error_ = errno;
         return 0;
     }
 }
@@ -214,12 +199,10 @@ size_t FileSource::read_at(uint64_t position, std::span<uint8_t> to) {
     size_t done = 0;
     while (done < to.size()) {
         const size_t got = read_some(position + done, to.data() + done, to.size() - done);
-        if (got == 0)
-            break;
+        if (got == 0) break;
         done += got;
     }
-    if (first_error_ != 0)
-        throw io_failure(first_error_);
+    if (first_error_ != 0) throw io_failure(first_error_);
     return done;
 }
 

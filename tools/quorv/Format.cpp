@@ -16,8 +16,7 @@ bool has_at(std::span<const uint8_t> head, size_t offset, std::string_view bytes
 }
 
 bool is_avi(std::span<const uint8_t> head) {
-    if (has_at(head, 0, "ON2 "))
-        return has_at(head, 8, "ON2f");
+    if (has_at(head, 0, "ON2 ")) return has_at(head, 8, "ON2f");
     return has_at(head, 0, "RIFF") && (has_at(head, 8, "AVI ") || has_at(head, 8, "AVIX") ||
                                        has_at(head, 8, "AVI\x19") || has_at(head, 8, "AMV "));
 }
@@ -29,10 +28,8 @@ bool is_asf(std::span<const uint8_t> head) {
 
 // An ID3v2 tag, or the header of an MPEG audio frame with no reserved value in it.
 bool is_mp3(std::span<const uint8_t> head) {
-    if (has_at(head, 0, "ID3"))
-        return true;
-    if (head.size() < 4 || head[0] != 0xFF || (head[1] & 0xE0) != 0xE0)
-        return false;
+    if (has_at(head, 0, "ID3")) return true;
+    if (head.size() < 4 || head[0] != 0xFF || (head[1] & 0xE0) != 0xE0) return false;
     const int version = head[1] >> 3 & 3, layer = head[1] >> 1 & 3;
     const int bit_rate = head[2] >> 4, sample_rate = head[2] >> 2 & 3;
     return version != 1 && layer != 0 && bit_rate != 15 && sample_rate != 3;
@@ -41,10 +38,8 @@ bool is_mp3(std::span<const uint8_t> head) {
 }  // namespace
 
 Format find_format(std::span<const uint8_t> head) {
-    if (is_avi(head))
-        return Format::Avi;
-    if (is_asf(head))
-        return Format::Asf;
+    if (is_avi(head)) return Format::Avi;
+    if (is_asf(head)) return Format::Asf;
     return is_mp3(head) ? Format::Mp3 : Format::Unknown;
 }
 

@@ -56,12 +56,10 @@ private:
 };
 
 std::vector<const Track *> FrameLister::wanted_tracks() const {
-    if (options_.track != 0)
-        return {&container_.readable_track(options_.track)};
+    if (options_.track != 0) return {&container_.readable_track(options_.track)};
     std::vector<const Track *> wanted;
     for (const Track &track : container_.tracks()) {
-        if (track.is_readable())
-            wanted.push_back(&track);
+        if (track.is_readable()) wanted.push_back(&track);
     }
     if (wanted.empty())
         throw Failure(ExitCode::BadFile, "no track is video or audio: there are no frames to read");
@@ -71,15 +69,13 @@ std::vector<const Track *> FrameLister::wanted_tracks() const {
 void FrameLister::list() {
     const std::vector<const Track *> wanted = wanted_tracks();
     tracks_wanted_ = wanted.size();
-    if (!options_.json)
-        write_title();
+    if (!options_.json) write_title();
     for (const Track *track : wanted) {
         try {
             list_track(*track);
         } catch (const Failure &failure) {
             // What is wrong with one track need not keep the others from being listed.
-            if (failure.code != ExitCode::BadFile)
-                throw;
+            if (failure.code != ExitCode::BadFile) throw;
             add_problem(failure.what());
         }
         ++tracks_done_;
@@ -99,10 +95,9 @@ void FrameLister::list_track(const Track &track) {
         const SeekMode mode = options_.mode == "next" ? SeekMode::Next : SeekMode::Previous;
         const SeekResult result = container_.seek(track, *options_.from, mode);
         if (result == SeekResult::NoIndex)
-            throw Failure(ExitCode::BadFile, "track " + std::to_string(track.number) +
-                                                 " cannot be positioned: the file has no index of it");
-        if (result == SeekResult::NoKeyFrame)
-            return;
+            throw Failure(ExitCode::BadFile,
+                          "track " + std::to_string(track.number) + " has no index to find a time with");
+        if (result == SeekResult::NoKeyFrame) return;
     }
     Frame frame;
     uint64_t count = 0, end = 0;
@@ -117,8 +112,7 @@ void FrameLister::list_track(const Track &track) {
 // Compares the frames with what the header says of the track.
 void FrameLister::check_end(const Track &track, uint64_t count, uint64_t end) {
     // Beside video, the duration of an audio track may be that of the video.
-    if (track.video() == nullptr && container_.tracks().size() > 1)
-        return;
+    if (track.video() == nullptr && container_.tracks().size() > 1) return;
     const std::string name = "track " + std::to_string(track.number);
     if (count == 0 && track.duration() > 0) {
         add_problem("no frame of " + name + " can be read");
@@ -151,10 +145,10 @@ void FrameLister::write_line(const Track &track, uint64_t index, const Frame &fr
             track.number, number, frame.time, frame.duration, frame.data.size(), frame.key ? "true" : "false",
             options_.md5 ? R"(,"md5":")" : "", md5.data(), options_.md5 ? "\"" : "");
     } else {
-        length = std::snprintf(line, sizeof line, "%7u  %8llu  %13s  %8u  %10zu  %s%s%s\n", track.number,
-                               number, time_text(frame.time).c_str(), frame.duration, frame.data.size(),
-                               frame.key ? "key" : (options_.md5 ? "   " : ""), options_.md5 ? "  " : "",
-                               md5.data());
+        const char *key = frame.key ? "  key" : options_.md5 ? "     " : "";
+        length = std::snprintf(line, sizeof line, "%7u  %8llu  %13s  %8u  %10zu%s%s%s\n", track.number,
+                               number, time_text(frame.time).c_str(), frame.duration, frame.data.size(), key,
+                               options_.md5 ? "  " : "", md5.data());
     }
     out_.write(std::string_view(line, static_cast<size_t>(length)));
 }
@@ -172,21 +166,23 @@ ExitCode run(OutputStream &out, const FramesOptions &options) {
 void add_frames_command(Session &session) {
     auto options = std::make_shared<FramesOptions>();
     CLI::App *command = session.app.add_subcommand("frames", "List the frames of a file, track after track");
-    command->add_option("FILE", options->file, "The file, or - for standard input")->required();
+    command->add_option("FILE", options->file, "The file, or - for standard input")
+        ->type_name("")
+        ->required();
     command->add_flag("--json", options->json, "One JSON object a frame, each on a line");
     command->add_flag("--md5", options->md5, "Add the MD5 digest of each frame");
     command->add_option("--track", options->track, "Only this track, counted from 1")
         ->type_name("N")
-        ->check(CLI::Range(uint32_t{1}, std::numeric_limits<uint32_t>::max()));
+        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
     CLI::Option *from =
         command->add_option("--from", options->from, "Begin at a key frame near this time, in milliseconds")
             ->type_name("MS")
-            ->check(CLI::Range(uint32_t{0}, kLastTime));
+            ->check(in_range(0, kLastTime));
     command
         ->add_option("--mode", options->mode,
                      "With --from: the key frame at or before the time, or the next one")
         ->type_name("prev|next")
-        ->check(CLI::IsMember({"prev", "next"}))
+        ->check(CLI::IsMember({"prev", "next"}).description(""))
         ->needs(from);
     command->footer(
         "Examples:\n"

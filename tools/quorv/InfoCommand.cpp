@@ -54,8 +54,7 @@ std::string format_text(const Track &track) {
 std::vector<std::string> track_row(const Track &track) {
     std::vector<std::string> row = {std::to_string(track.number), type_name(track.type)};
     row.resize(kColumns.size());
-    if (!track.is_readable())
-        return row;
+    if (!track.is_readable()) return row;
     const uint32_t bit_rate = track.audio() ? track.audio()->bit_rate : track.video()->max_bitrate;
     row[2] = track.codec() == 0 ? "unknown" : fourcc_text(track.codec());
     row[3] = time_text(track.duration());
@@ -100,8 +99,7 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
             if (options.json) {
                 out.write(file_json(name, *container) + "\n");
             } else {
-                if (!std::exchange(first, false))
-                    out.write("\n");
+                if (!std::exchange(first, false)) out.write("\n");
                 write_text(out, name, file, *container);
             }
             if (const std::string damage = container->damage(); !damage.empty())
@@ -117,7 +115,7 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
 void add_info_command(Session &session) {
     auto options = std::make_shared<InfoOptions>();
     CLI::App *command = session.app.add_subcommand("info", "List the tracks of media files");
-    command->add_option("FILE", options->files, "Files, or - for standard input")->required();
+    command->add_option("FILE", options->files, "Files, or - for standard input")->type_name("")->required();
     command->add_flag("--json", options->json, "One JSON object a file, each on a line");
     command->footer(
         "Examples:\n"

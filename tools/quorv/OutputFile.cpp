@@ -32,8 +32,7 @@ extern "C" void remove_unfinished(int signal_number) {
 void handle_ending_signals(void (*handler)(int)) {
     for (const int number : kEndingSignals) {
         // What was ignored when the tool was started, as by nohup, stays so.
-        if (std::signal(number, handler) == SIG_IGN)
-            std::signal(number, SIG_IGN);
+        if (std::signal(number, handler) == SIG_IGN) std::signal(number, SIG_IGN);
     }
 }
 
@@ -56,14 +55,12 @@ public:
     explicit TemporaryFile(const std::string &target)
         : path_(target.substr(0, target.find_last_of('/') + 1) + ".quorv-XXXXXX") {
         descriptor_ = mkostemp(path_.data(), O_CLOEXEC);
-        if (descriptor_ < 0 || path_.size() >= sizeof unfinished)
-            return;
+        if (descriptor_ < 0 || path_.size() >= sizeof unfinished) return;
         std::memcpy(unfinished, path_.c_str(), path_.size() + 1);
         handle_ending_signals(remove_unfinished);
     }
     ~TemporaryFile() {
-        if (descriptor_ >= 0)
-            unlink(path_.c_str());
+        if (descriptor_ >= 0) unlink(path_.c_str());
         forget();
     }
     TemporaryFile(const TemporaryFile &) = delete;
@@ -72,8 +69,7 @@ public:
     // The caller closes it. Negative when there is no file, with the reason in errno.
     int descriptor() const { return descriptor_; }
     bool rename_to(const std::string &target) {
-        if (::rename(path_.c_str(), target.c_str()) != 0)
-            return false;
+        if (::rename(path_.c_str(), target.c_str()) != 0) return false;
         descriptor_ = -1;
         forget();
         return true;
@@ -101,8 +97,7 @@ OutputFile::OutputFile(const std::string &path, const FileSource &input)
         return;
     }
     open(input);
-    if (file_.get() < 0)
-        throw WriteFailure(path, errno);
+    if (file_.get() < 0) throw WriteFailure(path, errno);
     stream_ = OutputStream(file_.get(), path);
 }
 
@@ -127,31 +122,23 @@ void OutputFile::open(const FileSource &input) {
 void OutputFile::make_temporary(const struct stat *existing) {
     temporary_ = std::make_unique<TemporaryFile>(target_);
     file_ = Descriptor(temporary_->descriptor());
-    if (file_.get() < 0)
-        return;
+    if (file_.get() < 0) return;
     // File systems without owners or modes refuse; the file is then the user's own and private.
-    if (existing != nullptr && fchown(file_.get(), existing->st_uid, existing->st_gid) != 0)
-        errno = 0;
-    if (fchmod(file_.get(), existing != nullptr ? existing->st_mode & 07777 : default_mode()) != 0)
-        errno = 0;
+    if (existing != nullptr && fchown(file_.get(), existing->st_uid, existing->st_gid) != 0) errno = 0;
+    if (fchmod(file_.get(), existing != nullptr ? existing->st_mode & 07777 : default_mode()) != 0) errno = 0;
 }
 
 void OutputFile::finish() {
     stream_.flush();
-    if (file_.get() < 0)
-        return;
+    if (file_.get() < 0) return;
     // An earlier file goes only once its successor is on the disk.
-    if (temporary_ && replaces_ && fsync(file_.get()) != 0)
-        throw WriteFailure(name_, errno);
-    if (::close(file_.release()) != 0)
-        throw WriteFailure(name_, errno);
-    if (temporary_ && !temporary_->rename_to(target_))
-        throw WriteFailure(name_, errno);
+    if (temporary_ && replaces_ && fsync(file_.get()) != 0) throw WriteFailure(name_, errno);
+    if (::close(file_.release()) != 0) throw WriteFailure(name_, errno);
+    if (temporary_ && !temporary_->rename_to(target_)) throw WriteFailure(name_, errno);
 }
 
 bool OutputFile::finish_without_replacing() {
-    if (temporary_ && replaces_)
-        return false;
+    if (temporary_ && replaces_) return false;
     finish();
     return true;
 }

@@ -21,8 +21,7 @@ OutputStream::OutputStream(int descriptor, std::string name)
 
 void OutputStream::write(std::string_view text) {
     written_ += text.size();
-    if (text.size() > buffer_.size() - used_)
-        flush();
+    if (text.size() > buffer_.size() - used_) flush();
     if (text.size() > buffer_.size()) {
         write_out(text.data(), text.size());
         return;
@@ -45,10 +44,8 @@ void OutputStream::write_out(const char *bytes, size_t count) {
     while (count > 0) {
         const ssize_t put = ::write(descriptor_, bytes, count);
         if (put < 0) {
-            if (errno == EINTR)
-                continue;
-            if (errno == EPIPE)
-                throw OutputClosed();
+            if (errno == EINTR) continue;
+            if (errno == EPIPE) throw OutputClosed();
             throw WriteFailure(name_, errno);
         }
         bytes += put;

@@ -25,16 +25,13 @@ Progress::Progress(bool wanted)
     : enabled_(wanted && isatty(STDERR_FILENO) == 1), next_(std::chrono::steady_clock::now() + kFirstDraw) {}
 
 Progress::~Progress() {
-    if (drawn_)
-        std::fputs("\r\033[K", stderr);
+    if (drawn_) std::fputs("\r\033[K", stderr);
 }
 
 void Progress::update(uint64_t done, uint64_t total) {
-    if (!enabled_)
-        return;
+    if (!enabled_) return;
     const auto now = std::chrono::steady_clock::now();
-    if (now < next_)
-        return;
+    if (now < next_) return;
     next_ = now + kRedraw;
     draw(std::min(done, total), std::max<uint64_t>(total, 1));
 }

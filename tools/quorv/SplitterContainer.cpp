@@ -37,8 +37,7 @@ SplitterContainer::SplitterContainer(const Splitter &splitter, FileSource &file)
     : splitter_(splitter), file_(file) {
     const SplitterStreamSource source = file_.callbacks();
     const uint32_t code = splitter_.open(&source, 1, &handle_);
-    if (code != SPLITER_OK)
-        fail(code, "cannot be opened");
+    if (code != SPLITER_OK) fail(code, "cannot be opened");
     try {
         list_tracks();
     } catch (...) {
@@ -57,8 +56,7 @@ void SplitterContainer::list_tracks() {
     check_reads();
     if (code == SPLITER_ERR_UNSUPPORTED)
         throw Failure(ExitCode::BadFile, "no tracks: the file's header is damaged or cut short");
-    if (code != SPLITER_OK)
-        fail(code, "its tracks cannot be listed");
+    if (code != SPLITER_OK) fail(code, "its tracks cannot be listed");
     for (const SplitterTrackEntry &entry : std::span(list.entries, list.count))
         tracks_.push_back(describe(entry));
     check_reads();
@@ -70,8 +68,7 @@ Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
     track.type = entry.type;
     const auto get_info = [&]<typename Info>(Info info) {
         const uint32_t code = splitter_.get_track_info(handle_, entry.track, &info, sizeof info);
-        if (code != SPLITER_OK)
-            fail(code, "track " + std::to_string(entry.track) + " cannot be described");
+        if (code != SPLITER_OK) fail(code, "track " + std::to_string(entry.track) + " cannot be described");
         track.info = info;
     };
     if (entry.type == SPLITER_TRACK_VIDEO) {
@@ -94,16 +91,14 @@ Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
 }
 
 bool SplitterContainer::read_frame(const Track &track, Frame &frame) {
-    if (capacity_ == 0)
-        grow_buffer(track.number, 0);
+    if (capacity_ == 0) grow_buffer(track.number, 0);
     SplitterFrameInfo info = {};
     uint32_t code = 0;
     while ((code = splitter_.read_frame(handle_, track.number, buffer_.get(), capacity_, &info)) ==
            SPLITER_ERR_BUFFER_TOO_SMALL)
         grow_buffer(track.number, info.size);
     check_reads();
-    if (code == SPLITER_ERR_END_OF_STREAM)
-        return false;
+    if (code == SPLITER_ERR_END_OF_STREAM) return false;
     if (code != SPLITER_OK)
         fail(code, "a frame of track " + std::to_string(track.number) + " cannot be read");
     frame = {{buffer_.get(), info.size}, info.time_stamp, info.duration, info.key_frame != 0};
@@ -140,14 +135,12 @@ SeekResult SplitterContainer::seek(const Track &track, uint32_t time, SeekMode m
 
 // The splitters go on after a failed read where they can, so a success may hide one.
 void SplitterContainer::check_reads() const {
-    if (file_.first_error() != 0)
-        throw io_failure(file_.first_error());
+    if (file_.first_error() != 0) throw io_failure(file_.first_error());
 }
 
 void SplitterContainer::fail(uint32_t code, const std::string &doing) const {
     check_reads();
-    if (code == SPLITER_ERR_NO_MEMORY)
-        throw Failure(ExitCode::Io, "out of memory");
+    if (code == SPLITER_ERR_NO_MEMORY) throw Failure(ExitCode::Io, "out of memory");
     char number[16];
     std::snprintf(number, sizeof number, "0x%X", code);
     throw Failure(ExitCode::BadFile,

@@ -20,8 +20,7 @@ std::string time_text(uint32_t milliseconds) {
 }
 
 std::string size_text(uint64_t bytes) {
-    if (bytes < 1000)
-        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+    if (bytes < 1000) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
     static constexpr const char *kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
     size_t unit = 0;
     auto value = static_cast<double>(bytes) / 1000;
@@ -33,13 +32,11 @@ std::string size_text(uint64_t bytes) {
 }
 
 std::string fourcc_text(uint32_t fourcc) {
-    if (fourcc == 0)
-        return {};
+    if (fourcc == 0) return {};
     std::string text;
     for (int shift = 24; shift >= 0; shift -= 8)
         text += static_cast<char>(fourcc >> shift & 0xFF);
-    if (std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; }))
-        return text;
+    if (std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; })) return text;
     char number[12];
     std::snprintf(number, sizeof number, "0x%08X", fourcc);
     return number;
@@ -71,8 +68,7 @@ void write_table(OutputStream &out, const std::vector<Column> &columns,
     const auto write_row = [&](const auto &cell_text) {
         std::string line;
         for (size_t i = 0; i < columns.size(); ++i) {
-            if (widths[i] == 0)
-                continue;
+            if (widths[i] == 0) continue;
             const std::string_view text = cell_text(i);
             const size_t pad = std::max(widths[i], columns[i].title.size()) - text.size();
             line.append("  ").append(columns[i].right_aligned ? pad : 0, ' ').append(text);

@@ -16,8 +16,7 @@ void add_video(Json &json, const SplitterVideoInfo &video) {
     json["width"] = video.width;
     json["height"] = video.height;
     json["frame_rate"] = video.frame_rate;
-    if (video.max_bitrate != 0)
-        json["bit_rate"] = video.max_bitrate;
+    if (video.max_bitrate != 0) json["bit_rate"] = video.max_bitrate;
 }
 
 void add_audio(Json &json, const SplitterAudioInfo &audio) {
@@ -30,14 +29,11 @@ void add_audio(Json &json, const SplitterAudioInfo &audio) {
 
 Json track_json(const Track &track) {
     Json json = {{"track", track.number}, {"type", fourcc_text(track.type)}};
-    if (!track.is_readable())
-        return json;
+    if (!track.is_readable()) return json;
     json["codec"] = fourcc_text(track.codec());
     json["duration_ms"] = track.duration();
-    if (const SplitterVideoInfo *video = track.video())
-        add_video(json, *video);
-    if (const SplitterAudioInfo *audio = track.audio())
-        add_audio(json, *audio);
+    if (const SplitterVideoInfo *video = track.video()) add_video(json, *video);
+    if (const SplitterAudioInfo *audio = track.audio()) add_audio(json, *audio);
     json["max_frame_size"] = track.max_frame_size();
     json["codec_data_size"] = track.codec_data.size();
     json["seekable"] = track.seekable;

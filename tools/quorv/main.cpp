@@ -7,6 +7,8 @@
 #include <csignal>
 #include <iostream>
 #include <new>
+#include <string_view>
+#include <vector>
 
 #include "Commands.h"
 #include "Text.h"
@@ -51,6 +53,22 @@ void hold_standard_streams() {
     }
 }
 
+void complain_of_usage(const std::string &reason) {
+    std::cerr << "quorv: " << printable(reason) << " (try 'quorv --help')\n";
+}
+
+// As the parser wants them: last first, without the program's name. It would take a name in brackets for a
+// list of names, so such a one is led by its folder.
+std::vector<std::string> arguments(int argc, char **argv) {
+    std::vector<std::string> result;
+    for (int i = argc - 1; i > 0; --i) {
+        const std::string_view text = argv[i];
+        const bool bracketed = text.starts_with('[') && text.ends_with(']');
+        result.push_back((bracketed ? "./" : "") + std::string(text));
+    }
+    return result;
+}
+
 void describe(CLI::App &app) {
     app.description("Takes media files apart: lists tracks and frames, extracts streams.");
     app.set_version_flag("--version", version_text());
@@ -73,7 +91,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     add_frames_command(session);
     add_extract_command(session);
     try {
-        app.parse(argc, argv);
+        app.parse(arguments(argc, argv));
     } catch (const CLI::CallForHelp &) {
         out.write(app.help());
         return ExitCode::Ok;
@@ -81,7 +99,9 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
         out.write(version_text() + "\n");
         return ExitCode::Ok;
     } catch (const CLI::ParseError &error) {
-        std::cerr << "quorv: " << printable(error.what()) << " (try 'quorv --help')\n";
+        const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
+        complain_of_usage(unknown ? "there is no command or option '" + app.remaining().front() + "'"
+                                  : error.what());
         return ExitCode::Usage;
     }
     return session.action();
@@ -93,7 +113,9 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
 int main(int argc, char **argv) {
     using namespace quorv::tool;
     hold_standard_streams();
+    // A closed pipe and a file at its size limit are reported by the write that meets them.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     OutputStream out(STDOUT_FILENO, "standard output");
     ExitCode code = ExitCode::Ok;
     try {
