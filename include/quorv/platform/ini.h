@@ -1,0 +1,107 @@
+/*
+ * INI files: sections of key and value lines, read, edited and written back.
+ *
+ *   [Section]
+ *   Key = value        blanks around names and values do not count
+ *   # * ;              begin a comment line
+ *
+ * MIniStartS reads the whole file; queries and edits work in memory; MIniEndS writes the edits back. Names
+ * are compared ignoring the case of ASCII letters. Of several sections, or keys in a section, of the same
+ * name the first counts. Keys before the first section and lines of any other form are ignored. Lines end
+ * with LF or CR LF, and hold up to 2046 bytes without their ending.
+ *
+ * Lines that were not edited stay as they are, byte for byte. New and changed lines are written as
+ * "Key=value" with CR LF; a new key goes to the end of its section, a new section to the end of the file.
+ * When anything is written back, a last line without an ending gets one.
+ *
+ * A handle belongs to one thread at a time. Two handles on one file do not see each other's edits.
+ */
+#ifndef QUORV_PLATFORM_INI_H
+#define QUORV_PLATFORM_INI_H
+
+#include <quorv/export.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* An INI file that is being worked on. */
+typedef struct MIniFile *MIniHandle;
+
+/* Types of a value. */
+enum {
+    MINI_TYPE_INTEGER = 1, /* a 32-bit integer, in decimal in the file */
+    MINI_TYPE_STRING = 2   /* a zero-terminated string */
+};
+
+/* One value to read or write. */
+typedef struct MIniQuery {
+    const char *section; /* null for the section "default" */
+    const char *key;
+    void *value;   /* buffer to read into, or the value to write; not changed by MIniWriteS */
+    uint32_t type; /* MINI_TYPE_* */
+    uint32_t size; /* bytes at value; MIniReadS sets it to the length of a string it read */
+} MIniQuery;
+
+/*
+ * Opens a file, or creates it empty when there is none, and reads it. Null when it cannot be opened or read,
+ * when a line is too long, and without memory; the file is then as it was.
+ */
+QUORV_API MIniHandle MIniStartS(const char *path);
+/*
+ * Writes the edits back, if there are any, and frees the handle in every case.
+ *
+ * 1 when the file is in place as edited; 0 when the edits could not be saved (a full disk, say) or ini is
+ * null. The edited file is first made beside the file, under its name with "_tmp" appended, and the file is
+ * only touched when that is complete. Should replacing the file fail then, the complete file stays at that
+ * name.
+ */
+QUORV_API int32_t MIniEndS(MIniHandle ini);
+
+/*
+ * Reads a value: 1, or 0 when a required argument is null or 0, the type is unknown, the key is not there or
+ * a string does not fit.
+ *
+ * A string needs query->size to be more than its length, which is then stored in query->size. Of an integer,
+ * the first query->size bytes (at most 4) are stored; text that is no number reads as 0, and numbers beyond
+ * 32 bits as the nearest limit.
+ */
+QUORV_API int32_t MIniReadS(MIniHandle ini, MIniQuery *query);
+/*
+ * Sets a value, making key and section as needed: 1, or 0 for arguments as for MIniReadS, without memory, and
+ * for what could not be read back: names that are empty, a section name with ']', a key with '=' or that
+ * begins with '[', '#', '*' or ';', line breaks anywhere, key and value of together 2045 bytes or more.
+ *
+ * An integer of fewer than 4 bytes is extended with zeroes. Of a string, size only has to be nonzero; blanks
+ * at its ends are lost when the file is read again.
+ */
+QUORV_API int32_t MIniWriteS(MIniHandle ini, const MIniQuery *query);
+
+/* As MIniReadS and MIniWriteS, without the record; *size is in and out, unchanged by integers. */
+QUORV_API int32_t MIniReadSingleS(MIniHandle ini, const char *section, const char *key, uint32_t type,
+                                  void *value, uint32_t *size);
+QUORV_API int32_t MIniWriteSingleS(MIniHandle ini, const char *section, const char *key, uint32_t type,
+                                   const void *value, uint32_t size);
+
+/*
+ * Removes a key, or with a null key a section and its keys; comment lines stay. 1, or 0 when there is no such
+ * key or section. Writing a key again brings it, and its section, back.
+ */
+QUORV_API int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key);
+
+/*
+ * List the names of the sections in order, one a call. 1 with the name and its length + 1 in *size. 0 when
+ * the name does not fit, or name is null: *size is then what it needs, and the next call tries the same
+ * section again; and 0 at the end: the name is then empty.
+ *
+ * size  in: bytes at name
+ */
+QUORV_API int32_t MIniFindFirstCategoryS(MIniHandle ini, char *name, uint32_t *size);
+QUORV_API int32_t MIniFindNextCategoryS(MIniHandle ini, char *name, uint32_t *size);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
