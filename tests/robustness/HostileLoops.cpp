@@ -125,9 +125,16 @@ WalkResult walk_file(const SplitterApi &api, TestSource &source) {
     WalkResult result;
     const SplitterStreamSource record = source.record();
     SplitterHandle handle = nullptr;
+    if (source.kind() != SPLITER_SOURCE_LOCAL) {
+        SplitterHttpParam param = {};
+        const uint32_t code = api.get_http_param(&record, &param, &handle);
+        expect_documented(code);
+        EXPECT_EQ(handle == nullptr, code != SPLITER_OK);
+    }
+    const bool came_in = handle != nullptr;
     result.open_code = api.open(&record, 1, &handle);
     expect_documented(result.open_code);
-    EXPECT_EQ(handle == nullptr, result.open_code != SPLITER_OK);
+    EXPECT_EQ(handle == nullptr, !came_in && result.open_code != SPLITER_OK);
     if (handle != nullptr) {
         SplitterFile file(api, handle);
         use_file(api, file, result);

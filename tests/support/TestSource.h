@@ -45,7 +45,7 @@ public:
 
     uint64_t calls() const { return opens + closes + reads + seeks + tells + sizes; }
     bool is_open() const { return open_; }
-    uint64_t store_size() const { return store_.size(); }
+    uint32_t kind() const { return kind_; }
 
     Faults faults;  // may be changed at any time
     uint64_t opens = 0, closes = 0, reads = 0, seeks = 0, tells = 0, sizes = 0;

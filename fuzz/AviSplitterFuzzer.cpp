@@ -1,0 +1,206 @@
+// Fuzz harness of the AVI splitter: all its functions over a stream in memory. The input is a file, control
+// bytes behind it, and as the last byte their number. They say how the stream misbehaves and which functions
+// are called in which order; without any the file is opened, read to its end and closed.
+
+#include <quorv/avi_splitter.h>
+
+#include <algorithm>
+
+#include "ExactCopy.h"
+#include "support/TestSource.h"
+
+namespace {
+
+using quorv::fuzz::require;
+using quorv::test::Bytes;
+using quorv::test::FaultKind;
+using quorv::test::Faults;
+using quorv::test::MemoryStore;
+using quorv::test::SizeAnswer;
+using quorv::test::TestSource;
+
+constexpr uint32_t kMostFrames = 200;
+constexpr uint64_t kMostCalls = 2000000;
+constexpr uint32_t kLargestBuffer = 1 << 20;
+
+// Control bytes, zeros behind their end.
+class Control {
+public:
+    Control(const uint8_t *bytes, size_t count) : next_(bytes), end_(bytes + count) {}
+    bool is_empty() const { return next_ == end_; }
+    uint32_t byte() { return is_empty() ? 0 : *next_++; }
+    uint32_t word() {
+        const uint32_t low = byte();
+        return low | byte() << 8;
+    }
+
+private:
+    const uint8_t *next_;
+    const uint8_t *const end_;
+};
+
+bool is_documented(uint32_t code) {
+    constexpr uint32_t kCodes[] = {SPLITER_OK,
+                                   SPLITER_ERR_IO,
+                                   SPLITER_ERR_INVALID_PARAM,
+                                   SPLITER_ERR_UNSUPPORTED,
+                                   SPLITER_ERR_BUFFER_TOO_SMALL,
+                                   SPLITER_ERR_BAD_FORMAT,
+                                   SPLITER_ERR_END_OF_STREAM,
+                                   quorv::test::kNotArrived,
+                                   quorv::test::kSourceFailed,
+                                   quorv::test::kSourceAtEnd};
+    return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+}
+
+Faults take_faults(Control &control) {
+    constexpr uint32_t kLongestReads[] = {UINT32_MAX, 1, 3, 7, 100, 0, 4096, 65535};
+    constexpr SizeAnswer kSizes[] = {SizeAnswer::Known, SizeAnswer::Zero, SizeAnswer::Negative,
+                                     SizeAnswer::Fails};
+    Faults faults;
+    const uint32_t settings = control.byte();
+    faults.longest_read = kLongestReads[settings & 7];
+    faults.size = kSizes[settings >> 3 & 3];
+    faults.end_is_success = (settings & 0x20) != 0;
+    faults.for_good = (settings & 0x40) != 0;
+    faults.kind = (settings & 0x80) != 0 ? FaultKind::EmptyRead : FaultKind::Fail;
+    faults.at = control.word();
+    const uint32_t arrived = control.word();
+    if (arrived != 0) faults.arrived = arrived;
+    faults.call_limit = kMostCalls;
+    return faults;
+}
+
+uint32_t read_frame(SplitterHandle handle, uint32_t track, uint32_t capacity) {
+    for (;;) {
+        uint8_t *const buffer = static_cast<uint8_t *>(malloc(capacity));
+        SplitterFrameInfo info;
+        memset(&info, 0x5A, sizeof info);
+        const uint32_t code = AVI_SPLITER_ReadFrame(handle, track, buffer, capacity, &info);
+        free(buffer);
+        require(is_documented(code));
+        require(code != SPLITER_OK || (info.size <= capacity && info.key_frame <= 1));
+        require(code == SPLITER_OK || (info.time_stamp | info.duration | info.key_frame) == 0);
+        if (code != SPLITER_ERR_BUFFER_TOO_SMALL) return code;
+        require(info.size > capacity);
+        if (info.size > kLargestBuffer) return code;
+        capacity = info.size;
+    }
+}
+
+void read_all(SplitterHandle handle, uint32_t tracks) {
+    for (uint32_t track = 1; track <= tracks; ++track) {
+        for (uint32_t n = 0; n < kMostFrames; ++n) {
+            if (read_frame(handle, track, 512) != SPLITER_OK) break;
+        }
+    }
+}
+
+void query(SplitterHandle handle, uint32_t track) {
+    uint8_t record[sizeof(SplitterAudioInfo)];
+    require(is_documented(AVI_SPLITER_GetTrackInfo(handle, track, record, sizeof record)));
+    SplitterTrackData data = {track, nullptr, 0};
+    uint32_t size = sizeof data;
+    require(is_documented(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_CODEC_DATA, &data, &size)));
+    require(data.data != nullptr || data.length == 0);
+    const quorv::fuzz::ExactCopy copy(static_cast<const uint8_t *>(data.data), data.length, 0);
+    SplitterTrackValue value = {track, 0};
+    size = sizeof value;
+    require(is_documented(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size)));
+}
+
+// One call, chosen by the low half of the byte; the high half is the track.
+void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &control) {
+    const uint32_t choice = control.byte();
+    const uint32_t track = choice >> 4;
+    switch (choice & 15) {
+        case 0:
+            query(handle, track);
+            break;
+        case 1:
+            AVI_SPLITER_IsSeekable(handle, track);
+            break;
+        case 2:
+            require(is_documented(AVI_SPLITER_Reset(handle)));
+            break;
+        case 3:
+        case 4: {
+            uint32_t time = control.word() * 16;
+            require(is_documented(AVI_SPLITER_Seek(handle, track, &time, choice & 1)));
+            break;
+        }
+        case 5: {
+            uint32_t time = UINT32_MAX;
+            require(is_documented(AVI_SPLITER_Seek(handle, track, &time, 0)));
+            break;
+        }
+        case 6:
+            read_all(handle, tracks);
+            break;
+        case 7: {
+            const SplitterStreamSource record = source.record();
+            SplitterHttpParam param = {};
+            SplitterHandle same = handle;
+            require(is_documented(AVI_SPLITER_GetHTTPParam(&record, &param, &same)) && same == handle);
+            require(is_documented(AVI_SPLITER_Open(&record, 2, &same)) && same == handle);
+            break;
+        }
+        case 8:
+            source.faults.at = source.calls() + control.byte();
+            break;
+        case 9:
+            source.faults.arrived = UINT64_MAX;
+            break;
+        case 10: {
+            uint32_t value = 0;
+            require(is_documented(AVI_SPLITER_SetConfig(handle, control.byte(), &value, sizeof value)));
+            break;
+        }
+        default:
+            read_frame(handle, track, (choice & 15) * 8);
+            break;
+    }
+}
+
+void use(SplitterHandle handle, TestSource &source, Control &control) {
+    SplitterTrackList list = {};
+    require(is_documented(AVI_SPLITER_EnumTrack(handle, &list)));
+    require(list.count <= 100);
+    for (uint32_t i = 0; i < list.count; ++i)
+        require(list.entries[i].track == i + 1);
+    for (uint32_t track = 0; track <= list.count + 1; ++track)
+        query(handle, track);
+    if (control.is_empty()) read_all(handle, list.count);
+    while (!control.is_empty())
+        call(handle, list.count, source, control);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size == 0) return 0;
+    const size_t control_size = std::min<size_t>(data[size - 1], size - 1);
+    const size_t file_size = size - 1 - control_size;
+    const MemoryStore store(Bytes(data, data + file_size));
+    Control control(data + file_size, control_size);
+    const uint32_t start = control.byte();
+    TestSource source(store, start & 1 ? SPLITER_SOURCE_PROGRESSIVE : SPLITER_SOURCE_LOCAL,
+                      take_faults(control));
+    const SplitterStreamSource record = source.record();
+    SplitterHandle handle = nullptr;
+    if ((start & 2) != 0) {
+        SplitterHttpParam param = {};
+        require(is_documented(AVI_SPLITER_GetHTTPParam(&record, &param, &handle)));
+    }
+    if ((start & 4) == 0 || handle == nullptr) require(is_documented(AVI_SPLITER_Open(&record, 1, &handle)));
+    if (handle == nullptr) return 0;
+    use(handle, source, control);
+    if (AVI_SPLITER_Close(handle) != SPLITER_OK) {
+        source.faults.at = 0;
+        require(AVI_SPLITER_Close(handle) == SPLITER_OK);
+    }
+    require(!source.is_open());
+    return 0;
+}
