@@ -28,6 +28,8 @@ uint32_t read_pair(StreamSource *source, Value *value, Reader32 first, unsigned 
     uint32_t code = read_component([&] { return first(source, &part); }, &failed);
     if (failed) return code;
     *value = static_cast<Value>(Value{part} << first_shift);
+    // A component that lost a part of its own reports success without a value.
+    part = 0;
     code = read_component([&] { return second(source, &part); }, &failed);
     if (failed) return code;
     *value |= static_cast<Value>(Value{part} << second_shift);
