@@ -1,0 +1,129 @@
+// The index array against a sorted map: insertion, overwriting, search in both directions, and memory that
+// does not come.
+
+#include "aviparser/AviIndexArray.h"
+
+#include <gtest/gtest.h>
+#include <quorv/platform/memory.h>
+
+#include <map>
+#include <random>
+
+#include "support/FailingAllocator.h"
+
+namespace quorv::test {
+namespace {
+
+class AviIndexArrayTest : public testing::Test {
+protected:
+    ~AviIndexArrayTest() override { avi_clear_index(&index); }
+
+    int32_t add(int64_t timestamp, uint32_t flags = 1, int64_t pos = 0, int32_t distance = 0) {
+        return avi_add_index_entry(&index, pos, timestamp, 100, distance, flags);
+    }
+    int32_t search(int64_t timestamp, uint32_t flags) const {
+        return avi_index_search_timestamp(&index, timestamp, flags);
+    }
+
+    AviIndexArray index = {};
+};
+
+TEST_F(AviIndexArrayTest, InsertsInOrderAndOverwrites) {
+    EXPECT_EQ(add(0), 0);
+    EXPECT_EQ(add(10), 1);
+    EXPECT_EQ(add(5), 1);
+    EXPECT_EQ(add(10, 0, 77), 2);
+    EXPECT_EQ(add(7), 2);
+    const int64_t expected[] = {0, 5, 7, 10};
+    ASSERT_EQ(index.count, 4u);
+    for (uint32_t i = 0; i < 4; ++i)
+        EXPECT_EQ(index.entries[i].timestamp, expected[i]);
+    EXPECT_EQ(index.entries[3].pos, 77);
+    EXPECT_EQ(index.entries[3].flags_and_size, 100u << 2);
+    EXPECT_EQ(index.key_frame_count, 2u);  // only the appended ones count
+}
+
+TEST_F(AviIndexArrayTest, LargerDistanceOfTheSameChunkIsKept) {
+    add(10, 1, 500, 9);
+    add(10, 1, 500, 3);
+    EXPECT_EQ(index.entries[0].distance, 9);
+    add(10, 1, 500, 12);
+    EXPECT_EQ(index.entries[0].distance, 12);
+    add(10, 1, 501, 3);
+    EXPECT_EQ(index.entries[0].distance, 3);
+}
+
+TEST_F(AviIndexArrayTest, SearchesByTheRules) {
+    for (const int64_t timestamp : {0, 10, 20})
+        add(timestamp, timestamp == 10 ? 0 : 1);
+    EXPECT_EQ(search(15, kAviSearchForward), 2);
+    EXPECT_EQ(search(15, kAviSearchBackward), 0);
+    EXPECT_EQ(search(15, kAviSearchForward | kAviSearchAnyFrame), 2);
+    EXPECT_EQ(search(15, kAviSearchBackward | kAviSearchAnyFrame), 1);
+    EXPECT_EQ(search(21, kAviSearchForward), -1);
+    EXPECT_EQ(search(-1, kAviSearchBackward), -1);
+    EXPECT_EQ(search(INT64_MAX, kAviSearchBackward), 2);
+    EXPECT_EQ(search(INT64_MIN, kAviSearchForward), 0);
+}
+
+TEST_F(AviIndexArrayTest, AgreesWithASortedMap) {
+    std::mt19937 random(7);
+    std::map<int64_t, bool> model;
+    for (int i = 0; i < 3000; ++i) {
+        const int64_t timestamp = static_cast<int64_t>(random() % 4000) - 2000;
+        const bool key = random() % 7 == 0;
+        const int32_t place = add(timestamp, key ? 1 : 0);
+        model[timestamp] = key;
+        ASSERT_EQ(place, std::distance(model.begin(), model.find(timestamp)));
+    }
+    ASSERT_EQ(index.count, model.size());
+    const std::vector<std::pair<int64_t, bool>> sorted(model.begin(), model.end());
+    for (int64_t timestamp = -2005; timestamp < 2005; ++timestamp) {
+        for (const uint32_t flags : {0u, 1u, 4u, 5u}) {
+            int32_t expected = -1;
+            for (size_t i = 0; i < sorted.size(); ++i) {
+                if ((flags & kAviSearchAnyFrame) == 0 && !sorted[i].second) continue;
+                const bool backward = (flags & kAviSearchBackward) != 0;
+                if (backward && sorted[i].first <= timestamp) expected = static_cast<int32_t>(i);
+                if (!backward && sorted[i].first >= timestamp && expected < 0)
+                    expected = static_cast<int32_t>(i);
+            }
+            ASSERT_EQ(search(timestamp, flags), expected) << timestamp << ", flags " << flags;
+        }
+    }
+}
+
+// A refused allocation loses that entry and nothing else.
+TEST_F(AviIndexArrayTest, SurvivesMissingMemory) {
+    for (int64_t i = 0; i < 1000; ++i) {
+        const bool fails = i % 3 == 1;
+        index.allocated_bytes = fails ? 0 : index.allocated_bytes;
+        FailingAllocator heap(fails ? 1 : 0);
+        EXPECT_EQ(add(i) < 0, fails);
+    }
+    ASSERT_EQ(index.count, 667u);
+    for (uint32_t i = 1; i < index.count; ++i)
+        ASSERT_LT(index.entries[i - 1].timestamp, index.entries[i].timestamp);
+}
+
+TEST_F(AviIndexArrayTest, RefusesMoreEntriesThanFit) {
+    index.count = kAviMaxIndexEntries - 1;
+    EXPECT_EQ(add(1), -1);
+    EXPECT_EQ(index.entries, nullptr);
+    index.count = 0;
+}
+
+TEST(AviFastRealloc, GrowsWithRoomToSpareAndNeverWraps) {
+    uint32_t allocated = 0;
+    void *buffer = avi_fast_realloc(nullptr, &allocated, 1600);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(allocated, 1732u);
+    EXPECT_EQ(avi_fast_realloc(buffer, &allocated, 1731), buffer);
+    EXPECT_EQ(allocated, 1732u);
+    EXPECT_EQ(avi_fast_realloc(buffer, &allocated, UINT32_MAX), nullptr);
+    EXPECT_EQ(allocated, 0u);
+    MMemFree(nullptr, buffer);
+}
+
+}  // namespace
+}  // namespace quorv::test

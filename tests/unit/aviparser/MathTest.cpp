@@ -1,0 +1,202 @@
+// Rescaling against 128-bit arithmetic, reduction against a search of all fractions, and the codec tables.
+
+#include "aviparser/AviMath.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+
+#include "aviparser/AviCodecTags.h"
+
+namespace quorv::test {
+namespace {
+
+__extension__ typedef __int128 Wide;
+
+int64_t rescale_truth(int64_t a, int64_t b, int64_t c, uint32_t rounding) {
+    const Wide product = Wide{a} * b;
+    const Wide floor = product >= 0 ? product / c : -((-product + c - 1) / c);
+    const Wide rest = product - floor * c;  // 0 <= rest < c
+    bool up = false;
+    switch (rounding) {
+        case kAviRoundZero:
+            up = product < 0 && rest != 0;
+            break;
+        case kAviRoundInf:
+            up = product > 0 && rest != 0;
+            break;
+        case kAviRoundDown:
+            break;
+        case kAviRoundUp:
+            up = rest != 0;
+            break;
+        default:
+            up = product >= 0 ? 2 * rest >= c : 2 * rest > c;
+            break;
+    }
+    return static_cast<int64_t>(static_cast<uint64_t>(floor + (up ? 1 : 0)));
+}
+
+TEST(AviMath, RescaleAgreesWithWideArithmetic) {
+    std::mt19937_64 random(3);
+    const int64_t edges[] = {
+        0, 1, 2, 3, 1001, INT32_MAX, int64_t{INT32_MAX} + 1, UINT32_MAX, INT64_MAX - 1, INT64_MAX};
+    const auto any = [&](bool negative) {
+        const uint64_t value = random() % 3 == 0 ? static_cast<uint64_t>(edges[random() % std::size(edges)])
+                                                 : (random() >> 1) >> random() % 63;
+        return negative ? -static_cast<int64_t>(value) : static_cast<int64_t>(value);
+    };
+    for (int i = 0; i < 200000; ++i) {
+        const int64_t a = i % 1000 == 0 ? INT64_MIN : any(random() % 2 == 0), b = any(false),
+                      c = std::max<int64_t>(any(false), 1);
+        for (const uint32_t rounding :
+             {kAviRoundZero, kAviRoundInf, kAviRoundDown, kAviRoundUp, kAviRoundNearInf}) {
+            ASSERT_EQ(avi_rescale_rnd(a, b, c, rounding), rescale_truth(a, b, c, rounding))
+                << a << " * " << b << " / " << c << ", mode " << rounding;
+        }
+    }
+    EXPECT_EQ(avi_rescale(3, 1, 2), 2);
+    EXPECT_EQ(avi_rescale_rnd(-3, 1, 2, kAviRoundDown), -2);
+    EXPECT_EQ(avi_rescale_q(90, {1, 30}, {1, 1000}), 3000);
+}
+
+TEST(AviMathDeathTest, RescaleRefusesWhatHasNoResult) {
+    EXPECT_DEATH(avi_rescale_rnd(1, 1, 0, 0), "c > 0");
+    EXPECT_DEATH(avi_rescale_rnd(1, -1, 1, 0), "b >=0");
+    EXPECT_DEATH(avi_rescale_rnd(1, 1, 1, 4), "rnd >=0 && rnd<=5 && rnd!=4");
+    EXPECT_DEATH(avi_rescale_rnd(1, 1, 1, 6), "rnd >=0 && rnd<=5 && rnd!=4");
+}
+
+TEST(AviMath, ReduceFindsTheNearestFraction) {
+    struct Case {
+        int64_t num, den, max;
+        int32_t out_num, out_den;
+        int exact;
+    };
+    const Case cases[] = {
+        {30000, 1001, INT32_MAX, 30000, 1001, 1},
+        {2, 4, INT32_MAX, 1, 2, 1},
+        {-2, 4, INT32_MAX, -1, 2, 1},
+        {2, -4, INT32_MAX, -1, 2, 1},
+        {-6, -4, INT32_MAX, 3, 2, 1},
+        {0, 5, INT32_MAX, 0, 1, 1},
+        {314159265, 100000000, 1000, 355, 113, 0},
+    };
+    for (const Case &c : cases) {
+        int32_t num = 0, den = 0;
+        EXPECT_EQ(avi_reduce(&num, &den, c.num, c.den, c.max), c.exact) << c.num << "/" << c.den;
+        EXPECT_EQ(num, c.out_num) << c.num << "/" << c.den;
+        EXPECT_EQ(den, c.out_den) << c.num << "/" << c.den;
+    }
+    // No fraction within the limit is nearer than the one found.
+    std::mt19937 random(11);
+    for (int i = 0; i < 3000; ++i) {
+        const int64_t num = 1 + static_cast<int64_t>(random() % 3000),
+                      den = 1 + static_cast<int64_t>(random() % 3000), max = 40;
+        const double value = static_cast<double>(num) / static_cast<double>(den);
+        if (value > 40 || value < 1.0 / 40) continue;
+        double nearest = std::numeric_limits<double>::infinity();
+        for (int64_t d = 1; d <= max; ++d) {
+            const double n = std::floor(value * static_cast<double>(d));
+            for (const double candidate : {n, n + 1}) {
+                if (candidate <= 40)
+                    nearest = std::min(nearest, std::abs(value - candidate / static_cast<double>(d)));
+            }
+        }
+        int32_t out_num = 0, out_den = 0;
+        const int exact = avi_reduce(&out_num, &out_den, num, den, max);
+        ASSERT_LE(out_num, max);
+        ASSERT_LE(out_den, max);
+        ASSERT_NEAR(std::abs(value - static_cast<double>(out_num) / out_den), nearest, 1e-12)
+            << num << "/" << den;
+        const int64_t divisor = std::gcd(num, den);
+        ASSERT_EQ(exact != 0, num / divisor <= max && den / divisor <= max);
+    }
+}
+
+TEST(AviMath, ReduceOfAnyValueIsDefined) {
+    const int64_t values[] = {INT64_MIN, INT64_MIN + 1, -1, 0, 1, 2, INT32_MAX, UINT32_MAX, INT64_MAX};
+    for (const int64_t num : values) {
+        for (const int64_t den : values) {
+            int32_t out_num = 7, out_den = 7;
+            avi_reduce(&out_num, &out_den, num, den, INT32_MAX);
+            const bool same_sign = (num < 0) == (den < 0);
+            EXPECT_TRUE(same_sign ? out_num >= 0 : out_num <= 0) << num << "/" << den;
+            EXPECT_GE(out_den, 0);
+        }
+    }
+}
+
+TEST(AviMath, TimeBasesWithAZeroTermAreZero) {
+    AviTrack track = {};
+    const std::tuple<int64_t, int64_t, int32_t, int32_t> cases[] = {
+        {1001, 30000, 1001, 30000},    {40000, 1000000, 1, 25},    {0, 25, 0, 0}, {25, 0, 0, 0},
+        {UINT32_MAX, 1, INT32_MAX, 1}, {1, int64_t{1} << 40, 0, 0}};
+    for (const auto &[num, den, out_num, out_den] : cases) {
+        avi_set_pts_info(&track, 64, num, den);
+        EXPECT_EQ(track.time_base.num, out_num) << num << "/" << den;
+        EXPECT_EQ(track.time_base.den, out_den) << num << "/" << den;
+    }
+}
+
+TEST(AviMath, DoublesOutOfRangeAreClamped) {
+    const double nan = std::numeric_limits<double>::quiet_NaN(),
+                 infinity = std::numeric_limits<double>::infinity();
+    for (const double bad : {nan, -1.0, -infinity}) {
+        EXPECT_EQ(clamp_to_u32(bad), 0u);
+        EXPECT_EQ(clamp_to_u64(bad), 0u);
+        EXPECT_EQ(clamp_to_s64(bad), 0);
+    }
+    EXPECT_EQ(clamp_to_u32(4294967294.9), UINT32_MAX - 1);
+    EXPECT_EQ(clamp_to_u32(4294967296.0), UINT32_MAX);
+    EXPECT_EQ(clamp_to_u64(infinity), UINT64_MAX);
+    EXPECT_EQ(clamp_to_s64(1e19), INT64_MAX);
+}
+
+size_t rows(const AviCodecTag *table) {
+    size_t count = 0;
+    while (table[count].codec != 0)
+        ++count;
+    return count;
+}
+
+TEST(AviCodecTags, TablesAreWholeAndTheFirstMatchWins) {
+    EXPECT_EQ(rows(avi_codec_bmp_tags), 109u);
+    EXPECT_EQ(rows(avi_codec_wav_tags), 38u);
+    EXPECT_EQ(rows(avi_codec_movvideo_tags), 53u);
+    for (const AviCodecTag *table : {avi_codec_bmp_tags, avi_codec_wav_tags, avi_codec_movvideo_tags}) {
+        const size_t count = rows(table);
+        for (size_t i = 0; i < count; ++i) {
+            size_t first = 0;
+            while (table[first].tag != table[i].tag)
+                ++first;
+            EXPECT_EQ(avi_codec_get_id(table, table[i].tag), table[first].codec) << i;
+        }
+        EXPECT_EQ(avi_codec_get_id(table, avi_tag("!!!!")), 0u);
+    }
+    const std::pair<uint32_t, uint32_t> pairs[] = {
+        {avi_tag("xvid"), fourcc("xvid")},
+        {avi_tag("mpg2"), fourcc("mpg1")},
+        {avi_tag("MPG2"), fourcc("mpg1")},
+        {avi_tag("mPeG"), fourcc("mpg2")},
+        {avi_tag("mp42"), 0x00FFFFFF},
+        {avi_tag("DX50"), fourcc("dx50")},
+        {avi_tag("DIV5"), fourcc("dx50")},
+        {avi_tag("DIV3"), fourcc("div3")},
+        {avi_tag("h264"), fourcc("264 ")},
+        {avi_tag("WMV3"), fourcc("wmv9")},
+        {avi_tag("ijpg"), fourcc("mjpg")},
+        {0x10000001, fourcc("mpg1")},
+        {0x10000002, fourcc("mpg2")},
+        {0x10000004, fourcc("m4va")},
+        {4, fourcc("m4va")},
+    };
+    for (const auto &[tag, codec] : pairs)
+        EXPECT_EQ(avi_codec_get_id(avi_codec_bmp_tags, tag), codec) << std::hex << tag;
+}
+
+}  // namespace
+}  // namespace quorv::test
