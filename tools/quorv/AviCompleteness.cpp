@@ -55,7 +55,10 @@ uint64_t ChunkWalk::declared_segment_end(uint64_t start, uint32_t size) {
     for (uint64_t at = start + kRiffHeader; at < end && read(at, chunk);) {
         const uint64_t chunk_end = at + kChunkHeader + chunk.size;
         if (chunk.is("LIST") && chunk.is_open()) return 0;
-        if (chunk_end > file_.size()) return std::max(chunk_end, end);
+        if (chunk_end > file_.size()) {
+            if (chunk.is("LIST") || chunk.is("idx1") || chunk.is("JUNK")) return std::max(chunk_end, end);
+            break;  // not a chunk
+        }
         at = chunk_end + (chunk.size & 1);
     }
     return end > file_.size() + kTolerance ? end : std::min(end, file_.size());

@@ -18,7 +18,7 @@ namespace quorv::tool {
 namespace {
 
 constexpr size_t kHeadBytes = 4096;
-constexpr size_t kBufferBytes = 64 * 1024;
+constexpr size_t kBufferBytes = 0x10000;
 // What is read behind a jump: chunk headers that are far apart need little, and reading on doubles it.
 constexpr size_t kFirstRead = 4096;
 
@@ -207,8 +207,9 @@ size_t FileSource::read_at(uint64_t position, std::span<uint8_t> to) {
 }
 
 SplitterStreamSource FileSource::callbacks() {
-    static constexpr auto reader = [](SplitterStream stream) {
-        return reinterpret_cast<FileReader *>(stream);
+    // A stream's handle is its number, from 1.
+    static constexpr auto reader = [](void *self, SplitterStream stream) -> std::unique_ptr<FileReader> & {
+        return static_cast<FileSource *>(self)->readers_[stream - 1];
     };
     SplitterStreamSource source = {};
     source.user_context = this;
@@ -216,22 +217,21 @@ SplitterStreamSource FileSource::callbacks() {
     source.open = [](void *self, SplitterStream *stream, uint32_t) -> uint32_t {
         auto &file = *static_cast<FileSource *>(self);
         file.readers_.push_back(std::make_unique<FileReader>(file));
-        *stream = reinterpret_cast<SplitterStream>(file.readers_.back().get());
+        *stream = file.readers_.size();
         return SPLITER_OK;
     };
     source.close = [](void *self, SplitterStream stream) -> uint32_t {
-        auto &readers = static_cast<FileSource *>(self)->readers_;
-        std::erase_if(readers, [&](const auto &owned) { return owned.get() == reader(stream); });
+        reader(self, stream).reset();
         return SPLITER_OK;
     };
-    source.read = [](void *, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
-        return reader(stream)->read(static_cast<uint8_t *>(buffer), count);
+    source.read = [](void *self, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
+        return reader(self, stream)->read(static_cast<uint8_t *>(buffer), count);
     };
-    source.seek = [](void *, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
-        return reader(stream)->seek(origin, offset);
+    source.seek = [](void *self, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
+        return reader(self, stream)->seek(origin, offset);
     };
-    source.tell = [](void *, SplitterStream stream, int64_t *position) -> uint32_t {
-        *position = reader(stream)->position();
+    source.tell = [](void *self, SplitterStream stream, int64_t *position) -> uint32_t {
+        *position = reader(self, stream)->position();
         return SPLITER_OK;
     };
     source.size = [](void *self, SplitterStream, int64_t *length) -> uint32_t {

@@ -18,7 +18,7 @@ struct InfoOptions {
     bool json = false;
 };
 
-const std::vector<Column> kColumns = {
+constexpr Column kColumns[] = {
     {"track", true}, {"type"},           {"codec"},           {"duration", true},
     {"format"},      {"bit rate", true}, {"max frame", true}, {"codec data", true},
     {"seekable"},
@@ -41,25 +41,27 @@ std::string bit_rate_text(uint32_t bits_per_second) {
     return bits_per_second == 0 ? "" : std::to_string((uint64_t{bits_per_second} + 500) / 1000) + " kbit/s";
 }
 
-std::string format_text(const Track &track) {
-    if (const SplitterVideoInfo *video = track.video())
-        return std::to_string(video->width) + "x" + std::to_string(video->height) + ", " +
-               std::to_string(video->frame_rate) + " fps";
-    const SplitterAudioInfo &audio = *track.audio();
-    return std::to_string(audio.sample_rate) + " Hz, " + std::to_string(audio.channels) +
-           (audio.channels == 1 ? " channel, " : " channels, ") + std::to_string(audio.bits_per_sample) +
-           " bits";
+void describe_video(const SplitterVideoInfo &video, std::vector<std::string> &row) {
+    row[4] = std::to_string(video.width) + "x" + std::to_string(video.height) + ", " +
+             std::to_string(video.frame_rate) + " fps";
+    row[5] = bit_rate_text(video.max_bitrate);
+}
+
+void describe_audio(const SplitterAudioInfo &audio, std::vector<std::string> &row) {
+    row[4] = std::to_string(audio.sample_rate) + " Hz, " + std::to_string(audio.channels) +
+             (audio.channels == 1 ? " channel, " : " channels, ") + std::to_string(audio.bits_per_sample) +
+             " bits";
+    row[5] = bit_rate_text(audio.bit_rate);
 }
 
 std::vector<std::string> track_row(const Track &track) {
     std::vector<std::string> row = {std::to_string(track.number), type_name(track.type)};
-    row.resize(kColumns.size());
+    row.resize(std::size(kColumns));
     if (!track.is_readable()) return row;
-    const uint32_t bit_rate = track.audio() ? track.audio()->bit_rate : track.video()->max_bitrate;
     row[2] = track.codec() == 0 ? "unknown" : fourcc_text(track.codec());
     row[3] = time_text(track.duration());
-    row[4] = format_text(track);
-    row[5] = bit_rate_text(bit_rate);
+    if (const SplitterVideoInfo *video = track.video()) describe_video(*video, row);
+    if (const SplitterAudioInfo *audio = track.audio()) describe_audio(*audio, row);
     row[6] = size_text(track.max_frame_size());
     row[7] = track.codec_data.empty() ? "" : size_text(track.codec_data.size());
     row[8] = track.seekable ? "yes" : "no";

@@ -13,7 +13,7 @@
 namespace quorv::tool {
 
 namespace {
-constexpr size_t kBufferBytes = 64 * 1024;
+constexpr size_t kBufferBytes = 0x10000;
 }
 
 OutputStream::OutputStream(int descriptor, std::string name)

@@ -14,7 +14,7 @@ namespace quorv::tool {
 
 namespace {
 
-constexpr uint64_t kFirstCapacity = 256 * 1024;
+constexpr uint64_t kFirstCapacity = 0x40000;
 // A frame may carry a palette of that size which the file holds in a shorter form.
 constexpr uint64_t kPaletteBytes = 1024;
 

@@ -58,7 +58,7 @@ Style style_for(const OutputStream &out) {
     return {"\033[1m", "\033[2m", "\033[0m"};
 }
 
-void write_table(OutputStream &out, const std::vector<Column> &columns,
+void write_table(OutputStream &out, std::span<const Column> columns,
                  const std::vector<std::vector<std::string>> &rows) {
     std::vector<size_t> widths(columns.size(), 0);
     for (const auto &row : rows) {

@@ -3,6 +3,7 @@
 #define QUORV_TOOLS_QUORV_TEXT_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,7 +34,7 @@ struct Column {
     bool right_aligned = false;
 };
 // Aligned columns, two blanks apart and indented by two. Columns without any text are left out.
-void write_table(OutputStream &out, const std::vector<Column> &columns,
+void write_table(OutputStream &out, std::span<const Column> columns,
                  const std::vector<std::vector<std::string>> &rows);
 
 // "quorv: NAME: REASON" on standard error, as one line.
