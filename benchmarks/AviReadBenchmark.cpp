@@ -1,0 +1,100 @@
+// Reading every frame of a 1 GB AVI file in memory against memcpy of the same bytes: from the same places, in
+// the same order and portions, into the same frame buffer.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "support/BestTimes.h"
+#include "support/LargeAvi.h"
+#include "support/MemoryStream.h"
+#include "support/OpenAvi.h"
+
+namespace {
+
+using namespace quorv::bench;
+
+constexpr int kRepetitions = 15;
+
+struct Portion {
+    uint64_t position;
+    uint32_t size;
+};
+
+// The portions in which the frames are delivered. Each is compared with the file on the way.
+std::vector<Portion> read_portions(const LargeAvi &avi, ReadOrder order, std::vector<uint8_t> &buffer) {
+    struct Cursor {
+        size_t chunk = 0;
+        uint32_t offset = 0;
+    };
+    std::vector<Portion> portions;
+    std::vector<Cursor> cursors(3);
+    uint64_t left = 0;
+    for (const MediaChunk &chunk : avi.chunks)
+        left += chunk.size;
+    MemoryStream stream(avi.bytes);
+    OpenAvi(stream.record()).read_all(order, buffer, [&](uint32_t track, const uint8_t *data, uint32_t size) {
+        Cursor &at = cursors[track];
+        while (at.chunk < avi.chunks.size() &&
+               (avi.chunks[at.chunk].track != track || at.offset == avi.chunks[at.chunk].size))
+            at = {at.chunk + 1, 0};
+        const uint64_t position = avi.chunks.at(at.chunk).position + at.offset;
+        if (memcmp(data, &avi.bytes[position], size) != 0) {
+            fprintf(stderr, "a frame of track %u differs from the file\n", track);
+            exit(EXIT_FAILURE);
+        }
+        at.offset += size;
+        left -= size;
+        portions.push_back({position, size});
+    });
+    if (left != 0) {
+        fprintf(stderr, "%llu bytes were not delivered\n", static_cast<unsigned long long>(left));
+        exit(EXIT_FAILURE);
+    }
+    return portions;
+}
+
+void measure(uint32_t frame_kilobytes, bool with_sound) {
+    const LargeAvi avi = make_large_avi(frame_kilobytes << 10, with_sound, kGigabyte);
+    std::vector<uint8_t> buffer(size_t{frame_kilobytes << 10});
+    buffer.resize(std::max<size_t>(buffer.size(), 8192));
+    const std::vector<Portion> portions = read_portions(avi, ReadOrder::InTime, buffer);
+
+    const auto repeat = [](benchmark::internal::Benchmark *b) {
+        b->Iterations(1)->Repetitions(kRepetitions);
+    };
+    repeat(benchmark::RegisterBenchmark("memcpy", [&](benchmark::State &state) {
+        for (auto _ : state) {
+            for (const Portion &portion : portions) {
+                memcpy(buffer.data(), &avi.bytes[portion.position], portion.size);
+                benchmark::ClobberMemory();
+            }
+        }
+    }));
+    // Opening and closing are part of it, and so is all reading of the index.
+    repeat(benchmark::RegisterBenchmark("frames", [&](benchmark::State &state) {
+        MemoryStream stream(avi.bytes);
+        for (auto _ : state)
+            benchmark::DoNotOptimize(OpenAvi(stream.record()).read_all(ReadOrder::InTime, buffer));
+    }));
+    BestTimes times;
+    times.run();
+    const double copy = times.seconds("memcpy"), frames = times.seconds("frames");
+    printf("| %u KB | %s | %zu | %.3f | %.3f | %.2f | %.0f |\n", frame_kilobytes,
+           with_sound ? "video, PCM" : "video", portions.size(), copy, frames, frames / copy,
+           (frames - copy) / static_cast<double>(portions.size()) * 1e9);
+    fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    initialize(argc, argv);
+    puts("| video frame | tracks | frames | memcpy, s | reading, s | reading / memcpy | ns a frame more |");
+    puts("| ---: | --- | ---: | ---: | ---: | ---: | ---: |");
+    for (const uint32_t frame_kilobytes : {4u, 64u, 256u}) {
+        for (const bool with_sound : {false, true})
+            measure(frame_kilobytes, with_sound);
+    }
+    return 0;
+}

@@ -1,0 +1,39 @@
+// A caller's stream over bytes in memory that counts the callbacks.
+#ifndef QUORV_BENCHMARKS_SUPPORT_MEMORYSTREAM_H
+#define QUORV_BENCHMARKS_SUPPORT_MEMORYSTREAM_H
+
+#include <quorv/splitter.h>
+
+#include <cstdint>
+#include <span>
+
+namespace quorv::bench {
+
+struct CallCounts {
+    uint64_t opens = 0, closes = 0, reads = 0, seeks = 0, tells = 0, sizes = 0;
+    uint64_t bytes = 0;  // delivered
+    uint64_t all() const { return opens + closes + reads + seeks + tells + sizes; }
+};
+
+class MemoryStream {
+public:
+    explicit MemoryStream(std::span<const uint8_t> bytes) : bytes_(bytes) {}
+    MemoryStream(const MemoryStream &) = delete;
+    MemoryStream &operator=(const MemoryStream &) = delete;
+
+    // The record for Open; this object and its bytes must outlive the handle.
+    SplitterStreamSource record();
+
+    CallCounts counts;
+
+private:
+    uint32_t read(void *buffer, uint32_t *count);
+    uint32_t seek(uint16_t origin, int64_t offset);
+
+    std::span<const uint8_t> bytes_;
+    uint64_t position_ = 0;
+};
+
+}  // namespace quorv::bench
+
+#endif

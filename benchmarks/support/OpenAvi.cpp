@@ -1,0 +1,72 @@
+// Opening and reading of AVI files; see the header.
+
+#include "support/OpenAvi.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace quorv::bench {
+namespace {
+
+constexpr uint64_t kNever = UINT64_MAX;
+
+void check(uint32_t code, const char *what) {
+    if (code == SPLITER_OK) return;
+    fprintf(stderr, "%s failed: %#x\n", what, code);
+    exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+OpenAvi::OpenAvi(const SplitterStreamSource &source) {
+    check(AVI_SPLITER_Open(&source, 1, &handle_), "Open");
+    SplitterTrackList list;
+    check(AVI_SPLITER_EnumTrack(handle_, &list), "EnumTrack");
+    std::for_each_n(list.entries, list.count,
+                    [this](const SplitterTrackEntry &entry) { types_.push_back(entry.type); });
+}
+
+uint32_t OpenAvi::read(uint32_t track, std::vector<uint8_t> &buffer, const Seen &seen) {
+    SplitterFrameInfo frame;
+    uint32_t code =
+        AVI_SPLITER_ReadFrame(handle_, track, buffer.data(), static_cast<uint32_t>(buffer.size()), &frame);
+    if (code == SPLITER_ERR_END_OF_STREAM) {
+        next_time_[track - 1] = kNever;
+        return 0;
+    }
+    check(code, "ReadFrame");
+    next_time_[track - 1] = uint64_t{frame.time_stamp} + frame.duration;
+    if (seen) seen(track, buffer.data(), frame.size);
+    return 1;
+}
+
+uint32_t OpenAvi::first_due() const {
+    return static_cast<uint32_t>(std::min_element(next_time_.begin(), next_time_.end()) -
+                                 next_time_.begin()) +
+           1;
+}
+
+uint64_t OpenAvi::read_all(ReadOrder order, std::vector<uint8_t> &buffer, const Seen &seen) {
+    check(AVI_SPLITER_Reset(handle_), "Reset");
+    next_time_.assign(types_.size(), 0);
+    uint64_t frames = 0;
+    if (order == ReadOrder::TrackByTrack) {
+        for (uint32_t track = 1; track <= track_count(); ++track) {
+            while (read(track, buffer, seen) != 0)
+                ++frames;
+        }
+    } else if (order == ReadOrder::Alternately) {
+        for (uint64_t before = kNever; before != frames;) {
+            before = frames;
+            for (uint32_t track = 1; track <= track_count(); ++track)
+                frames += next_time_[track - 1] != kNever ? read(track, buffer, seen) : 0;
+        }
+    } else {
+        for (uint32_t track = first_due(); next_time_[track - 1] != kNever; track = first_due())
+            frames += read(track, buffer, seen);
+    }
+    return frames;
+}
+
+}  // namespace quorv::bench
