@@ -19,8 +19,7 @@ constexpr uint32_t kThirdTableStorage = 8192;
 
 bool open_trace(MPlatContext *context, const MPlatInitParams *params) {
     MLogHandle trace;
-    if (MSTATIC_MDebugStreamOpenS(params->trace_file, &trace) != ResultOk)
-        return false;
+    if (MSTATIC_MDebugStreamOpenS(params->trace_file, &trace) != ResultOk) return false;
     context->trace_stream = word_of(trace);
     trace->level_mask = params->trace_level_mask;
     memcpy(trace->buffer, kTraceSignature, sizeof kTraceSignature);
@@ -37,16 +36,14 @@ bool make_tables(MPlatContext *context) {
 
 bool open_log(MPlatContext *context, const MPlatInitParams *params) {
     MLogHandle log;
-    if (MLogOpenS(params->log_file, &log) != ResultOk)
-        return false;
+    if (MLogOpenS(params->log_file, &log) != ResultOk) return false;
     log->level_mask = params->log_level_mask;
     context->log_stream = word_of(log);
     return true;
 }
 
 void remove_table(uintptr_t word) {
-    if (word != 0)
-        MSTATIC_MTableReMoveAll(kTextTable, reinterpret_cast<void *>(word));
+    if (word != 0) MSTATIC_MTableReMoveAll(kTextTable, pointer_of<void *>(word));
 }
 
 }  // namespace
@@ -55,12 +52,10 @@ void remove_table(uintptr_t word) {
 using namespace quorv;
 
 uint32_t MPlatInitialize(const MPlatInitParams *params) {
-    if (params == nullptr)
-        return ResultInvalidArg;
+    if (params == nullptr) return ResultInvalidArg;
     MPlatUninitialize();
     MPlatContext *const context = static_cast<MPlatContext *>(MMemAlloc(nullptr, sizeof(MPlatContext)));
-    if (context == nullptr)
-        return ResultNoMemory;
+    if (context == nullptr) return ResultNoMemory;
     *context = MPlatContext{};
     context->trace_mask = params->trace_mask;
     g_platform_context = context;
@@ -87,15 +82,14 @@ uint32_t MPlatInitialize(const MPlatInitParams *params) {
 
 uint32_t MPlatUninitialize(void) {
     MPlatContext *const context = g_platform_context;
-    if (context == nullptr)
-        return ResultFailed;
+    if (context == nullptr) return ResultFailed;
     MLogClose(nullptr);
     MSTATIC_MDebugStreamClose();
     remove_table(context->first_table);
     remove_table(context->second_table);
     remove_table(context->third_table);
-    MMutexDestroy(reinterpret_cast<MMutex>(context->log_mutex));
-    MMutexDestroy(reinterpret_cast<MMutex>(context->trace_mutex));
+    MMutexDestroy(pointer_of<MMutex>(context->log_mutex));
+    MMutexDestroy(pointer_of<MMutex>(context->trace_mutex));
     MMemFree(nullptr, context);
     g_platform_context = nullptr;
     return ResultOk;

@@ -14,8 +14,7 @@ namespace {
 constexpr mode_t kDirectoryPermissions = 0775;
 
 uint32_t attributes_of(mode_t mode) {
-    if (S_ISDIR(mode))
-        return MFILE_DIRECTORY;
+    if (S_ISDIR(mode)) return MFILE_DIRECTORY;
     return S_ISREG(mode) ? uint32_t{MFILE_REGULAR} : 0;
 }
 
@@ -33,8 +32,7 @@ using namespace quorv;
 
 int32_t MGetFileInfoS(MFileInfo *info, const char *path) {
     struct stat status;
-    if (info == nullptr || path == nullptr || stat(path, &status) != 0)
-        return 0;
+    if (info == nullptr || path == nullptr || stat(path, &status) != 0) return 0;
     *info = file_info_of(status);
     return 1;
 }
@@ -61,8 +59,7 @@ int32_t MDirectoryRemoveW(const uint16_t *path) {
 
 int32_t MIsDirectoryS(const char *path) {
     DIR *const stream = path == nullptr ? nullptr : opendir(path);
-    if (stream == nullptr)
-        return 0;
+    if (stream == nullptr) return 0;
     closedir(stream);
     return 1;
 }

@@ -48,8 +48,7 @@ int32_t file_stream_write(MStream stream, const void *buffer, size_t count) {
 
 int32_t file_stream_seek(MStream stream, uint32_t origin, intptr_t offset) {
     static constexpr int kOrigins[] = {SEEK_SET, SEEK_END, SEEK_CUR};
-    if (origin >= sizeof kOrigins / sizeof *kOrigins)
-        return -1;
+    if (origin >= sizeof kOrigins / sizeof *kOrigins) return -1;
     return fseeko(file_of(stream), offset, kOrigins[origin]);
 }
 
@@ -60,8 +59,7 @@ intptr_t file_stream_tell(MStream stream) {
 intptr_t file_stream_size(MStream stream) {
     FILE *const file = file_of(stream);
     const off_t position = ftello(file);
-    if (position < 0 || fseeko(file, 0, SEEK_END) != 0)
-        return -1;
+    if (position < 0 || fseeko(file, 0, SEEK_END) != 0) return -1;
     const off_t size = ftello(file);
     fseeko(file, position, SEEK_SET);
     return as_position(size);
@@ -90,15 +88,12 @@ void file_stream_unbuffer(MStream stream) {
 using namespace quorv;
 
 MStream MStreamOpenFromFileS(const char *path, uint32_t mode) {
-    if (path == nullptr)
-        return nullptr;
+    if (path == nullptr) return nullptr;
     // The record comes first: without memory the file is not touched and nothing stays open.
-    const MStream stream = new_stream_record(kFileStream);
-    if (stream == nullptr)
-        return nullptr;
+    MStreamRecord *const stream = new_stream_record(kFileStream);
+    if (stream == nullptr) return nullptr;
     stream->handle = fopen(path, mode_string(mode));
-    if (stream->handle != nullptr)
-        return stream;
+    if (stream->handle != nullptr) return stream;
     MMemFree(nullptr, stream);
     return nullptr;
 }

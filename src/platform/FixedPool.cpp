@@ -57,8 +57,7 @@ void absorb_next(BlockHeader *block) {
 // when the rest has fewer than `min_rest` bytes.
 bool split(BlockHeader *block, uint64_t need, int64_t min_rest) {
     const int64_t rest = int64_t{block->size} - static_cast<int64_t>(need) - kHeaderSize;
-    if (rest < min_rest)
-        return false;
+    if (rest < min_rest) return false;
     block->size = static_cast<uint32_t>(need);
     BlockHeader *const tail = next_block(block);
     tail->size = static_cast<uint32_t>(rest);
@@ -71,8 +70,7 @@ bool split(BlockHeader *block, uint64_t need, int64_t min_rest) {
 BlockHeader *find_block(MMemMgr mgr, const void *ptr, BlockHeader **previous) {
     *previous = nullptr;
     for (BlockHeader *block = first_block(mgr); !is_end(block); block = next_block(block)) {
-        if (payload(block) == ptr)
-            return block;
+        if (payload(block) == ptr) return block;
         *previous = block;
     }
     return nullptr;
@@ -84,13 +82,11 @@ BlockHeader *find_block(MMemMgr mgr, const void *ptr, BlockHeader **previous) {
 using namespace quorv;
 
 MMemMgr MMemMgrCreate(void *buffer, uint32_t size) {
-    if (buffer == nullptr || size > 0x7FFFFFFF)
-        return nullptr;
+    if (buffer == nullptr || size > 0x7FFFFFFF) return nullptr;
     const uintptr_t misalignment = -reinterpret_cast<uintptr_t>(buffer) & 3;
     const int64_t usable =
-        ((int64_t{size} - static_cast<int64_t>(misalignment)) & ~int64_t{3}) - 2 * kHeaderSize;
-    if (usable < 1)
-        return nullptr;
+        ((int64_t{size} - static_cast<int64_t>(misalignment)) & ~int64_t{3}) - int64_t{2} * kHeaderSize;
+    if (usable < 1) return nullptr;
     void *const pool = static_cast<uint8_t *>(buffer) + misalignment;
     BlockHeader *const first = first_block(pool);
     first->size = static_cast<uint32_t>(usable);
@@ -104,12 +100,10 @@ MMemMgr MMemMgrCreate(void *buffer, uint32_t size) {
 void MMemMgrDestroy(MMemMgr /*mgr*/) {}
 
 void *MMemAllocStatic(MMemMgr mgr, uint32_t size) {
-    if (mgr == nullptr || size == 0)
-        return nullptr;
+    if (mgr == nullptr || size == 0) return nullptr;
     const uint64_t need = round_to_words(size);
     for (BlockHeader *block = first_block(mgr); !is_end(block); block = next_block(block)) {
-        if (block->used != 0 || block->size < need)
-            continue;
+        if (block->used != 0 || block->size < need) continue;
         split(block, need, kMinSplitOnAllocation);
         block->used = 1;
         return payload(block);
@@ -118,34 +112,26 @@ void *MMemAllocStatic(MMemMgr mgr, uint32_t size) {
 }
 
 void MMemFreeStatic(MMemMgr mgr, void *ptr) {
-    if (mgr == nullptr || ptr == nullptr)
-        return;
+    if (mgr == nullptr || ptr == nullptr) return;
     BlockHeader *previous;
     BlockHeader *const block = find_block(mgr, ptr, &previous);
-    if (block == nullptr)
-        return;
+    if (block == nullptr) return;
     block->used = 0;
-    if (is_free_block(next_block(block)))
-        absorb_next(block);
-    if (previous != nullptr && previous->used == 0)
-        absorb_next(previous);
+    if (is_free_block(next_block(block))) absorb_next(block);
+    if (previous != nullptr && previous->used == 0) absorb_next(previous);
 }
 
 void *MMemReallocStatic(MMemMgr mgr, void *ptr, uint32_t size) {
-    if (mgr == nullptr || size == 0)
-        return nullptr;
-    if (ptr == nullptr)
-        return MMemAllocStatic(mgr, size);
+    if (mgr == nullptr || size == 0) return nullptr;
+    if (ptr == nullptr) return MMemAllocStatic(mgr, size);
     BlockHeader *previous;
     BlockHeader *const block = find_block(mgr, ptr, &previous);
-    if (block == nullptr)
-        return nullptr;
+    if (block == nullptr) return nullptr;
 
     const uint64_t need = round_to_words(size);
     BlockHeader *const next = next_block(block);
     if (block->size >= need) {
-        if (split(block, need, kMinSplitOnShrink) && is_free_block(next))
-            absorb_next(next_block(block));
+        if (split(block, need, kMinSplitOnShrink) && is_free_block(next)) absorb_next(next_block(block));
         return ptr;
     }
     // The freed header is not counted here: a block that would fit only with it moves.
@@ -155,8 +141,7 @@ void *MMemReallocStatic(MMemMgr mgr, void *ptr, uint32_t size) {
         return ptr;
     }
     void *const moved = MMemAllocStatic(mgr, size);
-    if (moved == nullptr)
-        return nullptr;
+    if (moved == nullptr) return nullptr;
     memcpy(moved, ptr, block->size);
     MMemFreeStatic(mgr, ptr);
     return moved;

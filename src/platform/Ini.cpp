@@ -20,19 +20,18 @@ constexpr uint32_t kOpenForReadingAndAppending = 6;
 constexpr size_t kMaxKeyAndValue = 2044;
 
 char *concatenate(const char *a, const char *b) {
-    char *const text = static_cast<char *>(MMemAlloc(nullptr, strlen(a) + strlen(b) + 1));
-    if (text != nullptr)
-        strcat(strcpy(text, a), b);
+    const size_t size = strlen(a) + strlen(b) + 1;
+    char *const text = static_cast<char *>(MMemAlloc(nullptr, size));
+    if (text != nullptr) snprintf(text, size, "%s%s", a, b);
     return text;
 }
 
 // Opens the file, or creates it empty when there is none. Only a file that is certainly missing is created,
 // and in a mode that empties nothing: a file that merely cannot be opened now must not lose its contents.
 MStream open_source(const char *path) {
-    const MStream stream = MStreamOpenFromFileS(path, kOpenForReading);
+    MStreamRecord *const stream = MStreamOpenFromFileS(path, kOpenForReading);
     struct stat status;
-    if (stream != nullptr || stat(path, &status) == 0 || errno != ENOENT)
-        return stream;
+    if (stream != nullptr || stat(path, &status) == 0 || errno != ENOENT) return stream;
     return MStreamOpenFromFileS(path, kOpenForReadingAndAppending);
 }
 
@@ -40,8 +39,7 @@ bool start(MIniFile *ini, const char *path) {
     ini->buffer = static_cast<char *>(MMemAlloc(nullptr, kIniBufferSize));
     ini->path = concatenate(path, "");
     ini->temporary_path = concatenate(path, kTemporarySuffix);
-    if (ini->buffer == nullptr || ini->path == nullptr || ini->temporary_path == nullptr)
-        return false;
+    if (ini->buffer == nullptr || ini->path == nullptr || ini->temporary_path == nullptr) return false;
     ini->source = open_source(path);
     return ini->source != nullptr && parse_ini_file(ini);
 }
@@ -58,8 +56,7 @@ bool is_usable(MIniHandle ini, const MIniQuery *query) {
 
 bool contains_any(std::string_view text, const char *characters) {
     for (const char c : text) {
-        if (c != 0 && strchr(characters, c) != nullptr)
-            return true;
+        if (c != 0 && strchr(characters, c) != nullptr) return true;
     }
     return false;
 }
@@ -76,8 +73,7 @@ bool is_writable_key(std::string_view name) {
 // A new key goes before the next section that the file has, or to its end.
 IniPlace place_of_new_key(const IniSection *section) {
     for (const IniSection *next = section->next; next != nullptr; next = next->next) {
-        if (is_from_file(next->state))
-            return {next->place.start, next->place.start};
+        if (is_from_file(next->state)) return {next->place.start, next->place.start};
     }
     return {0, 0};
 }
@@ -106,17 +102,14 @@ bool write_value(MIniFile *ini, std::string_view section_text, std::string_view 
         return false;
     IniSection *section = find_ini_section(ini, section_text, IniSearch::LiveThenRemoved);
     const bool is_new = section == nullptr;
-    if (is_new)
-        section = append_ini_section(ini, section_text, {0, 0}, IniState::New);
-    if (section == nullptr)
-        return false;
+    if (is_new) section = append_ini_section(ini, section_text, {0, 0}, IniState::New);
+    if (section == nullptr) return false;
     IniKey *key = find_ini_key(section, key_text, IniSearch::LiveThenRemoved);
     if (key != nullptr && set_ini_value(key, value)) {
         revive_changed(key);
     } else if (key != nullptr || append_ini_key(ini, section, key_text, value, place_of_new_key(section),
                                                 IniState::New) == nullptr) {
-        if (is_new)
-            section->state = IniState::NewRemoved;  // without the key nothing of it may show
+        if (is_new) section->state = IniState::NewRemoved;  // without the key nothing of it may show
         return false;
     }
     revive(section);
@@ -130,21 +123,17 @@ bool write_value(MIniFile *ini, std::string_view section_text, std::string_view 
 using namespace quorv;
 
 MIniHandle MIniStartS(const char *path) {
-    if (path == nullptr)
-        return nullptr;
+    if (path == nullptr) return nullptr;
     MIniFile *const ini = static_cast<MIniFile *>(MMemAlloc(nullptr, sizeof(MIniFile)));
-    if (ini == nullptr)
-        return nullptr;
+    if (ini == nullptr) return nullptr;
     *ini = MIniFile{};
-    if (start(ini, path))
-        return ini;
+    if (start(ini, path)) return ini;
     MIniEndS(ini);
     return nullptr;
 }
 
 int32_t MIniEndS(MIniHandle ini) {
-    if (ini == nullptr)
-        return 0;
+    if (ini == nullptr) return 0;
     const bool saved = !ini->modified || write_back_ini_file(ini);
     MStreamClose(ini->source);
     free_ini_nodes(ini);
@@ -156,30 +145,25 @@ int32_t MIniEndS(MIniHandle ini) {
 }
 
 int32_t MIniReadS(MIniHandle ini, MIniQuery *query) {
-    if (!is_usable(ini, query))
-        return 0;
+    if (!is_usable(ini, query)) return 0;
     IniSection *const section = find_ini_section(ini, section_name(query->section), IniSearch::Live);
-    if (section == nullptr)
-        return 0;
+    if (section == nullptr) return 0;
     const IniKey *const key = find_ini_key(section, trim_ini_blanks(query->key), IniSearch::Live);
-    if (key == nullptr)
-        return 0;
+    if (key == nullptr) return 0;
     if (query->type == MINI_TYPE_INTEGER) {
         const int32_t number = MStoi(key->value);
         memcpy(query->value, &number, query->size < sizeof number ? query->size : sizeof number);
         return 1;
     }
     const size_t length = strlen(key->value);
-    if (length >= query->size)
-        return 0;
+    if (length >= query->size) return 0;
     memcpy(query->value, key->value, length + 1);
     query->size = static_cast<uint32_t>(length);
     return 1;
 }
 
 int32_t MIniWriteS(MIniHandle ini, const MIniQuery *query) {
-    if (!is_usable(ini, query))
-        return 0;
+    if (!is_usable(ini, query)) return 0;
     const char *text = static_cast<const char *>(query->value);
     char digits[16];
     if (query->type == MINI_TYPE_INTEGER) {
@@ -193,8 +177,7 @@ int32_t MIniWriteS(MIniHandle ini, const MIniQuery *query) {
 
 int32_t MIniReadSingleS(MIniHandle ini, const char *section, const char *key, uint32_t type, void *value,
                         uint32_t *size) {
-    if (size == nullptr)
-        return 0;
+    if (size == nullptr) return 0;
     MIniQuery query = {section, key, value, type, *size};
     const int32_t found = MIniReadS(ini, &query);
     *size = query.size;
@@ -208,19 +191,16 @@ int32_t MIniWriteSingleS(MIniHandle ini, const char *section, const char *key, u
 }
 
 int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key) {
-    if (ini == nullptr || ini->source == nullptr)
-        return 0;
+    if (ini == nullptr || ini->source == nullptr) return 0;
     IniSection *const found = find_ini_section(ini, section_name(section), IniSearch::Live);
-    if (found == nullptr)
-        return 0;
+    if (found == nullptr) return 0;
     if (key == nullptr) {
         remove_node(found);
         for (IniKey *own = found->first_key; own != nullptr; own = own->next)
             remove_node(own);
     } else {
         IniKey *const own = find_ini_key(found, trim_ini_blanks(key), IniSearch::Live);
-        if (own == nullptr)
-            return 0;
+        if (own == nullptr) return 0;
         remove_node(own);
     }
     ini->modified = true;
@@ -228,27 +208,23 @@ int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key) {
 }
 
 int32_t MIniFindFirstCategoryS(MIniHandle ini, char *name, uint32_t *size) {
-    if (ini == nullptr)
-        return 0;
+    if (ini == nullptr) return 0;
     ini->cursor = ini->first_section;
     return MIniFindNextCategoryS(ini, name, size);
 }
 
 int32_t MIniFindNextCategoryS(MIniHandle ini, char *name, uint32_t *size) {
-    if (ini == nullptr || size == nullptr)
-        return 0;
+    if (ini == nullptr || size == nullptr) return 0;
     while (ini->cursor != nullptr && (is_removed(ini->cursor->state) || *ini->cursor->name == 0))
         ini->cursor = ini->cursor->next;
     if (ini->cursor == nullptr) {
-        if (name != nullptr && *size > 0)
-            *name = 0;
+        if (name != nullptr && *size > 0) *name = 0;
         return 0;
     }
     const size_t needed = strlen(ini->cursor->name) + 1;
     const bool fits = name != nullptr && needed <= *size;
     *size = static_cast<uint32_t>(needed);
-    if (!fits)
-        return 0;
+    if (!fits) return 0;
     memcpy(name, ini->cursor->name, needed);
     ini->cursor = ini->cursor->next;
     return 1;

@@ -10,8 +10,7 @@ namespace {
 // Splits the text at the first `mark`; false, with nothing changed, when there is none.
 bool split_at(std::string_view text, char mark, std::string_view *before, std::string_view *after) {
     const void *const found = text.empty() ? nullptr : memchr(text.data(), mark, text.size());
-    if (found == nullptr)
-        return false;
+    if (found == nullptr) return false;
     const size_t at = static_cast<size_t>(static_cast<const char *>(found) - text.data());
     *before = {text.data(), at};
     *after = {text.data() + at + 1, text.size() - at - 1};
@@ -22,16 +21,14 @@ bool split_at(std::string_view text, char mark, std::string_view *before, std::s
 void classify_section(std::string_view text, IniLine *line) {
     text.remove_prefix(1);
     std::string_view name, rest;
-    if (!split_at(text, ']', &name, &rest) || !trim_ini_blanks(rest).empty())
-        return;
+    if (!split_at(text, ']', &name, &rest) || !trim_ini_blanks(rest).empty()) return;
     line->line_class = IniLineClass::Section;
     line->name = trim_ini_blanks(name);
 }
 
 void classify_key(std::string_view text, IniLine *line) {
     std::string_view name, value;
-    if (!split_at(text, '=', &name, &value))
-        return;
+    if (!split_at(text, '=', &name, &value)) return;
     line->line_class = IniLineClass::Key;
     line->name = trim_ini_blanks(name);
     line->value = trim_ini_blanks(value);
@@ -51,11 +48,9 @@ IniLine classify_ini_line(std::string_view text) {
     IniLine line = {};
     line.line_class = IniLineClass::Incomplete;
     std::string_view own, rest;
-    if (!split_at(text, '\n', &own, &rest))
-        return line;
+    if (!split_at(text, '\n', &own, &rest)) return line;
     line.length = own.size() + 1;
-    if (!own.empty() && own.back() == '\r')
-        own.remove_suffix(1);
+    if (!own.empty() && own.back() == '\r') own.remove_suffix(1);
     line.text_length = own.size();
 
     line.line_class = IniLineClass::Invalid;

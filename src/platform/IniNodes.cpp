@@ -15,8 +15,7 @@ Node *take_node(IniNodePool<Node, Count> **pools, size_t *taken) {
     if (*pools == nullptr || *taken == Count) {
         using Pool = IniNodePool<Node, Count>;
         Pool *const pool = static_cast<Pool *>(MMemAlloc(nullptr, sizeof(Pool)));
-        if (pool == nullptr)
-            return nullptr;
+        if (pool == nullptr) return nullptr;
         pool->next = *pools;
         *pools = pool;
         *taken = 0;
@@ -45,16 +44,14 @@ void link_last(Node *node, Node **first, Node **last) {
 }
 
 char *put_text(char *at, std::string_view text) {
-    if (!text.empty())
-        memcpy(at, text.data(), text.size());
+    if (!text.empty()) memcpy(at, text.data(), text.size());
     at[text.size()] = 0;
     return at + text.size() + 1;
 }
 
 char *new_name_and_value(std::string_view name, std::string_view value) {
     char *const text = static_cast<char *>(MMemAlloc(nullptr, name.size() + value.size() + 2));
-    if (text != nullptr)
-        put_text(put_text(text, name), value);
+    if (text != nullptr) put_text(put_text(text, name), value);
     return text;
 }
 
@@ -66,12 +63,9 @@ template <typename Node>
 Node *find_node(Node *node, std::string_view name, IniSearch search) {
     Node *removed = nullptr;
     for (; node != nullptr; node = node->next) {
-        if (!has_name(node->name, name))
-            continue;
-        if (!is_removed(node->state))
-            return node;
-        if (removed == nullptr)
-            removed = node;
+        if (!has_name(node->name, name)) continue;
+        if (!is_removed(node->state)) return node;
+        if (removed == nullptr) removed = node;
     }
     return search == IniSearch::LiveThenRemoved ? removed : nullptr;
 }
@@ -80,8 +74,7 @@ Node *find_node(Node *node, std::string_view name, IniSearch search) {
 
 IniSection *append_ini_section(MIniFile *ini, std::string_view name, IniPlace place, IniState state) {
     char *const text = static_cast<char *>(MMemAlloc(nullptr, name.size() + 1));
-    if (text == nullptr)
-        return nullptr;
+    if (text == nullptr) return nullptr;
     IniSection *const section = take_node(&ini->section_pools, &ini->sections_in_pool);
     if (section == nullptr) {
         MMemFree(nullptr, text);
@@ -98,8 +91,7 @@ IniSection *append_ini_section(MIniFile *ini, std::string_view name, IniPlace pl
 IniKey *append_ini_key(MIniFile *ini, IniSection *section, std::string_view name, std::string_view value,
                        IniPlace place, IniState state) {
     char *const text = new_name_and_value(name, value);
-    if (text == nullptr)
-        return nullptr;
+    if (text == nullptr) return nullptr;
     IniKey *const key = take_node(&ini->key_pools, &ini->keys_in_pool);
     if (key == nullptr) {
         MMemFree(nullptr, text);
@@ -121,8 +113,7 @@ bool set_ini_value(IniKey *key, std::string_view value) {
         return true;
     }
     char *const text = new_name_and_value(key->name, value);
-    if (text == nullptr)
-        return false;
+    if (text == nullptr) return false;
     key->value = text + strlen(key->name) + 1;
     MMemFree(nullptr, key->name);
     key->name = text;

@@ -15,12 +15,9 @@ public:
 
     bool parse() {
         for (;;) {
-            if (!fill())
-                return false;
-            if (!take_lines())
-                return false;
-            if (at_end_)
-                return true;
+            if (!fill()) return false;
+            if (!take_lines()) return false;
+            if (at_end_) return true;
         }
     }
 
@@ -28,26 +25,21 @@ private:
     // Fills the buffer behind the incomplete line it begins with. At the end of the file that line gets an
     // ending, in the buffer only.
     bool fill() {
-        if (filled_ == kIniBufferSize)
-            return false;  // a line that does not fit
+        if (filled_ == kIniBufferSize) return false;  // a line that does not fit
         const size_t room = kIniBufferSize - filled_;
         const int32_t got = MStreamRead(ini_->source, ini_->buffer + filled_, static_cast<int32_t>(room));
         filled_ += static_cast<size_t>(got);
-        if (static_cast<size_t>(got) == room)
-            return true;
-        if (file_stream_failed(ini_->source))
-            return false;
+        if (static_cast<size_t>(got) == room) return true;
+        if (file_stream_failed(ini_->source)) return false;
         at_end_ = true;
         file_size_ = buffer_offset_ + static_cast<intptr_t>(filled_);
-        if (filled_ > 0 && ini_->buffer[filled_ - 1] != '\n')
-            return add_last_ending();
+        if (filled_ > 0 && ini_->buffer[filled_ - 1] != '\n') return add_last_ending();
         return true;
     }
 
     bool add_last_ending() {
         // Whole lines before the last one make room for its ending.
-        if (!take_lines() || filled_ > kMaxIniText)
-            return false;
+        if (!take_lines() || filled_ > kMaxIniText) return false;
         memcpy(ini_->buffer + filled_, "\r\n", 2);
         filled_ += 2;
         return true;
@@ -58,10 +50,8 @@ private:
         size_t taken = 0;
         for (;;) {
             const IniLine line = classify_ini_line({ini_->buffer + taken, filled_ - taken});
-            if (line.line_class == IniLineClass::Incomplete)
-                break;
-            if (line.text_length > kMaxIniText || !add(line, taken))
-                return false;
+            if (line.line_class == IniLineClass::Incomplete) break;
+            if (line.text_length > kMaxIniText || !add(line, taken)) return false;
             taken += line.length;
         }
         filled_ -= taken;
@@ -74,8 +64,7 @@ private:
         IniPlace place;
         place.start = buffer_offset_ + static_cast<intptr_t>(at);
         place.end = place.start + static_cast<intptr_t>(line.length);
-        if (at_end_ && place.end > file_size_)
-            place.end = file_size_;  // the ending that only the buffer has
+        if (at_end_ && place.end > file_size_) place.end = file_size_;  // the ending that only the buffer has
         if (line.line_class == IniLineClass::Section)
             return append_ini_section(ini_, line.name, place, IniState::Unchanged) != nullptr;
         if (line.line_class == IniLineClass::Key && ini_->last_section != nullptr)

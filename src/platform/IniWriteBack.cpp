@@ -28,8 +28,7 @@ public:
     IniWriter(MIniFile *ini, MStream out) : ini_(ini), out_(out), source_size_(MStreamGetSize(ini->source)) {}
 
     WriteBackResult write() {
-        if (source_size_ < 0)
-            return kReadFailed;
+        if (source_size_ < 0) return kReadFailed;
         WriteBackResult result = kWritten;
         for (IniSection *s = ini_->first_section; s != nullptr && result == kWritten; s = s->next) {
             result = write_section_line(s);
@@ -41,16 +40,12 @@ public:
 
 private:
     WriteBackResult write_section_line(const IniSection *section) {
-        if (section->state == IniState::Removed)
-            return drop(section->place);
-        if (section->state != IniState::New)
-            return kWritten;
+        if (section->state == IniState::Removed) return drop(section->place);
+        if (section->state != IniState::New) return kWritten;
         // New sections stand at the end of the file.
         const WriteBackResult copied = copy_to(source_size_);
-        if (copied != kWritten)
-            return copied;
-        if (strlen(section->name) + 2 > kMaxIniText)
-            return kLineTooLong;
+        if (copied != kWritten) return copied;
+        if (strlen(section->name) + 2 > kMaxIniText) return kLineTooLong;
         return put("[") && put(section->name) && put("]\r\n") ? kWritten : kWriteFailed;
     }
 
@@ -84,19 +79,15 @@ private:
     // Copies the source from where the last copy or dropped line ended; the text copied gets a line ending
     // when it has none.
     WriteBackResult copy_to(intptr_t end) {
-        if (end <= copied_)
-            return kWritten;
-        if (MStreamSeek(ini_->source, MSTREAM_SEEK_START, copied_) != 0)
-            return kReadFailed;
+        if (end <= copied_) return kWritten;
+        if (MStreamSeek(ini_->source, MSTREAM_SEEK_START, copied_) != 0) return kReadFailed;
         char last = 0;
         while (copied_ < end) {
             const intptr_t left = end - copied_;
             const int32_t piece =
                 static_cast<int32_t>(left < intptr_t{kIniBufferSize} ? left : intptr_t{kIniBufferSize});
-            if (MStreamRead(ini_->source, ini_->buffer, piece) != piece)
-                return kReadFailed;
-            if (MStreamWrite(out_, ini_->buffer, piece) != piece)
-                return kWriteFailed;
+            if (MStreamRead(ini_->source, ini_->buffer, piece) != piece) return kReadFailed;
+            if (MStreamWrite(out_, ini_->buffer, piece) != piece) return kWriteFailed;
             last = ini_->buffer[piece - 1];
             copied_ += piece;
         }
@@ -104,8 +95,7 @@ private:
     }
 
     WriteBackResult put_line(const IniKey *key) {
-        if (strlen(key->name) + 1 + strlen(key->value) > kMaxIniText)
-            return kLineTooLong;
+        if (strlen(key->name) + 1 + strlen(key->value) > kMaxIniText) return kLineTooLong;
         return put(key->name) && put("=") && put(key->value) && put("\r\n") ? kWritten : kWriteFailed;
     }
 
@@ -123,14 +113,12 @@ private:
 // The settings may be private, and the temporary file may come to replace the file.
 void copy_permissions(const char *from, const char *to) {
     struct stat status;
-    if (stat(from, &status) == 0)
-        chmod(to, status.st_mode & 07777);
+    if (stat(from, &status) == 0) chmod(to, status.st_mode & 07777);
 }
 
 WriteBackResult write_temporary_file(MIniFile *ini) {
-    const MStream out = MStreamFileCreateS(ini->temporary_path);
-    if (out == nullptr)
-        return kNoTemporaryFile;
+    MStreamRecord *const out = MStreamFileCreateS(ini->temporary_path);
+    if (out == nullptr) return kNoTemporaryFile;
     copy_permissions(ini->path, ini->temporary_path);
     const WriteBackResult result = IniWriter(ini, out).write();
     // Buffered bytes reach the disk here, if they do.
@@ -141,8 +129,7 @@ WriteBackResult write_temporary_file(MIniFile *ini) {
 bool copy_over(const char *path, const char *source) {
     uint16_t wide_path[kNarrowPathRoom];
     uint16_t wide_source[kNarrowPathRoom];
-    if (strlen(path) >= kNarrowPathRoom || strlen(source) >= kNarrowPathRoom)
-        return false;
+    if (strlen(path) >= kNarrowPathRoom || strlen(source) >= kNarrowPathRoom) return false;
     MCharToWChar(path, wide_path, kNarrowPathRoom);
     MCharToWChar(source, wide_source, kNarrowPathRoom);
     return MStreamFileCopyS(wide_path, wide_source) != 0;
@@ -155,8 +142,7 @@ bool write_back_ini_file(MIniFile *ini) {
     MStreamClose(ini->source);
     ini->source = nullptr;
     if (result != kWritten) {
-        if (result != kNoTemporaryFile)
-            MStreamFileDeleteS(ini->temporary_path);
+        if (result != kNoTemporaryFile) MStreamFileDeleteS(ini->temporary_path);
         return false;
     }
     // Copying keeps the file's identity (its links and its owner), but a copy that fails leaves it in pieces;

@@ -28,12 +28,9 @@ private:
 // A log that is about to be closed must not be closed again with the context.
 void forget_in_context(MLogHandle log) {
     MPlatContext *const context = MSTATIC_MGetContext();
-    if (context == nullptr)
-        return;
-    if (log_of(context->log_stream) == log)
-        context->log_stream = 0;
-    if (log_of(context->trace_stream) == log)
-        context->trace_stream = 0;
+    if (context == nullptr) return;
+    if (log_of(context->log_stream) == log) context->log_stream = 0;
+    if (log_of(context->trace_stream) == log) context->trace_stream = 0;
 }
 
 }  // namespace
@@ -46,11 +43,9 @@ uint32_t MLogOpenS(const char *path, MLogHandle *log) {
 }
 
 uint32_t MLogS(MLogHandle log, uint32_t level, const char *format, ...) {
-    if (format == nullptr)
-        return ResultInvalidArg;
+    if (format == nullptr) return ResultInvalidArg;
     const LogAccess access(log);
-    if (access.log() == nullptr)
-        return ResultFailed;
+    if (access.log() == nullptr) return ResultFailed;
     if (access.log()->passes(level)) {
         va_list arguments;
         va_start(arguments, format);
@@ -61,40 +56,32 @@ uint32_t MLogS(MLogHandle log, uint32_t level, const char *format, ...) {
 }
 
 uint32_t MLogDump(MLogHandle log, uint32_t level, const void *data, uint32_t length) {
-    if (data == nullptr && length > 0)
-        return ResultInvalidArg;
+    if (data == nullptr && length > 0) return ResultInvalidArg;
     const LogAccess access(log);
-    if (access.log() == nullptr)
-        return ResultFailed;
-    if (access.log()->passes(level))
-        access.log()->dump(data, length);
+    if (access.log() == nullptr) return ResultFailed;
+    if (access.log()->passes(level)) access.log()->dump(data, length);
     return ResultOk;
 }
 
 uint32_t MLogFlush(MLogHandle log) {
     const LogAccess access(log);
-    if (access.log() == nullptr)
-        return ResultFailed;
+    if (access.log() == nullptr) return ResultFailed;
     access.log()->flush();
     return ResultOk;
 }
 
 uint32_t MLogGetConfig(MLogHandle log, MLogConfig *config) {
-    if (config == nullptr)
-        return ResultInvalidArg;
+    if (config == nullptr) return ResultInvalidArg;
     const LogAccess access(log);
-    if (access.log() == nullptr)
-        return ResultFailed;
+    if (access.log() == nullptr) return ResultFailed;
     *config = {sizeof(MLogConfig), access.log()->enabled, access.log()->buffered, access.log()->level_mask};
     return ResultOk;
 }
 
 uint32_t MLogSetConfig(MLogHandle log, const MLogConfig *config) {
-    if (config == nullptr)
-        return ResultInvalidArg;
+    if (config == nullptr) return ResultInvalidArg;
     const LogAccess access(log);
-    if (access.log() == nullptr)
-        return ResultFailed;
+    if (access.log() == nullptr) return ResultFailed;
     access.log()->flush();
     access.log()->enabled = config->enabled;
     access.log()->buffered = config->buffered;
@@ -104,8 +91,7 @@ uint32_t MLogSetConfig(MLogHandle log, const MLogConfig *config) {
 
 uint32_t MLogClose(MLogHandle log) {
     const LogAccess access(log);
-    if (access.log() == nullptr)
-        return ResultFailed;
+    if (access.log() == nullptr) return ResultFailed;
     forget_in_context(access.log());
     close_log_stream(access.log());
     return ResultOk;

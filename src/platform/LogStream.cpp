@@ -16,14 +16,12 @@ void MLogStream::write(const void *data, uint32_t length) {
 }
 
 void MLogStream::flush() {
-    if (fill > 0)
-        write(buffer, fill);
+    if (fill > 0) write(buffer, fill);
     fill = 0;
 }
 
 void MLogStream::print(const char *format, va_list arguments) {
-    if (fill >= kLogTextThreshold)
-        flush();
+    if (fill >= kLogTextThreshold) flush();
     va_list again;
     va_copy(again, arguments);
     int length = vsnprintf(buffer + fill, kLogBufferSize - fill, format, arguments);
@@ -36,8 +34,7 @@ void MLogStream::print(const char *format, va_list arguments) {
         const uint32_t room = kLogBufferSize - fill - 1;
         fill += static_cast<uint32_t>(length) < room ? static_cast<uint32_t>(length) : room;
     }
-    if (buffered == 0)
-        flush();
+    if (buffered == 0) flush();
 }
 
 void MLogStream::dump(const void *data, uint32_t length) {
@@ -53,25 +50,19 @@ void MLogStream::dump(const void *data, uint32_t length) {
             left -= piece;
         }
     } else {
-        if (length > kLogBufferSize - fill)
-            flush();
-        if (length > 0)
-            memcpy(buffer + fill, data, length);
+        if (length > kLogBufferSize - fill) flush();
+        if (length > 0) memcpy(buffer + fill, data, length);
         fill += length;
     }
-    if (buffered == 0)
-        flush();
+    if (buffered == 0) flush();
 }
 
 uint32_t quorv::open_log_stream(const char *path, uint32_t mode, MLogHandle *log) {
-    if (log == nullptr)
-        return ResultInvalidArg;
+    if (log == nullptr) return ResultInvalidArg;
     *log = nullptr;
-    if (path == nullptr)
-        return ResultInvalidArg;
+    if (path == nullptr) return ResultInvalidArg;
     MLogStream *const made = static_cast<MLogStream *>(MMemAlloc(nullptr, sizeof(MLogStream)));
-    if (made == nullptr)
-        return ResultNoMemory;
+    if (made == nullptr) return ResultNoMemory;
     made->level_mask = 0xFFFFFFFF;
     made->enabled = 1;
     made->buffered = 1;

@@ -12,8 +12,7 @@ constexpr size_t kMaxPoolRequest = 0x7FFFFFFF;
 }  // namespace
 
 void *MMemAlloc(MMemMgr mgr, size_t size) {
-    if (mgr == nullptr)
-        return malloc(size);
+    if (mgr == nullptr) return malloc(size);
     return size > kMaxPoolRequest ? nullptr : MMemAllocStatic(mgr, static_cast<uint32_t>(size));
 }
 
@@ -25,8 +24,7 @@ void MMemFree(MMemMgr mgr, void *ptr) {
 }
 
 void *MMemRealloc(MMemMgr mgr, void *ptr, size_t size) {
-    if (mgr == nullptr)
-        return realloc(ptr, size);
+    if (mgr == nullptr) return realloc(ptr, size);
     return size > kMaxPoolRequest ? nullptr : MMemReallocStatic(mgr, ptr, static_cast<uint32_t>(size));
 }
 

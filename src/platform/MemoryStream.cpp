@@ -48,8 +48,7 @@ void set_current(MStream stream, MemoryBlock *block, uintptr_t start, uintptr_t 
 // Moves to the start of the next block; false when there is none.
 bool enter_next_block(MStream stream) {
     BlockChain *const chain = chain_of(stream);
-    if (chain == nullptr || chain->current->next == nullptr)
-        return false;
+    if (chain == nullptr || chain->current->next == nullptr) return false;
     set_current(stream, chain->current->next, chain->current_start + chain->current->capacity, 0);
     return true;
 }
@@ -59,12 +58,10 @@ bool enter_next_block(MStream stream) {
 // contents.
 bool append_block(MStream stream) {
     BlockChain *const chain = chain_of(stream);
-    if (chain == nullptr || stream->capacity > INTPTR_MAX - kBlockCapacity)
-        return false;
+    if (chain == nullptr || stream->capacity > INTPTR_MAX - kBlockCapacity) return false;
     const size_t bytes = sizeof(MemoryBlock) + kBlockCapacity;
     void *const memory = MMemAlloc(nullptr, bytes);
-    if (memory == nullptr)
-        return false;
+    if (memory == nullptr) return false;
     MMemSet(memory, 0, bytes);
     MemoryBlock *const block = static_cast<MemoryBlock *>(memory);
     block->capacity = kBlockCapacity;
@@ -76,8 +73,7 @@ bool append_block(MStream stream) {
 bool make_chain(MStream stream, uint32_t capacity) {
     const size_t bytes = sizeof(BlockChain) + sizeof(MemoryBlock) + capacity;
     void *const memory = MMemAlloc(nullptr, bytes);
-    if (memory == nullptr)
-        return false;
+    if (memory == nullptr) return false;
     MMemSet(memory, 0, bytes);
     BlockChain *const chain = static_cast<BlockChain *>(memory);
     chain->first = static_cast<MemoryBlock *>(static_cast<void *>(chain + 1));
@@ -104,8 +100,7 @@ uintptr_t clamped_target(uintptr_t base, intptr_t offset, uintptr_t size) {
         const uintptr_t target = back > base ? 0 : base - back;
         return target < size ? target : size;
     }
-    if (base >= size)
-        return size;
+    if (base >= size) return size;
     const uintptr_t forward = static_cast<uintptr_t>(offset);
     return forward > size - base ? size : base + forward;
 }
@@ -116,16 +111,14 @@ uintptr_t clamped_target(uintptr_t base, intptr_t offset, uintptr_t size) {
 using namespace quorv;
 
 MStream MStreamOpenFromMemoryBlock(void *buffer, uint32_t size) {
-    const MStream stream = new_stream_record(kMemoryStream);
-    if (stream == nullptr)
-        return nullptr;
+    MStreamRecord *const stream = new_stream_record(kMemoryStream);
+    if (stream == nullptr) return nullptr;
     uint32_t capacity = size;
     if (buffer != nullptr) {
         stream->handle = buffer;
         stream->block_capacity = size;
     } else {
-        if (size == 0 || size > kBlockCapacity)
-            capacity = kBlockCapacity;
+        if (size == 0 || size > kBlockCapacity) capacity = kBlockCapacity;
         if (!make_chain(stream, capacity)) {
             MMemFree(nullptr, stream);
             return nullptr;
@@ -137,20 +130,17 @@ MStream MStreamOpenFromMemoryBlock(void *buffer, uint32_t size) {
 }
 
 int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count) {
-    if (!is_memory_stream(stream) || count < 1)
-        return 0;
+    if (!is_memory_stream(stream) || count < 1) return 0;
     uintptr_t wanted = static_cast<uintptr_t>(count);
     if (stream->chain != nullptr) {
         const uintptr_t position = position_of(stream);
         const uintptr_t left = position < stream->size ? stream->size - position : 0;
-        if (wanted > left)
-            wanted = left;
+        if (wanted > left) wanted = left;
     }
     uint8_t *const out = static_cast<uint8_t *>(buffer);
     uintptr_t done = 0;
     while (done < wanted) {
-        if (room_in_block(stream) == 0 && !enter_next_block(stream))
-            break;
+        if (room_in_block(stream) == 0 && !enter_next_block(stream)) break;
         const uintptr_t room = room_in_block(stream);
         const uintptr_t piece = wanted - done < room ? wanted - done : room;
         memcpy(out + done, data_of(stream) + stream->block_position, piece);
@@ -161,15 +151,13 @@ int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count) {
 }
 
 int32_t ZEVStreamMemWrite(MStream stream, const void *data, int32_t count) {
-    if (!is_memory_stream(stream) || count < 1)
-        return 0;
+    if (!is_memory_stream(stream) || count < 1) return 0;
     const uint8_t *const in = static_cast<const uint8_t *>(data);
     const uintptr_t wanted = static_cast<uintptr_t>(count);
     uintptr_t done = 0;
     while (done < wanted) {
         if (room_in_block(stream) == 0 && !enter_next_block(stream)) {
-            if (!append_block(stream))
-                break;
+            if (!append_block(stream)) break;
             enter_next_block(stream);
         }
         const uintptr_t room = room_in_block(stream);
@@ -178,14 +166,12 @@ int32_t ZEVStreamMemWrite(MStream stream, const void *data, int32_t count) {
         stream->block_position += piece;
         done += piece;
     }
-    if (position_of(stream) > stream->size)
-        stream->size = position_of(stream);
+    if (position_of(stream) > stream->size) stream->size = position_of(stream);
     return static_cast<int32_t>(done);
 }
 
 int32_t ZEVStreamMemSeek(MStream stream, uint32_t origin, intptr_t offset) {
-    if (!is_memory_stream(stream))
-        return 0;
+    if (!is_memory_stream(stream)) return 0;
     uintptr_t base;
     switch (origin) {
         case MSTREAM_SEEK_START:
@@ -228,8 +214,7 @@ intptr_t ZEVStreamMemGetSize(MStream stream) {
 }
 
 int32_t ZEVStreamMemClose(MStream stream) {
-    if (!is_memory_stream(stream))
-        return 0;
+    if (!is_memory_stream(stream)) return 0;
     BlockChain *const chain = chain_of(stream);
     if (chain != nullptr) {
         for (MemoryBlock *block = chain->first->next; block != nullptr;) {

@@ -12,8 +12,7 @@ class NarrowPath {
 public:
     explicit NarrowPath(const uint16_t *path) {
         valid_ = path != nullptr && MWCsLen(path) < kNarrowPathRoom;
-        if (valid_)
-            MWCharToChar(path, text_, kNarrowPathRoom);
+        if (valid_) MWCharToChar(path, text_, kNarrowPathRoom);
     }
     // Null for a null path and for one that does not fit: cut short, it would name another file.
     const char *get() const { return valid_ ? text_ : nullptr; }

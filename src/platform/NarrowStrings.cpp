@@ -13,16 +13,14 @@
 using namespace quorv;
 
 uint32_t MSCsMakeLower(char *s) {
-    if (s == nullptr)
-        return ResultInvalidArg;
+    if (s == nullptr) return ResultInvalidArg;
     for (; *s != 0; ++s)
         *s = ascii_lower(*s);
     return ResultOk;
 }
 
 uint32_t MSCsMakeUpper(char *s) {
-    if (s == nullptr)
-        return ResultInvalidArg;
+    if (s == nullptr) return ResultInvalidArg;
     for (; *s != 0; ++s)
         *s = ascii_upper(*s);
     return ResultOk;
@@ -33,7 +31,7 @@ size_t MSCsLen(const char *s) {
 }
 
 char *MSCsCpy(char *dst, const char *src) {
-    return strcpy(dst, src);
+    return strcpy(dst, src);  // NOLINT(clang-analyzer-security.insecureAPI.strcpy)
 }
 
 char *MSCsNCpy(char *dst, const char *src, size_t n) {
@@ -41,7 +39,7 @@ char *MSCsNCpy(char *dst, const char *src, size_t n) {
 }
 
 char *MSCsCat(char *dst, const char *src) {
-    return strcat(dst, src);
+    return strcat(dst, src);  // NOLINT(clang-analyzer-security.insecureAPI.strcpy)
 }
 
 int32_t MSCsCmp(const char *a, const char *b) {
@@ -78,8 +76,7 @@ long MStol(const char *s) {
 
 int32_t MStoi(const char *s) {
     const long value = strtol(s, nullptr, 10);
-    if (value < INT32_MIN)
-        return INT32_MIN;
+    if (value < INT32_MIN) return INT32_MIN;
     return value > INT32_MAX ? INT32_MAX : static_cast<int32_t>(value);
 }
 

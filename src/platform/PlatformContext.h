@@ -11,11 +11,26 @@ namespace quorv {
 static_assert(sizeof(void *) != 4 || sizeof(MPlatInitParams) == 28);
 static_assert(sizeof(MPlatContext) == 16 * sizeof(void *));
 
+// The context's fields are machine words; these turn handles and pointers into them and back.
+template <typename Pointer>
+uintptr_t word_of(Pointer pointer) {
+    return reinterpret_cast<uintptr_t>(pointer);
+}
+
+template <typename Pointer>
+Pointer pointer_of(uintptr_t word) {
+    return reinterpret_cast<Pointer>(word);  // NOLINT(performance-no-int-to-ptr)
+}
+
+inline MLogHandle log_of(uintptr_t word) {
+    return pointer_of<MLogHandle>(word);
+}
+
 // Holds a context mutex, given as the context's word for it, while it lives. A mutex that could not be made
 // is 0 and locks nothing.
 class MutexLock {
 public:
-    explicit MutexLock(uintptr_t mutex) : mutex_(reinterpret_cast<MMutex>(mutex)) { MMutexLock(mutex_); }
+    explicit MutexLock(uintptr_t mutex) : mutex_(pointer_of<MMutex>(mutex)) { MMutexLock(mutex_); }
     ~MutexLock() { MMutexUnlock(mutex_); }
     MutexLock(const MutexLock &) = delete;
     MutexLock &operator=(const MutexLock &) = delete;
@@ -23,15 +38,6 @@ public:
 private:
     MMutex mutex_;
 };
-
-template <typename Pointer>
-uintptr_t word_of(Pointer pointer) {
-    return reinterpret_cast<uintptr_t>(pointer);
-}
-
-inline MLogHandle log_of(uintptr_t word) {
-    return reinterpret_cast<MLogHandle>(word);
-}
 
 }  // namespace quorv
 

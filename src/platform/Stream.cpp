@@ -13,9 +13,8 @@ constexpr int32_t kCopyChunk = 4096;
 }  // namespace
 
 MStream new_stream_record(uintptr_t kind) {
-    const MStream stream = static_cast<MStream>(MMemAlloc(nullptr, sizeof(MStreamRecord)));
-    if (stream == nullptr)
-        return nullptr;
+    MStreamRecord *const stream = static_cast<MStream>(MMemAlloc(nullptr, sizeof(MStreamRecord)));
+    if (stream == nullptr) return nullptr;
     *stream = MStreamRecord{};
     stream->kind = kind;
     return stream;
@@ -51,18 +50,15 @@ intptr_t MStreamGetSize(MStream stream) {
 }
 
 intptr_t MStreamSetSize(MStream stream, intptr_t size) {
-    if (is_file_stream(stream))
-        return -1;
-    if (!is_memory_stream(stream))
-        return 0;
+    if (is_file_stream(stream)) return -1;
+    if (!is_memory_stream(stream)) return 0;
     const uintptr_t wanted = size < 0 ? 0 : static_cast<uintptr_t>(size);
     stream->size = wanted < stream->capacity ? wanted : stream->capacity;
     return static_cast<intptr_t>(stream->size);
 }
 
 int32_t MStreamFlush(MStream stream) {
-    if (is_file_stream(stream))
-        return file_stream_flush(stream);
+    if (is_file_stream(stream)) return file_stream_flush(stream);
     return is_memory_stream(stream) ? 1 : 0;
 }
 
@@ -72,16 +68,14 @@ int32_t MStreamClose(MStream stream) {
 
 int32_t MStreamCopy(MStream source, MStream destination, int32_t count) {
     void *const buffer = MMemAlloc(nullptr, kCopyChunk);
-    if (buffer == nullptr)
-        return 0;
+    if (buffer == nullptr) return 0;
     int32_t total = 0;
     while (total < count) {
         const int32_t left = count - total;
         const int32_t got = MStreamRead(source, buffer, left < kCopyChunk ? left : kCopyChunk);
         const int32_t written = MStreamWrite(destination, buffer, got);
         total += written;
-        if (got == 0 || written < got)
-            break;
+        if (got == 0 || written < got) break;
     }
     MMemFree(nullptr, buffer);
     return total;

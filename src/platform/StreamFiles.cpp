@@ -17,8 +17,7 @@ constexpr int32_t kCopyChunk = 1024;
 class UnalignedWidePath {
 public:
     explicit UnalignedWidePath(const void *text) {
-        if (text == nullptr)
-            return;
+        if (text == nullptr) return;
         const uint8_t *const bytes = static_cast<const uint8_t *>(text);
         for (size_t i = 0; i < kNarrowPathRoom; ++i) {
             memcpy(&units_[i], bytes + i * sizeof *units_, sizeof *units_);
@@ -47,10 +46,8 @@ bool copy_contents(MStream source, MStream destination) {
     uint8_t buffer[kCopyChunk];
     for (;;) {
         const int32_t got = MStreamRead(source, buffer, kCopyChunk);
-        if (got == 0)
-            return !file_stream_failed(source);
-        if (MStreamWrite(destination, buffer, got) != got)
-            return false;
+        if (got == 0) return !file_stream_failed(source);
+        if (MStreamWrite(destination, buffer, got) != got) return false;
     }
 }
 
@@ -60,9 +57,8 @@ bool copy_contents(MStream source, MStream destination) {
 using namespace quorv;
 
 int32_t MStreamFileExistsS(const char *path) {
-    const MStream stream = MStreamOpenFromFileS(path, 1);
-    if (stream == nullptr)
-        return 0;
+    MStreamRecord *const stream = MStreamOpenFromFileS(path, 1);
+    if (stream == nullptr) return 0;
     MStreamClose(stream);
     return 1;
 }
@@ -85,8 +81,7 @@ int32_t MStreamFileMoveS(const char *destination, const char *source) {
 
 uint32_t MStreamFileGetSizeS(const char *path) {
     struct stat info;
-    if (path == nullptr || stat(path, &info) != 0)
-        return 0xFFFFFFFF;
+    if (path == nullptr || stat(path, &info) != 0) return 0xFFFFFFFF;
     return static_cast<uint32_t>(info.st_size);
 }
 
@@ -94,12 +89,10 @@ int32_t MStreamFileCopyS(const void *destination, const void *source) {
     const UnalignedWidePath to(destination);
     const UnalignedWidePath from(source);
     // Opening the destination empties it, which must not happen to the source.
-    if (is_same_file(NarrowPath(to.get()).get(), NarrowPath(from.get()).get()))
-        return 0;
-    const MStream in = MStreamOpenFromFileW(from.get(), 1);
-    if (in == nullptr)
-        return 0;
-    const MStream out = MStreamOpenFromFileW(to.get(), 2);
+    if (is_same_file(NarrowPath(to.get()).get(), NarrowPath(from.get()).get())) return 0;
+    MStreamRecord *const in = MStreamOpenFromFileW(from.get(), 1);
+    if (in == nullptr) return 0;
+    MStreamRecord *const out = MStreamOpenFromFileW(to.get(), 2);
     if (out == nullptr) {
         MStreamClose(in);
         return 0;

@@ -25,8 +25,7 @@ pthread_mutex_t *mutex_of(MMutex mutex) {
 
 bool init_recursive(pthread_mutex_t *mutex) {
     pthread_mutexattr_t attributes;
-    if (pthread_mutexattr_init(&attributes) != 0)
-        return false;
+    if (pthread_mutexattr_init(&attributes) != 0) return false;
     const bool made = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE) == 0 &&
                       pthread_mutex_init(mutex, &attributes) == 0;
     pthread_mutexattr_destroy(&attributes);
@@ -34,10 +33,8 @@ bool init_recursive(pthread_mutex_t *mutex) {
 }
 
 bool init_event(Event *event) {
-    if (pthread_mutex_init(&event->mutex, nullptr) != 0)
-        return false;
-    if (pthread_cond_init(&event->condition, nullptr) == 0)
-        return true;
+    if (pthread_mutex_init(&event->mutex, nullptr) != 0) return false;
+    if (pthread_cond_init(&event->condition, nullptr) == 0) return true;
     pthread_mutex_destroy(&event->mutex);
     return false;
 }
@@ -49,29 +46,25 @@ using namespace quorv;
 
 MMutex MMutexCreate(void) {
     void *const mutex = MMemAlloc(nullptr, sizeof(pthread_mutex_t));
-    if (mutex != nullptr && init_recursive(mutex_of(mutex)))
-        return mutex;
+    if (mutex != nullptr && init_recursive(mutex_of(mutex))) return mutex;
     MMemFree(nullptr, mutex);
     return nullptr;
 }
 
 uint32_t MMutexLock(MMutex mutex) {
-    if (mutex == nullptr)
-        return ResultInvalidArg;
+    if (mutex == nullptr) return ResultInvalidArg;
     pthread_mutex_lock(mutex_of(mutex));
     return ResultOk;
 }
 
 uint32_t MMutexUnlock(MMutex mutex) {
-    if (mutex == nullptr)
-        return ResultInvalidArg;
+    if (mutex == nullptr) return ResultInvalidArg;
     pthread_mutex_unlock(mutex_of(mutex));
     return ResultOk;
 }
 
 uint32_t MMutexDestroy(MMutex mutex) {
-    if (mutex == nullptr)
-        return ResultOk;
+    if (mutex == nullptr) return ResultOk;
     pthread_mutex_destroy(mutex_of(mutex));
     MMemFree(nullptr, mutex);
     return ResultOk;
@@ -79,26 +72,21 @@ uint32_t MMutexDestroy(MMutex mutex) {
 
 MEvent MEventCreate(void) {
     void *const event = MMemAlloc(nullptr, sizeof(Event));
-    if (event != nullptr && init_event(event_of(event)))
-        return event;
+    if (event != nullptr && init_event(event_of(event))) return event;
     MMemFree(nullptr, event);
     return nullptr;
 }
 
 uint32_t MEventSignal(MEvent event) {
-    if (event == nullptr)
-        return ResultInvalidArg;
+    if (event == nullptr) return ResultInvalidArg;
     return pthread_cond_signal(&event_of(event)->condition) == 0 ? ResultOk : ResultFailed;
 }
 
 uint32_t MEventWait(MEvent event, uint32_t timeout) {
-    if (event == nullptr)
-        return ResultInvalidArg;
-    if (timeout != kForever)
-        return ResultFailed;
+    if (event == nullptr) return ResultInvalidArg;
+    if (timeout != kForever) return ResultFailed;
     pthread_mutex_t *const mutex = &event_of(event)->mutex;
-    if (pthread_mutex_lock(mutex) != 0)
-        return ResultFailed;
+    if (pthread_mutex_lock(mutex) != 0) return ResultFailed;
     const bool waited = pthread_cond_wait(&event_of(event)->condition, mutex) == 0;
     const bool unlocked = pthread_mutex_unlock(mutex) == 0;
     return waited && unlocked ? ResultOk : ResultFailed;
@@ -109,8 +97,7 @@ uint32_t MEventReset(MEvent /*event*/) {
 }
 
 uint32_t MEventDestroy(MEvent event) {
-    if (event == nullptr)
-        return ResultInvalidArg;
+    if (event == nullptr) return ResultInvalidArg;
     pthread_cond_destroy(&event_of(event)->condition);
     pthread_mutex_destroy(&event_of(event)->mutex);
     MMemFree(nullptr, event);

@@ -9,8 +9,7 @@ namespace {
 // which then ends the text.
 template <typename To, typename From>
 int32_t copy_units(const From *src, To *dst, int32_t room) {
-    if (room < 1)
-        return 1;
+    if (room < 1) return 1;
     int32_t written = 0;
     while (written < room - 1 && src[written] != 0) {
         dst[written] = static_cast<To>(src[written]);
@@ -41,15 +40,13 @@ struct Utf8Lead {
 };
 
 Utf8Lead classify_lead(uint8_t byte) {
-    if (byte < 0x80)
-        return {0, byte};
+    if (byte < 0x80) return {0, byte};
     for (int32_t following = 1; following <= 5; ++following) {
         // `following` + 1 ones and a zero, from the top
         const uint8_t payload_mask = static_cast<uint8_t>(0x3F >> following);
         const uint8_t marker_mask = static_cast<uint8_t>(~payload_mask);
         const uint8_t marker = static_cast<uint8_t>(marker_mask << 1);
-        if ((byte & marker_mask) == marker)
-            return {following, static_cast<uint16_t>(byte & payload_mask)};
+        if ((byte & marker_mask) == marker) return {following, static_cast<uint16_t>(byte & payload_mask)};
     }
     return {-1, 0};
 }
@@ -57,13 +54,11 @@ Utf8Lead classify_lead(uint8_t byte) {
 // Decodes one character and moves past it; false when it is malformed. Never reads beyond a zero byte.
 bool read_utf8(const char *&src, uint16_t &unit) {
     const Utf8Lead lead = classify_lead(static_cast<uint8_t>(*src++));
-    if (lead.following < 0)
-        return false;
+    if (lead.following < 0) return false;
     uint32_t value = lead.bits;
     for (int32_t i = 0; i < lead.following; ++i) {
         const uint8_t byte = static_cast<uint8_t>(*src);
-        if (byte == 0)
-            return false;
+        if (byte == 0) return false;
         value = (value << 6 | (byte & 0x3F)) & 0xFFFF;
         ++src;
     }
@@ -87,37 +82,28 @@ int32_t MWCharToChar(const uint16_t *src, char *dst, int32_t dst_bytes) {
 
 int32_t MUnicodeToUTF8(const uint16_t *src, char *dst, int32_t dst_bytes) {
     const int64_t room = dst == nullptr ? INT32_MAX : dst_bytes;
-    if (room < 1)
-        return 0;
+    if (room < 1) return 0;
     int64_t total = 0;
     for (; *src != 0; ++src) {
         total += utf8_length(*src);
-        if (total >= room)
-            return 0;
-        if (dst != nullptr)
-            dst = write_utf8(*src, dst);
+        if (total >= room) return 0;
+        if (dst != nullptr) dst = write_utf8(*src, dst);
     }
-    if (dst != nullptr)
-        *dst = 0;
+    if (dst != nullptr) *dst = 0;
     return static_cast<int32_t>(total);
 }
 
 int32_t MUTF8ToUnicode(const char *src, uint16_t *dst, int32_t dst_units) {
     const int32_t room = dst == nullptr ? INT32_MAX : dst_units;
-    if (room < 1 || (room < 2 && *src != 0))
-        return 0;
+    if (room < 1 || (room < 2 && *src != 0)) return 0;
     int32_t count = 0;
     while (*src != 0) {
         uint16_t unit;
-        if (!read_utf8(src, unit))
-            return -1;
-        if (count == room - 1)
-            return 0;
-        if (dst != nullptr)
-            dst[count] = unit;
+        if (!read_utf8(src, unit)) return -1;
+        if (count == room - 1) return 0;
+        if (dst != nullptr) dst[count] = unit;
         ++count;
     }
-    if (dst != nullptr)
-        dst[count] = 0;
+    if (dst != nullptr) dst[count] = 0;
     return count;
 }

@@ -11,14 +11,12 @@ static_assert(sizeof(pthread_t) == sizeof(MThread));
 
 MThread MThreadCreate(void *(*routine)(void *), void *arg) {
     pthread_t thread;
-    if (routine == nullptr || pthread_create(&thread, nullptr, routine, arg) != 0)
-        return 0;
+    if (routine == nullptr || pthread_create(&thread, nullptr, routine, arg) != 0) return 0;
     return std::bit_cast<MThread>(thread);
 }
 
 uint32_t MThreadExit(MThread thread) {
-    if (thread != 0)
-        pthread_join(std::bit_cast<pthread_t>(thread), nullptr);
+    if (thread != 0) pthread_join(std::bit_cast<pthread_t>(thread), nullptr);
     return 0;
 }
 

@@ -32,12 +32,10 @@ public:
         : length_(length),
           bytes_(length <= sizeof short_record_ ? short_record_
                                                 : static_cast<uint8_t *>(MMemAlloc(nullptr, length))) {
-        if (bytes_ != nullptr)
-            memset(bytes_, 0, length);
+        if (bytes_ != nullptr) memset(bytes_, 0, length);
     }
     ~RecordBuffer() {
-        if (bytes_ != short_record_)
-            MMemFree(nullptr, bytes_);
+        if (bytes_ != short_record_) MMemFree(nullptr, bytes_);
     }
     RecordBuffer(const RecordBuffer &) = delete;
     RecordBuffer &operator=(const RecordBuffer &) = delete;
@@ -62,12 +60,10 @@ uint32_t write_text_record(uint32_t level, uint32_t kind, uintptr_t identifier, 
     const size_t text_length = strlen(text);
     // Whole words, with room for the zero byte.
     const size_t padded = (text_length + 4) & ~size_t{3};
-    if (text_length > kMaxRecordLength || padded + kTextHead > kMaxRecordLength)
-        return ResultInvalidArg;
+    if (text_length > kMaxRecordLength || padded + kTextHead > kMaxRecordLength) return ResultInvalidArg;
     const uint32_t length = static_cast<uint32_t>(padded) + kTextHead;
     RecordBuffer record(length);
-    if (!record.has_memory())
-        return ResultNoMemory;
+    if (!record.has_memory()) return ResultNoMemory;
     record.put_word(0, kind << 16 | length);
     record.put_word(1, static_cast<uint32_t>(identifier));
     memcpy(record.at(kTextHead), text, text_length);
@@ -81,15 +77,13 @@ using namespace quorv;
 int32_t MTraceS(uint32_t level, const char *format, ...) {
     const MPlatContext *const context = MSTATIC_MGetContext();
     const uint32_t mask = context == nullptr ? 0 : static_cast<uint32_t>(context->trace_mask);
-    if ((mask & level) == 0 || format == nullptr)
-        return static_cast<int32_t>(mask);
+    if ((mask & level) == 0 || format == nullptr) return static_cast<int32_t>(mask);
     char text[kMaxPrinted];
     va_list arguments;
     va_start(arguments, format);
     const int length = vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    if (length < 0)
-        return length;
+    if (length < 0) return length;
     const int printed = printf("%s", text);
     fflush(stdout);
     return printed;
@@ -101,38 +95,31 @@ uint32_t MSTATIC_MDebugStreamOpenS(const char *path, MLogHandle *log) {
 
 uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t length) {
     const MPlatContext *const context = MSTATIC_MGetContext();
-    if (context == nullptr)
-        return ResultFailed;
+    if (context == nullptr) return ResultFailed;
     const MutexLock lock(context->trace_mutex);
-    if (context->trace_stream == 0)
-        return ResultFailed;
+    if (context->trace_stream == 0) return ResultFailed;
     return MLogDump(log_of(context->trace_stream), level, data, length);
 }
 
 uint32_t MSTATIC_MDebugStreamClose(void) {
     const MPlatContext *const context = MSTATIC_MGetContext();
-    if (context == nullptr)
-        return ResultFailed;
+    if (context == nullptr) return ResultFailed;
     const MutexLock lock(context->trace_mutex);
-    if (context->trace_stream == 0)
-        return ResultFailed;
+    if (context->trace_stream == 0) return ResultFailed;
     return MLogClose(log_of(context->trace_stream));
 }
 
 uint32_t MSTATIC_MTableOutPutID(uint32_t level, uint32_t kind, const char *text) {
-    if (text == nullptr)
-        return ResultInvalidArg;
+    if (text == nullptr) return ResultInvalidArg;
     return write_text_record(level, kind, word_of(text), text);
 }
 
 uint32_t MSTATIC_MLogTraceData(uint32_t level, uint32_t a, uint32_t b, uint32_t c, uint32_t d,
                                const uint32_t *values, uint32_t count) {
-    if (count > kMaxValues || (values == nullptr && count > 0))
-        return ResultInvalidArg;
+    if (count > kMaxValues || (values == nullptr && count > 0)) return ResultInvalidArg;
     const uint32_t length = kDataHead + 4 * count;
     RecordBuffer record(length);
-    if (!record.has_memory())
-        return ResultNoMemory;
+    if (!record.has_memory()) return ResultNoMemory;
     record.put_word(0, kDataKind << 16 | length);
     record.put_word(1, a);
     record.put_word(2, b);

@@ -39,14 +39,11 @@ bool is_in_storage(TableNode *node, const char *text) {
 }
 
 TableNode *new_node(uint32_t kind, uint32_t storage_bytes) {
-    if (kind != kTextNode && kind != kIdentifierNode)
-        return nullptr;
+    if (kind != kTextNode && kind != kIdentifierNode) return nullptr;
     const size_t storage = kind == kTextNode ? storage_bytes : 0;
-    if (storage > SIZE_MAX - sizeof(TableNode))
-        return nullptr;
+    if (storage > SIZE_MAX - sizeof(TableNode)) return nullptr;
     TableNode *const node = static_cast<TableNode *>(MMemAlloc(nullptr, sizeof(TableNode) + storage));
-    if (node == nullptr)
-        return nullptr;
+    if (node == nullptr) return nullptr;
     node->next = nullptr;
     node->kind = kind;
     node->count = 0;
@@ -67,7 +64,7 @@ public:
     explicit TableAccess(uint32_t number)
         : context_(MSTATIC_MGetContext()), lock_(context_ == nullptr ? 0 : context_->trace_mutex) {
         const uintptr_t *const word = context_ == nullptr ? nullptr : table_of(context_, number);
-        first_ = word == nullptr ? nullptr : reinterpret_cast<TableNode *>(*word);
+        first_ = word == nullptr ? nullptr : pointer_of<TableNode *>(*word);
     }
     TableNode *first() const { return first_; }
 
@@ -90,8 +87,7 @@ bool knows(const TableNode *node, const char *text) {
 
 // Whether the node can take one more entry with a text of this size in its storage.
 bool has_room(const TableNode *node, size_t text_size) {
-    if (node->count == kNodeEntries)
-        return false;
+    if (node->count == kNodeEntries) return false;
     return node->kind == kIdentifierNode || text_size > node->storage_size ||
            text_size <= node->storage_size - node->storage_used;
 }
@@ -103,8 +99,7 @@ uint32_t add_entry(TableNode *node, const char *text, size_t text_size) {
     if (node->kind == kTextNode) {
         if (text_size > node->storage_size) {
             entry.text = static_cast<char *>(MMemAlloc(nullptr, text_size));
-            if (entry.text == nullptr)
-                return ResultNoMemory;
+            if (entry.text == nullptr) return ResultNoMemory;
         } else {
             entry.text = storage_of(node) + node->storage_used;
             node->storage_used += static_cast<uint32_t>(text_size);
@@ -140,21 +135,17 @@ void *MSTATIC_MTableNewOneNode(uint32_t kind, uint32_t storage_bytes) {
 }
 
 uint32_t MSTATIC_MTableAddOneID(uint32_t kind, const char *text) {
-    if (text == nullptr)
-        return ResultInvalidArg;
+    if (text == nullptr) return ResultInvalidArg;
     const TableAccess table(kind);
-    if (table.first() == nullptr)
-        return ResultFailed;
-    if (knows(table.first(), text))
-        return ResultOk;
+    if (table.first() == nullptr) return ResultFailed;
+    if (knows(table.first(), text)) return ResultOk;
     TableNode *last = table.first();
     while (last->next != nullptr)
         last = last->next;
     const size_t text_size = strlen(text) + 1;
     if (!has_room(last, text_size)) {
         last->next = new_node(last->kind, last->storage_size);
-        if (last->next == nullptr)
-            return ResultNoMemory;
+        if (last->next == nullptr) return ResultNoMemory;
         last = last->next;
     }
     return add_entry(last, text, text_size);
@@ -167,8 +158,7 @@ uint32_t MSTATIC_MTableIDExists(uint32_t kind, const char *text) {
 
 uint32_t MSTATIC_MTableWrite(uint32_t level, uint32_t kind) {
     const TableAccess table(kind);
-    if (table.first() == nullptr)
-        return ResultFailed;
+    if (table.first() == nullptr) return ResultFailed;
     uint32_t result = ResultOk;
     for (const TableNode *node = table.first(); node != nullptr && result == ResultOk; node = node->next)
         result =
@@ -177,14 +167,12 @@ uint32_t MSTATIC_MTableWrite(uint32_t level, uint32_t kind) {
 }
 
 uint32_t MSTATIC_MTableReMoveAll(uint32_t /*kind*/, void *first_node) {
-    if (first_node == nullptr)
-        return ResultInvalidArg;
+    if (first_node == nullptr) return ResultInvalidArg;
     MPlatContext *const context = MSTATIC_MGetContext();
     const MutexLock lock(context == nullptr ? 0 : context->trace_mutex);
     for (uint32_t number = 1; context != nullptr && number <= 3; ++number) {
         uintptr_t *const word = table_of(context, number);
-        if (*word == word_of(first_node))
-            *word = 0;
+        if (*word == word_of(first_node)) *word = 0;
     }
     for (TableNode *node = static_cast<TableNode *>(first_node); node != nullptr;) {
         for (uint32_t i = 0; i < node->count; ++i) {

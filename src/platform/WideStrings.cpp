@@ -23,16 +23,14 @@ int32_t order(uint16_t a, uint16_t b) {
 using namespace quorv;
 
 uint32_t MWCsMakeLower(uint16_t *s) {
-    if (s == nullptr)
-        return ResultInvalidArg;
+    if (s == nullptr) return ResultInvalidArg;
     for (; *s != 0; ++s)
         *s = ascii_lower(*s);
     return ResultOk;
 }
 
 uint32_t MWCsMakeUpper(uint16_t *s) {
-    if (s == nullptr)
-        return ResultInvalidArg;
+    if (s == nullptr) return ResultInvalidArg;
     for (; *s != 0; ++s)
         *s = ascii_upper(*s);
     return ResultOk;
@@ -72,8 +70,7 @@ int32_t MWCsICmp(const uint16_t *a, const uint16_t *b) {
 
 int32_t MWCsNICmp(const uint16_t *a, const uint16_t *b, uint32_t n) {
     for (uint32_t compared = 1; ascii_lower(*a) == ascii_lower(*b); ++compared) {
-        if (*a == 0 || compared >= n)
-            return 0;
+        if (*a == 0 || compared >= n) return 0;
         ++a;
         ++b;
     }
@@ -82,8 +79,7 @@ int32_t MWCsNICmp(const uint16_t *a, const uint16_t *b, uint32_t n) {
 
 uint16_t *MWCsChr(const uint16_t *s, uint16_t c) {
     for (; *s != c; ++s) {
-        if (*s == 0)
-            return nullptr;
+        if (*s == 0) return nullptr;
     }
     return const_cast<uint16_t *>(s);
 }
@@ -93,10 +89,8 @@ uint16_t *MWCsStr(const uint16_t *s, const uint16_t *sub) {
         size_t matched = 0;
         while (sub[matched] != 0 && s[matched] == sub[matched])
             ++matched;
-        if (sub[matched] == 0)
-            return const_cast<uint16_t *>(s);
-        if (s[matched] == 0)
-            return nullptr;
+        if (sub[matched] == 0) return const_cast<uint16_t *>(s);
+        if (s[matched] == 0) return nullptr;
     }
 }
 

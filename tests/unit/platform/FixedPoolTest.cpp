@@ -80,8 +80,7 @@ TEST(FixedPool, SplitThresholds) {
         SCOPED_TRACE(testing::Message() << c.first << ", then " << c.then);
         MMemMgr pool = MMemMgrCreate(buffer, sizeof buffer);
         void *const ptr = MMemAlloc(pool, c.first);
-        if (c.then != 0)
-            MMemRealloc(pool, ptr, c.then);
+        if (c.then != 0) MMemRealloc(pool, ptr, c.then);
         EXPECT_EQ(chain(pool), c.expected);
     }
 }
@@ -132,8 +131,7 @@ public:
         Place at = blocks_.begin();
         while (at != blocks_.end() && (at->used || at->size < rounded(size)))
             ++at;
-        if (at == blocks_.end())
-            return at;
+        if (at == blocks_.end()) return at;
         cut(at, rounded(size), 40);
         at->used = 1;
         return at;
@@ -151,8 +149,7 @@ public:
         const Place next = std::next(at);
         const bool next_free = next != blocks_.end() && !next->used;
         if (at->size >= rounded(size)) {
-            if (cut(at, rounded(size), 41) && next_free)
-                swallow_next(std::next(at));
+            if (cut(at, rounded(size), 41) && next_free) swallow_next(std::next(at));
             return at;
         }
         if (next_free && rounded(size) <= at->size + next->size) {
@@ -161,8 +158,7 @@ public:
             return at;
         }
         const Place moved = allocate(size);
-        if (moved != blocks_.end())
-            release(at);
+        if (moved != blocks_.end()) release(at);
         return moved;
     }
     Place none() { return blocks_.end(); }
@@ -177,8 +173,7 @@ public:
 private:
     static uint32_t rounded(uint32_t size) { return (size + 3) / 4 * 4; }
     bool cut(Place at, uint32_t need, uint32_t least_spare) {
-        if (at->size < need + least_spare)
-            return false;
+        if (at->size < need + least_spare) return false;
         blocks_.insert(std::next(at), {at->size - need - 8, 0});
         at->size = need;
         return true;
@@ -211,8 +206,7 @@ TEST(FixedPool, AgreesWithAModelUnderRandomUse) {
                 uint8_t *const ptr = static_cast<uint8_t *>(MMemAlloc(pool, size));
                 const PoolModel::Place place = model.allocate(size);
                 ASSERT_EQ(ptr != nullptr, place != model.none());
-                if (ptr != nullptr)
-                    held.push_back({place, ptr, std::vector<uint8_t>(size)});
+                if (ptr != nullptr) held.push_back({place, ptr, std::vector<uint8_t>(size)});
             } else if (action < 4) {
                 Held &h = held[pick];
                 uint8_t *const ptr = static_cast<uint8_t *>(MMemRealloc(pool, h.ptr, size));
