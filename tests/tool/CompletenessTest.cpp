@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/SampleFiles.h"
-#include "tool/TestFolder.h"
+#include "support/TestFolder.h"
 #include "tool/ToolRun.h"
 
 namespace quorv::test {

@@ -1,6 +1,6 @@
 // A folder of a test's own, gone with it.
-#ifndef QUORV_TESTS_TOOL_TESTFOLDER_H
-#define QUORV_TESTS_TOOL_TESTFOLDER_H
+#ifndef QUORV_TESTS_SUPPORT_TESTFOLDER_H
+#define QUORV_TESTS_SUPPORT_TESTFOLDER_H
 
 #include <filesystem>
 #include <string>

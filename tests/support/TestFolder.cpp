@@ -1,6 +1,6 @@
 // A folder of a test's own; see the header.
 
-#include "tool/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <stdlib.h>
 

@@ -1,0 +1,310 @@
+// Streams: all three kinds against one model under random use, the limits of each, and files by path.
+
+#include <gtest/gtest.h>
+#include <quorv/platform/stream.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <random>
+
+#include "support/FailingAllocator.h"
+#include "support/TestFolder.h"
+
+namespace {
+
+using quorv::test::Bytes;
+using quorv::test::FailingAllocator;
+using quorv::test::TestFolder;
+
+constexpr int64_t kBlock = 16384;
+
+enum class Kind { File, Growable, Fixed };
+
+// What a stream should hold and do.
+struct StreamModel {
+    Kind kind;
+    int64_t size;
+    Bytes bytes = Bytes(static_cast<size_t>(size));  // of memory: the whole capacity
+    int64_t position = 0;
+
+    int64_t capacity() const { return static_cast<int64_t>(bytes.size()); }
+    int32_t read(Bytes &out, int32_t count) {
+        const int64_t end = kind == Kind::Fixed ? capacity() : size;
+        const int64_t got = std::clamp<int64_t>(count, 0, std::max<int64_t>(end - position, 0));
+        out.assign(bytes.data() + position, bytes.data() + position + got);
+        position += got;
+        return static_cast<int32_t>(got);
+    }
+    int32_t write(const uint8_t *data, int32_t count) {
+        if (count <= 0) return 0;
+        int64_t end = position + count;
+        if (kind == Kind::Fixed) end = std::min(end, capacity());
+        while (kind == Kind::Growable && capacity() < end)
+            bytes.resize(bytes.size() + kBlock);
+        if (capacity() < end) bytes.resize(static_cast<size_t>(end));
+        std::copy_n(data, end - position, bytes.begin() + position);
+        const int64_t written = end - position;
+        position = end;
+        size = std::max(size, position);
+        return static_cast<int32_t>(written);
+    }
+    bool seek(uint32_t origin, int64_t offset) {
+        if (origin > 2) return false;
+        const int64_t target = (origin == 0 ? 0 : origin == 1 ? size : position) + offset;
+        if (kind == Kind::File && target < 0) return false;
+        position = kind == Kind::File ? target : std::clamp<int64_t>(target, 0, size);
+        // Bytes of a file between its end and a later write are zero.
+        if (kind == Kind::File && position > capacity()) bytes.resize(static_cast<size_t>(position));
+        return true;
+    }
+    int64_t set_size(int64_t wanted) {
+        return kind == Kind::File ? -1 : size = std::clamp<int64_t>(wanted, 0, capacity());
+    }
+};
+
+int32_t copy(StreamModel &source, StreamModel &destination, int32_t count) {
+    int32_t total = 0;
+    while (total < count) {
+        Bytes piece;
+        const int32_t got = source.read(piece, std::min(count - total, 4096));
+        const int32_t written = destination.write(piece.data(), got);
+        total += written;
+        if (got == 0 || written < got) break;
+    }
+    return total;
+}
+
+TEST(Stream, AllKindsAgreeWithAModelUnderRandomUse) {
+    const TestFolder folder;
+    for (uint32_t seed = 0; seed < 24; ++seed) {
+        std::mt19937 engine(seed);
+        const auto random = [&engine](int32_t limit) {
+            return static_cast<int32_t>(engine() % static_cast<uint32_t>(limit));
+        };
+        Bytes fixed(static_cast<size_t>(1 + random(60000)));
+        const int32_t first_block = 1 + random(kBlock);
+        StreamModel models[] = {{Kind::File, 0},
+                                {Kind::Growable, first_block},
+                                {Kind::Fixed, static_cast<int64_t>(fixed.size())}};
+        const MStream streams[] = {
+            MStreamOpenFromFileS(folder.path("stream").c_str(), 5),
+            MStreamOpenFromMemoryBlock(nullptr, static_cast<uint32_t>(first_block)),
+            MStreamOpenFromMemoryBlock(fixed.data(), static_cast<uint32_t>(fixed.size()))};
+        for (int step = 0; step < 600; ++step) {
+            const size_t which = static_cast<size_t>(random(3));
+            StreamModel &model = models[which];
+            const MStream stream = streams[which];
+            const int32_t count = random(random(4) == 0 ? 40000 : 500) - 2;
+            SCOPED_TRACE(testing::Message() << "seed " << seed << " step " << step << " stream " << which);
+            switch (random(6)) {
+                case 0: {
+                    Bytes expected, got(static_cast<size_t>(std::max(count, 0)));
+                    const int32_t length = model.read(expected, count);
+                    ASSERT_EQ(MStreamRead(stream, got.data(), count), length);
+                    got.resize(static_cast<size_t>(length));
+                    ASSERT_EQ(got, expected);
+                    break;
+                }
+                case 1: {
+                    Bytes data(static_cast<size_t>(std::max(count, 0)));
+                    for (uint8_t &byte : data)
+                        byte = static_cast<uint8_t>(random(256));
+                    ASSERT_EQ(MStreamWrite(stream, data.data(), count), model.write(data.data(), count));
+                    break;
+                }
+                case 2: {
+                    const uint32_t origin = static_cast<uint32_t>(random(4));
+                    const intptr_t offset = random(60000) - (origin == 0 ? 100 : 30000);
+                    ASSERT_EQ(MStreamSeek(stream, origin, offset) == 0, model.seek(origin, offset));
+                    break;
+                }
+                case 3: {
+                    const intptr_t wanted = random(100000) - 100;
+                    if (random(4) == 0) {
+                        ASSERT_EQ(MStreamSetSize(stream, wanted), model.set_size(wanted));
+                    }
+                    break;
+                }
+                case 4: {
+                    const size_t other = (which + 1 + static_cast<size_t>(random(2))) % 3;
+                    ASSERT_EQ(MStreamCopy(stream, streams[other], count), copy(model, models[other], count));
+                    ASSERT_EQ(MStreamTell(streams[other]), models[other].position);
+                    break;
+                }
+                default:
+                    ASSERT_EQ(MStreamFlush(stream), 1);
+            }
+            ASSERT_EQ(MStreamTell(stream), model.position);
+            ASSERT_EQ(MStreamGetSize(stream), model.size);
+        }
+        for (const MStream stream : streams)
+            EXPECT_EQ(MStreamClose(stream), 1);
+    }
+}
+
+TEST(Stream, MemoryLimits) {
+    char data[20000] = {};
+    const MStream stream = MStreamOpenFromMemoryBlock(nullptr, 0);
+    EXPECT_EQ(MStreamGetSize(stream), 16384);
+    EXPECT_EQ(MStreamWrite(stream, data, sizeof data), 20000);
+    EXPECT_EQ(MStreamGetSize(stream), 20000);
+    EXPECT_EQ(MStreamSetSize(stream, 1000000), 32768);
+    EXPECT_EQ(MStreamSetSize(stream, -5), 0);
+    EXPECT_EQ(MStreamSetSize(stream, 30000), 30000);
+    EXPECT_EQ(MStreamSeek(stream, MSTREAM_SEEK_END, -10), 0);
+    EXPECT_EQ(MStreamTell(stream), 29990);
+    EXPECT_EQ(MStreamSeek(stream, 3, 0), 1);
+    for (const auto &[offset, expected] : {std::pair{INTPTR_MAX, intptr_t{30000}}, {INTPTR_MIN, 0}}) {
+        for (uint32_t origin = 0; origin < 3; ++origin) {
+            EXPECT_EQ(MStreamSeek(stream, origin, offset), 0);
+            EXPECT_EQ(MStreamTell(stream), expected);
+        }
+    }
+    EXPECT_EQ(MStreamClose(stream), 1);
+
+    const MStream large = MStreamOpenFromMemoryBlock(nullptr, 16385);
+    EXPECT_EQ(MStreamGetSize(large), 16384);
+    EXPECT_EQ(MStreamClose(large), 1);
+
+    EXPECT_EQ(MStreamRead(nullptr, data, 1) + MStreamWrite(nullptr, data, 1) + MStreamSeek(nullptr, 0, 1) +
+                  MStreamTell(nullptr) + MStreamGetSize(nullptr) + MStreamSetSize(nullptr, 1) +
+                  MStreamFlush(nullptr) + MStreamClose(nullptr) + MStreamCopy(nullptr, nullptr, 9),
+              0);
+}
+
+TEST(Stream, OpenModes) {
+    const TestFolder folder;
+    const std::string path = folder.path("file");
+    const struct {
+        uint32_t mode;
+        bool creates, reads, writes, truncates, appends;
+    } cases[] = {{1, false, true, false, false, false}, {2, true, false, true, true, false},
+                 {3, true, false, true, false, true},   {4, false, true, true, false, false},
+                 {5, true, true, true, true, false},    {6, true, true, true, false, true},
+                 {9, false, true, false, false, false}, {0, false, true, false, false, false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.mode);
+        MStreamFileDeleteS(path.c_str());
+        MStream stream = MStreamOpenFromFileS(path.c_str(), c.mode);
+        ASSERT_EQ(stream != nullptr, c.creates);
+        MStreamClose(stream);
+        EXPECT_EQ(MStreamFileExistsS(path.c_str()), c.creates);
+
+        folder.put("file", {'a', 'b', 'c'});
+        stream = MStreamOpenFromFileS(path.c_str(), c.mode);
+        EXPECT_EQ(MStreamGetSize(stream), c.truncates ? 0 : 3);
+        char byte = 0;
+        EXPECT_EQ(MStreamRead(stream, &byte, 1), c.reads && !c.truncates ? 1 : 0);
+        MStreamSeek(stream, 0, 0);
+        MStreamWrite(stream, "Z", 1);
+        MStreamClose(stream);
+        Bytes expected = c.truncates ? Bytes{} : Bytes{'a', 'b', 'c'};
+        if (c.writes && (c.appends || c.truncates))
+            expected.push_back('Z');
+        else if (c.writes)
+            expected[0] = 'Z';
+        EXPECT_EQ(folder.get("file"), expected);
+    }
+}
+
+TEST(Stream, FilesBeyondTwoGigabytes) {
+    if constexpr (sizeof(intptr_t) > 4) {
+        const TestFolder folder;
+        const std::string path = folder.path("sparse");
+        const intptr_t far = intptr_t{5} << 30;
+        const MStream stream = MStreamOpenFromFileS(path.c_str(), 5);
+        EXPECT_EQ(MStreamSeek(stream, MSTREAM_SEEK_START, far), 0);
+        EXPECT_EQ(MStreamWrite(stream, "far", 3), 3);
+        EXPECT_EQ(MStreamTell(stream), far + 3);
+        EXPECT_EQ(MStreamGetSize(stream), far + 3);
+        EXPECT_EQ(MStreamSeek(stream, MSTREAM_SEEK_CURRENT, -(far + 3)), 0);
+        EXPECT_EQ(MStreamSeek(stream, MSTREAM_SEEK_END, -2), 0);
+        char tail[3] = {};
+        EXPECT_EQ(MStreamRead(stream, tail, 3), 2);
+        EXPECT_STREQ(tail, "ar");
+        EXPECT_EQ(MStreamClose(stream), 1);
+        EXPECT_EQ(MStreamFileGetSizeS(path.c_str()), static_cast<uint32_t>(far + 3));
+    } else {
+        GTEST_SKIP() << "positions have 31 bits here";
+    }
+}
+
+std::u16string widen(const std::string &text) {
+    return {text.begin(), text.end()};
+}
+
+const uint16_t *units(const std::u16string &text) {
+    return reinterpret_cast<const uint16_t *>(text.c_str());
+}
+
+TEST(StreamFiles, CopyTakesSixteenBitPathsAtAnyAddress) {
+    const TestFolder folder;
+    Bytes contents(5000);
+    for (size_t i = 0; i < contents.size(); ++i)
+        contents[i] = static_cast<uint8_t>(i * 7);
+    const std::u16string from = widen(folder.put("from", contents)), to = widen(folder.path("to"));
+    Bytes odd(1 + 2 * (from.size() + 1));
+    memcpy(odd.data() + 1, from.c_str(), odd.size() - 1);
+    EXPECT_EQ(MStreamFileCopyS(to.c_str(), odd.data() + 1), 1);
+    EXPECT_EQ(folder.get("to"), contents);
+
+    EXPECT_EQ(MStreamFileCopyS(from.c_str(), from.c_str()), 0);
+    EXPECT_EQ(folder.get("from"), contents) << "a copy over itself must not empty the file";
+    EXPECT_EQ(MStreamFileCopyS(u"/dev/full", from.c_str()), 0) << "a full device appears at closing";
+    EXPECT_EQ(MStreamFileCopyS(to.c_str(), widen(folder.path("")).c_str()), 0) << "reading a folder fails";
+    EXPECT_EQ(MStreamFileCopyS(to.c_str(), widen(folder.path("none")).c_str()), 0);
+    EXPECT_EQ(MStreamFileCopyS(nullptr, from.c_str()) + MStreamFileCopyS(to.c_str(), nullptr), 0);
+}
+
+TEST(StreamFiles, RenameMoveDeleteAndSize) {
+    const TestFolder folder;
+    const std::string a = folder.put("a", {1, 2, 3}), b = folder.path("b"), c = folder.path("c");
+    EXPECT_EQ(MStreamFileGetSizeS(a.c_str()), 3u);
+    EXPECT_EQ(MStreamFileRenameS(a.c_str(), b.c_str()), 1);
+    EXPECT_EQ(MStreamFileMoveS(c.c_str(), b.c_str()), 1);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"c"}));
+    EXPECT_EQ(MStreamFileExistsW(units(widen(c))), 1);
+    EXPECT_EQ(MStreamFileDeleteS(c.c_str()), 1);
+    EXPECT_EQ(MStreamFileDeleteS(c.c_str()) + MStreamFileExistsS(c.c_str()), 0);
+    EXPECT_EQ(MStreamFileGetSizeS(c.c_str()), 0xFFFFFFFFu);
+}
+
+TEST(StreamFiles, WidePathsThatDoNotFitNameNoOtherFile) {
+    const TestFolder folder;
+    std::string path = folder.path(std::string(200, 'd'));
+    ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+    path += '/';
+    path.resize(259, 'f');
+    const MStream stream = MStreamFileCreateW(units(widen(path)));
+    EXPECT_NE(stream, nullptr);
+    MStreamClose(stream);
+    path += 'f';
+    EXPECT_EQ(MStreamOpenFromFileW(units(widen(path)), 1), nullptr);
+    EXPECT_EQ(MStreamFileCreateW(units(widen(path))), nullptr);
+    EXPECT_EQ(MStreamFileExistsW(units(widen(path))), 0);
+    EXPECT_EQ(MStreamFileExistsW(nullptr), 0);
+}
+
+TEST(Stream, WithoutMemoryNothingOpensLeaksOrIsLost) {
+    const TestFolder folder;
+    const std::string path = folder.put("file", {'a', 'b', 'c'});
+    {
+        const FailingAllocator heap(1);
+        EXPECT_EQ(MStreamFileCreateS(path.c_str()), nullptr);
+    }
+    EXPECT_EQ(folder.get("file").size(), 3u) << "a file that could not be opened must not be emptied";
+    const Bytes data(100000, 'x');
+    for (uint64_t n = 1; n < 9; ++n) {
+        const FailingAllocator heap(n);
+        const MStream stream = MStreamOpenFromMemoryBlock(nullptr, 0);
+        ASSERT_EQ(stream != nullptr, n > 2);
+        const int32_t written = MStreamWrite(stream, data.data(), static_cast<int32_t>(data.size()));
+        EXPECT_EQ(written,
+                  stream == nullptr ? 0 : std::min<int64_t>(100000, kBlock * static_cast<int64_t>(n - 2)));
+        MStreamClose(stream);
+        EXPECT_EQ(heap.live_blocks(), 0u);
+    }
+}
+
+}  // namespace
