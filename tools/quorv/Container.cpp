@@ -42,6 +42,9 @@ std::unique_ptr<Container> open_container(FileSource &file) {
             throw Failure(ExitCode::BadFile, "ASF files are not supported");
         case Format::Mp3:
             throw Failure(ExitCode::BadFile, "MP3 files are not supported");
+        case Format::H264:
+        case Format::Mpeg4:
+            throw Failure(ExitCode::BadFile, "raw video without tracks: 'quorv headers' lists what it holds");
         case Format::Unknown:
             break;
     }

@@ -2,8 +2,11 @@
 
 #include "Format.h"
 
+#include <quorv/video_header.h>
+
 #include <algorithm>
 #include <string_view>
+#include <vector>
 
 namespace quorv::tool {
 
@@ -35,11 +38,52 @@ bool is_mp3(std::span<const uint8_t> head) {
     return version != 1 && layer != 0 && bit_rate != 15 && sample_rate != 3;
 }
 
+// The bytes behind the start codes of a stream that begins with one.
+std::vector<uint8_t> start_code_values(std::span<const uint8_t> head) {
+    const auto first = std::find_if(head.begin(), head.end(), [](uint8_t byte) { return byte != 0; });
+    if (first == head.end() || *first != 1 || first - head.begin() < 2) return {};
+    std::vector<uint32_t> offsets(head.size() / 3 + 1);
+    offsets.resize(ZEV_H264_GetNALHdr(head.data(), static_cast<uint32_t>(head.size()), offsets.data(),
+                                      static_cast<uint32_t>(offsets.size())));
+    std::vector<uint8_t> values;
+    for (const uint32_t offset : offsets) {
+        if (head.size() - offset > 3) values.push_back(head[offset + 3]);
+    }
+    return values;
+}
+
+// No NAL unit sets the highest bit, and the types 0 and 22 on are in no plain H.264 stream.
+bool is_h264(const std::vector<uint8_t> &values) {
+    const auto is_plain = [](uint8_t value) {
+        return value < 0x80 && (value & 0x1F) != 0 && (value & 0x1F) < 22;
+    };
+    const auto is_slice_or_sps = [](uint8_t value) {
+        const int type = value & 0x1F;
+        return type == 1 || type == 5 || type == 7;
+    };
+    return std::all_of(values.begin(), values.end(), is_plain) &&
+           std::any_of(values.begin(), values.end(), is_slice_or_sps);
+}
+
+// Objects, layers and what surrounds them, with a layer or a plane among them. The start codes of slices and
+// of groups of pictures that older video formats have are none of these.
+bool is_mpeg4(const std::vector<uint8_t> &values) {
+    const auto is_known = [](uint8_t value) { return value <= 0x2F || (value >= 0xB0 && value <= 0xB6); };
+    const auto is_layer_or_plane = [](uint8_t value) {
+        return (value >= 0x20 && value <= 0x2F) || value == 0xB6;
+    };
+    return std::all_of(values.begin(), values.end(), is_known) &&
+           std::any_of(values.begin(), values.end(), is_layer_or_plane);
+}
+
 }  // namespace
 
 Format find_format(std::span<const uint8_t> head) {
     if (is_avi(head)) return Format::Avi;
     if (is_asf(head)) return Format::Asf;
+    const std::vector<uint8_t> values = start_code_values(head);
+    if (is_h264(values)) return Format::H264;
+    if (is_mpeg4(values)) return Format::Mpeg4;
     return is_mp3(head) ? Format::Mp3 : Format::Unknown;
 }
 

@@ -7,7 +7,8 @@
 
 namespace quorv::tool {
 
-enum class Format { Unknown, Avi, Asf, Mp3 };
+// The last two are elementary streams without a container.
+enum class Format { Unknown, Avi, Asf, Mp3, H264, Mpeg4 };
 
 Format find_format(std::span<const uint8_t> head);
 

@@ -78,6 +78,7 @@ void describe(CLI::App &app) {
         "  quorv info holiday.avi\n"
         "  quorv frames holiday.avi --track 1 --json --md5\n"
         "  quorv extract holiday.avi --track 2 -o holiday.mp3\n"
+        "  quorv headers holiday.h264\n"
         "\n"
         "'quorv COMMAND --help' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
         "supported, 2 wrong usage, 3 the file or the output could not be read or written.");
@@ -90,6 +91,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     add_info_command(session);
     add_frames_command(session);
     add_extract_command(session);
+    add_headers_command(session);
     try {
         app.parse(arguments(argc, argv));
     } catch (const CLI::CallForHelp &) {
