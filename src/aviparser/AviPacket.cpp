@@ -20,17 +20,30 @@ constexpr uint32_t kMaxPiece = INT32_MAX;
 constexpr uint32_t kLargeSample = 32;
 constexpr uint32_t kSamplesPerPiece = 1024;
 
+// The first entry whose chunk begins no earlier. A track's entries stand in the order of its chunks.
+uint32_t first_entry_from(const AviIndexArray &index, int64_t position) {
+    uint32_t begin = 0, end = index.count;
+    while (begin < end) {
+        const uint32_t middle = begin + (end - begin) / 2;
+        if (index.entries[middle].pos < position) {
+            begin = middle + 1;
+        } else {
+            end = middle;
+        }
+    }
+    return begin;
+}
+
 // Where the search for the track's next chunk starts. In a file that is not interleaved the index says it,
 // and also how many frames it has no chunk for before that.
 int64_t search_start(const AviContext &context, const AviTrack &track, int64_t *skipped) {
     *skipped = 0;
     if (!context.non_interleaved) return track.read_position;
-    const int64_t offset = track.state->frame_offset;
-    const int32_t place =
-        avi_index_search_timestamp(&track.index, offset, kAviSearchForward | kAviSearchAnyFrame);
-    if (place < 0) return track.read_position;
-    *skipped = track.index.entries[place].timestamp - offset;
-    return track.index.entries[place].pos;
+    const uint32_t place = first_entry_from(track.index, track.read_position);
+    if (place == track.index.count) return track.read_position;
+    const AviIndexEntry &next = track.index.entries[place];
+    *skipped = std::max<int64_t>(next.timestamp - track.state->frame_offset, 0);
+    return next.pos;
 }
 
 bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {

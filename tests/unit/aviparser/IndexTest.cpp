@@ -94,6 +94,45 @@ TEST(AviIndex, RepeatedEntriesTakeTheirTime) {
     }
 }
 
+// Where the index repeats an entry only in a later block, every chunk still comes once and in order, and from
+// then on with the index's time stamps.
+TEST(AviIndex, LaterRepeatsLoseAndRepeatNoFrame) {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream(8000, 4), pcm_stream(8000, 4)},
+                       IndexKind::None);
+    Bytes index;
+    uint32_t offset = 4;
+    const auto entry = [&](const char *id, uint32_t size) {
+        const Bytes bytes = join({text(id), le32(0x10), le32(offset), le32(size)});
+        index.insert(index.end(), bytes.begin(), bytes.end());
+    };
+    for (uint32_t i = 0; i < 3000; ++i) {
+        builder.frame(0, join({le32(i)})).frame(1, size_t{8}).frame(2, size_t{9});  // half a sample too many
+        entry("00dc", 4);
+        if (i == 100 || i == 2000) entry("00dc", 4);
+        offset += 12;
+        entry("01wb", 8);
+        offset += 16;
+        entry("02wb", 9);
+        offset += 18;
+    }
+    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+        OpenedBytes avi(join({builder.build().flatten(), chunk(tag("idx1"), index)}), kind);
+        for (uint32_t track = 1; track <= 3; ++track) {
+            const FrameRun run = avi.file.read_all(track);
+            const std::vector<TruthFrame> &truth = builder.truth(track - 1);
+            uint32_t last_time = 0;
+            ASSERT_EQ(run.frames.size(), truth.size()) << "track " << track;
+            for (size_t i = 0; i < truth.size(); ++i) {
+                ASSERT_EQ(run.frames[i].data, truth[i].data) << "track " << track << ", frame " << i;
+                ASSERT_GE(run.frames[i].info.time_stamp, last_time);
+                last_time = run.frames[i].info.time_stamp;
+            }
+        }
+        EXPECT_EQ(avi.file.seek(1, 2900 * 40, SPLITER_SEEK_FORWARD), 0u);
+        EXPECT_EQ(avi.file.read(1).data, le32(2898));
+    }
+}
+
 // The second stream's entries are all key frames, whatever their flags say; those of others are not.
 TEST(AviIndex, SecondStreamIsAllKeyFrames) {
     AviBuilder builder({video_stream(tag("MJPG")), video_stream(tag("MJPG")), video_stream(tag("MJPG"))});
