@@ -43,7 +43,7 @@ Unit h264_unit(uint8_t nal_header) {
 uint32_t leading_headers(const uint8_t *data, uint32_t length, Unit (*classify)(uint8_t)) {
     const uint8_t *end = data + length;
     bool has_header = false;
-    for (const uint8_t *at = find_start_code(data, end); end - at > kStartCodePrefixBytes;
+    for (const uint8_t *at = find_start_code(data, end); end - at > ptrdiff_t{kStartCodePrefixBytes};
          at = find_start_code(at + kStartCodePrefixBytes, end)) {
         const Unit unit = classify(at[kStartCodePrefixBytes]);
         if (unit == Unit::Foreign) return 0;

@@ -28,15 +28,16 @@ StreamFacts read_stream_header(const Bytes &file, size_t body) {
 }
 
 // How many reads deliver a chunk of that size.
-uint64_t pieces_of(const StreamFacts &stream, uint32_t size) {
+size_t pieces_of(const StreamFacts &stream, uint32_t size) {
     if (stream.sample_size < 2) return 1;
     const uint64_t piece = stream.sample_size > 31 ? stream.sample_size : uint64_t{stream.sample_size} * 1024;
-    return (size + piece - 1) / piece;
+    return static_cast<size_t>((size + piece - 1) / piece);
 }
 
 void read_index(const Bytes &file, size_t body, size_t size, std::vector<StreamFacts> &streams) {
     struct Clock {
-        uint64_t units = 0, pieces = 0;
+        uint64_t units = 0;
+        size_t pieces = 0;
     };
     std::vector<Clock> clocks(streams.size());
     for (size_t entry = body; entry < body + size; entry += 16) {

@@ -14,7 +14,7 @@ namespace quorv::test {
 // A chunk of the index.
 struct IndexedChunk {
     uint64_t start = 0;  // in frames, or in bytes where there is a sample size
-    uint64_t piece = 0;  // number of the read that delivers its first bytes
+    size_t piece = 0;    // number of the read that delivers its first bytes
     bool key = false;
 };
 

@@ -42,7 +42,8 @@ PeerTrack load_track(const std::filesystem::path &frames, const std::filesystem:
     const Bytes all = contents_of(bytes);
     auto next = all.begin();
     PeerFrame frame;
-    int64_t pts = 0, size = 0;
+    int64_t pts = 0;
+    ptrdiff_t size = 0;
     while (lines >> frame.dts >> pts >> frame.duration >> size >> frame.key) {
         if (size > all.end() - next) throw std::runtime_error("the receiver wrote fewer bytes than it lists");
         frame.data.assign(next, next + size);

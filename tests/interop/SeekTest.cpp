@@ -179,7 +179,7 @@ TEST_P(SeekTest, WalkingToTheNextKeyFrameMeetsThemAll) {
             ASSERT_EQ(reached, track.facts.time_of(keys[i].start)) << i;
         }
         EXPECT_EQ(track.file.seek(track.number, kNextKeyFrame, SPLITER_SEEK_FORWARD), kEnd);
-        const uint64_t stays_at = keys.empty() ? 0 : keys.back().piece;
+        const size_t stays_at = keys.empty() ? 0 : keys.back().piece;
         EXPECT_TRUE(track.file.read(track.number) == track.frames.at(stays_at));
     });
 }

@@ -21,7 +21,8 @@ void SparseStore::copy(uint64_t position, void *to, size_t count) const {
     for (; run != runs_.end() && run->first < position + count; ++run) {
         const uint64_t from = std::max(position, run->first);
         const uint64_t end = std::min(position + count, run->first + run->second.size());
-        if (from < end) memcpy(out + (from - position), run->second.data() + (from - run->first), end - from);
+        if (from >= end) continue;
+        memcpy(out + (from - position), run->second.data() + (from - run->first), static_cast<size_t>(end - from));
     }
 }
 
@@ -43,7 +44,7 @@ void SparseStore::patch(uint64_t position, const Bytes &bytes) {
 }
 
 Bytes SparseStore::flatten() const {
-    Bytes all(size_);
+    Bytes all(static_cast<size_t>(size_));
     copy(0, all.data(), all.size());
     return all;
 }

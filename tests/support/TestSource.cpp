@@ -50,7 +50,7 @@ uint32_t TestSource::read(void *buffer, uint32_t *count) {
         *count = 0;
         return kNotArrived;
     }
-    store_.copy(position, buffer, take);
+    store_.copy(position, buffer, static_cast<size_t>(take));
     position_ += static_cast<int64_t>(take);
     bytes_read += take;
     *count = static_cast<uint32_t>(take);

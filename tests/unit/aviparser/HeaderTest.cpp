@@ -461,7 +461,7 @@ TEST(AviHeader, NoMediaDataOpensOnlyFromLocalSources) {
     AviBuilder builder = one_video();
     const SparseStore whole = builder.build();
     Bytes bytes = whole.flatten();
-    bytes.resize(builder.media_start() - 8);
+    bytes.resize(static_cast<size_t>(builder.media_start() - 8));
     OpenedBytes local(bytes);
     ASSERT_EQ(local.file.open_code, 0u);
     EXPECT_EQ(local.file.tracks().size(), 1u);
