@@ -240,8 +240,9 @@ void expect_defined_without_memory(const SplitterApi &api, const ByteStore &file
                          (span == FailureSpan::ForGood ? " and all later ones" : ""));
             TestSource source(file, kind);
             FailingAllocator heap(at, span);
-            walk_file(api, source);
+            const WalkResult result = walk_file(api, source);
             ASSERT_EQ(heap.live_blocks(), 0u);
+            ASSERT_TRUE(result.open_code == SPLITER_OK || result.open_code == SPLITER_ERR_NO_MEMORY);
             ASSERT_FALSE(testing::Test::HasFailure());
             if (!heap.has_failed()) break;
         }

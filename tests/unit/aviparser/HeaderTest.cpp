@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "aviparser/AviContext.h"
 #include "support/VideoHeaders.h"
 #include "unit/aviparser/OpenedAvi.h"
 
@@ -441,6 +442,43 @@ TEST(AviHeader, OddChunksAroundTheStreamHeaders) {
     }
 }
 
+// Fields that a chunk is too short for are zero; what follows the chunk is read as ever.
+TEST(AviHeader, ShortHeaderChunks) {
+    const auto shortened = [](Bytes bytes, size_t size) {
+        bytes.resize(size);
+        return bytes;
+    };
+    const AviStream video = video_stream(tag("MJPG"));
+    for (const size_t main_size : {0u, 4u, 20u, 37u, 56u}) {
+        for (const size_t stream_size : {8u, 20u, 31u, 44u, 56u}) {
+            for (const size_t format_size : {0u, 4u, 11u, 19u, 40u}) {
+                SCOPED_TRACE(std::to_string(main_size) + ", " + std::to_string(stream_size) + ", " +
+                             std::to_string(format_size));
+                MainHeader main;
+                main.microseconds_per_frame = 50000;
+                StreamHeader header = video.header;
+                header.length = 10;
+                const Bytes stream = join({chunk(tag("strh"), shortened(header.body(), stream_size)),
+                                           chunk(tag("strf"), shortened(video.format, format_size))});
+                const Bytes headers = list(
+                    tag("hdrl"),
+                    join({chunk(tag("avih"), shortened(main.body(), main_size)), list(tag("strl"), stream)}));
+                const Bytes movi = list(tag("movi"), chunk(tag("00dc"), Bytes(10, 0x88)));
+                OpenedBytes avi(chunk(tag("RIFF"), join({text("AVI "), headers, movi})));
+                const SplitterVideoInfo info = avi.file.video_info(1);
+                const uint32_t rate = stream_size >= 28 || main_size < 4 ? 25 : 20;
+                EXPECT_EQ(info.frame_rate, rate);
+                EXPECT_EQ(info.duration, stream_size >= 36 ? 10000 / rate : 0);
+                EXPECT_EQ(info.format_header_size, format_size >= 4 ? 40u : 0u);
+                EXPECT_EQ(info.width, format_size >= 8 ? 64u : 0u);
+                EXPECT_EQ(info.height, format_size >= 12 ? 48u : 0u);
+                EXPECT_EQ(info.codec, format_size >= 20 ? fourcc_value("mjpg") : 0u);
+                EXPECT_EQ(avi.file.read(1).data, Bytes(10, 0x88));
+            }
+        }
+    }
+}
+
 // Without a "movi" list a large chunk of any name is taken as the media data.
 TEST(AviHeader, LargeUnknownChunkIsMediaData) {
     const Bytes frames = join({chunk(tag("00dc"), Bytes(11, 0x81)), chunk(tag("00dc"), Bytes(12, 0x82))});
@@ -470,7 +508,24 @@ TEST(AviHeader, NoMediaDataOpensOnlyFromLocalSources) {
     EXPECT_EQ(progressive.file.open_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
 }
 
-TEST(AviHeader, HuffmanTablesOfMotionJpeg) {
+TEST(AviHeader, HuffmanTablesAreKept) {
+    const Bytes first = {0xFF, 0xC4, 0, 6, 1, 2, 3, 4}, second = {0xFF, 0xC4, 0, 3, 9};
+    const std::pair<Bytes, Bytes> cases[] = {
+        {join({text("AB"), first, second, Bytes{0xFF, 0xD9}, first}), join({first, second})},
+        {join({first, Bytes{0}, second}), first},
+        {join({first, Bytes{0xFF, 0xC4, 0, 9, 1}}), first},  // the second is cut off
+        {text("no tables"), {}},
+    };
+    for (const auto &[data, expected] : cases) {
+        AviBuilder builder = one_video();
+        builder.streams[0].after_format = chunk(tag("strd"), data);
+        OpenedAvi avi(builder);
+        const AviTrack &track = *static_cast<const AviContext *>(avi.file.handle())->tracks[0];
+        EXPECT_EQ(Bytes(track.huffman_data, track.huffman_data + track.huffman_length), expected);
+    }
+}
+
+TEST(AviHeader, HuffmanTablesHaveALimit) {
     const auto tables = [](size_t count) {
         Bytes all = {0xFF, 0xD8};
         for (size_t i = 0; i < count; ++i)
