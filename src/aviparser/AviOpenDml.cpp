@@ -106,6 +106,7 @@ bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const 
 
 bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
     if (header.entry_bytes != kSuperEntryBytes) return false;
+    int64_t previous_end = 0;
     for (uint32_t i = 0; i < header.entries; ++i) {
         uint8_t entry[kSuperEntryBytes], chunk[kAviChunkHeaderBytes];
         if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
@@ -114,7 +115,11 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         if (chunk_start > INT64_MAX - kAviChunkHeaderBytes || !read_at(chunk_start, chunk, sizeof(chunk)))
             return false;
         IndexHeader inner = {};
-        if (!read_header(chunk_start + kAviChunkHeaderBytes, avi_le32(chunk + 4), &inner)) return false;
+        const uint32_t chunk_size = avi_le32(chunk + 4);
+        if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;
+        // Where the source's size does not limit the entries, its bytes do: none counts twice.
+        if (context_.source_size <= 0 && chunk_start < previous_end) return false;
+        previous_end = chunk_start + kAviChunkHeaderBytes + chunk_size;
         // One level only: an index of indexes that points to another could point to itself.
         if (inner.type != kIndexOfChunks ||
             !read_chunk_index(track, chunk_start + kAviChunkHeaderBytes, inner))
