@@ -1,6 +1,7 @@
 // OpenDML files: indexes of every form and files of several segments and more than 4 GB, with an index and
 // without.
 
+#include "support/FailingAllocator.h"
 #include "unit/aviparser/OpenedAvi.h"
 
 namespace quorv::test {
@@ -88,6 +89,33 @@ TEST(AviOpenDml, BadSuperIndexesAreDropped) {
         uint32_t reached = 0;
         EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_BACKWARD, &reached), 0u);
         EXPECT_EQ(reached, 80u);
+    }
+}
+
+// A super index that names the same index chunk over and over makes a small file look endless.
+TEST(AviOpenDml, IndexChunksThatAreNamedOverAndOver) {
+    constexpr uint32_t kNamed = 4000, kEntries = 4000;
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{40}).frame(0, size_t{41});
+    Bytes index = join({le16(2), Bytes{0, 1}, le32(kEntries), text("00dc"), le64(0), le32(0)});
+    for (uint32_t i = 0; i < kEntries; ++i)
+        index = join({index, le32(100 + i), le32(10)});
+    builder.after = chunk(tag("ix00"), index);
+    const auto super = [&](uint64_t position) {
+        Bytes body = join({le16(4), Bytes{0, 0}, le32(kNamed), text("00dc"), Bytes(12)});
+        for (uint32_t i = 0; i < kNamed; ++i)
+            body = join({body, le64(position), le32(24), le32(1)});
+        return chunk(tag("indx"), body);
+    };
+    builder.streams[0].after_format = super(0);
+    const uint64_t file_size = builder.build().size();
+    builder.streams[0].after_format = super(file_size - builder.after.size());
+    for (const SizeAnswer size : {SizeAnswer::Known, SizeAnswer::Zero}) {
+        FailingAllocator heap;
+        OpenedAvi avi(builder, SPLITER_SOURCE_LOCAL, {.size = size, .call_limit = 20000});
+        ASSERT_EQ(avi.file.open_code, 0u);
+        EXPECT_LT(heap.peak_bytes(), uint64_t{4} << 20);
+        expect_frames(avi.file, avi.builder, 0);
     }
 }
 
