@@ -54,8 +54,8 @@ std::vector<Portion> read_portions(const LargeAvi &avi, ReadOrder order, std::ve
     return portions;
 }
 
-void measure(uint32_t frame_kilobytes, bool with_sound) {
-    const LargeAvi avi = make_large_avi(frame_kilobytes << 10, with_sound, kGigabyte);
+void measure(uint32_t frame_kilobytes, Sound sound) {
+    const LargeAvi avi = make_large_avi(frame_kilobytes << 10, sound, kGigabyte);
     std::vector<uint8_t> buffer(size_t{frame_kilobytes << 10});
     buffer.resize(std::max<size_t>(buffer.size(), 8192));
     const std::vector<Portion> portions = read_portions(avi, ReadOrder::InTime, buffer);
@@ -80,8 +80,8 @@ void measure(uint32_t frame_kilobytes, bool with_sound) {
     BestTimes times;
     times.run();
     const double copy = times.seconds("memcpy"), frames = times.seconds("frames");
-    printf("| %u KB | %s | %zu | %.3f | %.3f | %.2f | %.0f |\n", frame_kilobytes,
-           with_sound ? "video, PCM" : "video", portions.size(), copy, frames, frames / copy,
+    printf("| %u KB | %s | %zu | %.3f | %.3f | %.2f | %.0f |\n", frame_kilobytes, tracks_text(sound),
+           portions.size(), copy, frames, frames / copy,
            (frames - copy) / static_cast<double>(portions.size()) * 1e9);
     fflush(stdout);
 }
@@ -93,8 +93,8 @@ int main(int argc, char **argv) {
     puts("| video frame | tracks | frames | memcpy, s | reading, s | reading / memcpy | ns a frame more |");
     puts("| ---: | --- | ---: | ---: | ---: | ---: | ---: |");
     for (const uint32_t frame_kilobytes : {4u, 64u, 256u}) {
-        for (const bool with_sound : {false, true})
-            measure(frame_kilobytes, with_sound);
+        for (const Sound sound : {Sound::None, Sound::Mp3, Sound::Pcm})
+            measure(frame_kilobytes, sound);
     }
     return 0;
 }

@@ -1,4 +1,4 @@
-// Large AVI files: motion JPEG frames of one size, on request each with its sound behind it.
+// Large AVI files: motion JPEG frames of one size, each with its sound behind it when there is sound.
 #ifndef QUORV_BENCHMARKS_SUPPORT_LARGEAVI_H
 #define QUORV_BENCHMARKS_SUPPORT_LARGEAVI_H
 
@@ -20,9 +20,14 @@ struct LargeAvi {
     std::vector<MediaChunk> chunks;  // in file order
 };
 
-// 25 frames a second with made-up content, up to `total` bytes of media data and an "idx1" index. The sound
-// is 48 kHz 16-bit stereo PCM, a chunk of 7680 bytes behind each frame.
-LargeAvi make_large_avi(uint32_t frame_bytes, bool with_sound, uint64_t total);
+// A chunk behind each frame, of as long a time: a frame of MP3 at 320 kbit/s, or samples of 16-bit stereo,
+// which the splitter delivers in pieces of 1024.
+enum class Sound { None, Mp3, Pcm };
+
+const char *tracks_text(Sound sound);
+
+// 24 ms a frame, made-up content, as many frames as fit into `total` bytes, and an "idx1" index.
+LargeAvi make_large_avi(uint32_t frame_bytes, Sound sound, uint64_t total);
 
 }  // namespace quorv::bench
 

@@ -10,6 +10,8 @@ namespace quorv::bench {
 namespace {
 
 constexpr uint64_t kNever = UINT64_MAX;
+// A time stamp and a duration are each cut to whole milliseconds.
+constexpr uint64_t kMillisecondsLost = 2;
 
 void check(uint32_t code, const char *what) {
     if (code == SPLITER_OK) return;
@@ -41,10 +43,12 @@ uint32_t OpenAvi::read(uint32_t track, std::vector<uint8_t> &buffer, const Seen 
     return 1;
 }
 
+// The lowest track that is due; several may be at the same time.
 uint32_t OpenAvi::first_due() const {
-    return static_cast<uint32_t>(std::min_element(next_time_.begin(), next_time_.end()) -
-                                 next_time_.begin()) +
-           1;
+    const uint64_t first = *std::min_element(next_time_.begin(), next_time_.end());
+    const auto due = std::find_if(next_time_.begin(), next_time_.end(),
+                                  [first](uint64_t time) { return time - first <= kMillisecondsLost; });
+    return static_cast<uint32_t>(due - next_time_.begin()) + 1;
 }
 
 uint64_t OpenAvi::read_all(ReadOrder order, std::vector<uint8_t> &buffer, const Seen &seen) {

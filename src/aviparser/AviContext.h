@@ -77,6 +77,7 @@ struct AviTrack {
     AviRational time_base;
     uint32_t length;  // frames or samples, as the stream header says
     AviIndexArray index;
+    uint32_t next_entry;  // of the index, behind that of the frame read last; it may be any number
     AviStreamState *state;
     uint32_t handler;
     int32_t chunk_state;  // kAviNoChunk, or the stream number while a chunk is delivered in pieces

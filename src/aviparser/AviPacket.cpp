@@ -50,14 +50,21 @@ bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {
     return index.count == 0 || index.entries[index.count - 1].pos < chunk_position;
 }
 
-uint32_t key_flag(const AviTrack &track) {
-    if (track.type != SPLITER_TRACK_VIDEO) return kAviPacketKeyFrame;
-    const int64_t timestamp = track.state->frame_offset;
-    if (track.index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
-    const int32_t place =
-        avi_index_search_timestamp(&track.index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
-    if (place < 0) return 0;
-    const AviIndexEntry &entry = track.index.entries[place];
+uint32_t key_flag(AviTrack *track) {
+    if (track->type != SPLITER_TRACK_VIDEO) return kAviPacketKeyFrame;
+    const AviIndexArray &index = track->index;
+    const int64_t timestamp = track->state->frame_offset;
+    if (index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
+    // Time stamps in the index are unique, so the entry behind the latest one needs no search when it fits.
+    uint32_t place = track->next_entry;
+    if (place >= index.count || index.entries[place].timestamp != timestamp) {
+        const int32_t found =
+            avi_index_search_timestamp(&index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
+        if (found < 0) return 0;
+        place = static_cast<uint32_t>(found);
+    }
+    track->next_entry = place + 1;
+    const AviIndexEntry &entry = index.entries[place];
     return entry.timestamp == timestamp && avi_is_key_entry(entry) ? kAviPacketKeyFrame : 0;
 }
 
@@ -154,7 +161,7 @@ uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *p
     const int64_t divisor = avi_time_stamp_divisor(state);
     state.frame_offset += empty_duration;
     packet->pts = packet->dts = state.frame_offset / divisor;
-    packet->flags = key_flag(*track);
+    packet->flags = key_flag(track);
     packet->stream_index = static_cast<int32_t>(track_index);
     const int64_t duration = avi_piece_duration(state, avi_piece_size(state)) / divisor;
     packet->duration = static_cast<int32_t>(std::min<int64_t>(duration, INT32_MAX));

@@ -1,0 +1,133 @@
+// The callbacks of the stream over a file; see the header.
+
+#include "support/FileStream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace quorv::bench {
+namespace {
+
+constexpr size_t kBufferBytes = 65536;
+// Reads of this size go past the buffer.
+constexpr size_t kLargeRead = 16384;
+// So many bytes behind a large read come with it: the next chunk's header and perhaps a small chunk.
+constexpr size_t kReadBehind = 1024;
+// What the first small read after a large one or a jump fills; reading on doubles it.
+constexpr size_t kFirstFilling = 4096;
+
+FileStream &self(void *user_context) {
+    return *static_cast<FileStream *>(user_context);
+}
+
+size_t checked(ssize_t got) {
+    if (got >= 0) return static_cast<size_t>(got);
+    perror("reading the file");
+    exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+FileStream::FileStream(const std::string &path, bool buffered)
+    : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), buffered_(buffered), buffer_(kBufferBytes) {
+    if (file_ < 0) {
+        perror(path.c_str());
+        exit(EXIT_FAILURE);
+    }
+}
+
+FileStream::~FileStream() {
+    close(file_);
+}
+
+size_t FileStream::take_buffered(uint8_t *to, size_t count) {
+    const int64_t within = position_ - start_;
+    if (within < 0 || within >= static_cast<int64_t>(filled_)) return 0;
+    const auto offset = static_cast<size_t>(within);
+    const size_t got = std::min(count, filled_ - offset);
+    memcpy(to, &buffer_[offset], got);
+    return got;
+}
+
+size_t FileStream::read_past_buffer(uint8_t *to, size_t count) {
+    const iovec parts[] = {{to, count}, {buffer_.data(), kReadBehind}};
+    const size_t got = checked(preadv(file_, parts, 2, position_));
+    start_ = position_ + static_cast<int64_t>(count);
+    filled_ = got > count ? got - count : 0;
+    read_ahead_ = 0;
+    return std::min(got, count);
+}
+
+size_t FileStream::fill_buffer() {
+    const bool reading_on = position_ == start_ + static_cast<int64_t>(filled_);
+    read_ahead_ = std::clamp(reading_on ? 2 * read_ahead_ : 0, kFirstFilling, kBufferBytes);
+    start_ = position_;
+    filled_ = checked(pread(file_, buffer_.data(), read_ahead_, position_));
+    return filled_;
+}
+
+uint32_t FileStream::read(uint8_t *to, uint32_t *count) {
+    size_t done = 0;
+    while (done < *count) {
+        const size_t left = *count - done;
+        size_t got = 0;
+        if (!buffered_) {
+            got = checked(pread(file_, to + done, left, position_));
+        } else if ((got = take_buffered(to + done, left)) == 0) {
+            if (left >= kLargeRead) {
+                got = read_past_buffer(to + done, left);
+            } else if (fill_buffer() > 0) {
+                continue;
+            }
+        }
+        if (got == 0) break;
+        position_ += static_cast<int64_t>(got);
+        done += got;
+    }
+    *count = static_cast<uint32_t>(done);
+    return 0;
+}
+
+uint32_t FileStream::seek(uint16_t origin, int64_t offset) {
+    const int64_t target = origin == 0 ? offset : position_ + offset;
+    if (target < 0) return SPLITER_ERR_IO;
+    position_ = target;
+    return 0;
+}
+
+SplitterStreamSource FileStream::record() {
+    SplitterStreamSource source = {};
+    source.user_context = this;
+    source.source_kind = SPLITER_SOURCE_LOCAL;
+    source.open = [](void *user, SplitterStream *stream, uint32_t) -> uint32_t {
+        *stream = 1;
+        return self(user).seek(0, 0);
+    };
+    source.close = [](void *, SplitterStream) -> uint32_t { return 0; };
+    source.read = [](void *user, SplitterStream, void *buffer, uint32_t *count) -> uint32_t {
+        return self(user).read(static_cast<uint8_t *>(buffer), count);
+    };
+    source.seek = [](void *user, SplitterStream, uint16_t origin, int64_t offset) -> uint32_t {
+        return self(user).seek(origin, offset);
+    };
+    source.tell = [](void *user, SplitterStream, int64_t *position) -> uint32_t {
+        *position = self(user).position_;
+        return 0;
+    };
+    source.size = [](void *user, SplitterStream, int64_t *length) -> uint32_t {
+        struct stat status = {};
+        const int result = fstat(self(user).file_, &status);
+        *length = status.st_size;
+        return result == 0 ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_IO};
+    };
+    return source;
+}
+
+}  // namespace quorv::bench
