@@ -20,7 +20,7 @@ OutputStream::OutputStream(int descriptor, std::string name)
     : descriptor_(descriptor), name_(std::move(name)), buffer_(kBufferBytes) {}
 
 void OutputStream::write(std::string_view text) {
-    written_ += text.size();
+    if (text.empty()) return;
     if (text.size() > buffer_.size() - used_) flush();
     if (text.size() > buffer_.size()) {
         write_out(text.data(), text.size());

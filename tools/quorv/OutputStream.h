@@ -21,8 +21,6 @@ public:
     void write(std::span<const uint8_t> bytes);
     void flush();
 
-    uint64_t written() const { return written_; }
-    int descriptor() const { return descriptor_; }
     bool is_terminal() const;
 
 private:
@@ -32,7 +30,6 @@ private:
     std::string name_;
     std::vector<char> buffer_;
     size_t used_ = 0;
-    uint64_t written_ = 0;
 };
 
 }  // namespace quorv::tool
