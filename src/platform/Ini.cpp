@@ -70,12 +70,11 @@ bool is_writable_key(std::string_view name) {
     return !name.empty() && !contains_any(name, "=\r\n") && !contains_any({name.data(), 1}, "[#*;");
 }
 
-// A new key goes before the next section that the file has, or to its end.
+// A new key goes before the next section of the file, or to its end: there the next section, if any, is a new
+// one, whose offset is 0, too.
 IniPlace place_of_new_key(const IniSection *section) {
-    for (const IniSection *next = section->next; next != nullptr; next = next->next) {
-        if (is_from_file(next->state)) return {next->place.start, next->place.start};
-    }
-    return {0, 0};
+    const intptr_t offset = section->next == nullptr ? 0 : section->next->place.start;
+    return {offset, offset};
 }
 
 // Makes a removed node count again, with a state that says whether its line has to be written.
@@ -117,6 +116,19 @@ bool write_value(MIniFile *ini, std::string_view section_text, std::string_view 
     return true;
 }
 
+bool save(MIniFile *ini) {
+    switch (compare_with_file(ini)) {
+        case IniComparison::Same:
+            return write_back_ini_file(ini);
+        case IniComparison::Different:
+            // Once only: a file that changes all the time must not keep us here.
+            return !ini->is_repetition && save_to_changed_file(ini);
+        case IniComparison::Unknown:
+            break;
+    }
+    return false;
+}
+
 }  // namespace
 }  // namespace quorv
 
@@ -134,7 +146,7 @@ MIniHandle MIniStartS(const char *path) {
 
 int32_t MIniEndS(MIniHandle ini) {
     if (ini == nullptr) return 0;
-    const bool saved = !ini->modified || write_back_ini_file(ini);
+    const bool saved = !ini->modified || save(ini);
     MStreamClose(ini->source);
     free_ini_nodes(ini);
     MMemFree(nullptr, ini->temporary_path);

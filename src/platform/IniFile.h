@@ -52,6 +52,15 @@ struct IniSection {
     IniSection *next;
 };
 
+// What the file held when it was read, to find out whether it still does.
+struct IniDigest {
+    uint64_t size = 0;
+    uint64_t hash = 0xCBF29CE484222325;
+
+    void add(const char *bytes, size_t count);
+    bool operator==(const IniDigest &other) const = default;
+};
+
 // Nodes are allocated by the pool; they are freed all at once, at the end.
 template <typename Node, size_t Count>
 struct IniNodePool {
@@ -75,7 +84,9 @@ struct MIniFile {
     size_t sections_in_pool;  // nodes taken from the first pool
     quorv::IniKeyPool *key_pools;
     size_t keys_in_pool;
+    quorv::IniDigest digest;
     bool modified;
+    bool is_repetition;  // made to save edits of another handle
 };
 
 namespace quorv {
@@ -101,8 +112,16 @@ void free_ini_nodes(MIniFile *ini);
 // memory.
 bool parse_ini_file(MIniFile *ini);
 
-// Brings the edits to the file and closes the source; false when the file stays without them.
+// Brings the edits to the file, which must be as it was read, and closes the source; false when the file
+// stays without them.
 bool write_back_ini_file(MIniFile *ini);
+
+enum class IniComparison { Same, Different, Unknown };
+
+// Whether the file is still as it was read; one that is gone counts as such.
+IniComparison compare_with_file(MIniFile *ini);
+// Makes the edits again to the file as it is now; false when it stays without them.
+bool save_to_changed_file(const MIniFile *ini);
 
 }  // namespace quorv
 

@@ -28,6 +28,7 @@ private:
         if (filled_ == kIniBufferSize) return false;  // a line that does not fit
         const size_t room = kIniBufferSize - filled_;
         const int32_t got = MStreamRead(ini_->source, ini_->buffer + filled_, static_cast<int32_t>(room));
+        ini_->digest.add(ini_->buffer + filled_, static_cast<size_t>(got));
         filled_ += static_cast<size_t>(got);
         if (static_cast<size_t>(got) == room) return true;
         if (file_stream_failed(ini_->source)) return false;

@@ -281,6 +281,34 @@ TEST(Ini, LinesOfEveryLengthAroundTheLimit) {
     }
 }
 
+TEST(Ini, EditsGoToWhatTheFileHoldsByThen) {
+    const std::string before = "[a]\nk=1\nl=2\n[b]\nm=3\n";
+    const struct {
+        std::string meanwhile;
+        std::string after;
+    } cases[] = {
+        {"", "[a]\r\nk=new\r\n[c]\r\nn=5\r\n"},
+        {"[a]\nk=1\n", "[a]\nk=new\r\n[c]\r\nn=5\r\n"},
+        {"[b]\nm=4\no=5\n[A]\nK=x\nL=y\n", "[A]\nK=new\r\n[c]\r\nn=5\r\n"},
+        {"[a]\nk=9\nl=2\n[b]\nm=3\n", "[a]\nk=new\r\n[c]\r\nn=5\r\n"},  // of the same length
+    };
+    const TestFolder folder;
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.meanwhile);
+        MIniHandle ini = MIniStartS(put_text(folder, "ini", before).c_str());
+        for (const IniEdit &edit : std::vector<IniEdit>{{"a", "k", "new"},
+                                                        {"a", "l", {}},
+                                                        {"b", {}, {}},
+                                                        {"c", "n", "5"},
+                                                        {"c", "o", "6"},
+                                                        {"c", "o", {}}})
+            EXPECT_TRUE(edit.apply(ini));
+        put_text(folder, "ini", c.meanwhile);
+        EXPECT_EQ(MIniEndS(ini), 1);
+        EXPECT_EQ(get_text(folder, "ini"), c.after);
+    }
+}
+
 TEST(Ini, MissingFilesFoldersAndLongPaths) {
     const TestFolder folder;
     const std::string path = folder.path("ini");

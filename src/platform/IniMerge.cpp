@@ -1,0 +1,73 @@
+// Saving edits of an INI file that somebody else has changed since it was read. The places of its lines are
+// no longer true then, so the edits are made again, to what the file holds now.
+
+#include <errno.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include "platform/IniFile.h"
+#include "platform/IniLine.h"
+#include "platform/StreamKinds.h"
+
+namespace quorv {
+namespace {
+
+// Repeats the edits of one section; false when one of them fails. What is to be removed may be gone already.
+bool repeat_edits(const IniSection *section, MIniFile *current) {
+    if (is_removed(section->state)) {
+        MIniRemoveS(current, section->name, nullptr);
+        return true;
+    }
+    for (const IniKey *key = section->first_key; key != nullptr; key = key->next) {
+        if (is_removed(key->state)) {
+            MIniRemoveS(current, section->name, key->name);
+        } else if (key->state != IniState::Unchanged &&
+                   MIniWriteSingleS(current, section->name, key->name, MINI_TYPE_STRING, key->value, 1) ==
+                       0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+void IniDigest::add(const char *bytes, size_t count) {
+    // 64-bit FNV-1a
+    for (size_t i = 0; i < count; ++i)
+        hash = (hash ^ static_cast<uint8_t>(bytes[i])) * 0x100000001B3;
+    size += count;
+}
+
+IniComparison compare_with_file(MIniFile *ini) {
+    MStreamRecord *const file = MStreamOpenFromFileS(ini->path, 1);
+    if (file == nullptr) {
+        // Of a file that is gone, the stream that is still open has what was read.
+        struct stat status;
+        return stat(ini->path, &status) != 0 && errno == ENOENT ? IniComparison::Same
+                                                                : IniComparison::Unknown;
+    }
+    IniDigest digest;
+    int32_t got;
+    do {
+        got = MStreamRead(file, ini->buffer, static_cast<int32_t>(kIniBufferSize));
+        digest.add(ini->buffer, static_cast<size_t>(got));
+    } while (got > 0);
+    const bool failed = file_stream_failed(file);
+    MStreamClose(file);
+    if (failed) return IniComparison::Unknown;
+    return digest == ini->digest ? IniComparison::Same : IniComparison::Different;
+}
+
+bool save_to_changed_file(const MIniFile *ini) {
+    MIniFile *const current = MIniStartS(ini->path);
+    if (current == nullptr) return false;
+    bool repeated = true;
+    for (const IniSection *s = ini->first_section; s != nullptr && repeated; s = s->next)
+        repeated = repeat_edits(s, current);
+    current->is_repetition = true;
+    if (!repeated) current->modified = false;
+    return MIniEndS(current) == 1 && repeated;
+}
+
+}  // namespace quorv
