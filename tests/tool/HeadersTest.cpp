@@ -6,7 +6,7 @@
 
 #include "support/SampleFiles.h"
 #include "support/SplitterFile.h"
-#include "tool/TestFolder.h"
+#include "support/TestFolder.h"
 #include "tool/ToolRun.h"
 #include "unit/videoheader/H264Writer.h"
 #include "unit/videoheader/Mpeg4Writer.h"

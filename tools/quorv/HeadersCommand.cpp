@@ -214,11 +214,12 @@ void add_headers_command(Session &session) {
     CLI::App *command = session.app.add_subcommand("headers", "List the headers in MPEG-4 and H.264 video");
     command
         ->add_option("FILE", options->file, "Raw video or a file with such tracks, or - for standard input")
+        ->type_name("")
         ->required();
     command->add_flag("--json", options->json, "One JSON object a header, each on a line");
     command->add_option("--track", options->track, "Only this track, counted from 1")
         ->type_name("N")
-        ->check(CLI::Range(uint32_t{1}, std::numeric_limits<uint32_t>::max()));
+        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
     command->footer(
         "Examples:\n"
         "  quorv headers holiday.avi | less\n"
