@@ -1,15 +1,16 @@
 // Writes the seed inputs of the AVI harness: every sample file of the test kit, once as it is and once with
-// control bytes that call every function.
+// control bytes that call every function, and files that take the remaining ways through the splitter.
 
 #include <stdio.h>
 
+#include <map>
 #include <string>
 
 #include "support/SampleFiles.h"
 
 namespace {
 
-using quorv::test::Bytes;
+using namespace quorv::test;
 
 bool write(const std::string &path, const Bytes &bytes) {
     FILE *const file = fopen(path.c_str(), "wb");
@@ -18,9 +19,49 @@ bool write(const std::string &path, const Bytes &bytes) {
     return fclose(file) == 0 && good;
 }
 
-// No faults; then each function on the first two tracks, seeks of both modes, reads and a rewind.
-const Bytes kControl = {0,    0,    0, 0, 0,    0,    0x1B, 0x2B, 0x10, 0x13, 10, 0, 0x1F, 0x14, 10,  0,
-                        0x1F, 0x23, 9, 0, 0x2F, 0x15, 0x1F, 0x11, 0x21, 2,    6,  7, 0x1A, 1,    0x2F};
+// The calls of a seed: no faults; then each function on the first two tracks, seeks of both modes, reads and
+// a rewind.
+Bytes with_calls(const Bytes &file, uint8_t start) {
+    const Bytes calls = {start, 0,    0, 0, 0,    0,    0x1B, 0x2B, 0x10, 0x13, 10, 0, 0x1F, 0x14, 10,  0,
+                         0x1F,  0x23, 9, 0, 0x2F, 0x15, 0x1F, 0x11, 0x21, 2,    6,  7, 0x1A, 1,    0x2F};
+    return join({file, calls, Bytes{static_cast<uint8_t>(calls.size())}});
+}
+
+// An index that repeats entries, which a progressive source then reads by.
+Bytes repeated_entries() {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, IndexKind::None);
+    Bytes index;
+    for (uint32_t i = 0; i < 6; ++i) {
+        builder.frame(0, size_t{12}).frame(1, size_t{12});
+        const Bytes video = join({text("00dc"), le32(0x10), le32(4 + 40 * i), le32(12)});
+        const Bytes audio = join({text("01wb"), le32(0x10), le32(24 + 40 * i), le32(12)});
+        index = join({index, video, i % 2 != 0 ? video : Bytes{}, audio});
+    }
+    return join({builder.build().flatten(), chunk(tag("idx1"), index)});
+}
+
+// Streams that are listed, or read, in their own ways.
+Bytes odd_streams() {
+    AviStream subtitles = video_stream(tag("DXSB")), one_to_one = video_stream(tag("AVRn")),
+              plain = pcm_stream();
+    BitmapHeader bitmap;
+    bitmap.compression = tag("AVRn");
+    bitmap.extra = join({Bytes(28), text("1:1")});
+    one_to_one.format = bitmap.body();
+    plain.header.handler = tag("Axan");
+    AviBuilder builder({subtitles, one_to_one, plain});
+    for (uint32_t stream = 0; stream < 3; ++stream)
+        builder.frame(stream, size_t{20});
+    return builder.build().flatten();
+}
+
+Bytes digital_video() {
+    AviStream stream = video_stream(tag("dvsd"));
+    stream.header.type = tag("iavs");
+    AviBuilder builder({stream});
+    builder.frame(0, size_t{20});
+    return builder.build().flatten();
+}
 
 }  // namespace
 
@@ -29,13 +70,17 @@ int main(int argc, char **argv) {
         fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
         return 2;
     }
-    for (const quorv::test::SampleFile &sample : quorv::test::avi_sample_files()) {
+    std::map<std::string, Bytes> seeds = {{"repeated_entries", with_calls(repeated_entries(), 1)},
+                                          {"odd_streams", with_calls(odd_streams(), 0)},
+                                          {"digital_video", with_calls(digital_video(), 0)}};
+    for (const SampleFile &sample : avi_sample_files()) {
         const Bytes file = sample.bytes.flatten();
-        const std::string path = std::string(argv[1]) + "/" + sample.name;
-        const Bytes count = {static_cast<uint8_t>(kControl.size())};
-        const bool good = write(path, quorv::test::join({file, Bytes{0}})) &&
-                          write(path + "_calls", quorv::test::join({file, kControl, count}));
-        if (!good) {
+        seeds[sample.name] = join({file, Bytes{0}});
+        seeds[sample.name + "_calls"] = with_calls(file, 0);
+    }
+    for (const auto &[name, bytes] : seeds) {
+        const std::string path = std::string(argv[1]) + "/" + name;
+        if (!write(path, bytes)) {
             fprintf(stderr, "cannot write %s\n", path.c_str());
             return 1;
         }
