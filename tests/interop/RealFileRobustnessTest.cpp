@@ -1,13 +1,18 @@
 // Small real files under every fault of the source, of the heap and of the file itself. Their headers, codec
 // data and interleaving are what encoders and muxers make, not what a test's author thinks of.
 
-#include <tuple>
+#include <quorv/avi_splitter.h>
+
+#include <algorithm>
 
 #include "interop/OpenedSample.h"
 #include "robustness/HostileLoops.h"
 
 namespace quorv::test {
 namespace {
+
+constexpr const char *kLargeFrames = "h264-mp3-large";
+constexpr const char *kTwoIndexBlocks = "h264-two-index-blocks";
 
 class RealFileRobustness : public RealSampleTest {
 protected:
@@ -18,18 +23,20 @@ protected:
     }
 };
 
-// The loops take the square of the number of frames. The sample with thousands of them has a test of its own,
-// and of the two that are alike one is enough.
-std::vector<RealSample> loop_samples() {
+// The work of the loops grows with the square of the file's frames and size; two samples are too big for
+// them.
+bool is_small(const RealSample &sample) {
+    return sample.name != std::string(kLargeFrames) && sample.name != std::string(kTwoIndexBlocks);
+}
+
+std::vector<RealSample> samples_that_are(bool small) {
     std::vector<RealSample> samples;
-    for (const RealSample &sample : kRealSamples) {
-        const std::string name = sample.name;
-        if (name != "h264-two-index-blocks" && name != "h264-mp3") samples.push_back(sample);
-    }
+    std::copy_if(kRealSamples.begin(), kRealSamples.end(), std::back_inserter(samples),
+                 [small](const RealSample &sample) { return is_small(sample) == small; });
     return samples;
 }
 
-INSTANTIATE_TEST_SUITE_P(Real, RealFileRobustness, testing::ValuesIn(loop_samples()),
+INSTANTIATE_TEST_SUITE_P(Small, RealFileRobustness, testing::ValuesIn(samples_that_are(true)),
                          [](const auto &which) { return case_name(which.param); });
 
 TEST_P(RealFileRobustness, FailingCallbacks) {
@@ -61,6 +68,49 @@ TEST_P(RealFileRobustness, Truncation) {
 TEST_P(RealFileRobustness, TransientFailuresWhileReadingFrames) {
     on_each_source_kind([](const ByteStore &file, uint32_t kind) {
         expect_same_frames_after_transient_failures(kAviSplitter, file, kind, kind == SPLITER_SOURCE_LOCAL);
+    });
+}
+
+using BigRealFile = RealFileRobustness;
+
+INSTANTIATE_TEST_SUITE_P(Real, BigRealFile, testing::ValuesIn(samples_that_are(false)),
+                         [](const auto &which) { return case_name(which.param); });
+
+TEST_P(BigRealFile, FailingAllocations) {
+    on_each_source_kind([](const ByteStore &file, uint32_t kind) {
+        expect_defined_without_memory(kAviSplitter, file, kind);
+    });
+}
+
+// A seek to the end reads the rest of the index. Whichever callback of it fails, the call reports the
+// failure, finds no key frame (a block that cannot be read ends the index) or succeeds; and all frames can be
+// read afterwards.
+TEST_P(BigRealFile, FailuresWhileTheIndexIsReadForASeek) {
+    on_each_source_kind([](const ByteStore &file, uint32_t kind) {
+        TestSource whole(file, kind);
+        SplitterFile unbroken(kAviSplitter, whole.record());
+        const std::vector<Frame> expected = unbroken.read_all(1).frames;
+        ASSERT_FALSE(expected.empty());
+        for (uint64_t at = 1;; ++at) {
+            SCOPED_TRACE("callback " + std::to_string(at) + " of the seek");
+            TestSource source(file, kind);
+            SplitterFile broken(kAviSplitter, source.record());
+            source.faults.at = source.calls() + at;
+            const uint32_t code = broken.seek(1, expected.back().info.time_stamp, SPLITER_SEEK_BACKWARD);
+            if (source.calls() < source.faults.at) {
+                EXPECT_EQ(code, 0u);
+                break;
+            }
+            EXPECT_TRUE(code == kSourceFailed || code == SPLITER_ERR_END_OF_STREAM || code == 0) << code;
+            source.faults.at = 0;
+            ASSERT_EQ(broken.reset(), 0u);
+            const std::vector<Frame> frames = broken.read_all(1).frames;
+            ASSERT_EQ(frames.size(), expected.size());
+            for (size_t i = 0; i < frames.size(); ++i) {
+                ASSERT_TRUE(frames[i].data == expected[i].data) << "frame " << i;
+                ASSERT_EQ(frames[i].info.time_stamp, expected[i].info.time_stamp) << "frame " << i;
+            }
+        }
     });
 }
 
