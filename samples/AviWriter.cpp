@@ -60,8 +60,7 @@ void AviWriter::add_frame(const std::vector<uint8_t> &frame, bool key) {
     const auto size = static_cast<uint32_t>(frame.size());
     index_ += "00dc" + le32(key ? flag_key_frame : 0) + le32(movi_size_) + le32(size);
     file_ << "00dc" << le32(size) << std::string(frame.begin(), frame.end());
-    if (size % 2 != 0)
-        file_.put('\0');
+    if (size % 2 != 0) file_.put('\0');
     movi_size_ += 8 + size + size % 2;
     largest_ = std::max(largest_, size);
     ++frames_;

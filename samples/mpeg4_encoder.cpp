@@ -89,8 +89,7 @@ public:
     explicit Encoder(const Options &options)
         : options_(options), intra_(make_matrix(8, 3)), inter_(make_matrix(16, 2)) {}
     ~Encoder() {
-        if (handle_ != nullptr)
-            xvid_encore(handle_, XVID_ENC_DESTROY, nullptr, nullptr);
+        if (handle_ != nullptr) xvid_encore(handle_, XVID_ENC_DESTROY, nullptr, nullptr);
     }
     Encoder(const Encoder &) = delete;
     Encoder &operator=(const Encoder &) = delete;
@@ -98,8 +97,7 @@ public:
     bool open() {
         xvid_gbl_init_t global{};
         global.version = XVID_VERSION;
-        if (xvid_global(nullptr, XVID_GBL_INIT, &global, nullptr) < 0)
-            return false;
+        if (xvid_global(nullptr, XVID_GBL_INIT, &global, nullptr) < 0) return false;
         xvid_enc_create_t create{};
         create.version = XVID_VERSION;
         create.profile = options_.profile;
@@ -112,8 +110,7 @@ public:
         create.bquant_ratio = 150;
         create.bquant_offset = 100;
         create.global = options_.packed ? XVID_GLOBAL_PACKED : 0;
-        if (xvid_encore(nullptr, XVID_ENC_CREATE, &create, nullptr) < 0)
-            return false;
+        if (xvid_encore(nullptr, XVID_ENC_CREATE, &create, nullptr) < 0) return false;
         handle_ = create.handle;
         return true;
     }
@@ -129,10 +126,8 @@ public:
         xvid_enc_stats_t stats{};
         stats.version = XVID_VERSION;
         const int size = xvid_encore(handle_, XVID_ENC_ENCODE, &frame, &stats);
-        if (stats.type > XVID_TYPE_NOTHING)
-            ++pictures_[stats.type];
-        if (size < 0)
-            return false;
+        if (stats.type > XVID_TYPE_NOTHING) ++pictures_[stats.type];
+        if (size < 0) return false;
         buffer.resize(static_cast<size_t>(size));
         *out = {std::move(buffer), (frame.out_flags & XVID_KEYFRAME) != 0};
         return true;
@@ -215,8 +210,7 @@ public:
     }
 
     bool finish() {
-        if (avi_)
-            return avi_->finish();
+        if (avi_) return avi_->finish();
         raw_.flush();
         return raw_.good();
     }
@@ -241,8 +235,7 @@ int run(const Options &options) {
             std::fprintf(stderr, "picture %d could not be encoded\n", number);
             return 1;
         }
-        if (!frame.bytes.empty())
-            output.add(frame);
+        if (!frame.bytes.empty()) output.add(frame);
     }
     while (encoder.encode(nullptr, &frame) && !frame.bytes.empty())
         output.add(frame);

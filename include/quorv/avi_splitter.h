@@ -42,7 +42,8 @@ QUORV_API uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, 
  * SPLITER_ERR_BUFFER_TOO_SMALL for Huffman tables of more than 2048 bytes. Handles on failure are as for
  * AVI_SPLITER_GetHTTPParam.
  */
-QUORV_API uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode, SplitterHandle *handle);
+QUORV_API uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode,
+                                    SplitterHandle *handle);
 
 /*
  * Lists the tracks. list->entries belongs to the splitter and stays valid until Close.
@@ -76,8 +77,12 @@ QUORV_API uint32_t AVI_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t trac
  */
 QUORV_API uint32_t AVI_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size);
 
-/* Sets a setting. There is none: SPLITER_ERR_UNSUPPORTED, or SPLITER_ERR_INVALID_PARAM for a null handle or value. */
-QUORV_API uint32_t AVI_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, const void *value, uint32_t size);
+/*
+ * Sets a setting. There is none: SPLITER_ERR_UNSUPPORTED, or SPLITER_ERR_INVALID_PARAM for a null handle or
+ * value.
+ */
+QUORV_API uint32_t AVI_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, const void *value,
+                                         uint32_t size);
 
 /*
  * Copies the next frame of a video or audio track into the caller's buffer.

@@ -11,7 +11,8 @@
 
 /* Lets the compiler check the arguments of a function that takes a printf format. */
 #if defined(__GNUC__)
-#define QUORV_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
+#define QUORV_PRINTF(format_index, first_argument) \
+    __attribute__((format(printf, format_index, first_argument)))
 #else
 #define QUORV_PRINTF(format_index, first_argument)
 #endif

@@ -22,16 +22,16 @@ extern "C" {
 /* Result codes of every exported splitter function, unless the function says otherwise. A callback's own
  * nonzero code is passed on unchanged, except by the AVI header walk. */
 enum {
-    SPLITER_OK = 0,                       /* success */
-    SPLITER_ERR_IO = 1,                   /* a read, seek or signature check failed while an AVI header was parsed */
-    SPLITER_ERR_INVALID_PARAM = 2,        /* a null pointer, a bad track number, mode or track type */
-    SPLITER_ERR_UNSUPPORTED = 3,          /* nothing to give: no tracks, unknown identifier, no usable index */
-    SPLITER_ERR_NO_MEMORY = 4,            /* an allocation failed */
-    SPLITER_ERR_NO_PARSER = 5,            /* ASF only: a parser object is missing */
-    SPLITER_ERR_BUFFER_TOO_SMALL = 9,     /* the caller's buffer or record is too small */
-    SPLITER_ERR_DATA_PENDING = 0x3005,    /* ASF, progressive: the data has not arrived yet, call again later */
-    SPLITER_ERR_BAD_FORMAT = 0x81001,     /* not a valid or supported container, or inconsistent */
-    SPLITER_ERR_END_OF_STREAM = 0x81002   /* no further frame of this track */
+    SPLITER_OK = 0,                     /* success */
+    SPLITER_ERR_IO = 1,                 /* reading an AVI header: a read, seek or signature check failed */
+    SPLITER_ERR_INVALID_PARAM = 2,      /* a null pointer, a bad track number, mode or track type */
+    SPLITER_ERR_UNSUPPORTED = 3,        /* nothing to give: no tracks, unknown identifier, no usable index */
+    SPLITER_ERR_NO_MEMORY = 4,          /* an allocation failed */
+    SPLITER_ERR_NO_PARSER = 5,          /* ASF only: a parser object is missing */
+    SPLITER_ERR_BUFFER_TOO_SMALL = 9,   /* the caller's buffer or record is too small */
+    SPLITER_ERR_DATA_PENDING = 0x3005,  /* ASF, progressive: the data has not arrived yet, call again later */
+    SPLITER_ERR_BAD_FORMAT = 0x81001,   /* not a valid or supported container, or inconsistent */
+    SPLITER_ERR_END_OF_STREAM = 0x81002 /* no further frame of this track */
 };
 
 /* Track types. Only video and audio tracks can be read. */
@@ -43,7 +43,7 @@ enum {
 
 /* Values of SplitterStreamSource.source_kind; any value but SPLITER_SOURCE_LOCAL is progressive. */
 enum {
-    SPLITER_SOURCE_LOCAL = 1,      /* random access, such as a file: indexes are read when the header is parsed */
+    SPLITER_SOURCE_LOCAL = 1,      /* random access, such as a file: Open reads the indexes */
     SPLITER_SOURCE_PROGRESSIVE = 2 /* bytes arrive over time, such as a download */
 };
 
@@ -117,8 +117,8 @@ typedef struct SplitterVideoInfo {
 
 /* Description of an audio track, filled by GetTrackInfo. */
 typedef struct SplitterAudioInfo {
-    uint32_t codec;           /* FourCC, 0 when the codec is not known */
-    uint32_t duration;        /* milliseconds */
+    uint32_t codec;    /* FourCC, 0 when the codec is not known */
+    uint32_t duration; /* milliseconds */
     uint32_t channels;
     uint32_t bits_per_sample; /* 16 when the format does not say */
     uint32_t block_align;     /* bytes */
@@ -134,7 +134,7 @@ typedef struct SplitterFrameInfo {
     uint32_t time_stamp; /* presentation time, milliseconds */
     uint32_t duration;   /* milliseconds */
     uint32_t reserved1;
-    uint32_t key_frame;  /* 1 for a sync point, else 0 */
+    uint32_t key_frame; /* 1 for a sync point, else 0 */
     uint32_t reserved2;
 } SplitterFrameInfo;
 

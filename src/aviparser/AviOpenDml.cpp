@@ -96,7 +96,7 @@ bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const 
         const uint32_t count = std::min(left, per_block);
         if (!read_at(position, block_, count * expected)) return false;
         for (uint32_t i = 0; i < count; ++i) {
-            if (!add_entry(track, header, block_ + i * expected)) return false;
+            if (!add_entry(track, header, block_ + size_t{i} * expected)) return false;
         }
         left -= count;
         position += int64_t{count} * expected;

@@ -22,7 +22,8 @@ void SparseStore::copy(uint64_t position, void *to, size_t count) const {
         const uint64_t from = std::max(position, run->first);
         const uint64_t end = std::min(position + count, run->first + run->second.size());
         if (from >= end) continue;
-        memcpy(out + (from - position), run->second.data() + (from - run->first), static_cast<size_t>(end - from));
+        memcpy(out + (from - position), run->second.data() + (from - run->first),
+               static_cast<size_t>(end - from));
     }
 }
 

@@ -49,9 +49,11 @@ static int list_tracks(SplitterHandle handle) {
     if (AVI_SPLITER_EnumTrack(handle, &list) != SPLITER_OK) return 1;
     for (i = 0; i < list.count; i++) {
         const SplitterTrackEntry *entry = &list.entries[i];
-        if (AVI_SPLITER_ReadFrame(handle, entry->track, buffer, sizeof buffer, &frame) != SPLITER_OK) return 1;
-        printf("%u %c%c%c%c %u\n", (unsigned)entry->track, (int)(entry->type >> 24), (int)(entry->type >> 16 & 255),
-               (int)(entry->type >> 8 & 255), (int)(entry->type & 255), (unsigned)frame.size);
+        if (AVI_SPLITER_ReadFrame(handle, entry->track, buffer, sizeof buffer, &frame) != SPLITER_OK)
+            return 1;
+        printf("%u %c%c%c%c %u\n", (unsigned)entry->track, (int)(entry->type >> 24),
+               (int)(entry->type >> 16 & 255), (int)(entry->type >> 8 & 255), (int)(entry->type & 255),
+               (unsigned)frame.size);
     }
     return 0;
 }
