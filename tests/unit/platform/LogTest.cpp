@@ -7,8 +7,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 
-#include <algorithm>
-#include <set>
+#include <latch>
 #include <string>
 #include <thread>
 
@@ -195,8 +194,10 @@ TEST(Log, TwoThreadsOnTheContextsLogLoseAndTearNothing) {
     const std::string path = folder.path("log");
     const MPlatInitParams params = {0, 0, 0, nullptr, 0xFFFFFFFF, path.c_str(), 0};
     ASSERT_EQ(MPlatInitialize(&params), uint32_t{ResultOk});
-    constexpr int kMessages = 5000;
-    const auto work = [](char name) {
+    constexpr int kMessages = 30000;
+    std::latch both(2);
+    const auto work = [&both](char name) {
+        both.arrive_and_wait();
         for (int i = 0; i < kMessages; ++i) {
             if (i % 3 == 0) {
                 const std::string line = std::string(1, name) + " " + std::to_string(i) + "\n";

@@ -7,6 +7,7 @@
 #include <quorv/platform/memory.h>
 #include <string.h>
 
+#include <latch>
 #include <numeric>
 #include <string>
 #include <thread>
@@ -177,12 +178,16 @@ TEST(Trace, Tables) {
 
 TEST(Trace, TwoThreadsWriteWholeRecords) {
     TracingContext context;
-    const auto work = [](uint32_t name) {
+    constexpr uint32_t kRecords = 20000, kTexts = 2000;
+    std::latch records_begin(2), texts_begin(2);
+    const auto work = [&](uint32_t name) {
         const std::vector<uint32_t> values(40, name);
-        for (uint32_t i = 0; i < 2000; ++i) {
+        records_begin.arrive_and_wait();
+        for (uint32_t i = 0; i < kRecords; ++i)
             MSTATIC_MLogTraceData(1, name, i, 0, 0, values.data(), i % 40);
-            MSTATIC_MTableAddOneID(3, ("text " + std::to_string(i % 300)).c_str());
-        }
+        texts_begin.arrive_and_wait();
+        for (uint32_t i = 0; i < kTexts; ++i)
+            MSTATIC_MTableAddOneID(3, std::to_string(i).c_str());
     };
     std::thread one(work, 1), two(work, 2);
     one.join();
@@ -201,8 +206,8 @@ TEST(Trace, TwoThreadsWriteWholeRecords) {
         EXPECT_EQ(std::vector<uint32_t>(record.words.begin() + 4, record.words.end()),
                   std::vector<uint32_t>((next[name] - 1) % 40, name));
     }
-    EXPECT_EQ(next[1] + next[2], 4000u);
-    EXPECT_EQ(texts, 300u);
+    EXPECT_EQ(next[1] + next[2], 2 * kRecords);
+    EXPECT_EQ(texts, kTexts);
 }
 
 TEST(Trace, PrintedMessages) {
