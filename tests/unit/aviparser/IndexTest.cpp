@@ -72,28 +72,6 @@ TEST(AviIndex, EntriesMarkKeyFrames) {
     }
 }
 
-// An entry that repeats its predecessor's position is not added but takes its time. While a progressive
-// source plays, such an index leads the reading, with its time stamps.
-TEST(AviIndex, RepeatedEntriesTakeTheirTime) {
-    const Bytes bytes = file_with_index(
-        four_chunks(),
-        {{"00dc", 0x10, 4, 12}, {"00dc", 0x10, 4, 12}, {"00dc", 0x10, 24, 12}, {"00dc", 0, 44, 12}});
-    const std::pair<uint32_t, std::vector<uint32_t>> cases[] = {{SPLITER_SOURCE_LOCAL, {0, 40, 80}},
-                                                                {SPLITER_SOURCE_PROGRESSIVE, {0, 80, 120}}};
-    for (const auto &[kind, times] : cases) {
-        OpenedBytes avi(bytes, kind);
-        const FrameRun run = avi.file.read_all(1);
-        ASSERT_EQ(run.frames.size(), times.size());
-        for (size_t i = 0; i < times.size(); ++i) {
-            EXPECT_EQ(run.frames[i].info.time_stamp, times[i]);
-            EXPECT_EQ(run.frames[i].info.key_frame, times[i] == 0 || times[i] == 80 ? 1u : 0u);
-        }
-        uint32_t reached = 0;
-        EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_BACKWARD, &reached), 0u);
-        EXPECT_EQ(reached, 80u);
-    }
-}
-
 // Where the index repeats an entry only in a later block, every chunk still comes once and in order, and from
 // then on with the index's time stamps.
 TEST(AviIndex, LaterRepeatsLoseAndRepeatNoFrame) {
@@ -148,13 +126,6 @@ TEST(AviIndex, SecondStreamIsAllKeyFrames) {
         EXPECT_EQ(avi.file.is_seekable(track) != 0, track == 2);
 }
 
-TEST(AviIndex, NotSeekableWithoutIndexOrTrack) {
-    OpenedAvi avi(four_chunks());
-    for (const uint32_t track : {0u, 1u, 2u, 3u, UINT32_MAX})
-        EXPECT_EQ(avi.file.is_seekable(track), 0u) << track;
-    EXPECT_EQ(kAviSplitter.is_seekable(nullptr, 1), 0u);
-}
-
 // Chunks of any kind may stand between the media data and the index.
 TEST(AviIndex, IsFoundBehindOtherChunks) {
     AviBuilder builder({video_stream(tag("MJPG"))});
@@ -200,32 +171,10 @@ TEST(AviIndex, OpensWithOneBlockAndReadsOnWhenAsked) {
     EXPECT_EQ(reached, 12999u * 40);
     EXPECT_GE(avi.source.bytes_read, 13000u * 16);
     expect_frames(avi.file, avi.builder, 0, {.from = 12999});
-}
-
-// Playing a progressive source reads the index as the frames go by, and every key flag is right.
-TEST(AviIndex, GrowsWhilePlaying) {
-    OpenedAvi avi(long_video(9000), SPLITER_SOURCE_PROGRESSIVE);
-    EXPECT_LT(avi.source.bytes_read, kBlock);
-    expect_frames(avi.file, avi.builder, 0, {.count = 4000});
-    EXPECT_GE(avi.source.bytes_read, kBlock);
-    EXPECT_LT(avi.source.bytes_read, 4000 * 10 + 2 * kBlock);
-    expect_frames(avi.file, avi.builder, 0, {.from = 4000});
-}
-
-// Frames whose entries have the same position are one frame; the rest is read as if nothing had happened.
-TEST(AviIndex, NextKeyFrameIsFoundAcrossBlocks) {
-    OpenedAvi avi(long_video(9000));
-    avi.file.read_all(1, 1);
-    uint32_t time = 0;
-    EXPECT_EQ(avi.file.next_key_time(1, &time), 0u);
-    EXPECT_EQ(time, 4990u * 40);
-    EXPECT_EQ(avi.file.seek(1, UINT32_MAX, SPLITER_SEEK_BACKWARD, &time), 0u);
-    EXPECT_EQ(time, 4990u * 40);
-    EXPECT_EQ(avi.file.seek(1, UINT32_MAX, SPLITER_SEEK_BACKWARD, &time), 0u);
-    EXPECT_EQ(time, 8999u * 40);
-    EXPECT_EQ(avi.file.seek(1, UINT32_MAX, SPLITER_SEEK_BACKWARD, &time),
-              uint32_t{SPLITER_ERR_END_OF_STREAM});
-    expect_frames(avi.file, avi.builder, 0, {.from = 8999});
+    // A source that is still arriving reads the index as the frames go by, and every key flag is right.
+    OpenedAvi progressive(avi.builder, SPLITER_SOURCE_PROGRESSIVE);
+    EXPECT_LT(progressive.source.bytes_read, kBlock);
+    expect_frames(progressive.file, progressive.builder, 0);
 }
 
 // A million entries: one block at open, memory that stays within the array's growth factor.

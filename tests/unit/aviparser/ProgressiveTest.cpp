@@ -40,24 +40,6 @@ TEST(AviProgressive, HttpParamSaysWhetherTheIndexWasRead) {
     }
 }
 
-TEST(AviProgressive, HttpParamReadsALongIndexToItsEnd) {
-    AviBuilder builder({video_stream(tag("MJPG"))});
-    for (size_t i = 0; i < 9000; ++i)
-        builder.frame(0, size_t{2}, i % 100 == 0);
-    const SparseStore bytes = builder.build();
-    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE);
-    const SplitterStreamSource record = source.record();
-    SplitterHandle handle = nullptr;
-    SplitterHttpParam param = {};
-    ASSERT_EQ(AVI_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
-    EXPECT_EQ(param.index_flag, 1u);
-    SplitterFile file(kAviSplitter, handle);
-    const uint64_t before = source.bytes_read;
-    EXPECT_EQ(file.seek(1, 8900 * 40, SPLITER_SEEK_BACKWARD), 0u);
-    EXPECT_EQ(source.bytes_read, before);
-    expect_frames(file, builder, 0, {.from = 8900});
-}
-
 // Called again and again while the bytes come in, with a new handle or with the old one.
 TEST(AviProgressive, OpenSucceedsOnceTheHeaderHasArrived) {
     for (SampleFile &sample : avi_sample_files()) {
