@@ -22,7 +22,7 @@ namespace {
 using namespace quorv::bench;
 
 constexpr size_t kPlainBlock = 65536;
-constexpr int kRepetitions = 15;
+constexpr size_t kTurns = 15;
 
 int read_plainly(const std::string &path) {
     const int file = open(path.c_str(), O_RDONLY);
@@ -51,22 +51,36 @@ std::vector<std::string> peer_command(const std::string &path, Sound sound) {
 
 struct Contender {
     std::vector<std::string> command;
-    double best = 1e9;
+    std::vector<double> seconds = {};  // of each turn
 };
 
-// The contenders take turns, so that a slow phase of the machine meets them all; the least time of each
-// counts.
+using Times = std::vector<double>;  // of the contenders in one turn
+
+// The median over all turns of what `value` makes of their times.
+double median(const std::vector<Contender> &contenders, const std::function<double(const Times &)> &value) {
+    std::vector<double> values;
+    for (size_t turn = 0; turn < kTurns; ++turn) {
+        Times times;
+        for (const Contender &contender : contenders)
+            times.push_back(contender.seconds[turn]);
+        values.push_back(value(times));
+    }
+    const auto middle = values.begin() + kTurns / 2;
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// The contenders take turns, and only times of the same turn are compared: they met the same machine.
 void measure(std::vector<Contender> &contenders) {
-    for (int i = 0; i < kRepetitions; ++i) {
+    for (size_t turn = 0; turn < kTurns; ++turn) {
         for (Contender &contender : contenders) {
             const ChildUsage usage = run_child(contender.command);
-            if (usage.disk_blocks_in == 0) contender.best = std::min(contender.best, usage.cpu_seconds);
+            if (usage.disk_blocks_in != 0) {
+                std::cerr << contender.command[0] << ": the file did not stay in the page cache\n";
+                exit(EXIT_FAILURE);
+            }
+            contender.seconds.push_back(usage.cpu_seconds);
         }
-    }
-    for (const Contender &contender : contenders) {
-        if (contender.best < 1e9) continue;
-        std::cerr << contender.command[0] << ": the file did not stay in the page cache\n";
-        exit(EXIT_FAILURE);
     }
 }
 
@@ -90,17 +104,22 @@ void measure_file(const std::string &self, const std::filesystem::path &folder, 
     sync();
     read_plainly(large);
 
+    enum Who : size_t { Plain, Buffered, Pread, Peer, PeerStart };
     std::vector<Contender> contenders;
-    for (const char *role : {"plain", "pread", "buffered"})
+    for (const char *role : {"plain", "buffered", "pread"})
         contenders.push_back({{self, "--role", role, large}});
     contenders.push_back({peer_command(large, sound)});
     contenders.push_back({peer_command(tiny, sound)});
     measure(contenders);
-    const double plain = contenders[0].best, pread = contenders[1].best, buffered = contenders[2].best;
-    const double peer = contenders[3].best, peer_start = contenders[4].best;
-    printf("| %u KB | %s | %.3f | %.3f | %.2f | %.3f | %.2f | %.3f | %.1f | %.1f |\n", frame_kilobytes,
-           tracks_text(sound), plain, buffered, buffered / plain, pread, pread / plain, peer, peer / buffered,
-           (peer - peer_start) / buffered);
+
+    printf("| %u KB | %s |", frame_kilobytes, tracks_text(sound));
+    for (const Who which : {Plain, Buffered, Pread, Peer})
+        printf(" %.3f |", median(contenders, [which](const Times &t) { return t[which]; }));
+    for (const Who which : {Buffered, Pread})
+        printf(" %.2f |", median(contenders, [which](const Times &t) { return t[which] / t[Plain]; }));
+    printf(" %.1f |", median(contenders, [](const Times &t) { return t[Peer] / t[Buffered]; }));
+    printf(" %.1f |\n",
+           median(contenders, [](const Times &t) { return (t[Peer] - t[PeerStart]) / t[Buffered]; }));
     fflush(stdout);
 }
 
@@ -108,25 +127,22 @@ void measure_file(const std::string &self, const std::filesystem::path &folder, 
 
 int main(int argc, char **argv) {
     CLI::App app("CPU time of reading 1 GB AVI files from disk");
-    std::string folder = std::filesystem::temp_directory_path(), role, file;
-    app.add_option("--folder", folder, "where there is room for the files")->check(CLI::ExistingDirectory);
+    std::vector<uint32_t> sizes{4, 64, 256};
+    std::string role, path;
+    app.add_option("--sizes", sizes, "video frames, in kilobytes of 1024")->check(CLI::Range(1, 256));
     app.add_option("--role", role, "be one of the measured processes, for this file")
         ->check(CLI::IsMember({"plain", "pread", "buffered"}));
-    app.add_option("file", file, "");
+    app.add_option("folder", path, "where the files are made; they stay there")->required();
     CLI11_PARSE(app, argc, argv);
-    if (!role.empty()) return role == "plain" ? read_plainly(file) : read_frames(file, role == "buffered");
+    if (!role.empty()) return role == "plain" ? read_plainly(path) : read_frames(path, role == "buffered");
 
-    const std::filesystem::path work =
-        std::filesystem::path(folder) / ("quorv-bench-" + std::to_string(getpid()));
-    std::filesystem::create_directories(work);
     puts(
-        "| video frame | tracks | plain read, s | buffered, s | / plain | pread, s | / plain | avidemux, s | "
-        "avidemux / buffered | without its start |");
-    puts("| ---: | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |");
-    for (const uint32_t frame_kilobytes : {4u, 64u, 256u}) {
+        "| video frame | tracks | plain read, s | buffered, s | pread, s | avidemux, s | buffered / plain "
+        "| pread / plain | avidemux / buffered | without its start |\n"
+        "| ---: | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |");
+    for (const uint32_t frame_kilobytes : sizes) {
         for (const Sound sound : {Sound::None, Sound::Mp3, Sound::Pcm})
-            measure_file(std::filesystem::canonical("/proc/self/exe"), work, frame_kilobytes, sound);
+            measure_file(std::filesystem::canonical("/proc/self/exe"), path, frame_kilobytes, sound);
     }
-    std::filesystem::remove_all(work);
     return 0;
 }
