@@ -35,7 +35,7 @@ AviTrack *find_track(const AviContext *context, uint32_t track) {
 // Takes the context that the handle holds, or makes one and opens its stream.
 uint32_t acquire_context(const SplitterStreamSource *source, SplitterHandle handle, AviContext **context) {
     *context = context_of(handle);
-    if (*context != nullptr) return SPLITER_OK;
+    if (*context != nullptr) return (*context)->closing ? SPLITER_ERR_INVALID_PARAM : SPLITER_OK;
     *context = avi_new_context(*source);
     if (*context == nullptr) return SPLITER_ERR_NO_MEMORY;
     const uint32_t code = (*context)->source.open(StreamAccess::Read);
@@ -180,7 +180,7 @@ uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode, Spl
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;
     if (!context->header_parsed) code = avi_read_header(context);
-    if (code == SPLITER_OK) code = rewind_all(context);
+    if (code == SPLITER_OK) rewind_all(context);
     return release_context(context, handle, code);
 }
 
@@ -245,7 +245,9 @@ uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
     packet.data = static_cast<uint8_t *>(buffer);
     packet.size = static_cast<int32_t>(std::min<uint32_t>(size, INT32_MAX));
     const uint32_t code = read_checked_packet(context, record, &packet);
-    if (code == SPLITER_ERR_BUFFER_TOO_SMALL) frame->size = static_cast<uint32_t>(packet.size);
+    // A callback may fail with the same code; then no size is needed.
+    const auto needed = static_cast<uint32_t>(packet.size);
+    if (code == SPLITER_ERR_BUFFER_TOO_SMALL && needed > size) frame->size = needed;
     if (code != SPLITER_OK) return code;
 
     strip_codec_data(record, &packet);
@@ -264,8 +266,10 @@ uint32_t AVI_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time,
 }
 
 uint32_t AVI_SPLITER_Reset(SplitterHandle handle) {
-    if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    return rewind_all(context_of(handle));
+    AviContext *context = context_of(handle);
+    if (context == nullptr || context->closing) return SPLITER_ERR_INVALID_PARAM;
+    rewind_all(context);
+    return SPLITER_OK;
 }
 
 uint32_t AVI_SPLITER_IsSeekable(SplitterHandle handle, uint32_t track) {
@@ -284,6 +288,7 @@ uint32_t AVI_SPLITER_Close(SplitterHandle handle) {
     AviContext *context = context_of(handle);
     // What cannot be closed now holds nothing any more: it can only be closed again.
     avi_clear_header(context);
+    context->closing = true;
     const uint32_t code = context->source.close();
     if (code != SPLITER_OK) return code;
     avi_free_context(context);

@@ -12,7 +12,7 @@
 namespace quorv {
 
 namespace {
-constexpr uint32_t kGrowth = 65536;
+constexpr uint32_t kFirstBytes = 65536;
 }
 
 uint32_t AviChunkReader::field(uint32_t width) {
@@ -39,16 +39,19 @@ uint32_t AviChunkReader::read_bytes(uint32_t size, uint8_t **bytes, uint32_t *le
     size = std::min(size, left_);
     left_ -= size;
     uint8_t *buffer = nullptr;
-    uint32_t done = 0, delivered = kGrowth;
-    while (done < size && delivered == kGrowth && !failed_) {
-        const uint32_t step = std::min(size - done, kGrowth);
+    uint32_t done = 0;
+    bool more = true;
+    while (done < size && more && !failed_) {
+        const uint32_t step = std::min(size - done, std::max(kFirstBytes, done));
         void *grown = MMemRealloc(nullptr, buffer, size_t{done} + step + kAviSpareBytes);
         if (grown == nullptr) {
             MMemFree(nullptr, buffer);
             return SPLITER_ERR_NO_MEMORY;
         }
         buffer = static_cast<uint8_t *>(grown);
+        uint32_t delivered = 0;
         failed_ = source_->read_fully(buffer + done, step, &delivered) != 0;
+        more = delivered == step;
         done += delivered;
     }
     if (buffer != nullptr) memset(buffer + done, 0, kAviSpareBytes);

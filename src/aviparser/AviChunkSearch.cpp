@@ -66,9 +66,10 @@ uint32_t AviChunkSearch::fill() {
     uint32_t delivered = 0;
     uint32_t code = context_.source.move_to(window_start_ + filled_);
     if (code == 0) code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
-    if (code != 0) return code;
     filled_ += delivered;
-    return filled_ >= kAviChunkHeaderBytes ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
+    // A failure beyond the header at hand matters only to those who come as far.
+    if (filled_ >= kAviChunkHeaderBytes) return SPLITER_OK;
+    return code != 0 ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
 }
 
 AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
@@ -120,11 +121,13 @@ uint32_t AviChunkSearch::next(AviChunk *chunk) {
             const uint32_t code = avi_extend_media(&context_, &extended);
             // Behind the end of a source of unknown size every read may fail.
             if (code != SPLITER_OK && context_.source_size > 0) return code;
-            if (!extended) return SPLITER_ERR_END_OF_STREAM;
-            continue;
+            if (extended) continue;
+            reached_end_ = true;
+            return SPLITER_ERR_END_OF_STREAM;
         }
         // In front of a known chunk, an odd position is that of a pad byte.
-        if ((position() & 1) != 0 && context_.seen_headers.find(position() + 1) != nullptr)
+        if (bytes_in_a_row_ == 0 && (position() & 1) != 0 &&
+            context_.seen_headers.find(position() + 1) != nullptr)
             jump(position() + 1);
         const uint8_t *header = context_.seen_headers.find(position());
         if (header == nullptr || classify(header) == Step::Byte) {

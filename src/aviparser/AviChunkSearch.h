@@ -24,6 +24,9 @@ public:
     // the media data and the resynchronisation limit; a callback's code.
     uint32_t next(AviChunk *chunk);
 
+    // Whether the search has come to the end of the media data, with nothing left to be read.
+    bool reached_end() const { return reached_end_; }
+
 private:
     // What to do with the bytes at the position.
     enum class Step { Byte, ListHeader, Chunk, Palette, Accept };
@@ -42,7 +45,8 @@ private:
     uint32_t offset_ = 0;  // of the position in the window
     uint32_t filled_ = 0;
     uint32_t bytes_in_a_row_ = 0;  // stepped over since the last chunk
-    uint32_t lost_bytes_ = 0;      // that belong to no chunk, in the whole search
+    bool reached_end_ = false;
+    uint32_t lost_bytes_ = 0;  // that belong to no chunk, in the whole search
 };
 
 }  // namespace quorv

@@ -56,8 +56,10 @@ void avi_clear_header(AviContext *context) {
     // Only the stream and the list that a caller may hold outlive the header.
     const StreamSource source = context->source;
     SplitterTrackEntry *track_list = context->track_list;
+    const bool closing = context->closing;
     *context = AviContext{};
     context->source = source;
+    context->closing = closing;
     context->track_list = track_list;
 }
 

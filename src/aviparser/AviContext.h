@@ -40,6 +40,7 @@ struct AviIndexArray {
     uint32_t count;
     uint32_t allocated_bytes;
     uint32_t key_frame_count;  // of the appended entries
+    bool out_of_file_order;    // some entry's chunk lies before that of an earlier entry
 };
 
 // How far a stream has been read, and what decides how its chunks are cut into pieces.
@@ -77,7 +78,6 @@ struct AviTrack {
     AviRational time_base;
     uint32_t length;  // frames or samples, as the stream header says
     AviIndexArray index;
-    uint32_t next_entry;  // of the index, behind that of the frame read last; it may be any number
     AviStreamState *state;
     uint32_t handler;
     int32_t chunk_state;  // kAviNoChunk, or the stream number while a chunk is delivered in pieces
@@ -85,6 +85,8 @@ struct AviTrack {
     uint32_t huffman_length;
     AviPendingStrip strip;
     AviVolSearch vol_search;
+    // Where the last search that reached the end of the media data began and ended; it need not be repeated.
+    int64_t exhausted_from, exhausted_to;
     int64_t opendml_position;  // of the data of the track's "indx" chunk
     uint32_t opendml_size;     // 0 when there is none
     bool has_opendml_index;
@@ -94,6 +96,7 @@ inline constexpr int32_t kAviNoChunk = -1;
 
 struct AviContext {
     StreamSource source;
+    bool closing;  // a Close has failed: only another Close is left
     AviTrack *tracks[kAviMaxTracks];
     uint32_t track_count;
     SplitterTrackEntry *track_list;  // room for kAviMaxTracks entries
@@ -112,8 +115,9 @@ struct AviContext {
     int64_t next_segment;  // where a further RIFF chunk may begin; 0 when there is none
 
     // Legacy index.
-    int64_t idx1_position;  // next unread byte, 0 while the chunk has not been found
-    int64_t idx1_end;
+    int64_t idx1_position;      // next unread byte, 0 while the chunk has not been found
+    int64_t idx1_end;           // where reading entries ends
+    int64_t idx1_declared_end;  // where the chunk itself says that it ends
     int64_t idx1_base;
     int64_t idx1_previous;  // position of the entry before
     uint8_t *idx1_block;

@@ -23,6 +23,8 @@ namespace {
 
 // A chunk of the header that is larger than this and has no known tag is media data without a "movi" list.
 constexpr uint32_t kHeaderChunkLimit = 1000000;
+// Leaves room to add a chunk's size to a position.
+constexpr int64_t kMaxPosition = INT64_MAX - (int64_t{1} << 34);
 // In the main header's flags: the frames can only be found through the index.
 constexpr uint32_t kMustUseIndex = 0x20;
 
@@ -83,7 +85,7 @@ uint32_t HeaderWalk::run() {
             return SPLITER_ERR_IO;
         }
         const int64_t data_start = avi_url_fstell(&source_);
-        if (data_start < 0) return SPLITER_ERR_IO;
+        if (data_start < 0 || data_start > kMaxPosition) return SPLITER_ERR_IO;
         // A source that reports success and delivers nothing would be walked for ever.
         if (data_start <= position) return SPLITER_ERR_END_OF_STREAM;
         if (zero_run.too_long(tag, size)) return SPLITER_ERR_END_OF_STREAM;
@@ -106,7 +108,8 @@ uint32_t HeaderWalk::parse_list(int64_t data_start, uint32_t size, int64_t *next
         *found_media = true;
         return SPLITER_OK;
     }
-    list_end_ = std::min(data_start + int64_t{size}, context_.file_end);
+    // Writers that were cut off, and those of AMV files, leave the sizes of lists at 0.
+    list_end_ = size == 0 ? context_.file_end : std::min(data_start + int64_t{size}, context_.file_end);
     // Nothing of the information list reaches the interface; the other lists are walked chunk by chunk.
     if (type != avi_tag("INFO")) *next = data_start + 4;
     return SPLITER_OK;

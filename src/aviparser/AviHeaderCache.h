@@ -27,7 +27,8 @@ public:
 
 private:
     struct Entry {
-        int64_t position;  // 0, the file's own header, in an empty entry
+        // 0 in an empty entry; asked for position 0 it answers with zero bytes, which are no chunk's header.
+        int64_t position;
         uint8_t bytes[kAviChunkHeaderBytes];
     };
 

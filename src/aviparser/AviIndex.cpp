@@ -34,12 +34,13 @@ Idx1Entry parse_entry(const uint8_t *bytes) {
             avi_le32(bytes + 12)};
 }
 
-void add_entry(AviContext *context, const Idx1Entry &entry) {
-    if (entry.stream >= context->track_count) return;
+// False for an entry of a stream that this file does not declare.
+bool add_entry(AviContext *context, const Idx1Entry &entry) {
+    if (entry.stream >= context->track_count) return false;
     AviTrack *track = context->tracks[entry.stream];
     AviStreamState &state = *track->state;
     // An OpenDML index is the better one; this file carries both.
-    if (track->has_opendml_index) return;
+    if (track->has_opendml_index) return true;
 
     const int64_t position = context->idx1_base + entry.offset;
     const bool repeated = position == context->idx1_previous;
@@ -52,47 +53,49 @@ void add_entry(AviContext *context, const Idx1Entry &entry) {
     }
     state.index_timestamp += avi_piece_duration(state, entry.size);
     context->idx1_previous = position;
+    return true;
 }
 
 // What must be known before the first entry: whether offsets count from the start of the file or of the media
 // data, and where the bytes that may be entries end.
 uint32_t start_index(AviContext *context) {
+    int64_t end = context->file_end;
+    // Entries are read up to the end of the file, whatever the chunk's own size says; but a further segment
+    // is gigabytes of media.
+    const int64_t segment = context->riff_end + (context->riff_end & 1);
+    if (segment > context->idx1_position && segment < end) {
+        bool is_segment = false;
+        const uint32_t code = avi_is_segment(context, segment, &is_segment);
+        if (code != SPLITER_OK) return code;
+        if (is_segment) end = segment;
+    }
     context->idx1_block = static_cast<uint8_t *>(MMemAlloc(nullptr, kBlockBytes));
     if (context->idx1_block == nullptr) return SPLITER_ERR_NO_MEMORY;
     context->idx1_previous = kUnset;
     context->idx1_base = kUnset;
-    context->idx1_end = context->file_end;
-    // Entries are read up to the end of the file, whatever the chunk's own size says; but a further segment
-    // is gigabytes of media.
-    const int64_t segment = context->riff_end + (context->riff_end & 1);
-    if (segment > context->idx1_position && segment < context->idx1_end && avi_is_segment(context, segment)) {
-        context->idx1_end = segment;
-    }
+    context->idx1_end = end;
     return SPLITER_OK;
-}
-
-uint32_t fail_index(AviContext *context, uint32_t code) {
-    context->index_complete = true;
-    context->index_read_failed = true;
-    return code;
 }
 
 uint32_t search_idx1(AviContext *context) {
     StreamSource &source = context->source;
     int64_t position = context->movi_end;
     AviZeroRun zero_run;
-    while (context->file_end - position >= 8) {
-        uint8_t header[8];
+    while (context->file_end - position >= kAviChunkHeaderBytes) {
+        uint8_t header[kAviChunkHeaderBytes];
         uint32_t delivered = 0;
         if (source.move_to(position) != 0) return SPLITER_OK;
         if (source.read_fully(header, sizeof(header), &delivered) != 0) return SPLITER_OK;
         const uint32_t tag = avi_le32(header), size = avi_le32(header + 4);
+        // What the source's size promises and does not come has not arrived yet.
+        if (delivered < sizeof(header) && context->source_size > 0) return SPLITER_OK;
         if (delivered < sizeof(header) || zero_run.too_long(tag, size)) break;
         if (tag == avi_tag("idx1")) {
-            context->idx1_position = position + 8;
+            context->idx1_position = position + kAviChunkHeaderBytes;
+            context->idx1_declared_end = context->idx1_position + size;
             return avi_read_idx1(context);
         }
-        position += 8 + avi_padded(size);
+        position += kAviChunkHeaderBytes + avi_padded(size);
     }
     context->index_absent = true;
     return SPLITER_OK;
@@ -106,23 +109,29 @@ uint32_t avi_read_idx1(AviContext *context) {
         if (code != SPLITER_OK) return code;
     }
     StreamSource &source = context->source;
-    const int64_t left = std::max<int64_t>(context->idx1_end - context->idx1_position, 0);
+    const int64_t start = context->idx1_position;
+    const int64_t left = std::max<int64_t>(context->idx1_end - start, 0);
     const auto size = static_cast<uint32_t>(std::min<int64_t>(left, kBlockBytes));
     uint32_t delivered = 0;
-    uint32_t code = source.move_to(context->idx1_position);
-    if (code == 0) code = source.read_fully(context->idx1_block, size, &delivered);
-    if (code != 0) return fail_index(context, code);
-
-    context->idx1_position += size;
+    uint32_t code = source.move_to(start);
+    if (code != SPLITER_OK) return code;
+    code = source.read_fully(context->idx1_block, size, &delivered);
+    context->idx1_position += delivered;
+    context->index_read_failed = delivered < size;
     if (delivered < kBlockBytes) context->index_complete = true;
+
     if (context->idx1_base == kUnset && delivered >= kEntryBytes) {
         const bool absolute = int64_t{avi_le32(context->idx1_block + 8)} > context->media_start;
         context->idx1_base = absolute ? 0 : context->media_start;
     }
+    bool any_known = false;
     for (uint32_t at = 0; delivered - at >= kEntryBytes; at += kEntryBytes) {
-        add_entry(context, parse_entry(context->idx1_block + at));
+        if (add_entry(context, parse_entry(context->idx1_block + at))) any_known = true;
     }
-    return SPLITER_OK;
+    // Behind the chunk, a block in which nothing looks like an entry ends it: the rest of the file may be
+    // huge.
+    if (!any_known && start >= context->idx1_declared_end) context->index_complete = true;
+    return code;
 }
 
 uint32_t avi_load_index(AviContext *context) {
@@ -133,6 +142,7 @@ uint32_t avi_load_index(AviContext *context) {
     }
     const int64_t remembered = avi_url_fstell(&context->source);
     const uint32_t code = context->idx1_position == 0 ? search_idx1(context) : avi_read_idx1(context);
+    // Out of memory is told from a callback's own code by the block that could not be had.
     if (code == SPLITER_ERR_NO_MEMORY && context->idx1_block == nullptr) return code;
     return context->source.is_local() ? context->source.move_to(remembered) : uint32_t{SPLITER_OK};
 }

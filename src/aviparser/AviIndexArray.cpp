@@ -26,12 +26,14 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
     index->entries = static_cast<AviIndexEntry *>(grown);
 
     int32_t place = avi_index_search_timestamp(index, timestamp, kAviSearchAnyFrame);
-    AviIndexEntry *entry = index->entries + place;
-    if (place < 0) {
+    const bool append = place < 0;
+    if (append) {
         place = static_cast<int32_t>(index->count);
-        entry = index->entries + place;
         ++index->count;
         if (flags == kAviIndexKeyFrame) ++index->key_frame_count;
+    }
+    AviIndexEntry *entry = index->entries + place;
+    if (append) {
         avi_assert(place == 0 || entry[-1].timestamp < timestamp, "index==0 || ie[-1].timestamp < timestamp",
                    "../../../src/aviparser/AviUtils");
     } else if (entry->timestamp != timestamp) {
@@ -41,6 +43,7 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
     } else if (entry->pos == pos && entry->distance > distance) {
         distance = entry->distance;
     }
+    if (!append || (place > 0 && entry[-1].pos >= pos)) index->out_of_file_order = true;
     *entry = {pos, timestamp, (flags & 3) | size << 2, distance};
     return place;
 }

@@ -16,6 +16,8 @@ namespace {
 constexpr uint32_t kIndexHeaderBytes = 24;
 constexpr uint32_t kSuperEntryBytes = 16;
 constexpr uint32_t kBlockBytes = 65536;
+// Leaves room to add a chunk's size to a position.
+constexpr int64_t kMaxPosition = INT64_MAX - (int64_t{1} << 34);
 constexpr uint32_t kNotKeyFrame = 0x80000000;
 
 enum IndexType : uint8_t { kIndexOfIndexes = 0, kIndexOfChunks = 1 };
@@ -30,7 +32,10 @@ struct IndexHeader {
 
 class OpenDmlReader {
 public:
-    OpenDmlReader(AviContext *context, uint8_t *block) : context_(*context), block_(block) {}
+    OpenDmlReader(AviContext *context, uint8_t *block) : context_(*context), block_(block) {
+        const int64_t size = context->source_size;
+        if (size > 0) entries_left_ = static_cast<uint64_t>(size) / kAviChunkHeaderBytes;
+    }
 
     // False when the index is damaged, or there was no memory for an entry.
     bool read_track(AviTrack *track);
@@ -44,7 +49,7 @@ private:
 
     AviContext &context_;
     uint8_t *block_;
-    uint64_t entries_left_ = 0;  // that the source can have chunks for
+    uint64_t entries_left_ = kAviMaxIndexEntries;  // of all tracks, that the source can have chunks for
 };
 
 bool OpenDmlReader::read_at(int64_t position, void *buffer, uint32_t count) {
@@ -77,7 +82,9 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kAviChunkHeaderBytes, &position) ||
         position < 0)
         return false;
-    if (length != 0 || state.sample_size == 0) {
+    const bool repeated =
+        track->index.count != 0 && track->index.entries[track->index.count - 1].pos == position;
+    if (!repeated && (length != 0 || state.sample_size == 0)) {
         const uint32_t flags = (size & kNotKeyFrame) != 0 ? 0 : kAviIndexKeyFrame;
         if (avi_add_index_entry(&track->index, position, state.index_timestamp, length, 0, flags) < 0)
             return false;
@@ -112,13 +119,13 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
             return false;
         const auto chunk_start = static_cast<int64_t>(avi_le64(entry));
-        if (chunk_start > INT64_MAX - kAviChunkHeaderBytes || !read_at(chunk_start, chunk, sizeof(chunk)))
-            return false;
+        if (chunk_start > kMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
         IndexHeader inner = {};
         const uint32_t chunk_size = avi_le32(chunk + 4);
         if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;
-        // Where the source's size does not limit the entries, its bytes do: none counts twice.
-        if (context_.source_size <= 0 && chunk_start < previous_end) return false;
+        // The index chunks of a stream follow each other. None counts twice: a small file could make a huge
+        // index.
+        if (chunk_start < previous_end) return false;
         previous_end = chunk_start + kAviChunkHeaderBytes + chunk_size;
         // One level only: an index of indexes that points to another could point to itself.
         if (inner.type != kIndexOfChunks ||
@@ -129,9 +136,6 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
 }
 
 bool OpenDmlReader::read_track(AviTrack *track) {
-    const int64_t source_size = context_.source_size;
-    entries_left_ =
-        source_size > 0 ? static_cast<uint64_t>(source_size) / kAviChunkHeaderBytes : kAviMaxIndexEntries;
     IndexHeader header = {};
     if (!read_header(track->opendml_position, track->opendml_size, &header)) return false;
     if (header.type == kIndexOfIndexes) return read_super_index(track, track->opendml_position, header);

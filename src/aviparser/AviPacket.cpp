@@ -20,28 +20,21 @@ constexpr uint32_t kMaxPiece = INT32_MAX;
 constexpr uint32_t kLargeSample = 32;
 constexpr uint32_t kSamplesPerPiece = 1024;
 
-// The first entry whose chunk begins no earlier. A track's entries stand in the order of its chunks.
+// The first entry whose chunk begins no earlier.
 uint32_t first_entry_from(const AviIndexArray &index, int64_t position) {
-    uint32_t begin = 0, end = index.count;
-    while (begin < end) {
-        const uint32_t middle = begin + (end - begin) / 2;
-        if (index.entries[middle].pos < position) {
-            begin = middle + 1;
-        } else {
-            end = middle;
-        }
-    }
-    return begin;
+    const AviIndexEntry *begin = index.entries, *end = begin + index.count;
+    const auto begins_before = [](const AviIndexEntry &entry, int64_t wanted) { return entry.pos < wanted; };
+    return static_cast<uint32_t>(std::lower_bound(begin, end, position, begins_before) - begin);
 }
 
 // Where the search for the track's next chunk starts. In a file that is not interleaved the index says it,
 // and also how many frames it has no chunk for before that.
 int64_t search_start(const AviContext &context, const AviTrack &track, int64_t *skipped) {
     *skipped = 0;
-    if (!context.non_interleaved) return track.read_position;
-    const uint32_t place = first_entry_from(track.index, track.read_position);
-    if (place == track.index.count) return track.read_position;
-    const AviIndexEntry &next = track.index.entries[place];
+    if (!context.non_interleaved || track.index.out_of_file_order) return track.read_position;
+    const uint32_t number = first_entry_from(track.index, track.read_position);
+    if (number == track.index.count) return track.read_position;
+    const AviIndexEntry &next = track.index.entries[number];
     *skipped = std::max<int64_t>(next.timestamp - track.state->frame_offset, 0);
     return next.pos;
 }
@@ -50,36 +43,29 @@ bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {
     return index.count == 0 || index.entries[index.count - 1].pos < chunk_position;
 }
 
-uint32_t key_flag(AviTrack *track) {
-    if (track->type != SPLITER_TRACK_VIDEO) return kAviPacketKeyFrame;
-    const AviIndexArray &index = track->index;
-    const int64_t timestamp = track->state->frame_offset;
-    if (index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
-    // Time stamps in the index are unique, so the entry behind the latest one needs no search when it fits.
-    uint32_t place = track->next_entry;
-    if (place >= index.count || index.entries[place].timestamp != timestamp) {
-        const int32_t found =
-            avi_index_search_timestamp(&index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
-        if (found < 0) return 0;
-        place = static_cast<uint32_t>(found);
-    }
-    track->next_entry = place + 1;
-    const AviIndexEntry &entry = index.entries[place];
-    return entry.timestamp == timestamp && avi_is_key_entry(entry) ? kAviPacketKeyFrame : 0;
+bool is_exhausted(const AviContext &context, const AviTrack &track) {
+    return track.exhausted_to == context.media_end && track.exhausted_from == track.read_position &&
+           context.next_segment == 0 && track.exhausted_to != 0;
 }
 
-// What the caller's buffer must hold for a piece. A chunk too large for one piece is reported whole.
-uint64_t needed_capacity(const AviStreamState &state, uint32_t piece) {
-    const uint64_t payload = piece == kMaxPiece ? state.bytes_left : piece;
-    return payload + (state.palette_changed ? kAviPaletteBytes : 0);
+uint32_t key_flag(const AviTrack &track) {
+    if (track.type != SPLITER_TRACK_VIDEO) return kAviPacketKeyFrame;
+    const int64_t timestamp = track.state->frame_offset;
+    if (track.index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
+    const int32_t number =
+        avi_index_search_timestamp(&track.index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
+    if (number < 0) return 0;
+    const AviIndexEntry &entry = track.index.entries[number];
+    return entry.timestamp == timestamp && avi_is_key_entry(entry) ? kAviPacketKeyFrame : 0;
 }
 
 uint32_t read_piece(AviContext *context, AviStreamState *state, AviPacket *packet) {
     const uint32_t size = avi_piece_size(*state);
-    const uint64_t needed = needed_capacity(*state, size);
-    const uint64_t available = size + (state->palette_changed ? uint64_t{kAviPaletteBytes} : 0);
-    if (packet->size < 0 || static_cast<uint64_t>(packet->size) < available) {
-        packet->size = static_cast<int32_t>(saturate_to_u32(needed));
+    const uint64_t appended = state->palette_changed ? kAviPaletteBytes : 0;
+    if (packet->size < 0 || static_cast<uint64_t>(packet->size) < size + appended) {
+        // A chunk too large for one piece is reported whole.
+        const uint32_t payload = size == kMaxPiece ? state->bytes_left : size;
+        packet->size = static_cast<int32_t>(saturate_to_u32(payload + appended));
         return SPLITER_ERR_BUFFER_TOO_SMALL;
     }
     uint32_t delivered = 0;
@@ -114,11 +100,16 @@ uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth gro
                         int64_t *empty_duration) {
     *empty_duration = 0;
     if (avi_in_chunk(*track)) return SPLITER_OK;
+    if (is_exhausted(*context, *track)) return SPLITER_ERR_END_OF_STREAM;
     AviStreamState &state = *track->state;
     AviChunkSearch search(context, track, search_start(*context, *track, empty_duration));
     AviChunk chunk = {};
     for (;;) {
         const uint32_t code = search.next(&chunk);
+        if (search.reached_end()) {
+            track->exhausted_from = track->read_position;
+            track->exhausted_to = context->media_end;
+        }
         if (code != SPLITER_OK) return code;
         if (chunk.size != 0) break;
         *empty_duration += avi_piece_duration(state, 0);
@@ -127,10 +118,11 @@ uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth gro
     state.data_position = chunk.data_position;
     state.bytes_left = chunk.size;
 
-    if (growth == AviIndexGrowth::Allowed && !track->has_opendml_index && avi_index_pending(*context) &&
-        index_ends_before(track->index, chunk.data_position - 8)) {
-        // The frame is there whether its index entry can be read or not.
-        avi_load_index(context);
+    if (growth == AviIndexGrowth::Forbidden || track->has_opendml_index) return SPLITER_OK;
+    // The frame is there whether its index entry can be read or not.
+    uint32_t ignored = SPLITER_OK;
+    const int64_t header_position = chunk.data_position - kAviChunkHeaderBytes;
+    while (index_ends_before(track->index, header_position) && avi_load_more_index(context, &ignored)) {
     }
     return SPLITER_OK;
 }
@@ -161,7 +153,7 @@ uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *p
     const int64_t divisor = avi_time_stamp_divisor(state);
     state.frame_offset += empty_duration;
     packet->pts = packet->dts = state.frame_offset / divisor;
-    packet->flags = key_flag(track);
+    packet->flags = key_flag(*track);
     packet->stream_index = static_cast<int32_t>(track_index);
     const int64_t duration = avi_piece_duration(state, avi_piece_size(state)) / divisor;
     packet->duration = static_cast<int32_t>(std::min<int64_t>(duration, INT32_MAX));

@@ -30,7 +30,7 @@ uint32_t avi_piece_size(const AviStreamState &state);
 // Moves the track behind that piece.
 void avi_take_piece(AviTrack *track);
 
-// Whether the track stands between two chunks, and leaves the one in progress.
+// Whether a chunk is in progress: delivered in part, or found and not delivered yet.
 constexpr bool avi_in_chunk(const AviTrack &track) {
     return track.chunk_state != kAviNoChunk;
 }

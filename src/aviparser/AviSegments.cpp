@@ -22,7 +22,8 @@ int64_t source_limit(const AviContext &context) {
     return context.source_size > 0 ? context.source_size : INT64_MAX;
 }
 
-// All of these return a callback's code; *found is false when the bytes are there and are something else.
+// All of these return a callback's code, or SPLITER_ERR_END_OF_STREAM for bytes that have not arrived; *found
+// is false when the bytes are there and are something else.
 
 uint32_t read_list_header(AviContext *context, int64_t position, ListHeader *header, bool *found) {
     *found = false;
@@ -32,7 +33,9 @@ uint32_t read_list_header(AviContext *context, int64_t position, ListHeader *hea
     uint32_t code = context->source.move_to(position);
     if (code == 0) code = context->source.read_fully(bytes, sizeof(bytes), &delivered);
     *header = {avi_le32(bytes), avi_le32(bytes + 4), avi_le32(bytes + 8)};
-    *found = code == 0 && delivered == sizeof(bytes);
+    *found = delivered == sizeof(bytes);
+    // Bytes that the source's size promises and that do not come have not arrived yet.
+    if (code == 0 && !*found && context->source_size > 0) return SPLITER_ERR_END_OF_STREAM;
     return code;
 }
 
@@ -103,11 +106,9 @@ uint32_t avi_extend_media(AviContext *context, bool *extended) {
     return SPLITER_OK;
 }
 
-bool avi_is_segment(AviContext *context, int64_t position) {
+uint32_t avi_is_segment(AviContext *context, int64_t position, bool *is_segment) {
     ListHeader riff = {};
-    bool found = false;
-    read_segment_header(context, position, &riff, &found);
-    return found;
+    return read_segment_header(context, position, &riff, is_segment);
 }
 
 }  // namespace quorv

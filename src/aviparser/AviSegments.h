@@ -14,8 +14,8 @@ void avi_find_segments(AviContext *context);
 // is none. A callback's code, when the segment's header cannot be read: asked again, it looks again.
 uint32_t avi_extend_media(AviContext *context, bool *extended);
 
-// Whether a further RIFF segment begins at this position.
-bool avi_is_segment(AviContext *context, int64_t position);
+// Whether a further RIFF segment begins at this position. A callback's code when that cannot be read.
+uint32_t avi_is_segment(AviContext *context, int64_t position, bool *is_segment);
 
 }  // namespace quorv
 

@@ -100,8 +100,11 @@ uint32_t avi_read_specdat(AviContext *context, AviTrack *track) {
     if (!wanted || track->codec_data_length != 0) return SPLITER_OK;
     int64_t empty_duration = 0;
     uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration);
-    if (code == SPLITER_ERR_END_OF_STREAM) return SPLITER_OK;
-    if (code == SPLITER_OK) code = take_headers(context, track, empty_duration);
+    if (code == SPLITER_OK) {
+        code = take_headers(context, track, empty_duration);
+    } else if (code == SPLITER_ERR_END_OF_STREAM) {
+        code = SPLITER_OK;
+    }
     // The first frame is still to be read.
     track->chunk_state = kAviNoChunk;
     track->state->bytes_left = 0;

@@ -19,10 +19,10 @@ constexpr uint32_t kBitmapHeaderBytes = 40;
 constexpr uint32_t kMaxBitmapExtra = 0x40000000;
 constexpr uint32_t kWaveFormatExtensible = 0xFFFE;
 constexpr uint32_t kMaxHuffmanBytes = 2048;
+// The tables stand near the start of the stream data.
+constexpr uint32_t kMaxStreamData = 65536;
 
-uint32_t replace_codec_data(AviTrack *track, AviChunkReader *reader, uint32_t size) {
-    avi_freep(&track->codec_data);
-    track->codec_data_length = 0;
+uint32_t read_codec_data(AviTrack *track, AviChunkReader *reader, uint32_t size) {
     return reader->read_bytes(size, &track->codec_data, &track->codec_data_length);
 }
 
@@ -45,7 +45,6 @@ uint32_t avi_get_wav_header(AviTrack *track, AviChunkReader *reader) {
     const uint32_t size = reader->left();
     const uint32_t format_tag = reader->le16();
     audio.codec = avi_wave_format_codec(format_tag);
-    track->type = SPLITER_TRACK_AUDIO;
     audio.channels = std::min(reader->le16(), 2u);
     audio.sample_rate = reader->le32();
     audio.bit_rate = saturate_to_u32(uint64_t{reader->le32()} * 8);
@@ -62,7 +61,7 @@ uint32_t avi_get_wav_header(AviTrack *track, AviChunkReader *reader) {
         reader->skip(20);  // channel mask and sub-format
         extra -= 22;
     }
-    return replace_codec_data(track, reader, extra);
+    return read_codec_data(track, reader, extra);
 }
 
 uint32_t read_audio_format(const AviContext &context, AviTrack *track, AviChunkReader *reader) {
@@ -98,7 +97,7 @@ uint32_t read_video_format(AviTrack *track, AviChunkReader *reader) {
         return SPLITER_OK;
     }
     if (size > kBitmapHeaderBytes && size < kMaxBitmapExtra) {
-        const uint32_t code = replace_codec_data(track, reader, size - kBitmapHeaderBytes);
+        const uint32_t code = read_codec_data(track, reader, size - kBitmapHeaderBytes);
         if (code != 0) return code;
     }
     video.codec = avi_codec_get_id(avi_codec_bmp_tags, compression);
@@ -135,6 +134,9 @@ bool find_huffman_segments(const uint8_t *data, uint32_t length, uint32_t *begin
 uint32_t avi_read_stream_format(AviContext *context, AviTrack *track, uint32_t size) {
     AviChunkReader reader(&context->source, size);
     uint32_t code = SPLITER_OK;
+    // A second format chunk replaces the first.
+    avi_freep(&track->codec_data);
+    track->codec_data_length = 0;
     if (track->type == SPLITER_TRACK_AUDIO) {
         code = read_audio_format(*context, track, &reader);
     } else if (track->type == SPLITER_TRACK_VIDEO && context->amv) {
@@ -152,7 +154,7 @@ uint32_t avi_read_stream_data(AviContext *context, AviTrack *track, uint32_t siz
     AviChunkReader reader(&context->source, size);
     uint8_t *data = nullptr;
     uint32_t length = 0, begin = 0, end = 0;
-    uint32_t code = reader.read_bytes(size, &data, &length);
+    uint32_t code = reader.read_bytes(std::min(size, kMaxStreamData), &data, &length);
     if (code == SPLITER_OK && reader.failed()) code = SPLITER_ERR_IO;
     if (code == SPLITER_OK && !find_huffman_segments(data, length, &begin, &end)) {
         code = SPLITER_ERR_BUFFER_TOO_SMALL;

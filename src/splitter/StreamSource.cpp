@@ -29,8 +29,8 @@ uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
     // Sources differ in where a read that fell short leaves them.
     if (got < count || position < 0) {
         position = kUnknownPosition;
-    } else {
-        position += got;
+    } else if (__builtin_add_overflow(position, got, &position)) {
+        position = kUnknownPosition;
     }
     if (got < count) memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
     *delivered = got;
@@ -46,8 +46,8 @@ uint32_t StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delive
         if (code != 0) return code;
         if (got == 0) break;
         done += got;
+        *delivered = done;
     }
-    *delivered = done;
     return 0;
 }
 
@@ -66,7 +66,7 @@ uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {
 }
 
 uint32_t StreamSource::move_to(int64_t offset) {
-    if (position == offset) return 0;
+    if (offset >= 0 && position == offset) return 0;
     return seek(SeekOrigin::Start, offset);
 }
 

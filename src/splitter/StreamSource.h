@@ -23,7 +23,8 @@ struct StreamSource {
     uint32_t close();
     // One read call. `*delivered` never exceeds `count`; what was not delivered reads as zero.
     uint32_t read(void *buffer, uint32_t count, uint32_t *delivered);
-    // Reads until `count` bytes came or the source delivers nothing more.
+    // Reads until `count` bytes came or the source delivers nothing more. After a failure, too, `*delivered`
+    // says how many came.
     uint32_t read_fully(void *buffer, uint32_t count, uint32_t *delivered);
     uint32_t seek(SeekOrigin origin, int64_t offset);
     // Seeks only when the stream does not stand at `offset` already.
