@@ -52,7 +52,7 @@ void put_file(const std::string &path, std::string_view text) {
 }
 
 std::string get_file(const std::string &path) {
-    std::string text(std::filesystem::file_size(path), '\0');
+    std::string text(static_cast<size_t>(std::filesystem::file_size(path)), '\0');
     FILE *const file = fopen(path.c_str(), "rb");
     require(file != nullptr && fread(text.data(), 1, text.size(), file) == text.size());
     fclose(file);

@@ -109,7 +109,7 @@ TEST(Trace, DataRecords) {
     ASSERT_EQ(records.size(), std::size(counts));
     for (size_t i = 0; i < records.size(); ++i) {
         std::vector<uint32_t> expected = {1, 0xFFFFFFFF, 3, counts[i] > 30 ? 0u : 4u};
-        expected.insert(expected.end(), values.begin(), values.begin() + counts[i]);
+        expected.insert(expected.end(), values.data(), values.data() + counts[i]);
         EXPECT_EQ(records[i].kind, 1u);
         EXPECT_EQ(records[i].words, expected);
     }
