@@ -24,6 +24,14 @@ if(QUORV_SANITIZE)
   add_link_options(-fsanitize=${QUORV_SANITIZE})
 endif()
 
+# For programs of the tests that only run other people's libraries, which the sanitizers would judge instead.
+function(quorv_without_sanitizers target)
+  if(QUORV_SANITIZE)
+    target_compile_options(${target} PRIVATE -fno-sanitize=all)
+    target_link_options(${target} PRIVATE -fno-sanitize=all)
+  endif()
+endfunction()
+
 # The fuzzer's view of what an input reached; only the harnesses link its main function.
 if(QUORV_BUILD_FUZZERS)
   add_compile_options(-fsanitize=fuzzer-no-link)

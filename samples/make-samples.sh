@@ -71,8 +71,8 @@ gstreamer_samples() {
     pipeline h264-high-bframes-30000-1001 "$x $l" $(video 45 320x180 30000/1001) $(h264 high 15 3) \
         $(audio 71 1152 48000 2 S16LE) $(mp3 96 48000)
     pipeline h264-long-key-distance "$x" $(video 300 64x48 25/1) $(h264 main 120 2)
-    pipeline h264-two-audio-tracks "$x $l" $(video 25 176x144 25/1) $(h264 baseline 10 0) \
-        $(audio 39 1152 44100 2 S16LE) $(mp3 64 44100) $(audio 10 800 8000 1 S16LE) mux.
+    pipeline h264-two-audio-tracks "$x $l" $(video 15 176x144 25/1) $(h264 baseline 6 0) \
+        $(audio 23 1152 44100 2 S16LE) $(mp3 64 44100) $(audio 6 800 8000 1 S16LE) mux.
     pipeline h264-mp3-large "$x $l" videotestsrc num-buffers=24 pattern=snow ! \
         video/x-raw,width=320,height=240,framerate=25/1 ! $(h264 main 8 0) \
         $(audio 37 1152 44100 2 S16LE) $(mp3 192 44100)
@@ -80,14 +80,14 @@ gstreamer_samples() {
     pipeline h264-mp3-vbr "$x $l" $(video 50 176x144 24/1) $(h264 main 25 1) \
         $(audio 77 1152 44100 1 S16LE) lamemp3enc target=quality quality=4 ! mux.
     pipeline mjpeg-pcm "jpegenc videotestsrc audiotestsrc" $(video 8 64x48 25/1) jpegenc ! mux. \
-        $(audio 4 1764 22050 2 S16LE) mux.
-    pipeline mjpeg-video-only-30000-1001 "jpegenc videotestsrc" $(video 40 64x48 30000/1001) jpegenc ! mux.
+        $(audio 4 1280 16000 1 S16LE) mux.
+    pipeline mjpeg-video-only-30000-1001 "jpegenc videotestsrc" $(video 31 64x48 30000/1001) jpegenc ! mux.
     pipeline raw-i420-pcm8 "videotestsrc audiotestsrc" $(video 8 48x32 15/1 I420) mux. \
         $(audio 5 800 8000 1 U8) mux.
     pipeline raw-yuy2 "videotestsrc" $(video 6 48x32 25/1 YUY2) mux.
     pipeline raw-bgr-odd-width "videotestsrc" $(video 12 35x21 25/1 BGR) mux.
-    pipeline audio-only-mp3 "$l" $(audio 100 1152 44100 2 S16LE) $(mp3 128 44100)
-    pipeline audio-only-pcm "audiotestsrc" $(audio 3 2205 44100 2 S16LE) mux.
+    pipeline audio-only-mp3 "$l" $(audio 60 1152 44100 2 S16LE) $(mp3 128 44100)
+    pipeline audio-only-pcm "audiotestsrc" $(audio 2 1500 44100 2 S16LE) mux.
     pipeline audio-only-pcm24-mono "audiotestsrc" $(audio 4 1100 16000 1 S24LE) mux.
     pipeline audio-only-pcm32-8-channels "audiotestsrc" audiotestsrc num-buffers=5 samplesperbuffer=100 ! \
         "audio/x-raw,rate=8000,channels=8,channel-mask=(bitmask)0,format=S32LE" ! mux.
@@ -128,11 +128,11 @@ remux() {
 
 mpeg4_samples() {
     find_encoder
-    mpeg4 mpeg4-simple --frames 60 --key-interval 15 --profile 3
-    mpeg4 mpeg4-bframes --frames 60 --key-interval 20 --b-frames 2
-    mpeg4 mpeg4-packed-bframes --frames 60 --key-interval 20 --b-frames 1 --packed
-    mpeg4 mpeg4-qpel-gmc-matrices --frames 50 --key-interval 25 --qpel --gmc --custom-matrices --fourcc DX50
-    mpeg4 mpeg4-interlaced-30000-1001 --frames 60 --rate 30000 --scale 1001 --interlaced --par-width 16 \
+    mpeg4 mpeg4-simple --frames 30 --key-interval 10 --profile 3
+    mpeg4 mpeg4-bframes --frames 40 --key-interval 15 --b-frames 2
+    mpeg4 mpeg4-packed-bframes --frames 40 --key-interval 15 --b-frames 1 --packed
+    mpeg4 mpeg4-qpel-gmc-matrices --frames 30 --key-interval 15 --qpel --gmc --custom-matrices --fourcc DX50
+    mpeg4 mpeg4-interlaced-30000-1001 --frames 32 --key-interval 16 --rate 30000 --scale 1001 --interlaced --par-width 16 \
         --par-height 11
     mpeg4 mpeg4-long-key-distance --frames 220 --key-interval 160 --width 96 --height 80 --quantiser 16
     remux mpeg4-bframes-remuxed mpeg4-bframes
