@@ -14,8 +14,8 @@
  * "Key=value" with CR LF; a new key goes to the end of its section, a new section to the end of the file.
  * When anything is written back, a last line without an ending gets one.
  *
- * A handle belongs to one thread at a time. A handle does not see what others do to its file; when the file has
- * changed by the time the edits are written back, they are made to what it holds then.
+ * A handle belongs to one thread at a time. A handle does not see what others do to its file; when the file
+ * has changed by the time the edits are written back, they are made to what it holds then.
  */
 #ifndef QUORV_PLATFORM_INI_H
 #define QUORV_PLATFORM_INI_H

@@ -85,20 +85,6 @@ TEST(FixedPool, SplitThresholds) {
     }
 }
 
-TEST(FixedPool, FreedNeighboursMerge) {
-    alignas(4) uint8_t buffer[256];
-    const int orders[][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
-    for (const auto &order : orders) {
-        MMemMgr pool = MMemMgrCreate(buffer, sizeof buffer);
-        void *ptr[3];
-        for (void *&p : ptr)
-            p = MMemAlloc(pool, 40);
-        for (int i : order)
-            MMemFree(pool, ptr[i]);
-        EXPECT_EQ(chain(pool), (std::vector<Block>{{240, 0}})) << order[0] << order[1] << order[2];
-    }
-}
-
 TEST(FixedPool, RefusesWhatItCannotServe) {
     alignas(4) uint8_t buffer[64];
     int outside = 0;
