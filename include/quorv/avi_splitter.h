@@ -18,8 +18,9 @@ extern "C" {
  * Optional, before Open; when *handle is null a handle is made that Open then takes over.
  *
  * source  the caller's stream callbacks; copied
- * param   out: index_flag is 1 when an "idx1" index was found and read completely
- * handle  in and out: null, or a handle of an earlier call
+ * param   out: index_flag is 1 when an "idx1" index was found and read completely; 0 with SPLITER_OK also
+ * when it has not arrived yet, so that a later call may find it; zeroed on failure handle  in and out: null,
+ * or a handle of an earlier call
  *
  * Returns SPLITER_ERR_INVALID_PARAM for a null argument, the open callback's code, or the header's result.
  * When it fails, a handle that this call made is freed and *handle stays null; one that came in stays valid
@@ -38,7 +39,9 @@ QUORV_API uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, 
  * A local source nearly always opens: one that is not AVI at all has no tracks, which EnumTrack reports as
  * SPLITER_ERR_UNSUPPORTED. A progressive source fails with SPLITER_ERR_IO for a failed read or a wrong
  * signature, SPLITER_ERR_BAD_FORMAT or SPLITER_ERR_END_OF_STREAM. Both: SPLITER_ERR_INVALID_PARAM for a
- * null argument or another mode, the open callback's code, SPLITER_ERR_NO_MEMORY, and
+ * null argument or another mode, the open callback's code, the code of a callback that failed while a first
+ * frame was read or the stream put back behind the index, SPLITER_ERR_BAD_FORMAT for more than 100 streams,
+ * SPLITER_ERR_NO_MEMORY, and
  * SPLITER_ERR_BUFFER_TOO_SMALL for Huffman tables of more than 2048 bytes. Handles on failure are as for
  * AVI_SPLITER_GetHTTPParam.
  */
@@ -47,7 +50,8 @@ QUORV_API uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t
 
 /*
  * Lists the tracks. list->entries belongs to the splitter and stays valid until Close.
- * Returns SPLITER_ERR_UNSUPPORTED, with a zeroed list, when there are no tracks.
+ * Returns SPLITER_ERR_UNSUPPORTED when there are no tracks, SPLITER_ERR_INVALID_PARAM for a null argument and
+ * SPLITER_ERR_NO_MEMORY; the list is then zeroed.
  */
 QUORV_API uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list);
 
@@ -59,7 +63,8 @@ QUORV_API uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackLis
  * info   room for the record of the track's type
  * size   not looked at: info must have room for the whole record
  *
- * The duration of an audio track is raised to that of the first video track when that one is longer.
+ * The duration of an audio track is raised to that of the first video track when that one is longer; in a
+ * file without video, to that of the last track. SPLITER_ERR_INVALID_PARAM also for a null argument.
  */
 QUORV_API uint32_t AVI_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t track, void *info, uint32_t size);
 
@@ -92,9 +97,10 @@ QUORV_API uint32_t AVI_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, con
  * frame   out: size, time stamp, duration and key flag; zeroed on failure
  *
  * SPLITER_ERR_BUFFER_TOO_SMALL  frame->size says what is needed; the same frame comes at the next call
- * SPLITER_ERR_END_OF_STREAM     no further frame; stays so until the track is sought
- * SPLITER_ERR_INVALID_PARAM     a null argument, a bad track number, a track that is neither video nor audio
- * other                         the callback's code; the read position is unchanged
+ * SPLITER_ERR_END_OF_STREAM     no further frame; stays so until the track is sought, or more of a
+ * progressive source has arrived SPLITER_ERR_INVALID_PARAM     a null argument, a bad track number, a track
+ * that is neither video nor audio other                         the callback's code; the read position is
+ * unchanged
  *
  * When the codec data of a video track was taken from its first frame, those leading bytes are removed from
  * that frame the first time it is read; after a Reset it comes whole. An MPEG-4 Part 2 track must carry its
@@ -112,12 +118,14 @@ QUORV_API uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  * mode  SPLITER_SEEK_FORWARD, or SPLITER_SEEK_BACKWARD (every other value)
  *
  * An audio track sought backward is then moved on, piece by piece, to the piece that holds the wanted time.
- * Time 0 rewinds and needs no index. SPLITER_ERR_END_OF_STREAM when the index has no such key frame; the
- * track then stays where it was.
+ * Time 0 rewinds and needs no index. SPLITER_ERR_END_OF_STREAM when the index has no such key frame,
+ * SPLITER_ERR_INVALID_PARAM for a null argument or a bad track number, SPLITER_ERR_NO_MEMORY, or the code of
+ * a callback that failed while the index was read; the track and *time are then as before. A failed read ends
+ * the index for good: later seeks reach what was read of it.
  */
 QUORV_API uint32_t AVI_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode);
 
-/* Rewinds every track to time 0. */
+/* Rewinds every track to time 0. SPLITER_OK, or SPLITER_ERR_INVALID_PARAM for a null handle. */
 QUORV_API uint32_t AVI_SPLITER_Reset(SplitterHandle handle);
 
 /*
@@ -129,7 +137,8 @@ QUORV_API uint32_t AVI_SPLITER_IsSeekable(SplitterHandle handle, uint32_t track)
 
 /*
  * Frees everything that belongs to the handle and closes the stream. A failure of the close callback is
- * returned; the handle is then still valid for another Close, and for nothing else.
+ * returned; the handle is then still valid for another Close, and for nothing else. SPLITER_ERR_INVALID_PARAM
+ * for a null handle.
  */
 QUORV_API uint32_t AVI_SPLITER_Close(SplitterHandle handle);
 

@@ -71,7 +71,8 @@ typedef uintptr_t SplitterStream;
 /*
  * The caller's stream: eleven machine words, copied whole when a handle is created, so the caller's record
  * may go away afterwards; what user_context points to may not. Every callback takes user_context first and
- * returns 0 for success or a nonzero code of its own, which the splitter hands on.
+ * returns 0 for success or a nonzero code of its own, which the splitter hands on. The splitter remembers
+ * where the stream stands: between its calls nobody else may move it.
  */
 typedef struct _tag_Stream_Source_ {
     void *user_context;   /* passed to every callback, never looked at */
@@ -81,12 +82,12 @@ typedef struct _tag_Stream_Source_ {
     uint32_t (*open)(void *user_context, SplitterStream *stream, uint32_t access_mode);
     uint32_t (*close)(void *user_context, SplitterStream stream);
     /* Reads at the current position; *count is the byte count asked for and then the count delivered, which
-     * may be lower without being an error. */
+     * may be lower without being an error. A source whose bytes have not arrived yet returns a code. */
     uint32_t (*read)(void *user_context, SplitterStream stream, void *buffer, uint32_t *count);
     /* origin 0: offset from the start of the stream; origin 2: from the current position. */
     uint32_t (*seek)(void *user_context, SplitterStream stream, uint16_t origin, int64_t offset);
     uint32_t (*tell)(void *user_context, SplitterStream stream, int64_t *position);
-    /* Stores the stream's length in bytes; 0 or less when it is not known. */
+    /* Stores the stream's length in bytes and succeeds with 0 when it is not known. */
     uint32_t (*size)(void *user_context, SplitterStream stream, int64_t *length);
     uintptr_t reserved[3]; /* copied, never read */
 } SplitterStreamSource;
