@@ -27,11 +27,10 @@ uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
     if (code != 0) got = 0;
     if (got > count) got = count;
     // Sources differ in where a read that fell short leaves them.
-    if (got < count || position < 0) {
-        position = kUnknownPosition;
-    } else if (__builtin_add_overflow(position, got, &position)) {
-        position = kUnknownPosition;
-    }
+    int64_t behind = 0;
+    const bool certain =
+        position >= 0 && got == count && !__builtin_add_overflow(position, int64_t{got}, &behind);
+    position = certain ? behind : kUnknownPosition;
     if (got < count) memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
     *delivered = got;
     return code;
