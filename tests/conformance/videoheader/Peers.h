@@ -1,46 +1,55 @@
-// Programs that make streams and programs that take them apart, to compare the parsers with.
+// Runs the programs that make streams and take them apart, to compare the parsers with.
 #ifndef QUORV_TESTS_CONFORMANCE_VIDEOHEADER_PEERS_H
 #define QUORV_TESTS_CONFORMANCE_VIDEOHEADER_PEERS_H
 
+#include <gtest/gtest.h>
+#include <stdio.h>
+
 #include <cstdint>
-#include <map>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace quorv::test {
 
-// A file that is removed with its object.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string &extension);
-    ~TemporaryFile();
-    TemporaryFile(const TemporaryFile &) = delete;
-    TemporaryFile &operator=(const TemporaryFile &) = delete;
+// Runs a shell command and returns what it prints; a test failure when it fails.
+inline std::string run(const std::string &command) {
+    std::string output;
+    FILE *pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) {
+        ADD_FAILURE() << command << ": cannot be run";
+        return output;
+    }
+    char block[4096];
+    for (size_t count; (count = fread(block, 1, sizeof block, pipe)) > 0;)
+        output.append(block, count);
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    return output;
+}
 
-    const std::string &path() const { return path_; }
-    std::vector<uint8_t> read() const;
-
-private:
-    std::string path_;
-};
-
-// Runs a shell command and returns what it writes to its standard output; a test failure when it fails.
-std::string run(const std::string &command);
-
-// What mediainfo says about the first video track of a file.
-std::map<std::string, std::string> video_description(const std::string &path);
-
-// One syntax element as mediainfo met it: a byte offset, a name and the value's text.
+// One syntax element as mediainfo met it.
 struct TraceElement {
     size_t offset;
     std::string name;
-    std::string value;
-
-    uint32_t number() const;  // of a value such as "7 (0x07) - (5 bits)"; "Yes" is 1
+    uint32_t value;  // 1 for "Yes"
 };
 
 // All syntax elements of a file in order.
-std::vector<TraceElement> trace(const std::string &path);
+inline std::vector<TraceElement> trace(const std::string &path) {
+    // "0004   nal_unit_type:      9 (0x09) - (5 bits)"; lines without a value head a group.
+    const std::regex line_format("([0-9A-F]+) +([A-Za-z0-9_]+): +(Yes|No|[0-9]+).*");
+    std::vector<TraceElement> elements;
+    std::istringstream lines(run("mediainfo --Details=9 --ParseSpeed=1 " + path));
+    std::smatch match;
+    for (std::string line; std::getline(lines, line);) {
+        if (!std::regex_match(line, match, line_format)) continue;
+        const std::string value = match[3];
+        const unsigned long number = value == "Yes" ? 1 : value == "No" ? 0 : std::stoul(value);
+        elements.push_back({std::stoul(match[1], nullptr, 16), match[2], static_cast<uint32_t>(number)});
+    }
+    return elements;
+}
 
 }  // namespace quorv::test
 

@@ -1,4 +1,4 @@
-// The bit reader against a model that looks up one bit at a time.
+// The bit reader and the start code searches against models that look at one bit or byte at a time.
 
 #include "videoheader/BitReader.h"
 
@@ -10,13 +10,10 @@
 #include "support/BitWriter.h"
 #include "unit/videoheader/GuardedBuffer.h"
 #include "videoheader/H264Header.h"
+#include "videoheader/StartCode.h"
 
-namespace quorv {
+namespace quorv::test {
 namespace {
-
-using test::BitWriter;
-using test::GuardedBuffer;
-using Edge = GuardedBuffer::Edge;
 
 // The next bits at a position in bits; what lies beyond the data is 0.
 uint32_t model_bits(const std::vector<uint8_t> &data, size_t position, uint32_t count) {
@@ -28,48 +25,29 @@ uint32_t model_bits(const std::vector<uint8_t> &data, size_t position, uint32_t 
     return value;
 }
 
-// Runs `steps` random operations over the data and compares each with the model.
-void compare_with_model(const uint8_t *placed, const std::vector<uint8_t> &data, std::mt19937 &random,
-                        int steps) {
-    bs_utility bs;
-    bs_open_utility(&bs, placed, static_cast<uint32_t>(data.size()));
-    ASSERT_EQ(bs.end, placed + data.size());
-    ASSERT_EQ(bs.length, data.size());
-    size_t at = 0;
-    for (int step = 0; step < steps; ++step) {
-        ASSERT_EQ(bs.position % 2, 0u);
-        ASSERT_GE(bs.extra, 1);
-        ASSERT_LE(bs.extra, 16);
-        ASSERT_EQ(
-            (bs.position - reinterpret_cast<uintptr_t>(placed)) * 8 - static_cast<size_t>(bs.extra + 16), at);
-        ASSERT_EQ(bs_show_32bits_utility(&bs), model_bits(data, at, 32));
-        const uint32_t n = static_cast<uint32_t>(random() % 17);
-        switch (random() % 6) {
-            case 0:
-                ASSERT_EQ(bs_get_bits_utility(&bs, n), model_bits(data, at, n));
-                at += n;
-                break;
-            case 1:
-                ASSERT_EQ(bs_get_1bit_utility(&bs), model_bits(data, at, 1));
-                at += 1;
-                break;
-            case 2:
-                bs_skip_bits_utility(&bs, n);
-                at += n;
-                break;
-            case 3:
-                bs_bytealign_utility(&bs);
-                at = (at + 7) / 8 * 8;
-                break;
-            case 4:
-                ASSERT_EQ(bs_get_16bits_utility(&bs), model_bits(data, at, 16));
-                at += 16;
-                break;
-            default:
-                bs_skip_32bits_utility(&bs);
-                at += 32;
-                break;
-        }
+// Does a random operation, compares its result with the model and returns the new position.
+size_t step(bs_utility *bs, const std::vector<uint8_t> &data, size_t at, std::mt19937 &random) {
+    EXPECT_EQ(bs_show_32bits_utility(bs), model_bits(data, at, 32));
+    const uint32_t n = static_cast<uint32_t>(random() % 17);
+    switch (random() % 6) {
+        case 0:
+            EXPECT_EQ(bs_get_bits_utility(bs, n), model_bits(data, at, n));
+            return at + n;
+        case 1:
+            EXPECT_EQ(bs_get_1bit_utility(bs), model_bits(data, at, 1));
+            return at + 1;
+        case 2:
+            bs_skip_bits_utility(bs, n);
+            return at + n;
+        case 3:
+            bs_bytealign_utility(bs);
+            return (at + 7) / 8 * 8;
+        case 4:
+            EXPECT_EQ(bs_get_16bits_utility(bs), model_bits(data, at, 16));
+            return at + 16;
+        default:
+            bs_skip_32bits_utility(bs);
+            return at + 32;
     }
 }
 
@@ -81,42 +59,70 @@ TEST(BitReader, AgreesWithTheModelAtEveryLengthAndAlignment) {
             std::vector<uint8_t> data(length);
             for (uint8_t &byte : data)
                 byte = static_cast<uint8_t>(random());
-            // Against the page behind, odd lengths begin at odd addresses; against the page in front, none
-            // do.
-            for (const Edge edge : {Edge::Front, Edge::Back}) {
-                compare_with_model(buffer.place(data, edge), data, random, 60);
-                if (testing::Test::HasFatalFailure()) return;
+            // The guard page makes odd lengths begin at odd addresses.
+            const uint8_t *const placed = buffer.place(data);
+            bs_utility bs;
+            bs_open_utility(&bs, placed, static_cast<uint32_t>(length));
+            size_t at = 0;
+            for (int i = 0; i < 60; ++i) {
+                const size_t read = (bs.position - reinterpret_cast<uintptr_t>(placed)) * 8;
+                EXPECT_EQ(read - static_cast<size_t>(bs.extra + 16), at);
+                at = step(&bs, data, at, random);
+                ASSERT_FALSE(HasFailure()) << "length " << length << ", step " << i;
             }
         }
     }
 }
 
 TEST(BitReader, ExpGolombCodesOfEveryLength) {
+    BitWriter writer;
     std::vector<uint32_t> values;
     for (uint32_t bits = 0; bits < 32; ++bits)
-        for (const uint32_t offset : {0u, 1u, (uint32_t{1} << bits) - 1})
-            values.push_back((uint32_t{1} << bits) - 1 + offset);
-    values.back() = UINT32_MAX - 1;
-    for (const int lead : {0, 1, 7, 8, 15}) {
-        BitWriter writer;
-        writer.put(0, lead);
-        for (const uint32_t value : values) {
-            writer.ue(value);
-            writer.se(static_cast<int32_t>(value / 2));
-            writer.se(-static_cast<int32_t>(value / 2));
-        }
-        GuardedBuffer buffer(writer.data().size());
-        bs_utility bs;
-        bs_open_utility(&bs, buffer.place(writer.data()), static_cast<uint32_t>(writer.data().size()));
-        bs_skip_bits_utility(&bs, static_cast<uint32_t>(lead));
-        for (const uint32_t value : values) {
-            ASSERT_EQ(ue_utility(&bs), value);
-            ASSERT_EQ(se_utility(&bs), static_cast<int32_t>(value / 2));
-            ASSERT_EQ(se_utility(&bs), -static_cast<int32_t>(value / 2));
-        }
-        EXPECT_EQ(ue_utility(&bs), UINT32_MAX);  // nothing but zeros beyond the end
+        values.insert(values.end(), {(uint32_t{1} << bits) - 1, (uint32_t{1} << bits) + bits / 2});
+    values.push_back(UINT32_MAX - 1);
+    for (const uint32_t value : values) {
+        writer.ue(value);
+        writer.se(static_cast<int32_t>(value / 2));
+        writer.se(-static_cast<int32_t>(value / 2));
     }
+    bs_utility bs;
+    bs_open_utility(&bs, writer.data().data(), static_cast<uint32_t>(writer.data().size()));
+    for (const uint32_t value : values) {
+        ASSERT_EQ(ue_utility(&bs), value);
+        ASSERT_EQ(se_utility(&bs), static_cast<int32_t>(value / 2));
+        ASSERT_EQ(se_utility(&bs), -static_cast<int32_t>(value / 2));
+    }
+    EXPECT_EQ(ue_utility(&bs), UINT32_MAX);  // nothing but zeros beyond the end
+}
+
+const uint8_t *plain_search(const uint8_t *begin, const uint8_t *end) {
+    for (const uint8_t *p = begin; end - p >= 3; ++p) {
+        if (p[0] == 0 && p[1] == 0 && p[2] == 1) return p;
+    }
+    return end;
+}
+
+TEST(StartCode, FoundWhereThePlainLoopFindsIt) {
+    std::mt19937 random(1);
+    GuardedBuffer buffer(200);
+    size_t found = 0;
+    // Few values make many near misses.
+    for (const uint32_t values : {2u, 3u, 20u, 256u}) {
+        for (size_t length = 0; length <= 200; ++length) {
+            for (int round = 0; round < 100; ++round) {
+                std::vector<uint8_t> data(length);
+                for (uint8_t &byte : data)
+                    byte = static_cast<uint8_t>(random() % values);
+                const uint8_t *const begin = buffer.place(data), *const end = begin + length;
+                const uint8_t *const expected = plain_search(begin, end);
+                ASSERT_EQ(find_start_code(begin, end) - begin, expected - begin) << "of " << length;
+                ASSERT_EQ(find_start_code_portable(begin, end) - begin, expected - begin) << "of " << length;
+                found += expected != end;
+            }
+        }
+    }
+    EXPECT_GT(found, 30000u);
 }
 
 }  // namespace
-}  // namespace quorv
+}  // namespace quorv::test

@@ -21,7 +21,7 @@ struct SpsFields {
     uint32_t log2_frame_num = 0;
     uint32_t poc_type = 2;
     uint32_t log2_poc_lsb = 0;
-    std::vector<int32_t> poc_offsets;
+    std::vector<int32_t> poc_offsets = {};
     uint32_t ref_frames = 1;
     uint32_t width_mbs = 11, height_units = 9;
     bool frame_mbs_only = true;

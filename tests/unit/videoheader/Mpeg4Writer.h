@@ -28,7 +28,7 @@ struct VolFields {
     uint32_t sprite_enable = 0;
     bool not_8_bit = false;
     bool quant_type = false;
-    std::vector<uint8_t> intra_matrix, nonintra_matrix;  // empty: not loaded
+    std::vector<uint8_t> intra_matrix = {}, nonintra_matrix = {};  // empty: not loaded
     bool complexity_estimation_disable = true;
     bool data_partitioned = false;
     bool newpred = false, reduced_resolution = false;
