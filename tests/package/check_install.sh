@@ -35,7 +35,7 @@ strict="-std=c99 -Wall -Wextra -Wpedantic -Werror"
 # shellcheck disable=SC2046,SC2086
 "$CC" $strict "$here/consumer/main.c" -o "$WORK/by_pkg_config" $(pkg-config --cflags --libs quorv)
 
-"$CMAKE" -S "$here/consumer" -B "$WORK/by_find_package" -DCMAKE_PREFIX_PATH="$root" -DCMAKE_C_COMPILER="$CC" \
+"$CMAKE" -G Ninja -S "$here/consumer" -B "$WORK/by_find_package" -DCMAKE_PREFIX_PATH="$root" -DCMAKE_C_COMPILER="$CC" \
   -DCMAKE_C_FLAGS="$strict" -DQUORV_VERSION="$version" >/dev/null
 "$CMAKE" --build "$WORK/by_find_package" >/dev/null
 
