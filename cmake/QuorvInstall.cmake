@@ -29,4 +29,8 @@ if(TARGET quorv_tool)
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
   set_target_properties(quorv_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
   install(TARGETS quorv_tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/man/quorv.1"
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT runtime)
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/quorv.bash"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME quorv COMPONENT runtime)
 endif()
