@@ -5,7 +5,9 @@
 #ifndef QUORV_EXPORT_H
 #define QUORV_EXPORT_H
 
-/** @addtogroup general
+/**
+ * @defgroup general General
+ * The version, and what marks the functions of the interface.
  * @{
  */
 

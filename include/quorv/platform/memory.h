@@ -14,13 +14,19 @@ extern "C" {
 #endif
 
 /**
+ * @defgroup platform Platform
+ * The ground under the library, for programs as well.
+ */
+
+/**
  * @defgroup memory Memory
  * @ingroup platform
  * Allocation from the process heap or from a fixed pool, and the platform's result codes.
  *
  * Every function that allocates takes a memory manager first: 0 for the process heap, or a fixed pool that
  * MMemMgrCreate made inside a buffer of the caller. Heap calls may be made from any thread; a pool takes no
- * lock and belongs to one thread at a time.
+ * lock and belongs to one thread at a time. The functions that fill, copy and compare bytes are the C
+ * library's; their pointers must not be null.
  * @{
  */
 

@@ -23,7 +23,8 @@ extern "C" {
  * the W forms take 16-bit wide strings and narrow them (each unit cut to its low 8 bits): a path of 260 or
  * more characters fails there.
  *
- * A stream belongs to one thread at a time. A null stream is accepted everywhere and gives 0.
+ * A stream belongs to one thread at a time. A null stream is accepted everywhere and gives 0; a null
+ * buffer is allowed where nothing is to be transferred.
  * @{
  */
 
