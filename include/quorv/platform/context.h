@@ -36,8 +36,8 @@ typedef struct MPlatInitParams {
 
 /** The context record: machine words, handles and pointers held as integers. */
 typedef struct __tag_context {
-    uintptr_t log_mutex;    /**< guards the log stream */
-    uintptr_t trace_mutex;  /**< guards the trace stream and the trace tables */
+    uintptr_t log_mutex;    /**< guards the log stream; 0, which locks nothing, when it could not be made */
+    uintptr_t trace_mutex;  /**< guards the trace stream and the trace tables, likewise */
     uintptr_t trace_mask;   /**< levels that MTraceS prints */
     uintptr_t log_stream;   /**< a log handle, or 0 */
     uintptr_t trace_stream; /**< a log handle, or 0 */
@@ -54,9 +54,10 @@ typedef struct __tag_context {
  *
  * @retval ResultOk          the context is there; or the trace tables could not be made, in which case there
  *                           is no context (MSTATIC_MGetContext tells)
- * @retval ResultFailed      the trace file or the log file could not be opened; there is no context
+ * @retval ResultFailed      the trace file or the log file could not be opened, or there was no memory for
+ *                           its buffer; there is no context
  * @retval ResultInvalidArg  params is null
- * @retval ResultNoMemory    there is no memory, and no context
+ * @retval ResultNoMemory    there is no memory for the context
  */
 QUORV_API uint32_t MPlatInitialize(const MPlatInitParams *params);
 
