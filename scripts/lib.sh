@@ -43,9 +43,14 @@ install_packages() {
     as_root=(sudo)
   fi
   say "installing Debian packages:" $missing
-  local log
+  local log name architectures
   log=$(mktemp "${TMPDIR:-/tmp}/quorv-apt.XXXXXX")
-  quietly "$log" "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update || exit 1
+  architectures=$(printf '%s\n' $missing | sed -n 's/.*://p')
+  for name in $architectures; do
+    quietly "$log" "${as_root[@]}" dpkg --add-architecture "$name" || exit 1
+  done
+  # A mirror may lack an index that is not needed here; whether something is missing shows in the next step.
+  "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update </dev/null >"$log" 2>&1 || say "apt-get update: $(tail -n 1 "$log")"
   quietly "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends $missing || exit 1
   rm -f "$log"

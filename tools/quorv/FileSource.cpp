@@ -80,7 +80,10 @@ public:
     int64_t position() const { return static_cast<int64_t>(position_); }
 
 private:
-    size_t buffered() const { return position_ - start_ < filled_ ? filled_ - (position_ - start_) : 0; }
+    // Where the position lies in the buffer: at most filled_, which stands for anywhere outside as well.
+    size_t buffer_offset() const {
+        return static_cast<size_t>(std::min<uint64_t>(position_ - start_, filled_));
+    }
     bool fill(size_t wanted);
 
     FileSource &file_;
@@ -104,9 +107,10 @@ uint32_t FileReader::read(uint8_t *to, uint32_t *count) {
     const size_t wanted = *count;
     size_t done = 0;
     while (done < wanted) {
-        size_t got = std::min(buffered(), wanted - done);
+        const size_t from = buffer_offset();
+        size_t got = std::min(filled_ - from, wanted - done);
         if (got > 0) {
-            std::memcpy(to + done, &buffer_[position_ - start_], got);
+            std::memcpy(to + done, &buffer_[from], got);
         } else if (wanted - done >= kBufferBytes) {
             got = file_.read_some(position_, to + done, wanted - done);
             read_end_ = position_ + got;

@@ -45,7 +45,7 @@ std::string fourcc_text(uint32_t fourcc) {
 std::string printable(std::string_view name) {
     std::string text(name);
     std::replace_if(
-        text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7F; }, '?');
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
     return text;
 }
 

@@ -54,7 +54,8 @@ void UnitScanner::end_unit(uint64_t offset) {
     collect_head();
     in_unit_ = false;
     const uint64_t size = offset - unit_offset_;
-    handler_({unit_offset_, size, std::span(head_).first(std::min<uint64_t>(head_.size(), size))});
+    handler_({unit_offset_, size,
+              std::span(head_).first(static_cast<size_t>(std::min<uint64_t>(head_.size(), size)))});
 }
 
 // Adds what the window has of the unit's first bytes, and perhaps bytes behind its end.
