@@ -167,18 +167,16 @@ TEST(Mpeg4Cut, ReadsZerosAndNothingElse) {
 }
 
 TEST(Mpeg4Arguments, NullPointersAreRefused) {
-    const Bytes vop = vop_bytes({});
     ZevVideoParam param = {77, 77, 77};
     uint32_t out = 77;
-    EXPECT_EQ(ZEV_MPEG4_GetVideoParam(nullptr, 4, &param), VIDHDR_ERR_INVALID_ARG);
-    EXPECT_EQ(ZEV_MPEG4_GetVideoParam(vop.data(), 4, nullptr), VIDHDR_ERR_INVALID_ARG);
-    for (const auto function : {ZEV_MPEG4_GetVopType, ZEV_MPEG4_GetVop_IPB}) {
-        EXPECT_EQ(function(nullptr, 4, &param, &out), VIDHDR_ERR_INVALID_ARG);
-        EXPECT_EQ(function(vop.data(), 4, nullptr, &out), VIDHDR_ERR_INVALID_ARG);
-        EXPECT_EQ(function(vop.data(), 4, &param, nullptr), VIDHDR_ERR_INVALID_ARG);
-    }
-    EXPECT_EQ(param.width, 77u);
-    EXPECT_EQ(out, 77u);
+    const uint8_t *const data = kVol.data();
+    for (const int32_t code :
+         {ZEV_MPEG4_GetVideoParam(nullptr, 4, &param), ZEV_MPEG4_GetVideoParam(data, 4, nullptr),
+          ZEV_MPEG4_GetVopType(nullptr, 4, &param, &out), ZEV_MPEG4_GetVopType(data, 4, nullptr, &out),
+          ZEV_MPEG4_GetVopType(data, 4, &param, nullptr), ZEV_MPEG4_GetVop_IPB(nullptr, 4, &param, &out),
+          ZEV_MPEG4_GetVop_IPB(data, 4, nullptr, &out), ZEV_MPEG4_GetVop_IPB(data, 4, &param, nullptr)})
+        EXPECT_EQ(code, VIDHDR_ERR_INVALID_ARG);
+    EXPECT_EQ(param.width & out, 77u);
 }
 
 }  // namespace
