@@ -67,12 +67,11 @@ TEST(Thread, AnEventForgetsSignalsThatNobodyWaitsFor) {
 }
 
 TEST(Thread, NullHandlesAndNoMemory) {
-    EXPECT_EQ(MThreadCreate(nullptr, nullptr), 0u);
-    EXPECT_EQ(MThreadExit(0) + MThreadSuspend(0) + MThreadResume(0) + MThreadSetPriority(0, 5), 0u);
+    EXPECT_EQ(MThreadCreate(nullptr, nullptr) + MThreadExit(0) + MMutexDestroy(nullptr), 0u);
+    EXPECT_EQ(MThreadSuspend(0) + MThreadResume(0) + MThreadSetPriority(0, 5), 0u);
     for (uint32_t (*const function)(void *) : {MMutexLock, MMutexUnlock, MEventSignal, MEventDestroy})
         EXPECT_EQ(function(nullptr), uint32_t{ResultInvalidArg});
     EXPECT_EQ(MEventWait(nullptr, 5), uint32_t{ResultInvalidArg});
-    EXPECT_EQ(MMutexDestroy(nullptr), 0u);
     const quorv::test::FailingAllocator heap(1, quorv::test::FailureSpan::ForGood);
     EXPECT_EQ(MMutexCreate(), nullptr);
     EXPECT_EQ(MEventCreate(), nullptr);
