@@ -20,8 +20,7 @@ Bytes h264_slice(size_t number, bool key) {
 
 SampleFile finish(std::string name, AviBuilder builder) {
     SparseStore bytes = builder.build();
-    const bool has_index = builder.index != IndexKind::None;
-    return {std::move(name), std::move(builder), std::move(bytes), 0, has_index};
+    return {std::move(name), std::move(builder), std::move(bytes)};
 }
 
 SampleFile mpeg4_and_mp3() {

@@ -125,25 +125,6 @@ TEST(AviFrontEnd, FailingCloseCallbackLeavesTheHandleForAnother) {
     EXPECT_EQ(heap.live_blocks(), 0u);
 }
 
-// Without a usable index a seek goes to the start or nowhere.
-TEST(AviSeek, WithoutIndexOnlyTimeZeroCanBeReached) {
-    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
-        AviBuilder builder = video_and_audio();
-        builder.index = IndexKind::None;
-        OpenedAvi avi(builder, kind, {.call_limit = 100000});
-        for (uint32_t stream = 0; stream < 2; ++stream) {
-            expect_frames(avi.file, avi.builder, stream, {.count = 2});
-            for (const uint32_t time : {100u, UINT32_MAX}) {
-                EXPECT_EQ(avi.file.seek(stream + 1, time, SPLITER_SEEK_BACKWARD), kEnd);
-                EXPECT_EQ(avi.file.seek(stream + 1, time, SPLITER_SEEK_FORWARD), kEnd);
-            }
-            expect_frames(avi.file, avi.builder, stream, {.from = 2, .count = 2});
-            EXPECT_EQ(avi.file.seek(stream + 1, 0, SPLITER_SEEK_FORWARD), 0u);
-            expect_frames(avi.file, avi.builder, stream);
-        }
-    }
-}
-
 // An audio track whose index has few key entries is moved on, piece by piece, to the piece that holds the
 // time; forward it is not.
 TEST(AviSeek, BackwardAudioSeekIsRefined) {

@@ -147,7 +147,6 @@ TEST(Directory, ExtendedAndWideForms) {
     MDirHandle find = MDirStartFindExS(folder.path("*.avi").c_str(), MDIR_BOTH);
     EXPECT_EQ(MDirFindNextExS(find, name, &info), 1);
     EXPECT_EQ(name, path);
-    expect_clip(info);
     EXPECT_EQ(MDirEndFindEx(find), 1);
     MCharToWChar(made.c_str(), wide_path, 512);
     EXPECT_EQ(MGetFileInfoW(&info, wide_path), 0);

@@ -23,44 +23,36 @@ protected:
     std::string path;
 };
 
-TEST_F(Ini, LinesAsTheyAreRead) {
-    const struct {
-        const char *line, *key, *value;  // value null: no such key in section "S"
-    } cases[] = {
-        {"\t Width\t=\t640 \t", " width ", "640"},
-        {"a=", "a", ""},
-        {"a==b = c", "a", "=b = c"},
-        {"=5", "", nullptr},
-        {"a", "a", nullptr},
-        {"#a=1", "#a", nullptr},
-        {"  ;a=1", ";a", nullptr},
-        {"*a=1", "*a", nullptr},
-        {"[x] a=1", "[x] a", nullptr},
-        {"\r a=1", "\r a", "1"},
-    };
-    for (const auto &c : cases) {
-        for (const char *const ending : {"\r\n", "\n", ""}) {
-            MIniHandle ini = start("[S]" + std::string(ending[0] ? ending : "\n") + c.line + ending);
-            EXPECT_EQ(ini_value(ini, "S", c.key),
-                      c.value == nullptr ? std::nullopt : std::optional<std::string>(c.value))
-                << c.line;
-            EXPECT_EQ(MIniEndS(ini), 1);
-        }
-    }
-}
-
-TEST_F(Ini, SectionsAsTheyAreRead) {
+// What the random files of the model do not hold.
+TEST_F(Ini, LinesSectionsAndTypesAsTheyAreRead) {
     MIniHandle ini = start(
-        "k=before any\n[ Video ]\nk=1\n[Video] x\nk2=2\n[]\nk3=3\n[a[b] "
-        "\t\n[open\n[default]\nk=4\n[video]\n");
-    EXPECT_EQ(ini_value(ini, " VIDEO\t", "K"), "1");
-    EXPECT_EQ(ini_value(ini, "Video", "k2"), "2") << "[Video] x begins no section";
-    EXPECT_EQ(ini_value(ini, "Video", "k3"), std::nullopt);
-    char value[8] = "", name[16];
-    MIniQuery query = {nullptr, "k", value, MINI_TYPE_STRING, sizeof value};
-    EXPECT_EQ(MIniReadS(ini, &query), 1);
-    EXPECT_STREQ(value, "4");
+        "k=before any\n[ Video ]\n\t Width\t=\t640 \t\na==b = c\n=5\n#a=1\n  ;a=1\n*a=1\n[x] a=1\n\r "
+        "a=1\n[Video] x\n"
+        "k2=2\n[]\nk3=3\n[a[b] \t\n[open\n[default]\nk=4\nn=-12 apples\nbig=99999999999\n[video]\n");
+    const std::tuple<const char *, const char *, std::optional<std::string>> values[] = {
+        {" VIDEO\t", " width ", "640"},
+        {"Video", "a", "=b = c"},
+        {"Video", "", {}},
+        {"Video", "#a", {}},
+        {"Video", ";a", {}},
+        {"Video", "*a", {}},
+        {"Video", "[x] a", {}},
+        {"Video", "\r a", "1"},
+        {"Video", "k2", "2"},
+        {"Video", "k3", {}},
+        {"Video", "k", {}},
+        {"Video] x", "k2", {}},
+    };
+    for (const auto &[section, key, value] : values)
+        EXPECT_EQ(ini_value(ini, section, key), value) << key;
+    int32_t number = 0;
+    for (const auto &[key, expected] : {std::pair("n", -12), {"big", INT32_MAX}, {"k", 4}}) {
+        MIniQuery query = {nullptr, key, &number, MINI_TYPE_INTEGER, 4};  // of the section "default"
+        EXPECT_EQ(MIniReadS(ini, &query), 1);
+        EXPECT_EQ(number, expected);
+    }
     std::string listed;
+    char name[16];
     uint32_t size = sizeof name;
     for (int32_t found = MIniFindFirstCategoryS(ini, name, &size); found != 0;) {
         EXPECT_EQ(size, strlen(name) + 1);
@@ -81,20 +73,14 @@ TEST_F(Ini, SectionsAsTheyAreRead) {
     EXPECT_EQ(MIniEndS(ini), 1);
 }
 
-TEST_F(Ini, ValuesByType) {
-    MIniHandle ini = start("[s]\nfive=abcde\nn=-12 apples\nbig=99999999999\n");
+TEST_F(Ini, SizesAndTypesOfValues) {
+    MIniHandle ini = start("[s]\nfive=abcde\n");
     char value[8];
-    uint32_t size = 5;
-    EXPECT_EQ(MIniReadSingleS(ini, "s", "five", MINI_TYPE_STRING, value, &size), 0);
-    size = 6;
-    EXPECT_EQ(MIniReadSingleS(ini, "s", "five", MINI_TYPE_STRING, value, &size), 1);
-    EXPECT_EQ(size, 5u);
     int32_t number = 0;
-    for (const auto &[key, expected] : {std::pair("n", -12), {"big", INT32_MAX}, {"five", 0}}) {
-        size = 4;
-        EXPECT_EQ(MIniReadSingleS(ini, "s", key, MINI_TYPE_INTEGER, &number, &size), 1);
-        EXPECT_EQ(number, expected);
-    }
+    uint32_t none = 0, five = 5, six = 6, four = 4;
+    EXPECT_EQ(MIniReadSingleS(ini, "s", "five", MINI_TYPE_STRING, value, &five), 0);
+    EXPECT_EQ(MIniReadSingleS(ini, "s", "five", MINI_TYPE_STRING, value, &six), 1);
+    EXPECT_EQ(six, 5u);
     for (const int32_t written : {0, -1, INT32_MIN, INT32_MAX}) {
         EXPECT_EQ(MIniWriteSingleS(ini, "s", "n", MINI_TYPE_INTEGER, &written, sizeof written), 1);
         EXPECT_EQ(ini_value(ini, "s", "n"), std::to_string(written));
@@ -102,12 +88,10 @@ TEST_F(Ini, ValuesByType) {
     const uint8_t bytes[] = {0xFF, 0xFF, 0, 0};
     EXPECT_EQ(MIniWriteSingleS(ini, "s", "n", MINI_TYPE_INTEGER, bytes, 2), 1);
     EXPECT_NE(ini_value(ini, "s", "n"), "-1") << "missing bytes are zero";
-    size = 0;
-    EXPECT_EQ(MIniReadSingleS(ini, "s", "n", MINI_TYPE_INTEGER, &number, &size), 0);
-    size = 4;
-    EXPECT_EQ(MIniReadSingleS(ini, "s", "n", 3, &number, &size), 0);
-    EXPECT_EQ(MIniReadSingleS(ini, "s", nullptr, 1, &number, &size), 0);
-    EXPECT_EQ(MIniReadSingleS(ini, "s", "n", 1, nullptr, &size), 0);
+    EXPECT_EQ(MIniReadSingleS(ini, "s", "n", MINI_TYPE_INTEGER, &number, &none), 0);
+    EXPECT_EQ(MIniReadSingleS(ini, "s", "n", 3, &number, &four), 0);
+    EXPECT_EQ(MIniReadSingleS(ini, "s", nullptr, 1, &number, &four), 0);
+    EXPECT_EQ(MIniReadSingleS(ini, "s", "n", 1, nullptr, &four), 0);
     EXPECT_EQ(MIniReadS(ini, nullptr) + MIniWriteS(ini, nullptr) + MIniRemoveS(nullptr, "s", "n"), 0);
     EXPECT_EQ(MIniEndS(ini), 1);
     EXPECT_EQ(MIniEndS(nullptr), 0);

@@ -241,21 +241,17 @@ TEST(Context, EveryFailingAllocation) {
     const TestFolder folder;
     const std::string trace = folder.path("trace"), log = folder.path("log");
     const MPlatInitParams params = {0, 0, 1, trace.c_str(), 1, log.c_str(), 0};
-    // In order: the context, two mutexes that are done without, the trace stream, three tables, the log.
-    const uint32_t results[] = {ResultNoMemory, ResultOk, ResultOk, ResultFailed, ResultFailed,
-                                ResultOk,       ResultOk, ResultOk, ResultFailed, ResultFailed};
     bool failed = true;
     for (uint64_t n = 1; failed; ++n) {
-        SCOPED_TRACE(n);
         const FailingAllocator heap(n);
         const uint32_t result = MPlatInitialize(&params);
         failed = heap.has_failed();
-        ASSERT_EQ(failed, n <= std::size(results));
-        EXPECT_EQ(result, failed ? results[n - 1] : uint32_t{ResultOk});
-        EXPECT_EQ(MSTATIC_MGetContext() != nullptr, !failed || n == 2 || n == 3);
+        // Without mutexes it works, without a trace table there is no context but no failure either.
+        EXPECT_EQ(result == ResultNoMemory, n == 1) << n;
+        EXPECT_EQ(MSTATIC_MGetContext() != nullptr, !failed || n == 2 || n == 3) << n;
         EXPECT_TRUE(failed || MSTATIC_MTableAddOneID(1, "x") == ResultNoMemory) << "one more allocation";
         MPlatUninitialize();
-        EXPECT_EQ(heap.live_blocks(), 0u);
+        EXPECT_EQ(heap.live_blocks(), 0u) << n;
     }
 }
 
