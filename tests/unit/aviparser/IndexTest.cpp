@@ -182,8 +182,8 @@ TEST(AviIndex, MillionEntriesInLittleMemory) {
     EXPECT_EQ(heap.live_blocks(), 0u);
 }
 
-// A failing read while the index is read: reported once by the query that met it, and the index then counts
-// as read.
+// A callback that fails while the index is read: reported by the query that met it, or it ends the index; all
+// frames can be read afterwards.
 TEST(AviIndex, FailedBlockIsReportedOnce) {
     OpenedAvi avi(long_video(9000));
     avi.source.faults.at = avi.source.calls() + 2;  // the read behind the seek
@@ -192,6 +192,17 @@ TEST(AviIndex, FailedBlockIsReportedOnce) {
     avi.source.faults.at = 0;
     EXPECT_EQ(avi.file.is_seekable(1), 0u);
     expect_frames(avi.file, avi.builder, 0, {.count = 4096});
+    bool failed = true;
+    for (uint64_t at = 1; failed; ++at) {
+        OpenedAvi broken(avi.builder);
+        broken.source.faults.at = broken.source.calls() + at;
+        const uint32_t code = broken.file.seek(1, 8999 * 40, SPLITER_SEEK_BACKWARD);
+        failed = broken.source.calls() >= broken.source.faults.at;
+        EXPECT_TRUE(code == 0 || (failed && (code == kSourceFailed || code == SPLITER_ERR_END_OF_STREAM)));
+        broken.source.faults.at = 0;
+        ASSERT_EQ(broken.file.reset(), 0u);
+        expect_frames(broken.file, broken.builder, 0, {.keys = false});
+    }
 }
 
 }  // namespace

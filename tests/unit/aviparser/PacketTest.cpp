@@ -82,21 +82,6 @@ TEST(AviPackets, TooMuchGarbageEndsTheTrackUntilItIsSought) {
     expect_frames(avi.file, avi.builder, 0, {.from = 2});
 }
 
-// Compressed and uncompressed frames may alternate at will.
-TEST(AviPackets, ChunkTypesOfOneTrackMayChange) {
-    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
-    for (size_t i = 0; i < 12; ++i) {
-        builder.frame(0, 31 + i);
-        if (i % 5 == 4) builder.raw(chunk(tag("00db"), payload(3, i, 60)));
-    }
-    OpenedAvi avi(builder);
-    const FrameRun run = avi.file.read_all(1);
-    ASSERT_EQ(run.frames.size(), 14u);
-    EXPECT_EQ(run.frames[5].data, payload(3, 4, 60));
-    EXPECT_EQ(run.frames[11].data, payload(3, 9, 60));
-    EXPECT_EQ(run.frames[13].info.time_stamp, 13u * 40);
-}
-
 // Empty chunks deliver nothing and let time go on, at the start, in rows and at the end, for every kind of
 // stream; reading again after a refusal does not count them twice.
 TEST(AviPackets, EmptyChunksAdvanceTime) {

@@ -3,7 +3,6 @@
 
 #include <quorv/avi_splitter.h>
 
-#include "support/FailingAllocator.h"
 #include "unit/aviparser/OpenedAvi.h"
 
 namespace quorv::test {
@@ -43,23 +42,6 @@ TEST(AviProgressive, HttpParamSaysWhetherTheIndexWasRead) {
                 expect_frames(file, builder, stream);
         }
     }
-}
-
-// Called again and again while the bytes come in.
-TEST(AviProgressive, OpenSucceedsOnceTheHeaderHasArrived) {
-    AviBuilder builder = small_file(IndexKind::Legacy);
-    const SparseStore bytes = builder.build();
-    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE);
-    FailingAllocator heap;
-    for (uint64_t arrived = 0;; arrived += 13) {
-        source.faults.arrived = arrived;
-        SplitterFile file(kAviSplitter, source.record());
-        if (file.open_code == 0) break;
-        ASSERT_EQ(file.handle(), nullptr);
-        ASSERT_EQ(heap.live_blocks(), 0u);
-        ASSERT_LT(arrived, bytes.size());
-    }
-    EXPECT_EQ(heap.live_blocks(), 0u);
 }
 
 // Frames that have not arrived give the source's code and come when they have; no byte too early, no key

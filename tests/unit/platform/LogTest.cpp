@@ -121,8 +121,10 @@ TEST_F(Log, FailedWritesAndOpens) {
         EXPECT_EQ(code, uint32_t{ResultFailed});
 }
 
-TEST_F(Log, TwoThreadsOnTheContextsLogLoseAndTearNothing) {
-    const MPlatInitParams params = {0, 0, 0, nullptr, 0xFFFFFFFF, path.c_str(), 0};
+// Both write to the trace stream and its tables, too.
+TEST_F(Log, TwoThreadsOnTheContextLoseAndTearNothing) {
+    const std::string trace = folder.path("trace");
+    const MPlatInitParams params = {0, 0, 0xFFFFFFFF, trace.c_str(), 0xFFFFFFFF, path.c_str(), 0};
     ASSERT_EQ(MPlatInitialize(&params), uint32_t{ResultOk});
     constexpr int kMessages = 30000;
     std::latch both(2);
@@ -135,12 +137,18 @@ TEST_F(Log, TwoThreadsOnTheContextsLogLoseAndTearNothing) {
             else
                 MLogS(nullptr, 1, "%c%d\n", name, i);
             if (i % 997 == 0) MLogFlush(nullptr);
+            if (i % 10 == 0) MSTATIC_MTableAddOneID(1, std::to_string(i).c_str());
         }
     };
     std::thread one(work, 'A'), two(work, 'B');
     one.join();
     two.join();
+    MSTATIC_MTableWrite(1, 1);
     EXPECT_EQ(MPlatUninitialize(), uint32_t{ResultOk});
+    size_t size = 4;  // of the file's signature and of a record of every tenth number
+    for (int i = 0; i < kMessages; i += 10)
+        size += 8 + (std::to_string(i).size() + 4) / 4 * 4;
+    EXPECT_EQ(folder.get("trace").size(), size);
     int next[2] = {};
     const std::string all = text();
     for (size_t begin = 0, end; begin < all.size(); begin = end) {

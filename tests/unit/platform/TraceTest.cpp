@@ -7,10 +7,8 @@
 #include <quorv/platform/memory.h>
 #include <string.h>
 
-#include <latch>
 #include <numeric>
 #include <string>
-#include <thread>
 
 #include "support/FailingAllocator.h"
 #include "support/TestFolder.h"
@@ -156,38 +154,6 @@ TEST(Trace, Tables) {
         listed.insert(listed.end(), words.begin() + 4, words.end());
     }
     EXPECT_EQ(listed, identifiers);
-}
-
-TEST(Trace, TwoThreadsWriteWholeRecords) {
-    TracingContext context;
-    constexpr uint32_t kRecords = 20000, kTexts = 2000;
-    std::latch both(2);
-    const auto work = [&](uint32_t name) {
-        const std::vector<uint32_t> values(40, name);
-        both.arrive_and_wait();
-        for (uint32_t i = 0; i < kRecords; ++i) {
-            MSTATIC_MLogTraceData(1, name, i, 0, 0, values.data(), i % 40);
-            if (i < kTexts) MSTATIC_MTableAddOneID(3, std::to_string(i).c_str());
-        }
-    };
-    std::thread one(work, 1), two(work, 2);
-    one.join();
-    two.join();
-    MSTATIC_MTableWrite(1, 3);
-    uint32_t next[3] = {}, texts = 0;
-    for (const TraceRecord &record : context.close()) {
-        if (record.kind == 3) {
-            ++texts;
-            continue;
-        }
-        const uint32_t name = record.words.at(0), i = record.words.at(1);
-        ASSERT_TRUE(name == 1 || name == 2);
-        EXPECT_EQ(i, next[name]++);
-        EXPECT_EQ(std::vector<uint32_t>(record.words.begin() + 4, record.words.end()),
-                  std::vector<uint32_t>(i % 40, name));
-    }
-    EXPECT_EQ(next[1] + next[2], 2 * kRecords);
-    EXPECT_EQ(texts, kTexts);
 }
 
 TEST(Trace, PrintedMessages) {

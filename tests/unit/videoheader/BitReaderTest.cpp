@@ -8,7 +8,6 @@
 #include <random>
 #include <vector>
 
-#include "support/BitWriter.h"
 #include "unit/videoheader/GuardedBuffer.h"
 #include "videoheader/H264Header.h"
 #include "videoheader/StartCode.h"
@@ -73,26 +72,6 @@ TEST(BitReader, AgreesWithTheModelAtEveryLengthAndAlignment) {
             }
         }
     }
-}
-
-TEST(BitReader, ExpGolombCodesOfEveryLength) {
-    BitWriter writer;
-    std::vector<uint32_t> values = {UINT32_MAX - 1};
-    for (uint32_t bits = 0; bits < 32; ++bits)
-        values.insert(values.end(), {(uint32_t{1} << bits) - 1, (uint32_t{1} << bits) + bits / 2});
-    for (const uint32_t value : values) {
-        writer.ue(value);
-        writer.se(static_cast<int32_t>(value / 2));
-        writer.se(-static_cast<int32_t>(value / 2));
-    }
-    bs_utility bs;
-    bs_open_utility(&bs, writer.data().data(), static_cast<uint32_t>(writer.data().size()));
-    for (const uint32_t value : values) {
-        ASSERT_EQ(ue_utility(&bs), value);
-        ASSERT_EQ(se_utility(&bs), static_cast<int32_t>(value / 2));
-        ASSERT_EQ(se_utility(&bs), -static_cast<int32_t>(value / 2));
-    }
-    EXPECT_EQ(ue_utility(&bs), UINT32_MAX);  // nothing but zeros beyond the end
 }
 
 TEST(StartCode, FoundWhereThePlainLoopFindsIt) {
