@@ -53,6 +53,7 @@ TEST(AviPackets, WhatIsSteppedOver) {
         {"undeclared stream that holds a chunk of ours", chunk(tag("55wb"), chunk(tag("00dc"), other))},
         {"chunk beyond the media data", join({text("00dc"), le32(0x7FFFFFFF)})},
         {"chunk of 4 GB", join({text("01wb"), le32(UINT32_MAX)})},
+        {"a form that is no segment", text("RIFF")},
         {"capital letters", chunk(tag("00DC"), {})},
         {"letters beyond ASCII", join({text("00"), Bytes{0xFE, 0xFE}, le32(4), other})},
     };
