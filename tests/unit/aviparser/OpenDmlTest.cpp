@@ -106,6 +106,17 @@ TEST(AviOpenDml, IndexChunksThatAreNamedOverAndOver) {
     }
 }
 
+TEST(AviOpenDml, EntriesBeyondTheSourceAreIgnored) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDmlDirect);
+    for (size_t i = 0; i < 8; ++i)
+        builder.frame(0, 40 + i);
+    Bytes bytes = builder.build().flatten();
+    bytes.resize(static_cast<size_t>(builder.truth(0)[5].position) + 7);
+    OpenedBytes avi(bytes);
+    EXPECT_EQ(avi.file.seek(1, 7 * 40, SPLITER_SEEK_BACKWARD), 0u);
+    expect_frames(avi.file, builder, 0, {.from = 4, .count = 1});
+}
+
 // Where a legacy index stands beside the OpenDML one, the latter decides.
 TEST(AviOpenDml, LegacyIndexIsIgnoredBesideIt) {
     AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDml);
