@@ -110,6 +110,7 @@ TEST(Trace, Tables) {
     std::vector<std::string> texts;
     for (size_t i = 0; i < 600; ++i)
         texts.push_back("text " + std::to_string(i) + std::string(i == 77 ? 9000 : i % 50, '.'));
+    texts[78].resize(8191, '.');  // fills a storage to its last byte
     const std::vector<std::string> copies = texts;
     // The second table gets identifiers alone.
     MPlatContext *const current = MSTATIC_MGetContext();
