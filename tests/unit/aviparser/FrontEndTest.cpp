@@ -96,20 +96,6 @@ TEST(AviFrontEnd, GetConfigChecksTheRecordSize) {
     EXPECT_EQ(AVI_SPLITER_GetConfig(nullptr, SPLITER_CFG_CODEC_DATA, &data, &size), 0u);
 }
 
-// The first audio track is as long as the longest track of the others, for good.
-TEST(AviFrontEnd, AudioIsAsLongAsTheVideo) {
-    AviBuilder mixed({pcm_stream(), video_stream(tag("MJPG")), video_stream(tag("MJPG"))});
-    mixed.streams[1].header.length = 250;
-    mixed.streams[2].header.length = 500;
-    AviBuilder audio({pcm_stream(), pcm_stream(), pcm_stream()});
-    const std::tuple<AviBuilder *, uint32_t, uint32_t, uint32_t> cases[] = {
-        {&mixed, 0, 1, 10000}, {&mixed, 0, 30, 30000}, {&audio, 0, 4, 4000}, {&audio, 2, 9, 9000}};
-    for (const auto &[builder, stream, seconds, expected] : cases) {
-        builder->streams[stream].header.length = 8000 * seconds;
-        EXPECT_EQ(OpenedAvi(*builder).file.audio_info(1).duration, expected);
-    }
-}
-
 TEST(AviFrontEnd, FailingCloseCallbackLeavesTheHandleForAnother) {
     OpenedAvi avi(video_and_audio());
     FailingAllocator heap;

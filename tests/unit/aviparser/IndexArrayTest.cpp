@@ -9,8 +9,6 @@
 #include <map>
 #include <random>
 
-#include "support/FailingAllocator.h"
-
 namespace quorv::test {
 namespace {
 
@@ -65,19 +63,6 @@ TEST_F(AviIndexArrayTest, AgreesWithASortedMap) {
             ASSERT_EQ(search(timestamp, flags), expected) << timestamp << ", flags " << flags;
         }
     }
-}
-
-// A refused allocation loses that entry and nothing else.
-TEST_F(AviIndexArrayTest, SurvivesMissingMemory) {
-    for (int64_t i = 0; i < 1000; ++i) {
-        const bool fails = i % 3 == 1;
-        index.allocated_bytes = fails ? 0 : index.allocated_bytes;
-        FailingAllocator heap(fails ? 1 : 0);
-        EXPECT_EQ(add(i) < 0, fails);
-    }
-    ASSERT_EQ(index.count, 667u);
-    for (uint32_t i = 1; i < index.count; ++i)
-        ASSERT_LT(index.entries[i - 1].timestamp, index.entries[i].timestamp);
 }
 
 TEST(AviFastRealloc, GrowsWithRoomToSpareAndNeverWraps) {

@@ -136,24 +136,5 @@ TEST(AviPackets, PaletteChangesThatLie) {
     }
 }
 
-// The index orders a file whose tracks lie one behind the other.
-TEST(AviPackets, TracksThatAreNotInterleaved) {
-    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
-    for (size_t i = 0; i < 50; ++i)
-        builder.frame(0, 500 + i, i % 10 == 0);
-    builder.junk(100000);
-    for (size_t i = 0; i < 50; ++i)
-        builder.frame(1, size_t{320});
-    OpenedAvi avi(builder);
-    for (size_t i = 0; i < 50; ++i) {
-        for (uint32_t stream = 0; stream < 2; ++stream)
-            expect_frames(avi.file, avi.builder, stream, {.from = i, .count = 1});
-    }
-    uint32_t reached = 0;
-    ASSERT_EQ(avi.file.seek(2, 25 * 10, SPLITER_SEEK_BACKWARD, &reached), 0u);
-    EXPECT_EQ(reached, 250u);
-    expect_frames(avi.file, avi.builder, 1, {.from = 25});
-}
-
 }  // namespace
 }  // namespace quorv::test
