@@ -48,6 +48,7 @@ TEST(AviMath, RescaleAgreesWithWideArithmetic) {
 #endif
 
 TEST(AviMathDeathTest, RescaleRefusesWhatHasNoResult) {
+    EXPECT_EQ(avi_rescale(3, 1, 2) + avi_rescale_q(90, {1, 30}, {1, 1000}), 2 + 3000);
     EXPECT_DEATH(avi_rescale_rnd(1, 1, 0, 0), "c > 0");
     EXPECT_DEATH(avi_rescale_rnd(1, -1, 1, 0), "b >=0");
     EXPECT_DEATH(avi_rescale_rnd(1, 1, 1, 4), "rnd >=0 && rnd<=5 && rnd!=4");
