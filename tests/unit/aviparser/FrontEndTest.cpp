@@ -96,6 +96,10 @@ TEST(AviFrontEnd, GetConfigChecksTheRecordSize) {
     EXPECT_EQ(AVI_SPLITER_GetConfig(nullptr, SPLITER_CFG_CODEC_DATA, &data, &size), 0u);
 }
 
+TEST(AviFrontEnd, AudioIsAsLongAsTheVideo) {
+    EXPECT_EQ(OpenedAvi(video_and_audio()).file.audio_info(2).duration, 240u);  // not 60
+}
+
 TEST(AviFrontEnd, FailingCloseCallbackLeavesTheHandleForAnother) {
     OpenedAvi avi(video_and_audio());
     FailingAllocator heap;
