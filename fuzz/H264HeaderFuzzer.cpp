@@ -13,8 +13,6 @@ namespace {
 using quorv::fuzz::ExactCopy;
 using quorv::fuzz::require;
 
-constexpr size_t kMaxUnits = 64;
-
 struct Results {
     uint32_t size_result, profile_result, slice, bare_slice;
     ZevVideoParam param;
@@ -50,24 +48,20 @@ void parse_everywhere(const uint8_t *data, size_t size) {
     }
 }
 
-std::vector<uint32_t> plain_search(const uint8_t *data, size_t size) {
-    std::vector<uint32_t> offsets;
+// The offsets of all start codes, which the library must find in an array with not one element to spare.
+std::vector<uint32_t> nal_units(const uint8_t *data, size_t size) {
+    std::vector<uint32_t> expected;
     for (size_t at = 0; at + 3 <= size; ++at)
         if (data[at] == 0 && data[at + 1] == 0 && data[at + 2] == 1)
-            offsets.push_back(static_cast<uint32_t>(at));
-    return offsets;
-}
-
-// The offsets that the library finds, in an array with not one element to spare.
-void check_nal_units(const uint8_t *data, size_t size, const std::vector<uint32_t> &expected) {
+            expected.push_back(static_cast<uint32_t>(at));
     const uint32_t count = static_cast<uint32_t>(expected.size()), length = static_cast<uint32_t>(size);
     const ExactCopy copy(data, size, 3);
-    uint32_t unused = 0;
-    std::vector<uint32_t> offsets(expected.size());
-    uint32_t *const array = count > 0 ? offsets.data() : &unused;
-    require(ZEV_H264_GetNALHdr(copy.data(), length, array, count) == count);
+    std::vector<uint32_t> offsets(expected.size() + 1);
+    offsets.pop_back();
+    require(ZEV_H264_GetNALHdr(copy.data(), length, offsets.data(), count) == count);
     require(offsets == expected);
-    if (count > 0) require(ZEV_H264_GetNALHdr(copy.data(), length, array, count - 1) == VIDHDR_H264_ERR);
+    if (count > 0)
+        require(ZEV_H264_GetNALHdr(copy.data(), length, offsets.data(), count - 1) == VIDHDR_H264_ERR);
     const uint8_t *p = copy.data(), *const end = p + size;
     for (const uint32_t offset : expected) {
         p = quorv::find_start_code_portable(p, end);
@@ -75,6 +69,7 @@ void check_nal_units(const uint8_t *data, size_t size, const std::vector<uint32_
         p += quorv::kStartCodePrefixBytes;
     }
     require(quorv::find_start_code_portable(p, end) == end);
+    return expected;
 }
 
 }  // namespace
@@ -83,10 +78,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0) return 0;
-    const std::vector<uint32_t> offsets = plain_search(data, size);
-    check_nal_units(data, size, offsets);
+    const std::vector<uint32_t> offsets = nal_units(data, size);
     parse_everywhere(data, size);
-    for (size_t i = 0; i < offsets.size() && i < kMaxUnits; ++i) {
+    for (size_t i = 0; i < offsets.size() && i < 64; ++i) {
         const size_t end = i + 1 < offsets.size() ? offsets[i + 1] : size;
         parse_everywhere(data + offsets[i], end - offsets[i]);
         parse_everywhere(data + offsets[i] + 3, end - offsets[i] - 3);

@@ -4,10 +4,10 @@
 
 #include <quorv/platform/ini.h>
 #include <stdint.h>
-#include <stdio.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,17 +46,12 @@ private:
 };
 
 void put_file(const std::string &path, std::string_view text) {
-    FILE *const file = fopen(path.c_str(), "wb");
-    require(file != nullptr && fwrite(text.data(), 1, text.size(), file) == text.size());
-    require(fclose(file) == 0);
+    std::ofstream(path, std::ios::binary) << text;
 }
 
 std::string get_file(const std::string &path) {
-    std::string text(static_cast<size_t>(std::filesystem::file_size(path)), '\0');
-    FILE *const file = fopen(path.c_str(), "rb");
-    require(file != nullptr && fread(text.data(), 1, text.size(), file) == text.size());
-    fclose(file);
-    return text;
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // Blanks at the ends of a value do not survive the file.
@@ -75,18 +70,13 @@ std::optional<std::string> value_of(MIniHandle ini, const Edit &edit) {
 }
 
 bool apply(MIniHandle ini, const Edit &edit) {
-    switch (edit.what % 4) {
-        case 0:
-            return MIniRemoveS(ini, edit.section.c_str(), edit.key.c_str()) == 1;
-        case 1:
-            return MIniRemoveS(ini, edit.section.c_str(), nullptr) == 1;
-        default:
-            if (!MIniWriteSingleS(ini, edit.section.c_str(), edit.key.c_str(), MINI_TYPE_STRING,
-                                  edit.value.c_str(), 1))
-                return false;
-            require(value_of(ini, edit) == trimmed(edit.value));
-            return true;
-    }
+    if (edit.what % 4 < 2)
+        return MIniRemoveS(ini, edit.section.c_str(), edit.what % 4 == 0 ? edit.key.c_str() : nullptr) == 1;
+    if (!MIniWriteSingleS(ini, edit.section.c_str(), edit.key.c_str(), MINI_TYPE_STRING, edit.value.c_str(),
+                          1))
+        return false;
+    require(value_of(ini, edit) == trimmed(edit.value));
+    return true;
 }
 
 // Everything that can be asked of a file: its sections, and the keys that the edits name.
@@ -104,11 +94,6 @@ std::vector<std::string> contents(MIniHandle ini, const std::vector<Edit> &edits
     return all;
 }
 
-std::string scratch_path() {
-    const char *const folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-    return folder + std::string("/quorv-ini-fuzz-") + std::to_string(getpid());
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
@@ -122,22 +107,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         edit.key = input.string();
         edit.value = input.string();
     }
-    const std::string path = scratch_path();
+    const char *const folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+    const std::string path = folder + std::string("/quorv-ini-fuzz-") + std::to_string(getpid());
     put_file(path, input.rest());
     MIniHandle ini = MIniStartS(path.c_str());
+    bool edited = false;
     if (ini != nullptr) {
-        bool edited = false;
         for (const Edit &edit : edits)
             edited = apply(ini, edit) || edited;
         const std::vector<std::string> before = contents(ini, edits);
         require(MIniEndS(ini) == 1);
-        if (!edited) require(get_file(path) == input.rest());
         ini = MIniStartS(path.c_str());
-        require(ini != nullptr && contents(ini, edits) == before);
-        require(MIniEndS(ini) == 1);
-    } else {
-        require(get_file(path) == input.rest());
+        require(ini != nullptr && contents(ini, edits) == before && MIniEndS(ini) == 1);
     }
+    require(edited || get_file(path) == input.rest());
     require(!std::filesystem::exists(path + "_tmp"));
     std::filesystem::remove(path);
     return 0;

@@ -17,16 +17,11 @@ using quorv::fuzz::require;
 
 // A zero-terminated copy with not one byte to spare.
 template <typename Unit>
-class Text {
-public:
-    explicit Text(const std::vector<Unit> &units) : units_(new Unit[units.size() + 1]()) {
-        std::copy(units.begin(), units.end(), units_.get());
-    }
-    const Unit *get() const { return units_.get(); }
-
-private:
-    std::unique_ptr<Unit[]> units_;
-};
+std::unique_ptr<Unit[]> text_of(const std::vector<Unit> &units) {
+    std::unique_ptr<Unit[]> text(new Unit[units.size() + 1]());
+    std::copy(units.begin(), units.end(), text.get());
+    return text;
+}
 
 template <typename Unit>
 std::vector<Unit> until_zero(std::vector<Unit> units) {
@@ -36,55 +31,52 @@ std::vector<Unit> until_zero(std::vector<Unit> units) {
 
 // Converts with this much room and returns what was written, the terminator not counted.
 template <typename To, typename From>
-std::vector<To> convert(int32_t (*conversion)(const From *, To *, int32_t), const Text<From> &from,
+std::vector<To> convert(int32_t (*conversion)(const From *, To *, int32_t), const std::vector<From> &from,
                         int32_t room, int32_t expected) {
     std::vector<To> to(static_cast<size_t>(std::max(room, 0)), To{0x55});
     To none = 0x55;
-    require(conversion(from.get(), to.empty() ? &none : to.data(), room) == expected);
+    require(conversion(text_of(from).get(), to.empty() ? &none : to.data(), room) == expected);
     require(none == 0x55);
     return until_zero(to);
 }
 
 void check_units(const std::vector<uint16_t> &units) {
-    const Text<uint16_t> text(units);
+    const auto text = text_of(units);
+    const int32_t count = static_cast<int32_t>(units.size());
     require(MWCsLen(text.get()) == units.size());
     const int32_t length = MUnicodeToUTF8(text.get(), nullptr, 0);
-    require(length >= static_cast<int32_t>(units.size()) && length <= static_cast<int32_t>(units.size() * 3));
-    const std::vector<char> utf8 = convert(MUnicodeToUTF8, text, length + 1, length);
-    require(static_cast<int32_t>(utf8.size()) == length);
+    require(length >= count && length <= count * 3);
+    const std::vector<char> utf8 = convert(MUnicodeToUTF8, units, length + 1, length);
     for (const int32_t room : {-1, 0, 1, length / 2, length})
-        convert(MUnicodeToUTF8, text, room, 0);
+        convert(MUnicodeToUTF8, units, room, 0);
     // Every unit survives UTF-8.
-    const int32_t count = static_cast<int32_t>(units.size());
-    require(convert(MUTF8ToUnicode, Text<char>(utf8), count + 1, count) == units);
+    require(convert(MUTF8ToUnicode, utf8, count + 1, count) == units);
 }
 
-void check_utf8(const Text<char> &text) {
-    const int32_t count = MUTF8ToUnicode(text.get(), nullptr, 0);
+void check_utf8(const std::vector<char> &bytes) {
+    const int32_t count = MUTF8ToUnicode(text_of(bytes).get(), nullptr, 0);
     require(count >= -1);
     if (count < 0) {
         uint16_t units[4096];
-        require(MUTF8ToUnicode(text.get(), units, 4096) <= 0);
+        require(MUTF8ToUnicode(text_of(bytes).get(), units, 4096) <= 0);
         return;
     }
-    const std::vector<uint16_t> units = convert(MUTF8ToUnicode, text, count + 1, count);
-    if (count > 0) {
-        for (const int32_t room : {0, 1, count / 2, count})
-            convert(MUTF8ToUnicode, text, room, 0);
-    }
+    const std::vector<uint16_t> units = convert(MUTF8ToUnicode, bytes, count + 1, count);
+    for (const int32_t room : {0, 1, count / 2, count})
+        if (count > 0) convert(MUTF8ToUnicode, bytes, room, 0);
     check_units(units);
 }
 
 void check_narrow(const std::vector<char> &bytes) {
-    const Text<char> text(bytes);
     const int32_t size = static_cast<int32_t>(bytes.size()) + 1;
     for (const int32_t room : {0, 1, size / 2, size, size + 3}) {
         const int32_t written = room < 1 ? 1 : std::min(room, size);
-        const std::vector<uint16_t> wide = convert(MCharToWChar, text, room, written);
+        const std::vector<uint16_t> wide = convert(MCharToWChar, bytes, room, written);
         require(wide.size() == static_cast<size_t>(room < 1 ? 0 : written - 1));
         const std::vector<char> back =
-            convert(MWCharToChar, Text<uint16_t>(wide), size, static_cast<int32_t>(wide.size()) + 1);
-        require(std::equal(back.begin(), back.end(), bytes.begin()) && back.size() == wide.size());
+            convert(MWCharToChar, wide, size, static_cast<int32_t>(wide.size()) + 1);
+        require(back ==
+                std::vector<char>(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(wide.size())));
     }
 }
 
@@ -93,18 +85,16 @@ int32_t sign(int32_t value) {
 }
 
 void check_comparison(const std::vector<uint16_t> &a, const std::vector<uint16_t> &b) {
-    const Text<uint16_t> text_a(a), text_b(b);
+    const auto text_a = text_of(a), text_b = text_of(b);
     const std::u16string string_a(a.begin(), a.end()), string_b(b.begin(), b.end());
     require(MWCsCmp(text_a.get(), text_b.get()) == sign(string_a.compare(string_b)));
     const int32_t folded = MWCsICmp(text_a.get(), text_b.get());
     require(folded == -MWCsICmp(text_b.get(), text_a.get()));
     require(MWCsNICmp(text_a.get(), text_b.get(), 0xFFFFFFFF) == folded);
-    std::vector<uint16_t> lower_a = a, lower_b = b;
-    lower_a.push_back(0);
-    lower_b.push_back(0);
-    MWCsMakeLower(lower_a.data());
-    MWCsMakeLower(lower_b.data());
-    require((folded == 0) == (lower_a == lower_b));
+    const auto lower_a = text_of(a), lower_b = text_of(b);
+    MWCsMakeLower(lower_a.get());
+    MWCsMakeLower(lower_b.get());
+    require((folded == 0) == (MWCsCmp(lower_a.get(), lower_b.get()) == 0));
     const size_t at = string_a.find(string_b);
     require(MWCsStr(text_a.get(), text_b.get()) == (at == string_a.npos ? nullptr : text_a.get() + at));
 }
@@ -115,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::vector<char> bytes = until_zero(std::vector<char>(data, data + size));
-    check_utf8(Text<char>(bytes));
+    check_utf8(bytes);
     check_narrow(bytes);
     std::vector<uint16_t> units;
     for (size_t i = 0; i + 1 < size; i += 2)

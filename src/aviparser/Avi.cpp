@@ -6,21 +6,16 @@
 
 #include <algorithm>
 
+#include "aviparser/AviFrame.h"
 #include "aviparser/AviHeader.h"
 #include "aviparser/AviIndex.h"
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
-#include "aviparser/AviPacket.h"
 #include "aviparser/AviSeek.h"
-#include "aviparser/AviSpecData.h"
-#include "videoheader/Mpeg4Header.h"
 
 namespace quorv {
 
 namespace {
-
-// The first frame of an MPEG-4 track shows its headers within so many bytes.
-constexpr uint32_t kVolSearchBytes = 256;
 
 AviContext *context_of(SplitterHandle handle) {
     return static_cast<AviContext *>(handle);
@@ -75,47 +70,6 @@ void raise_duration(const AviContext &context, SplitterAudioInfo *audio) {
         if (context.tracks[i]->type == SPLITER_TRACK_VIDEO) longer = context.tracks[i];
     }
     audio->duration = std::max(audio->duration, saturate_to_u32(longer->duration));
-}
-
-bool has_vol(const AviPacket &packet) {
-    const auto size = static_cast<uint32_t>(packet.size);
-    ZevVideoParam param;
-    return mpeg4_find_vol(packet.data, size, std::min(size, kVolSearchBytes), &param) == VIDHDR_OK;
-}
-
-uint32_t read_time_stamp(const AviTrack &track, const AviPacket &packet) {
-    return clamp_to_u32(avi_units_to_ms(track, packet.dts));
-}
-
-// Reads the next frame that the track may hand out. An MPEG-4 track that does not begin with its headers
-// begins with the first key frame, which must have them.
-uint32_t read_checked_packet(AviContext *context, AviTrack *track, AviPacket *packet) {
-    const int32_t capacity = packet->size;
-    if (track->vol_search == AviVolSearch::Failed) return SPLITER_ERR_END_OF_STREAM;
-    for (;;) {
-        packet->size = capacity;
-        const uint32_t code = avi_read_packet(context, track->stream_number, packet);
-        if (code != SPLITER_OK) return code;
-        if (track->vol_search == AviVolSearch::Searching) {
-            if ((packet->flags & kAviPacketKeyFrame) == 0) continue;
-            const bool found = has_vol(*packet);
-            track->vol_search = found ? AviVolSearch::NotNeeded : AviVolSearch::Failed;
-            return found ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_END_OF_STREAM};
-        }
-        const bool must_have = avi_is_mpeg4(track->video.codec) && read_time_stamp(*track, *packet) == 0;
-        if (!must_have || has_vol(*packet)) return SPLITER_OK;
-        track->vol_search = AviVolSearch::Searching;
-    }
-}
-
-// Removes what was handed out as codec data from the frame that it was taken from.
-void strip_codec_data(AviTrack *track, AviPacket *packet) {
-    AviPendingStrip &strip = track->strip;
-    if (strip.bytes == 0 || packet->dts != strip.dts) return;
-    const auto bytes = std::min(static_cast<int32_t>(strip.bytes), packet->size);
-    packet->size -= bytes;
-    memmove(packet->data, packet->data + bytes, static_cast<size_t>(packet->size));
-    strip = {};
 }
 
 uint32_t duration_ms(const AviTrack &track, int32_t units) {
@@ -244,15 +198,14 @@ uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
     avi_init_packet(&packet);
     packet.data = static_cast<uint8_t *>(buffer);
     packet.size = static_cast<int32_t>(std::min<uint32_t>(size, INT32_MAX));
-    const uint32_t code = read_checked_packet(context, record, &packet);
+    const uint32_t code = avi_read_frame(context, record, &packet);
     // A callback may fail with the same code; then no size is needed.
     const auto needed = static_cast<uint32_t>(packet.size);
     if (code == SPLITER_ERR_BUFFER_TOO_SMALL && needed > size) frame->size = needed;
     if (code != SPLITER_OK) return code;
 
-    strip_codec_data(record, &packet);
     frame->size = static_cast<uint32_t>(packet.size);
-    frame->time_stamp = read_time_stamp(*record, packet);
+    frame->time_stamp = avi_time_stamp_ms(*record, packet);
     frame->duration = duration_ms(*record, packet.duration);
     frame->key_frame = packet.flags & kAviPacketKeyFrame;
     return SPLITER_OK;

@@ -39,6 +39,10 @@ bool is_letter(uint8_t byte) {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
 }
 
+bool is_riff(const uint8_t *id) {
+    return memcmp(id, "RIFF", 4) == 0;
+}
+
 // Chunks that belong to no track's media.
 bool is_other_chunk(const uint8_t *id) {
     return memcmp(id, "JUNK", 4) == 0 || memcmp(id, "idx1", 4) == 0 ||
@@ -73,8 +77,8 @@ uint32_t AviChunkSearch::fill() {
 }
 
 AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
-    // The header of a further segment; its size reaches beyond the media data.
-    if (memcmp(header, "RIFF", 4) == 0) return Step::ListHeader;
+    // Perhaps the header of a further segment; its size reaches beyond the media data.
+    if (is_riff(header)) return Step::ListHeader;
     const uint32_t size = avi_le32(header + 4);
     if (context_.media_end - position() - kAviChunkHeaderBytes < size) return Step::Byte;
     // The chunks of a list are read one by one.
@@ -130,14 +134,21 @@ uint32_t AviChunkSearch::next(AviChunk *chunk) {
             context_.seen_headers.find(position() + 1) != nullptr)
             jump(position() + 1);
         const uint8_t *header = context_.seen_headers.find(position());
-        if (header == nullptr || classify(header) == Step::Byte) {
+        const bool seen = header != nullptr && classify(header) != Step::Byte;
+        if (!seen) {
             const uint32_t code = fill();
             if (code != 0) return code;
             header = window_ + offset_;
         }
         const uint32_t size = avi_le32(header + 4);
         const int64_t data_position = position() + kAviChunkHeaderBytes;
-        const Step step = classify(header);
+        Step step = classify(header);
+        if (!seen && is_riff(header)) {
+            bool is_segment = false;
+            const uint32_t code = avi_is_segment(&context_, position(), &is_segment);
+            if (code != SPLITER_OK && context_.source_size > 0) return code;
+            if (!is_segment) step = Step::Byte;
+        }
         if (step != Step::Byte) context_.seen_headers.add(position(), header);
         switch (step) {
             case Step::Byte:

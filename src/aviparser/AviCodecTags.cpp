@@ -265,6 +265,11 @@ uint32_t avi_codec_get_id(const AviCodecTag *table, uint32_t tag) {
     return row->codec;
 }
 
+bool avi_is_mpeg4(uint32_t codec) {
+    return codec == fourcc("m4vs") || codec == fourcc("m4va") || codec == fourcc("dx50") ||
+           codec == fourcc("xvid") || codec == fourcc("divx");
+}
+
 uint32_t avi_wave_format_codec(uint32_t format_tag) {
     return find_exact(kWaveFormats, format_tag);
 }

@@ -25,6 +25,9 @@ uint32_t avi_toupper4(uint32_t tag);
 // 0.
 uint32_t avi_codec_get_id(const AviCodecTag *table, uint32_t tag);
 
+// Whether the codec is MPEG-4 Part 2, whose first frame must carry a video object layer header.
+bool avi_is_mpeg4(uint32_t codec);
+
 // The codec of a wave format tag as this splitter reports it; 0 when it is not known.
 uint32_t avi_wave_format_codec(uint32_t format_tag);
 

@@ -82,9 +82,12 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kAviChunkHeaderBytes, &position) ||
         position < 0)
         return false;
+    // The index of a file that was cut off names chunks that are gone; a seek must not end at one of them.
+    const int64_t source_size = context_.source_size;
+    const bool present = source_size <= 0 || source_size - position >= kAviChunkHeaderBytes;
     const bool repeated =
         track->index.count != 0 && track->index.entries[track->index.count - 1].pos == position;
-    if (!repeated && (length != 0 || state.sample_size == 0)) {
+    if (present && !repeated && (length != 0 || state.sample_size == 0)) {
         const uint32_t flags = (size & kNotKeyFrame) != 0 ? 0 : kAviIndexKeyFrame;
         if (avi_add_index_entry(&track->index, position, state.index_timestamp, length, 0, flags) < 0)
             return false;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "aviparser/AviCodecTags.h"
 #include "aviparser/AviMath.h"
 #include "aviparser/AviPacket.h"
 #include "videoheader/StartCode.h"
@@ -89,11 +90,6 @@ uint32_t take_headers(AviContext *context, AviTrack *track, int64_t empty_durati
 }
 
 }  // namespace
-
-bool avi_is_mpeg4(uint32_t codec) {
-    return codec == fourcc("m4vs") || codec == fourcc("m4va") || codec == fourcc("dx50") ||
-           codec == fourcc("xvid") || codec == fourcc("divx");
-}
 
 uint32_t avi_read_specdat(AviContext *context, AviTrack *track) {
     const bool wanted = avi_is_mpeg4(track->video.codec) || track->video.codec == fourcc("264 ");

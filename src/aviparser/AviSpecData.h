@@ -12,9 +12,6 @@ namespace quorv {
 // stays at its start.
 uint32_t avi_read_specdat(AviContext *context, AviTrack *track);
 
-// Whether the codec is MPEG-4 Part 2, whose first frame must carry a video object layer header.
-bool avi_is_mpeg4(uint32_t codec);
-
 }  // namespace quorv
 
 #endif

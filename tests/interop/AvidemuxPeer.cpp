@@ -11,35 +11,18 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "interop/RealSamples.h"
+#include "support/TestFolder.h"
 
 namespace quorv::test {
 namespace {
 
 constexpr int kNotInstalled = 77;
 
-// A folder of its own for every run: tests run side by side.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "quorv-interop-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-        path_ = name;
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder &) = delete;
-    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
-    const std::filesystem::path &path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
 PeerTrack load_track(const std::filesystem::path &frames, const std::filesystem::path &bytes) {
     PeerTrack track;
     std::ifstream lines(frames);
     std::getline(lines, track.caps);
-    const Bytes all = contents_of(bytes);
+    const Bytes all = bytes_of_file(bytes);
     auto next = all.begin();
     PeerFrame frame;
     int64_t pts = 0;
@@ -61,8 +44,8 @@ std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &path, s
         *why_not = "built without GStreamer's development files";
         return {};
     }
-    const TemporaryFolder folder;
-    const std::string command = "'" + program + "' '" + path + "' '" + folder.path().string() + "'";
+    const TestFolder folder;
+    const std::string command = "'" + program + "' '" + path + "' '" + folder.path("") + "'";
     const int status = system(command.c_str());
     if (WIFEXITED(status) && WEXITSTATUS(status) == kNotInstalled) {
         *why_not = "GStreamer's avidemux is not installed";
@@ -70,7 +53,7 @@ std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &path, s
     }
     if (status != 0) throw std::runtime_error("failed: " + command);
     std::map<std::string, PeerTrack> tracks;
-    for (const auto &entry : std::filesystem::directory_iterator(folder.path())) {
+    for (const auto &entry : std::filesystem::directory_iterator(folder.path(""))) {
         const std::filesystem::path &file = entry.path();
         if (file.extension() == ".frames")
             tracks[file.stem().string()] =

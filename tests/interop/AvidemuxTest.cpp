@@ -15,38 +15,17 @@
 #include <algorithm>
 
 #include "interop/AvidemuxPeer.h"
-#include "interop/OpenedSample.h"
+#include "interop/RealSamples.h"
 
 namespace quorv::test {
 namespace {
 
 constexpr int64_t kNanosecondsPerMillisecond = 1000000;
 
-class AvidemuxTest : public RealSampleTest {
-protected:
-    void SetUp() override {
-        RealSampleTest::SetUp();
-        if (IsSkipped()) return;
-        std::string why_not;
-        peer = demux_with_gstreamer(path, &why_not);
-        if (peer.empty()) GTEST_SKIP() << why_not;
-    }
-
-    std::map<std::string, PeerTrack> peer;
-};
+using AvidemuxTest = RealSampleTest;
 
 INSTANTIATE_TEST_SUITE_P(Real, AvidemuxTest, testing::ValuesIn(kRealSamples),
                          [](const auto &which) { return case_name(which.param); });
-
-// The name of the peer's pad for each track: both number the tracks of a type in file order.
-std::vector<std::string> pad_names(const std::vector<SplitterTrackEntry> &tracks) {
-    std::vector<std::string> names;
-    int video = 0, audio = 0;
-    for (const SplitterTrackEntry &track : tracks)
-        names.push_back(track.type == SPLITER_TRACK_VIDEO ? "video_" + std::to_string(video++)
-                                                          : "audio_" + std::to_string(audio++));
-    return names;
-}
 
 std::string fourcc_text(uint32_t code) {
     std::string text;
@@ -67,13 +46,8 @@ Bytes upside_down(const Bytes &picture, size_t rows) {
 // What is left of the first frame must begin with a picture: a slice of H.264, or a VOP or group of VOPs.
 void expect_starts_with_a_picture(const Bytes &frame, const std::string &codec) {
     ASSERT_GE(frame.size(), 5u);
-    const size_t code = frame[2] == 1 ? 3 : 4;  // behind 00 00 01 or 00 00 00 01
-    ASSERT_EQ(frame[0] | frame[1] | (frame[code - 1] ^ 1), 0);
-    if (codec == "264 ") {
-        EXPECT_EQ(frame[code] & 0x1F, 5) << "NAL unit type";
-    } else {
-        EXPECT_TRUE(frame[code] == 0xB6 || frame[code] == 0xB3);
-    }
+    const uint8_t kind = frame[frame[2] == 1 ? 3 : 4];  // behind 00 00 01 or 00 00 00 01
+    EXPECT_TRUE(codec == "264 " ? (kind & 0x1F) == 5 : kind == 0xB6 || kind == 0xB3) << int{kind};
 }
 
 void compare_video(SplitterFile &file, uint32_t track, const RealTrack &made, const PeerTrack &peer) {
@@ -134,92 +108,71 @@ void compare_audio(SplitterFile &file, uint32_t track, const PeerTrack &peer) {
     EXPECT_TRUE(piece == run.frames.end());
 }
 
-TEST_P(AvidemuxTest, FramesAreThoseOfThePeer) {
-    OpenedSample sample(path);
-    const std::vector<SplitterTrackEntry> tracks = sample.file.tracks();
-    ASSERT_EQ(tracks.size(), GetParam().tracks.size());
-    ASSERT_EQ(tracks.size(), peer.size());
-    const std::vector<std::string> pads = pad_names(tracks);
-    for (size_t i = 0; i < tracks.size(); ++i) {
-        SCOPED_TRACE(pads[i]);
-        const RealTrack &made = GetParam().tracks[i];
-        const PeerTrack &theirs = peer.at(pads[i]);
-        if (made.chunks != 0) {
-            EXPECT_EQ(theirs.frames.size(), made.chunks);
-        }
-        if (tracks[i].type == SPLITER_TRACK_VIDEO) {
-            compare_video(sample.file, tracks[i].track, made, theirs);
-        } else {
-            compare_audio(sample.file, tracks[i].track, theirs);
-        }
-    }
-}
-
 // The time that the frames of a track take, in milliseconds.
 uint64_t duration_of(const PeerTrack &video) {
     const FrameRate rate = video.frame_rate();
     return uint64_t{video.frames.size()} * rate.scale * 1000 / rate.rate;
 }
 
-size_t largest_frame(const PeerTrack &track) {
-    size_t largest = 0;
-    for (const PeerFrame &frame : track.frames)
-        largest = std::max(largest, frame.data.size());
-    return largest;
-}
-
-void compare_video_info(const SplitterVideoInfo &info, const PeerTrack &peer) {
+void compare_video_info(const SplitterVideoInfo &info, const PeerTrack &peer, uint64_t largest_frame) {
     const FrameRate rate = peer.frame_rate();
     EXPECT_EQ(info.width, static_cast<uint32_t>(peer.caps_number("width")));
     EXPECT_EQ(info.height, static_cast<uint32_t>(peer.caps_number("height")));
     EXPECT_EQ(info.frame_rate, rate.rate / rate.scale);
     EXPECT_EQ(info.duration, duration_of(peer));
-    EXPECT_EQ(info.max_frame_size, largest_frame(peer));
-    EXPECT_EQ(info.max_bitrate, 0u);
+    EXPECT_EQ(info.max_frame_size, largest_frame);
     EXPECT_EQ(info.format_header_size, 40u);
 }
 
-void compare_audio_info(const SplitterAudioInfo &info, const PeerTrack &peer, const RealTrack &made,
-                        uint64_t video_duration) {
-    EXPECT_EQ(info.channels, static_cast<uint32_t>(std::min(peer.caps_number("channels"), 2)));
+void compare_audio_info(const SplitterAudioInfo &info, const PeerTrack &peer, uint64_t largest_frame,
+                        uint64_t own_duration, uint64_t video_duration) {
+    const uint32_t channels = static_cast<uint32_t>(peer.caps_number("channels"));
+    EXPECT_EQ(info.channels, std::min(channels, 2u));
     EXPECT_EQ(info.sample_rate, static_cast<uint32_t>(peer.caps_number("rate")));
-    if (made.bit_rate != 0) {
-        EXPECT_EQ(info.bit_rate, made.bit_rate);
-    }
-    uint64_t bytes = 0;
-    for (const PeerFrame &frame : peer.frames)
-        bytes += frame.data.size();
-    EXPECT_EQ(info.duration, std::max(bytes * 1000 / (info.bit_rate / 8), video_duration));
-    EXPECT_EQ(info.max_frame_size, largest_frame(peer));
-    EXPECT_EQ(info.reserved, 0u);
-    const std::pair<const char *, uint32_t> formats[] = {
-        {"U8", 8}, {"S16LE", 16}, {"S24LE", 24}, {"S32LE", 32}};
-    for (const auto &[format, bits] : formats) {
-        if (peer.caps.find("format=(string)" + std::string(format)) != std::string::npos) {
-            EXPECT_EQ(info.bits_per_sample, bits);
-            EXPECT_EQ(info.block_align, bits / 8 * static_cast<uint32_t>(peer.caps_number("channels")));
-        }
+    EXPECT_EQ(info.duration, std::max(own_duration, video_duration));
+    EXPECT_EQ(info.max_frame_size, largest_frame);
+    for (const auto &[format, bits] : {std::pair("U8", 8u), {"S16LE", 16u}, {"S24LE", 24u}, {"S32LE", 32u}}) {
+        if (peer.caps.find("format=(string)" + std::string(format)) == std::string::npos) continue;
+        EXPECT_EQ(info.bits_per_sample, bits);
+        EXPECT_EQ(info.block_align, bits / 8 * channels);
     }
 }
 
-TEST_P(AvidemuxTest, TrackInformationIsThatOfTheCaps) {
+TEST_P(AvidemuxTest, FramesAndTrackInformationAreThoseOfThePeer) {
+    std::string why_not;
+    const std::map<std::string, PeerTrack> peer = demux_with_gstreamer(path, &why_not);
+    if (peer.empty()) GTEST_SKIP() << why_not;
     OpenedSample sample(path);
-    const std::vector<SplitterTrackEntry> tracks = sample.file.tracks();
+    SplitterFile &file = sample.file;
+    const std::vector<SplitterTrackEntry> tracks = file.tracks();
+    ASSERT_EQ(tracks.size(), GetParam().tracks.size());
     ASSERT_EQ(tracks.size(), peer.size());
-    const std::vector<std::string> pads = pad_names(tracks);
     const auto video = peer.find("video_0");
-    for (size_t i = 0; i < tracks.size(); ++i) {
-        SCOPED_TRACE(pads[i]);
-        const RealTrack &made = GetParam().tracks[i];
-        const PeerTrack &theirs = peer.at(pads[i]);
-        const uint32_t track = tracks[i].track;
-        if (tracks[i].type == SPLITER_TRACK_VIDEO) {
-            compare_video_info(sample.file.video_info(track), theirs);
-            EXPECT_EQ(fourcc_text(sample.file.video_info(track).codec), made.codec);
+    int count[2] = {};  // both number the tracks of a type in file order
+    for (const SplitterTrackEntry &entry : tracks) {
+        const bool is_video = entry.type == SPLITER_TRACK_VIDEO;
+        const std::string pad = (is_video ? "video_" : "audio_") + std::to_string(count[is_video]++);
+        SCOPED_TRACE(pad);
+        const RealTrack &made = GetParam().tracks[entry.track - 1];
+        const PeerTrack &theirs = peer.at(pad);
+        uint64_t largest = 0, bytes = 0;
+        for (const PeerFrame &frame : theirs.frames) {
+            largest = std::max<uint64_t>(largest, frame.data.size());
+            bytes += frame.data.size();
+        }
+        EXPECT_TRUE(made.chunks == 0 || theirs.frames.size() == made.chunks) << theirs.frames.size();
+        if (is_video) {
+            const SplitterVideoInfo info = file.video_info(entry.track);
+            EXPECT_EQ(fourcc_text(info.codec), made.codec);
+            compare_video_info(info, theirs, largest);
+            compare_video(file, entry.track, made, theirs);
         } else {
-            compare_audio_info(sample.file.audio_info(track), theirs, made,
+            const SplitterAudioInfo info = file.audio_info(entry.track);
+            EXPECT_EQ(fourcc_text(info.codec), made.codec);
+            EXPECT_TRUE(made.bit_rate == 0 || info.bit_rate == made.bit_rate) << info.bit_rate;
+            compare_audio_info(info, theirs, largest, bytes * 1000 / (info.bit_rate / 8),
                                video == peer.end() ? 0 : duration_of(video->second));
-            EXPECT_EQ(fourcc_text(sample.file.audio_info(track).codec), made.codec);
+            compare_audio(file, entry.track, theirs);
         }
     }
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace quorv::test {
@@ -40,19 +39,6 @@ const std::vector<RealSample> kRealSamples = {
     {"mpeg4-bframes-remuxed", {{"divx", 40}}},
 };
 
-namespace {
-
-// The script's line about a file that it could not make, or nothing.
-std::string skip_line(const std::string &name) {
-    std::ifstream skipped(QUORV_SAMPLES_FOLDER "/skipped");
-    for (std::string line; std::getline(skipped, line);) {
-        if (line.compare(0, name.size() + 1, name + ":") == 0) return line;
-    }
-    return {};
-}
-
-}  // namespace
-
 bool has_headers_in_first_frame(const RealTrack &track) {
     const std::string codec = track.codec;
     return codec == "264 " || codec == "xvid" || codec == "divx" || codec == "dx50";
@@ -63,16 +49,16 @@ std::string path_of(const RealSample &sample, std::string *why_not) {
     const std::string path = name == "committed-h264-mp3"
                                  ? std::string(QUORV_SOURCE_FOLDER "/samples/h264-mp3.avi")
                                  : QUORV_SAMPLES_FOLDER "/" + name + ".avi";
-    *why_not = skip_line(name);
-    if (!why_not->empty()) return {};
+    // The script's line about a file that it could not make.
+    std::ifstream skipped(QUORV_SAMPLES_FOLDER "/skipped");
+    for (std::string line; std::getline(skipped, line);) {
+        if (!line.starts_with(name + ":")) continue;
+        *why_not = line;
+        return {};
+    }
     if (!std::filesystem::exists(path))
         throw std::runtime_error(path + " is missing: the test interop/make-samples makes it");
     return path;
-}
-
-Bytes contents_of(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string case_name(const RealSample &sample) {

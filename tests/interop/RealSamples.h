@@ -3,13 +3,14 @@
 #ifndef QUORV_TESTS_INTEROP_REALSAMPLES_H
 #define QUORV_TESTS_INTEROP_REALSAMPLES_H
 
-#include <stdint.h>
+#include <gtest/gtest.h>
 
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include "support/ByteStores.h"
+#include "support/SplitterFile.h"
+#include "support/TestFolder.h"
 
 namespace quorv::test {
 
@@ -35,11 +36,30 @@ extern const std::vector<RealSample> kRealSamples;
 // empty and *why_not says what.
 std::string path_of(const RealSample &sample, std::string *why_not);
 
-Bytes contents_of(const std::string &path);
-
 // For the names of test cases.
 std::string case_name(const RealSample &sample);
 void PrintTo(const RealSample &sample, std::ostream *out);
+
+struct OpenedSample {
+    explicit OpenedSample(const std::string &path, uint32_t kind = SPLITER_SOURCE_LOCAL)
+        : bytes(bytes_of_file(path)), source(bytes, kind), file(kAviSplitter, source.record()) {}
+
+    MemoryStore bytes;
+    TestSource source;
+    SplitterFile file;
+};
+
+// Skipped, with the reason, for a sample that could not be made.
+class RealSampleTest : public testing::TestWithParam<RealSample> {
+protected:
+    void SetUp() override {
+        std::string why_not;
+        path = path_of(GetParam(), &why_not);
+        if (path.empty()) GTEST_SKIP() << why_not;
+    }
+
+    std::string path;
+};
 
 }  // namespace quorv::test
 

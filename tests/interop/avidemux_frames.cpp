@@ -10,29 +10,25 @@
 #include <gst/gst.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-struct FileCloser {
-    void operator()(FILE *file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
+using File = std::unique_ptr<FILE, int (*)(FILE *)>;
 
 // One pad of the demuxer and the two files that describe it.
 struct Recorder {
     File frames, bytes;
     bool caps_written = false;
-    bool failed = false;
 };
 
 struct Session {
     std::string folder;
     GstElement *pipeline = nullptr;
     std::vector<std::unique_ptr<Recorder>> recorders;
-    bool failed = false;
 };
 
 long long nanoseconds(GstClockTime time) {
@@ -48,14 +44,11 @@ void write_sample(Recorder &recorder, GstSample *sample) {
     }
     GstBuffer *buffer = gst_sample_get_buffer(sample);
     GstMapInfo map;
-    if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) {
-        recorder.failed = true;
-        return;
-    }
+    if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) std::abort();
     std::fprintf(recorder.frames.get(), "%lld %lld %lld %zu %d\n", nanoseconds(GST_BUFFER_DTS(buffer)),
                  nanoseconds(GST_BUFFER_PTS(buffer)), nanoseconds(GST_BUFFER_DURATION(buffer)), map.size,
                  GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT) ? 0 : 1);
-    recorder.failed |= std::fwrite(map.data, 1, map.size, recorder.bytes.get()) != map.size;
+    std::fwrite(map.data, 1, map.size, recorder.bytes.get());
     gst_buffer_unmap(buffer, &map);
 }
 
@@ -71,14 +64,11 @@ GstFlowReturn on_new_sample(GstAppSink *sink, gpointer user_data) {
 void on_pad_added(GstElement *, GstPad *pad, gpointer user_data) {
     auto &session = *static_cast<Session *>(user_data);
     const std::string base = session.folder + "/" + GST_PAD_NAME(pad);
-    auto recorder = std::make_unique<Recorder>();
-    recorder->frames.reset(std::fopen((base + ".frames").c_str(), "w"));
-    recorder->bytes.reset(std::fopen((base + ".bytes").c_str(), "wb"));
+    auto recorder =
+        std::make_unique<Recorder>(Recorder{{std::fopen((base + ".frames").c_str(), "w"), std::fclose},
+                                            {std::fopen((base + ".bytes").c_str(), "wb"), std::fclose}});
     GstElement *sink = gst_element_factory_make("appsink", nullptr);
-    if (!recorder->frames || !recorder->bytes || sink == nullptr) {
-        session.failed = true;
-        return;
-    }
+    if (!recorder->frames || !recorder->bytes || sink == nullptr) std::abort();
     g_object_set(sink, "sync", FALSE, "async", FALSE, nullptr);
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = on_new_sample;
@@ -87,25 +77,17 @@ void on_pad_added(GstElement *, GstPad *pad, gpointer user_data) {
     gst_bin_add(GST_BIN(session.pipeline), sink);
     gst_element_sync_state_with_parent(sink);
     GstPad *sink_pad = gst_element_get_static_pad(sink, "sink");
-    session.failed |= gst_pad_link(pad, sink_pad) != GST_PAD_LINK_OK;
+    if (gst_pad_link(pad, sink_pad) != GST_PAD_LINK_OK) std::abort();
     gst_object_unref(sink_pad);
 }
 
-// Waits for the end of the stream; false, with a line on standard error, when the demuxer fails.
+// Waits for the end of the stream; false when the demuxer fails.
 bool run_to_end(GstElement *pipeline) {
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     GstBus *bus = gst_element_get_bus(pipeline);
     const auto wanted = static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR);
     GstMessage *message = gst_bus_timed_pop_filtered(bus, 60 * GST_SECOND, wanted);
     const bool ended = message != nullptr && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
-    if (message == nullptr) {
-        std::fprintf(stderr, "no end of stream within a minute\n");
-    } else if (!ended) {
-        GError *error = nullptr;
-        gst_message_parse_error(message, &error, nullptr);
-        std::fprintf(stderr, "%s\n", error->message);
-        g_error_free(error);
-    }
     if (message != nullptr) gst_message_unref(message);
     gst_object_unref(bus);
     gst_element_set_state(pipeline, GST_STATE_NULL);
@@ -134,9 +116,9 @@ int main(int argc, char **argv) {
     g_signal_connect(demux, "pad-added", G_CALLBACK(on_pad_added), &session);
     gst_object_unref(demux);
 
-    bool good = run_to_end(session.pipeline) && !session.failed;
+    bool good = run_to_end(session.pipeline);
     gst_object_unref(session.pipeline);
     for (const auto &recorder : session.recorders)
-        good = good && !recorder->failed && std::ferror(recorder->frames.get()) == 0;
+        good = good && std::ferror(recorder->frames.get()) == 0 && std::ferror(recorder->bytes.get()) == 0;
     return good ? 0 : 1;
 }

@@ -16,7 +16,17 @@ uint32_t index_chunk_id(uint32_t stream) {
     return tag("ix\0\0") | (uint32_t{'0'} + stream / 10) << 16 | (uint32_t{'0'} + stream % 10) << 24;
 }
 
-constexpr uint32_t kSuperIndexSlots = 8;
+// Writes the size of the chunk whose size field stands at start; the chunk ends here, padded.
+void close(SparseStore &out, uint64_t start) {
+    out.patch(start, le32(static_cast<uint32_t>(out.size() - start - 4)));
+    if (out.size() % 2 != 0) out.append(Bytes(1));
+}
+
+// Writes the head of a list and returns where its size stands.
+uint64_t open_list(SparseStore &out, uint32_t id, uint32_t type) {
+    out.append(join({le32(id), le32(0), le32(type)}));
+    return out.size() - 8;
+}
 
 }  // namespace
 
@@ -32,26 +42,18 @@ Bytes payload(uint32_t stream, size_t number, size_t size) {
 
 AviStream video_stream(uint32_t compression, uint32_t scale, uint32_t rate) {
     AviStream stream;
-    stream.header.scale = scale;
-    stream.header.rate = rate;
-    BitmapHeader bitmap;
-    bitmap.compression = compression;
-    stream.header.handler = compression;
-    stream.format = bitmap.body();
+    stream.header = {.handler = compression, .scale = scale, .rate = rate};
+    stream.format = BitmapHeader{.compression = compression}.body();
     return stream;
 }
 
 AviStream pcm_stream(uint32_t sample_rate, uint32_t sample_size) {
     AviStream stream;
-    stream.header.type = tag("auds");
-    stream.header.scale = 1;
-    stream.header.rate = sample_rate;
-    stream.header.sample_size = sample_size;
-    WaveFormat wave;
-    wave.sample_rate = sample_rate;
-    wave.block_align = sample_size;
-    wave.bytes_per_second = sample_rate * sample_size;
-    stream.format = wave.body(16);
+    stream.header = {.type = tag("auds"), .rate = sample_rate, .sample_size = sample_size};
+    stream.format = WaveFormat{.sample_rate = sample_rate,
+                               .bytes_per_second = sample_rate * sample_size,
+                               .block_align = sample_size}
+                        .body(16);
     stream.block_align = sample_size;
     stream.is_video = false;
     stream.chunk_type[0] = 'w';
@@ -62,15 +64,15 @@ AviStream pcm_stream(uint32_t sample_rate, uint32_t sample_size) {
 AviStream mp3_stream(uint32_t sample_rate, uint32_t samples_per_frame, uint32_t block_align) {
     AviStream stream = pcm_stream(sample_rate, 0);
     stream.header.scale = samples_per_frame;
-    WaveFormat wave;
-    wave.format_tag = 85;
-    wave.sample_rate = sample_rate;
-    wave.bytes_per_second = 4000;
-    wave.block_align = block_align;
-    wave.bits_per_sample = 0;
-    wave.stated_extra = 12;
-    wave.extra = Bytes{1, 0, 2, 0, 0, 0, 1, 2, 1, 0, 0, 0};
-    stream.format = wave.body(30);
+    stream.format = WaveFormat{
+        .format_tag = 85,
+        .sample_rate = sample_rate,
+        .bytes_per_second = 4000,
+        .block_align = block_align,
+        .bits_per_sample = 0,
+        .stated_extra = 12,
+        .extra = {1, 0, 2, 0, 0, 0, 1, 2, 1, 0, 0,
+                  0}}.body(30);
     stream.block_align = block_align;
     return stream;
 }
@@ -104,22 +106,15 @@ AviBuilder &AviBuilder::junk(uint32_t size) {
     return add(Item{Item::Junk, 0, {}, false, size});
 }
 
-// Writes the size of the chunk whose size field stands at start; the chunk ends here, padded.
-void AviBuilder::close(SparseStore &out, uint64_t start) const {
-    out.patch(start, le32(static_cast<uint32_t>(out.size() - start - 4)));
-    if (out.size() % 2 != 0) out.append(Bytes(1));
-}
-
 SparseStore AviBuilder::build() {
     truth_.assign(streams.size(), {});
     clock_.assign(streams.size(), 0);
     palettes_.assign(streams.size(), Bytes(1024));
     palette_changed_.assign(streams.size(), false);
     index_position_.assign(streams.size(), 0);
-    index_chunks_.assign(streams.size(), {});
+    super_index_.assign(streams.size(), {});
     entries_.clear();
     all_entries_.clear();
-    index_start_ = 0;
     SparseStore out;
     begin_segment(out, true);
     write_items(out);
@@ -127,81 +122,68 @@ SparseStore AviBuilder::build() {
 }
 
 void AviBuilder::write_header(SparseStore &out) {
-    std::vector<uint32_t> counts(streams.size());
-    for (const Item &item : items_) {
-        if (item.kind == Item::Frame) {
-            const uint32_t unit = streams[item.stream].header.sample_size;
-            counts[item.stream] += unit != 0 ? static_cast<uint32_t>(item.bytes.size()) / unit : 1;
-        }
-    }
-    out.append(join({le32(tag("LIST")), le32(0), le32(tag("hdrl"))}));
-    const uint64_t list_size = out.size() - 8;
+    const uint64_t list_size = open_list(out, tag("LIST"), tag("hdrl"));
     out.append(chunk(form == tag("AMV ") ? tag("amvh") : tag("avih"), main.body()));
     for (uint32_t i = 0; i < streams.size(); ++i) {
         const AviStream &stream = streams[i];
+        const uint32_t unit = stream.header.sample_size;
+        uint32_t length = 0;
+        size_t frames = 0;
+        for (const Item &item : items_) {
+            if (item.kind != Item::Frame || item.stream != i) continue;
+            length += unit != 0 ? static_cast<uint32_t>(item.bytes.size()) / unit : 1;
+            ++frames;
+        }
         StreamHeader header = stream.header;
-        if (header.length == 0) header.length = counts[i];
+        if (header.length == 0) header.length = length;
         const Bytes head = join(
             {chunk(tag("strh"), header.body()), stream.before_format, chunk(tag("strf"), stream.format)});
-        const Bytes placeholder = index_placeholder(i);
+        // Room for the index: eight index chunks, or all entries.
+        const Bytes room(24 + (index == IndexKind::OpenDmlDirect ? 8 * frames : 16 * 8));
         index_position_[i] = out.size() + 12 + head.size() + 8;
-        out.append(list(tag("strl"), join({head, placeholder, stream.after_format})));
+        out.append(list(tag("strl"), join({head, is_open_dml() ? chunk(tag("indx"), room) : Bytes{},
+                                           stream.after_format})));
     }
     out.append(header_extra);
     close(out, list_size);
     out.append(between);
 }
 
-Bytes AviBuilder::index_placeholder(uint32_t stream) const {
-    if (!is_open_dml()) return {};
-    if (index != IndexKind::OpenDmlDirect) return chunk(tag("indx"), Bytes(24 + 16 * kSuperIndexSlots));
-    const auto frames = std::count_if(items_.begin(), items_.end(), [&](const Item &item) {
-        return item.kind == Item::Frame && item.stream == stream;
-    });
-    return chunk(tag("indx"), Bytes(24 + 8 * static_cast<size_t>(frames)));
-}
-
 void AviBuilder::begin_segment(SparseStore &out, bool first) {
-    out.append(join({le32(first && form == tag("ON2f") ? tag("ON2 ") : tag("RIFF")), le32(0),
-                     le32(first ? form : tag("AVIX"))}));
-    riff_start_ = out.size() - 8;
+    riff_start_ =
+        open_list(out, first && form == tag("ON2f") ? tag("ON2 ") : tag("RIFF"), first ? form : tag("AVIX"));
     if (first) write_header(out);
-    out.append(join({le32(tag("LIST")), le32(0), le32(tag("movi"))}));
-    movi_start_ = out.size() - 4;
-    if (first) media_start_ = movi_start_;
+    movi_start_ = open_list(out, tag("LIST"), tag("movi"));
+    if (first) media_start_ = movi_start_ + 4;
 }
 
 void AviBuilder::end_segment(SparseStore &out, bool first) {
     for (uint32_t i = 0; is_open_dml() && index != IndexKind::OpenDmlDirect && i < streams.size(); ++i) {
         const Bytes body = standard_index(i, entries_);
-        index_chunks_[i].push_back(
-            {out.size(), static_cast<uint32_t>(body.size()) + 8, static_cast<uint32_t>(truth_[i].size())});
+        super_index_[i] =
+            join({super_index_[i], le64(out.size()), le32(static_cast<uint32_t>(body.size()) + 8),
+                  le32(static_cast<uint32_t>(truth_[i].size()))});
         out.append(chunk(index_chunk_id(i), body));
     }
-    close(out, movi_start_ - 4);
-    if (first && zero_movi_size) out.patch(movi_start_ - 4, le32(0));
+    close(out, movi_start_);
+    if (first && zero_movi_size) out.patch(movi_start_, le32(0));
     if (first) out.append(after);
-    if (first && (index == IndexKind::Legacy || index == IndexKind::LegacyAbsolute || also_legacy)) {
-        write_legacy_index(out, entries_);
-    }
+    if (first && (is_legacy() || also_legacy)) out.append(chunk(tag("idx1"), legacy_index()));
     close(out, riff_start_);
     all_entries_.insert(all_entries_.end(), entries_.begin(), entries_.end());
     entries_.clear();
 }
 
-void AviBuilder::write_legacy_index(SparseStore &out, const std::vector<Entry> &entries) {
+Bytes AviBuilder::legacy_index() const {
     const uint64_t base = index == IndexKind::LegacyAbsolute ? 0 : media_start_;
     Bytes body;
-    body.reserve(entries.size() * 16);
-    for (const Entry &e : entries) {
-        for (const uint32_t word : {chunk_id(e.stream, streams[e.stream].chunk_type), e.key ? 0x10u : 0u,
-                                    static_cast<uint32_t>(e.position - base), e.size}) {
-            const Bytes bytes = le32(word);
-            body.insert(body.end(), bytes.begin(), bytes.end());
-        }
+    for (const Entry &e : entries_) {
+        const Bytes entry =
+            join({le32(chunk_id(e.stream, streams[e.stream].chunk_type)), le32(e.key ? 0x10u : 0u),
+                  le32(static_cast<uint32_t>(e.position - base)), le32(e.size)});
+        body.insert(body.end(), entry.begin(), entry.end());
     }
-    index_start_ = out.size() + 8;
-    out.append(chunk(tag("idx1"), body));
+    return body;
 }
 
 // The body of an index chunk of one stream: entries of an offset from the base and a size whose top bit
@@ -252,8 +234,7 @@ void AviBuilder::write_items(SparseStore &out) {
                 out.append_zeros(uint64_t{item.size} + item.size % 2);
                 break;
             case Item::BeginRec:
-                out.append(join({le32(tag("LIST")), le32(0), le32(tag("rec "))}));
-                rec_start = out.size() - 8;
+                rec_start = open_list(out, tag("LIST"), tag("rec "));
                 break;
             case Item::EndRec:
                 close(out, rec_start);
@@ -271,13 +252,10 @@ void AviBuilder::write_items(SparseStore &out) {
             out.patch(index_position_[i], standard_index(i, all_entries_));
             continue;
         }
-        Bytes body = join({le16(4), Bytes{static_cast<uint8_t>(index == IndexKind::OpenDmlFields ? 1 : 0), 0},
-                           le32(static_cast<uint32_t>(index_chunks_[i].size())),
-                           le32(chunk_id(i, streams[i].chunk_type)), Bytes(12)});
-        for (const IndexChunk &c : index_chunks_[i]) {
-            body = join({body, le64(c.position), le32(c.size), le32(c.entries)});
-        }
-        out.patch(index_position_[i], body);
+        const uint8_t sub_type = index == IndexKind::OpenDmlFields ? 1 : 0;
+        out.patch(index_position_[i],
+                  join({le16(4), Bytes{sub_type, 0}, le32(static_cast<uint32_t>(super_index_[i].size() / 16)),
+                        le32(chunk_id(i, streams[i].chunk_type)), Bytes(12), super_index_[i]}));
     }
 }
 
@@ -292,14 +270,6 @@ uint32_t AviBuilder::milliseconds(uint32_t stream, uint64_t units) const {
     }
     const uint64_t ticks = units * scale;
     return static_cast<uint32_t>(ticks / rate * 1000 + ticks % rate * 1000 / rate);
-}
-
-// Readers take every entry of the second stream of a legacy index and the first of every video stream as a
-// key frame.
-bool AviBuilder::entry_is_key(uint32_t stream, const Item &item, bool first) const {
-    const bool legacy = index == IndexKind::Legacy || index == IndexKind::LegacyAbsolute;
-    return index != IndexKind::None &&
-           (item.key || (legacy && stream == 1) || (first && streams[stream].is_video));
 }
 
 // Appends the pieces that the chunk is delivered in.
@@ -322,7 +292,10 @@ void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position
         palette_changed_[stream] = false;
         frame.position = position;
         frame.dts = clock_[stream];
-        frame.index_key = from == 0 && entry_is_key(stream, item, frame.dts == 0);
+        // Readers take every entry of the second stream of a legacy index and the first of every video stream
+        // as a key frame.
+        frame.index_key = from == 0 && index != IndexKind::None &&
+                          (item.key || (is_legacy() && stream == 1) || (frame.dts == 0 && s.is_video));
         frame.time_stamp = milliseconds(stream, frame.dts);
         frame.duration = milliseconds(stream, units);
         frame.key = !s.is_video || frame.index_key || (index == IndexKind::None && frame.dts == 0);

@@ -66,7 +66,6 @@ public:
     SparseStore build();
     const std::vector<TruthFrame> &truth(uint32_t stream) const { return truth_[stream]; }
     uint64_t media_start() const { return media_start_; }  // position of "movi" in the first segment
-    uint64_t index_start() const { return index_start_; }  // position of the first entry of "idx1"
 
     MainHeader main;
     std::vector<AviStream> streams;
@@ -92,35 +91,27 @@ private:
         uint32_t size;
         bool key;
     };
-    struct IndexChunk {
-        uint64_t position;
-        uint32_t size;
-        uint32_t entries;
-    };
-
     AviBuilder &add(Item item);
     void write_header(SparseStore &out);
-    Bytes index_placeholder(uint32_t stream) const;
     void write_items(SparseStore &out);
     void begin_segment(SparseStore &out, bool first);
     void end_segment(SparseStore &out, bool first);
-    void write_legacy_index(SparseStore &out, const std::vector<Entry> &entries);
+    Bytes legacy_index() const;
     Bytes standard_index(uint32_t stream, const std::vector<Entry> &entries) const;
-    void close(SparseStore &out, uint64_t start) const;
     void note_frame(uint32_t stream, const Item &item, uint64_t position);
     uint32_t milliseconds(uint32_t stream, uint64_t units) const;
-    bool entry_is_key(uint32_t stream, const Item &item, bool first) const;
     bool is_open_dml() const { return index >= IndexKind::OpenDml; }
+    bool is_legacy() const { return index == IndexKind::Legacy || index == IndexKind::LegacyAbsolute; }
 
     std::vector<Item> items_;
     std::vector<std::vector<TruthFrame>> truth_;
-    std::vector<uint64_t> clock_;                        // per stream: frames, or bytes of sampled streams
-    std::vector<uint64_t> index_position_;               // per stream: where the "indx" body stands
-    std::vector<std::vector<IndexChunk>> index_chunks_;  // per stream
-    std::vector<Bytes> palettes_;                        // per stream: 1024 bytes
-    std::vector<bool> palette_changed_;                  // per stream: the next frame carries it
-    std::vector<Entry> entries_, all_entries_;           // of this segment; of the file
-    uint64_t media_start_ = 0, index_start_ = 0, riff_start_ = 0, movi_start_ = 0;
+    std::vector<uint64_t> clock_;               // per stream: frames, or bytes of sampled streams
+    std::vector<uint64_t> index_position_;      // per stream: where the "indx" body stands
+    std::vector<Bytes> super_index_;            // per stream: its entries, 16 bytes each
+    std::vector<Bytes> palettes_;               // per stream: 1024 bytes
+    std::vector<bool> palette_changed_;         // per stream: the next frame carries it
+    std::vector<Entry> entries_, all_entries_;  // of this segment; of the file
+    uint64_t media_start_ = 0, riff_start_ = 0, movi_start_ = 0;
 };
 
 // Made-up content: differs for every stream, number and byte and holds no chunk identifier.

@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <mutex>
 #include <unordered_map>
 
@@ -27,27 +28,9 @@ struct Books {
     bool active = false;
     uint64_t fail_at = 0;
     FailureSpan span = FailureSpan::Once;
-    uint64_t calls = 0;
+    uint64_t calls = 0, live_bytes = 0, peak_bytes = 0;
     bool has_failed = false;
-    uint64_t live_bytes = 0;
-    uint64_t peak_bytes = 0;
     std::unordered_map<void *, size_t> blocks;
-
-    // Counts one allocation; false when it is one that must fail.
-    bool admit() {
-        ++calls;
-        const bool fails =
-            fail_at != 0 && (calls == fail_at || (span == FailureSpan::ForGood && calls > fail_at));
-        has_failed |= fails;
-        return !fails;
-    }
-
-    void add(void *ptr, size_t size) {
-        if (ptr == nullptr) return;
-        blocks[ptr] = size;
-        live_bytes += size;
-        if (live_bytes > peak_bytes) peak_bytes = live_bytes;
-    }
 
     // Blocks from before the watch began are not in the books.
     void remove(void *ptr) {
@@ -55,6 +38,24 @@ struct Books {
         if (found == blocks.end()) return;
         live_bytes -= found->second;
         blocks.erase(found);
+    }
+    // One allocation, in place of a block or of none.
+    template <typename Allocate>
+    void *watch(void *old, size_t size, Allocate allocate) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!active) return allocate();
+        ++calls;
+        if (fail_at != 0 && (calls == fail_at || (span == FailureSpan::ForGood && calls > fail_at))) {
+            has_failed = true;
+            return nullptr;
+        }
+        void *const ptr = allocate();
+        if (ptr == nullptr) return ptr;
+        remove(old);
+        blocks[ptr] = size;
+        live_bytes += size;
+        peak_bytes = std::max(peak_bytes, live_bytes);
+        return ptr;
     }
 };
 
@@ -107,37 +108,19 @@ uint64_t FailingAllocator::peak_bytes() const {
 using quorv::test::books;
 
 void *__wrap_malloc(size_t size) {
-    const std::lock_guard<std::mutex> lock(books().mutex);
-    if (!books().active) return __real_malloc(size);
-    if (!books().admit()) return nullptr;
-    void *const ptr = __real_malloc(size);
-    books().add(ptr, size);
-    return ptr;
+    return books().watch(nullptr, size, [=] { return __real_malloc(size); });
 }
 
 void *__wrap_calloc(size_t count, size_t size) {
-    const std::lock_guard<std::mutex> lock(books().mutex);
-    if (!books().active) return __real_calloc(count, size);
-    if (!books().admit()) return nullptr;
-    void *const ptr = __real_calloc(count, size);
-    books().add(ptr, count * size);
-    return ptr;
+    return books().watch(nullptr, count * size, [=] { return __real_calloc(count, size); });
 }
 
 void *__wrap_realloc(void *ptr, size_t size) {
-    const std::lock_guard<std::mutex> lock(books().mutex);
-    if (!books().active) return __real_realloc(ptr, size);
-    if (!books().admit()) return nullptr;
-    void *const moved = __real_realloc(ptr, size);
-    if (moved != nullptr) {
-        if (ptr != nullptr) books().remove(ptr);
-        books().add(moved, size);
-    }
-    return moved;
+    return books().watch(ptr, size, [=] { return __real_realloc(ptr, size); });
 }
 
 void __wrap_free(void *ptr) {
     const std::lock_guard<std::mutex> lock(books().mutex);
-    if (books().active && ptr != nullptr) books().remove(ptr);
+    if (books().active) books().remove(ptr);
     __real_free(ptr);
 }

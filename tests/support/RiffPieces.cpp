@@ -2,37 +2,25 @@
 
 #include "support/RiffPieces.h"
 
-#include <utility>
-
 namespace quorv::test {
-namespace {
 
-Bytes little_endian(uint64_t value, unsigned count) {
+Bytes le64(uint64_t value) {
     Bytes bytes;
-    for (unsigned i = 0; i < count; ++i)
-        bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+    for (unsigned shift = 0; shift < 64; shift += 8)
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
     return bytes;
 }
 
-Bytes words(std::initializer_list<uint32_t> values) {
-    Bytes bytes;
-    for (const uint32_t value : values) {
-        const Bytes word = le32(value);
-        bytes.insert(bytes.end(), word.begin(), word.end());
-    }
+Bytes le32(uint32_t value) {
+    Bytes bytes = le64(value);
+    bytes.resize(4);
     return bytes;
 }
-
-}  // namespace
 
 Bytes le16(uint32_t value) {
-    return little_endian(value, 2);
-}
-Bytes le32(uint32_t value) {
-    return little_endian(value, 4);
-}
-Bytes le64(uint64_t value) {
-    return little_endian(value, 8);
+    Bytes bytes = le64(value);
+    bytes.resize(2);
+    return bytes;
 }
 
 Bytes text(const std::string &characters) {
@@ -46,12 +34,8 @@ Bytes join(std::initializer_list<Bytes> parts) {
     return all;
 }
 
-Bytes lying_chunk(uint32_t id, uint32_t stated_size, const Bytes &body) {
-    return join({le32(id), le32(stated_size), body, Bytes(body.size() % 2)});
-}
-
 Bytes chunk(uint32_t id, const Bytes &body) {
-    return lying_chunk(id, static_cast<uint32_t>(body.size()), body);
+    return join({le32(id), le32(static_cast<uint32_t>(body.size())), body, Bytes(body.size() % 2)});
 }
 
 Bytes list(uint32_t type, const Bytes &body) {
@@ -59,18 +43,17 @@ Bytes list(uint32_t type, const Bytes &body) {
 }
 
 Bytes MainHeader::body() const {
-    return words({microseconds_per_frame, max_bytes_per_second, granularity, flags, total_frames,
-                  initial_frames, streams, suggested_buffer, width, height, 0, 0, 0, 0});
+    return join({le32(microseconds_per_frame), Bytes(8), le32(0x10), Bytes(8), le32(streams), Bytes(28)});
 }
 
 Bytes StreamHeader::body() const {
-    return words({type, handler, flags, priority_and_language, initial_frames, scale, rate, start, length,
-                  suggested_buffer, quality, sample_size, 0, 0});
+    return join({le32(type), le32(handler), Bytes(12), le32(scale), le32(rate), Bytes(4), le32(length),
+                 le32(suggested_buffer), Bytes(4), le32(sample_size), Bytes(8)});
 }
 
 Bytes BitmapHeader::body() const {
-    return join({words({header_size, width, height}), le16(planes), le16(bit_count),
-                 words({compression, image_size, 0, 0, 0, 0}), extra});
+    return join({le32(header_size), le32(width), le32(height), le16(1), le16(24), le32(compression),
+                 Bytes(20), extra});
 }
 
 Bytes WaveFormat::body(size_t size) const {

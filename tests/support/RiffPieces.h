@@ -23,37 +23,24 @@ Bytes le64(uint64_t value);
 Bytes text(const std::string &characters);
 Bytes join(std::initializer_list<Bytes> parts);
 
-// A chunk with its pad byte; the second form states a size of its own.
+// A chunk with its pad byte.
 Bytes chunk(uint32_t id, const Bytes &body);
-Bytes lying_chunk(uint32_t id, uint32_t stated_size, const Bytes &body);
 Bytes list(uint32_t type, const Bytes &body);
 
+// The fields that a reader makes use of; the others are 0.
 struct MainHeader {
     uint32_t microseconds_per_frame = 40000;
-    uint32_t max_bytes_per_second = 0;
-    uint32_t granularity = 0;
-    uint32_t flags = 0x10;
-    uint32_t total_frames = 0;
-    uint32_t initial_frames = 0;
     uint32_t streams = 0;
-    uint32_t suggested_buffer = 0;
-    uint32_t width = 64;
-    uint32_t height = 48;
     Bytes body() const;  // 56 bytes
 };
 
 struct StreamHeader {
     uint32_t type = tag("vids");
     uint32_t handler = 0;
-    uint32_t flags = 0;
-    uint32_t priority_and_language = 0;
-    uint32_t initial_frames = 0;
     uint32_t scale = 1;
     uint32_t rate = 25;
-    uint32_t start = 0;
     uint32_t length = 0;
     uint32_t suggested_buffer = 0;
-    uint32_t quality = 0;
     uint32_t sample_size = 0;
     Bytes body() const;  // 56 bytes
 };
@@ -62,10 +49,7 @@ struct BitmapHeader {
     uint32_t header_size = 40;
     uint32_t width = 64;
     uint32_t height = 48;
-    uint32_t planes = 1;
-    uint32_t bit_count = 24;
     uint32_t compression = tag("MJPG");
-    uint32_t image_size = 0;
     Bytes extra = {};
     Bytes body() const;  // 40 bytes and the extra ones
 };

@@ -20,8 +20,7 @@ Bytes h264_slice(size_t number, bool key) {
 
 SampleFile finish(std::string name, AviBuilder builder) {
     SparseStore bytes = builder.build();
-    const bool has_index = builder.index != IndexKind::None;
-    return {std::move(name), std::move(builder), std::move(bytes), 0, has_index};
+    return {std::move(name), std::move(builder), std::move(bytes)};
 }
 
 SampleFile mpeg4_and_mp3() {
@@ -101,13 +100,10 @@ SampleFile palette_changes() {
 }
 
 SampleFile amv() {
-    AviStream video, audio;
-    video.header = audio.header = StreamHeader{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    AviStream video, audio = pcm_stream();
+    video.header = audio.header = StreamHeader{0, 0, 0, 0, 0, 0, 0};
     video.format = Bytes(36);
-    audio.format = pcm_stream().format;
-    audio.is_video = false;
-    audio.chunk_type[0] = 'w';
-    audio.chunk_type[1] = 'b';
+    audio.block_align = 0;
     AviBuilder builder({video, audio}, IndexKind::None);
     builder.form = tag("AMV ");
     builder.main.microseconds_per_frame = 62500;
@@ -126,17 +122,11 @@ SampleFile audio_only() {
 }  // namespace
 
 std::vector<SampleFile> avi_sample_files() {
-    std::vector<SampleFile> all;
-    all.push_back(mpeg4_and_mp3());
-    all.push_back(h264_and_pcm());
-    all.push_back(motion_jpeg_and_packets());
+    std::vector<SampleFile> all = {mpeg4_and_mp3(), h264_and_pcm(), motion_jpeg_and_packets()};
     all.push_back(raw_video_open_dml(IndexKind::OpenDml, "open_dml"));
     all.push_back(raw_video_open_dml(IndexKind::OpenDmlFields, "open_dml_two_fields"));
     all.push_back(raw_video_open_dml(IndexKind::OpenDmlDirect, "open_dml_direct"));
-    all.push_back(rough_media());
-    all.push_back(palette_changes());
-    all.push_back(amv());
-    all.push_back(audio_only());
+    all.insert(all.end(), {rough_media(), palette_changes(), amv(), audio_only()});
     return all;
 }
 

@@ -15,7 +15,6 @@ struct SampleFile {
     AviBuilder builder;  // with its truth
     SparseStore bytes;
     size_t first_frame_header = 0;  // leading bytes of the first frame of stream 0 that are codec data
-    bool has_index = true;
 };
 
 // Each below 4 KB.

@@ -5,6 +5,7 @@
 
 #include <quorv/splitter.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "support/TestSource.h"
@@ -27,6 +28,22 @@ struct SplitterApi {
 };
 
 extern const SplitterApi kAviSplitter;
+
+// Whether a function may answer with this code, if the source gives no others than TestSource does.
+inline bool is_documented(uint32_t code) {
+    constexpr uint32_t kCodes[] = {SPLITER_OK,
+                                   SPLITER_ERR_IO,
+                                   SPLITER_ERR_INVALID_PARAM,
+                                   SPLITER_ERR_UNSUPPORTED,
+                                   kSourceFailed,
+                                   kSourceAtEnd,
+                                   SPLITER_ERR_BUFFER_TOO_SMALL,
+                                   SPLITER_ERR_END_OF_STREAM,
+                                   SPLITER_ERR_NO_MEMORY,
+                                   SPLITER_ERR_BAD_FORMAT,
+                                   SPLITER_ERR_DATA_PENDING};
+    return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+}
 
 struct Frame {
     uint32_t code = 0;

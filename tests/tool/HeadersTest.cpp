@@ -9,21 +9,14 @@ namespace {
 
 const Bytes kPrefix = {0, 0, 1};
 
-template <typename Fields>
-Bytes unit(void (*write)(BitWriter &, const Fields &), const Fields &fields) {
-    BitWriter writer;
-    write(writer, fields);
-    return writer.data();
-}
-
 Bytes vop_unit(const VopFields &vop) {
-    return join({unit(write_vop, vop), Bytes(20, 0x55)});
+    return join({vop_bytes(vop), Bytes(20, 0x55)});
 }
 
-Bytes sps_unit(uint32_t profile) {
-    SpsFields sps;
-    sps.profile = profile;
-    return unit(write_sps, sps);
+Bytes sps_unit(uint8_t profile) {
+    Bytes sps = h264_sps(176, 144);
+    sps[5] = profile;
+    return {sps.begin() + 1, sps.end()};
 }
 
 Bytes slice_unit(uint32_t nal_header, uint32_t slice_type) {
@@ -67,17 +60,15 @@ TEST(Headers, RawH264) {
 }
 
 TEST(Headers, RawMpeg4) {
-    VolFields refused;
-    refused.scalability = true;
     expect_raw_stream({
         {vop_unit({}), {{"unit", "vop"}, {"code", 0xB6}}},  // unreadable without its layer
         {Bytes{0, 0, 1, 0xB0, 0xF4}, {{"unit", "vos"}, {"code", 0xB0}}},
         {Bytes{0, 0, 1, 0x03}, {{"unit", "vo"}, {"code", 3}}},
-        {unit(write_vol, VolFields{}),
+        {mpeg4_vol(176, 144),
          {{"unit", "vol"}, {"code", 0x20}, {"width", 176}, {"height", 144}, {"time_increment_bits", 5}}},
         {vop_unit({0, 2, 5, 3, true}), {{"unit", "vop"}, {"code", 0xB6}, {"picture", "I"}}},
         {vop_unit({3, 0, 5, 31, true}), {{"unit", "vop"}, {"code", 0xB6}, {"picture", "S"}}},
-        {unit(write_vol, refused), {{"unit", "vol"}, {"code", 0x20}, {"unsupported", true}}},
+        {Bytes{0, 0, 1, 0x20, 0}, {{"unit", "vol"}, {"code", 0x20}, {"unsupported", true}}},
         {vop_unit({1, 0, 5, 0, false}), {{"unit", "vop"}, {"code", 0xB6}, {"picture", "not coded"}}},
     });
 }

@@ -16,15 +16,10 @@ namespace quorv::test {
 // Runs a shell command and returns what it prints; a test failure when it fails.
 inline std::string run(const std::string &command) {
     std::string output;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        ADD_FAILURE() << command << ": cannot be run";
-        return output;
-    }
-    char block[4096];
-    for (size_t count; (count = fread(block, 1, sizeof block, pipe)) > 0;)
-        output.append(block, count);
-    EXPECT_EQ(pclose(pipe), 0) << command;
+    FILE *const pipe = popen(command.c_str(), "r");
+    for (int c; pipe != nullptr && (c = getc(pipe)) != EOF;)
+        output += static_cast<char>(c);
+    EXPECT_TRUE(pipe != nullptr && pclose(pipe) == 0) << command;
     return output;
 }
 

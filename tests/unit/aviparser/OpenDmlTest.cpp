@@ -22,29 +22,20 @@ AviBuilder huge_file(IndexKind kind) {
     return builder;
 }
 
-TEST(AviOpenDml, HugeFilesReadToTheirLastFrame) {
+TEST(AviOpenDml, HugeFilesReadAndSeekToTheirLastFrame) {
     for (const IndexKind kind : {IndexKind::OpenDml, IndexKind::OpenDmlFields, IndexKind::None}) {
         OpenedAvi avi(huge_file(kind));
         SCOPED_TRACE(static_cast<int>(kind));
         ASSERT_GT(avi.builder.truth(0).back().position, uint64_t{4} << 30);
         EXPECT_LT(avi.source.bytes_read, 64u << 10);
-        for (uint32_t stream = 0; stream < 2; ++stream)
-            expect_frames(avi.file, avi.builder, stream);
-    }
-}
-
-TEST(AviOpenDml, HugeFilesSeekToTheirLastKeyFrame) {
-    for (const IndexKind kind : {IndexKind::OpenDml, IndexKind::OpenDmlFields}) {
-        OpenedAvi avi(huge_file(kind));
         for (uint32_t stream = 0; stream < 2; ++stream) {
+            expect_frames(avi.file, avi.builder, stream);
             const std::vector<TruthFrame> &truth = avi.builder.truth(stream);
-            EXPECT_NE(avi.file.is_seekable(stream + 1), 0u);
+            EXPECT_EQ(avi.file.is_seekable(stream + 1) != 0, kind != IndexKind::None);
             for (size_t i = truth.size(); i-- > 0;) {
-                if (!truth[i].index_key) continue;
                 for (const uint32_t mode : {SPLITER_SEEK_BACKWARD, SPLITER_SEEK_FORWARD}) {
-                    uint32_t reached = 0;
-                    ASSERT_EQ(avi.file.seek(stream + 1, truth[i].time_stamp, mode, &reached), 0u);
-                    EXPECT_EQ(reached, truth[i].time_stamp);
+                    if (!truth[i].index_key) continue;
+                    ASSERT_EQ(avi.file.seek(stream + 1, truth[i].time_stamp, mode), 0u);
                     expect_frames(avi.file, avi.builder, stream, {.from = i, .count = 1});
                 }
             }
@@ -62,17 +53,14 @@ TEST(AviOpenDml, BadSuperIndexesAreDropped) {
                      join({le16(longs), Bytes{sub, type}, le32(used), text("00dc"), Bytes(12), entries}));
     };
     const Bytes beyond = join({le64(uint64_t{1} << 40), le32(100), le32(1)});
-    const Bytes negative = join({le64(UINT64_MAX - 3), le32(100), le32(1)});
     const Bytes at_header = join({le64(0), le32(0xFFFFFFF0), le32(1)});
     const std::pair<const char *, Bytes> cases[] = {
         {"empty", chunk(tag("indx"), {})},
         {"header cut", chunk(tag("indx"), Bytes(23))},
         {"no entries", super(4, 0, 0, 0, {})},
         {"beyond the file", super(4, 0, 0, 1, beyond)},
-        {"negative position", super(4, 0, 0, 1, negative)},
         {"points at something else", super(4, 0, 0, 1, at_header)},
         {"more entries in use than there are", super(4, 0, 0, 1000000, join({beyond, beyond}))},
-        {"zero longs an entry", super(0, 0, 0, 1, beyond)},
         {"many longs an entry", super(0xFFFF, 0, 0, 1, beyond)},
         {"unknown type", super(4, 0, 0x77, 1, beyond)},
         {"data index", super(2, 0, 0x80, 1, beyond)},
@@ -84,7 +72,6 @@ TEST(AviOpenDml, BadSuperIndexesAreDropped) {
         AviBuilder with = builder;
         with.streams[0].after_format = bytes;
         OpenedAvi avi(with, SPLITER_SOURCE_LOCAL, {.call_limit = 20000});
-        ASSERT_EQ(avi.file.open_code, 0u);
         expect_frames(avi.file, avi.builder, 0);
         uint32_t reached = 0;
         EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_BACKWARD, &reached), 0u);
@@ -119,16 +106,25 @@ TEST(AviOpenDml, IndexChunksThatAreNamedOverAndOver) {
     }
 }
 
+TEST(AviOpenDml, EntriesBeyondTheSourceAreIgnored) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDmlDirect);
+    for (size_t i = 0; i < 8; ++i)
+        builder.frame(0, 40 + i);
+    Bytes bytes = builder.build().flatten();
+    bytes.resize(static_cast<size_t>(builder.truth(0)[5].position) + 7);
+    OpenedBytes avi(bytes);
+    EXPECT_EQ(avi.file.seek(1, 7 * 40, SPLITER_SEEK_BACKWARD), 0u);
+    expect_frames(avi.file, builder, 0, {.from = 4, .count = 1});
+}
+
 // Where a legacy index stands beside the OpenDML one, the latter decides.
 TEST(AviOpenDml, LegacyIndexIsIgnoredBesideIt) {
     AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDml);
     for (size_t i = 0; i < 4; ++i)
         builder.frame(0, 40 + i, i % 2 == 0);
-    builder.build();
-    Bytes lying;
-    for (size_t i = 0; i < 4; ++i)
-        lying = join({lying, text("00dc"), le32(0x10), le32(static_cast<uint32_t>(4 + i)), le32(9)});
-    builder.after = chunk(tag("idx1"), lying);
+    builder.after =
+        chunk(tag("idx1"),
+              join({text("00dc"), le32(0x10), le32(5), le32(9), text("00dc"), le32(0x10), le32(6), le32(9)}));
     OpenedAvi avi(builder);
     expect_frames(avi.file, avi.builder, 0);
 }

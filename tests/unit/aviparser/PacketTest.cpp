@@ -6,116 +6,81 @@
 namespace quorv::test {
 namespace {
 
-TEST(AviPackets, LargeChunksOfSampledAudioComeInPieces) {
-    // Sample sizes of 2 to 31 give pieces of 1024 samples, larger ones pieces of one sample.
-    for (const uint32_t sample_size : {1u, 2u, 4u, 31u, 32u, 4608u}) {
-        SCOPED_TRACE(sample_size);
-        AviBuilder builder({pcm_stream(8000, sample_size)});
-        builder.frame(0, size_t{sample_size} * 5000 / (sample_size > 100 ? 1000 : 1))
-            .frame(0, size_t{sample_size} * 3);
-        OpenedAvi avi(builder);
-        expect_frames(avi.file, avi.builder, 0);
-        ASSERT_EQ(avi.file.reset(), 0u);
-        expect_frames(avi.file, avi.builder, 0);
-    }
+uint32_t read_into_one_byte(SplitterFile &file, uint32_t track) {
+    uint8_t byte = 0;
+    SplitterFrameInfo info = {};
+    return kAviSplitter.read_frame(file.handle(), track, &byte, 1, &info);
 }
 
-// With two tracks cut into pieces, each continues inside its own chunk, also after a buffer too small.
-TEST(AviPackets, PiecesOfTwoTracksAlternate) {
-    AviBuilder builder({pcm_stream(8000, 4), pcm_stream(8000, 2), pcm_stream(1000, 100)});
-    builder.frame(0, size_t{20000}).frame(1, size_t{9000}).frame(2, size_t{430});
-    builder.frame(0, size_t{5000}).frame(1, size_t{100}).frame(2, size_t{30});
+// Sample sizes of 2 to 31 give pieces of 1024 samples, larger ones pieces of one sample. Each track continues
+// inside its own chunk, also after a buffer too small.
+TEST(AviPackets, PiecesOfManyTracksAlternate) {
+    std::vector<AviStream> streams;
+    for (const uint32_t sample_size : {1u, 2u, 4u, 31u, 32u, 4608u})
+        streams.push_back(pcm_stream(8000, sample_size));
+    AviBuilder builder(streams);
+    for (size_t i = 0; i < 12; ++i) {
+        const size_t sample_size = streams[i % 6].header.sample_size;
+        builder.frame(static_cast<uint32_t>(i % 6), sample_size * (i > 5 ? 3 : sample_size > 31 ? 5 : 5000));
+    }
     OpenedAvi avi(builder);
-    for (size_t i = 0; i < 6; ++i) {
-        for (uint32_t stream = 0; stream < 3; ++stream) {
+    for (size_t i = 0; i < 8; ++i) {
+        for (uint32_t stream = 0; stream < 6; ++stream) {
             if (i >= avi.builder.truth(stream).size()) continue;
-            uint8_t byte = 0;
-            SplitterFrameInfo info = {};
-            ASSERT_EQ(kAviSplitter.read_frame(avi.file.handle(), stream + 1, &byte, 1, &info),
-                      uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
+            ASSERT_EQ(read_into_one_byte(avi.file, stream + 1), uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
             expect_frames(avi.file, avi.builder, stream, {.from = i, .count = 1});
         }
     }
 }
 
-struct MediaCase {
-    const char *name;
-    Bytes between;
-};
-
 // Whatever stands between two chunks, the second is found, with its time stamp.
 TEST(AviPackets, WhatIsSteppedOver) {
-    const Bytes other(30, 0x91);
-    const MediaCase cases[] = {
-        {"nothing", {}},
+    const Bytes other(30, 0x91), hidden = chunk(tag("00dc"), other);
+    const std::pair<const char *, Bytes> cases[] = {
         {"padding of any value", {0x30}},
         {"garbage", payload(5, 5, 999)},
         {"garbage at the limit", Bytes(131072 - 8, 0x80)},
-        {"zeros", Bytes(1000)},
-        {"junk", chunk(tag("JUNK"), other)},
-        {"index chunk", chunk(tag("ix00"), other)},
-        {"index chunk of the other spelling", chunk(tag("00ix"), other)},
-        {"legacy index within", chunk(tag("idx1"), other)},
-        {"RES1", chunk(tag("RES1"), other)},
+        {"junk", chunk(tag("JUNK"), hidden)},
+        {"index chunk", chunk(tag("ix00"), hidden)},
+        {"index chunk of the other spelling", chunk(tag("00ix"), hidden)},
+        {"legacy index within", chunk(tag("idx1"), hidden)},
+        {"RES1", chunk(tag("RES1"), hidden)},
         {"record list", list(tag("rec "), chunk(tag("01wb"), other))},
         {"nested lists", list(tag("rec "), list(tag("abcd"), chunk(tag("01wb"), other)))},
-        {"empty list", list(tag("rec "), {})},
         {"text of its own stream", chunk(tag("01tx"), other)},
         {"unknown type of the stream", chunk(tag("00zz"), {})},
         {"stream that is not declared", chunk(tag("07dc"), Bytes(200000, 0x33))},
-        {"undeclared stream that holds a chunk of ours", chunk(tag("55wb"), chunk(tag("00dc"), other))},
+        {"undeclared stream that holds a chunk of ours", chunk(tag("55wb"), hidden)},
         {"chunk beyond the media data", join({text("00dc"), le32(0x7FFFFFFF)})},
         {"chunk of 4 GB", join({text("01wb"), le32(UINT32_MAX)})},
+        {"a form that is no segment", text("RIFF")},
         {"capital letters", chunk(tag("00DC"), {})},
         {"letters beyond ASCII", join({text("00"), Bytes{0xFE, 0xFE}, le32(4), other})},
     };
-    for (const MediaCase &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[name, between] : cases) {
+        SCOPED_TRACE(name);
         for (const IndexKind index : {IndexKind::None, IndexKind::Legacy}) {
             AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, index);
-            builder.frame(0, size_t{51}).raw(c.between).frame(0, size_t{52}).frame(0, size_t{53});
+            builder.frame(0, size_t{51}).raw(between).frame(0, size_t{52}).frame(0, size_t{53});
             OpenedAvi avi(builder);
-            ASSERT_EQ(avi.file.open_code, 0u);
             expect_frames(avi.file, avi.builder, 0);
         }
     }
 }
 
+// Chunks of other tracks cost nothing of the resynchronisation limit.
 TEST(AviPackets, TooMuchGarbageEndsTheTrackUntilItIsSought) {
-    AviBuilder builder({video_stream(tag("MJPG"))});
-    builder.frame(0, size_t{51}).raw(Bytes(131072 + 64, 0x80)).frame(0, size_t{52});
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
+    builder.frame(0, size_t{51});
+    for (int i = 0; i < 30000; ++i)
+        builder.frame(1, size_t{4});
+    builder.frame(0, size_t{52}).raw(Bytes(131072 + 64, 0x80)).frame(0, size_t{53});
     OpenedAvi avi(builder);
-    expect_frames(avi.file, avi.builder, 0, {.count = 1});
+    expect_frames(avi.file, avi.builder, 0, {.count = 2});
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(avi.file.read(1).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
-    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
-    expect_frames(avi.file, avi.builder, 0, {.from = 1});
-}
-
-// Chunks of other tracks cost nothing of the resynchronisation limit.
-TEST(AviPackets, SparseTrackInALongFile) {
-    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, IndexKind::None);
-    builder.frame(1, size_t{40});
-    for (int i = 0; i < 30000; ++i)
-        builder.frame(0, size_t{2});
-    builder.frame(1, size_t{44});
-    OpenedAvi avi(builder);
-    expect_frames(avi.file, avi.builder, 1);
-}
-
-// Compressed and uncompressed frames may alternate at will.
-TEST(AviPackets, ChunkTypesOfOneTrackMayChange) {
-    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
-    for (size_t i = 0; i < 12; ++i) {
-        builder.frame(0, 31 + i);
-        if (i % 5 == 4) builder.raw(chunk(tag("00db"), payload(3, i, 60)));
-    }
-    OpenedAvi avi(builder);
-    const FrameRun run = avi.file.read_all(1);
-    ASSERT_EQ(run.frames.size(), 14u);
-    EXPECT_EQ(run.frames[5].data, payload(3, 4, 60));
-    EXPECT_EQ(run.frames[11].data, payload(3, 9, 60));
-    EXPECT_EQ(run.frames[13].info.time_stamp, 13u * 40);
+    EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_FORWARD), 0u);
+    expect_frames(avi.file, avi.builder, 0, {.from = 2});
 }
 
 // Empty chunks deliver nothing and let time go on, at the start, in rows and at the end, for every kind of
@@ -129,10 +94,7 @@ TEST(AviPackets, EmptyChunksAdvanceTime) {
         OpenedAvi avi(builder);
         const std::vector<TruthFrame> &truth = avi.builder.truth(0);
         for (size_t i = 0; i < truth.size(); ++i) {
-            uint8_t byte = 0;
-            SplitterFrameInfo info = {};
-            EXPECT_EQ(kAviSplitter.read_frame(avi.file.handle(), 1, &byte, 1, &info),
-                      uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
+            EXPECT_EQ(read_into_one_byte(avi.file, 1), uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
             expect_frames(avi.file, avi.builder, 0, {.from = i, .count = 1, .keys = false});
         }
         for (int i = 0; i < 3; ++i)
@@ -140,45 +102,21 @@ TEST(AviPackets, EmptyChunksAdvanceTime) {
     }
 }
 
-// A frame whose end is missing is never handed out.
-TEST(AviPackets, TruncatedFrameIsTheEnd) {
-    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
-    builder.frame(0, size_t{100}).frame(0, size_t{200});
-    const Bytes whole = builder.build().flatten();
-    for (const size_t missing : {1u, 100u, 199u, 200u, 204u, 208u}) {
-        const Bytes cut(whole.begin(), whole.end() - static_cast<std::ptrdiff_t>(missing));
-        for (const bool end_is_success : {false, true}) {
-            OpenedBytes avi(cut, SPLITER_SOURCE_LOCAL, {.end_is_success = end_is_success});
-            const FrameRun run = avi.file.read_all(1);
-            ASSERT_EQ(run.frames.size(), 1u) << missing;
-            EXPECT_EQ(run.frames[0].data, builder.truth(0)[0].data);
-            EXPECT_EQ(run.end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
-        }
-    }
-}
-
 TEST(AviPackets, PaletteChanges) {
-    const Bytes all = payload(9, 9, 1024);
-    AviStream video = video_stream(tag("MRLE"));
-    AviBuilder builder({video});
-    builder.palette(0, 0, all).frame(0, size_t{20});
+    AviBuilder builder({video_stream(tag("MRLE"))});
+    builder.palette(0, 0, payload(9, 9, 1024)).frame(0, size_t{20});
     builder.frame(0, size_t{21}, false).palette(0, 255, Bytes{1, 2, 3, 4});
-    builder.palette(0, 7, Bytes{5, 6, 7, 8, 9, 10, 11, 12})
-        .frame(0, size_t{0}, false)
-        .frame(0, size_t{22}, false);
-    builder.raw(chunk(tag("00pc"), Bytes(1029)));  // too large for a palette change
+    builder.palette(0, 7, Bytes{5, 6, 7, 8, 9, 10, 11, 12}).frame(0, size_t{0}, false);
+    builder.frame(0, size_t{22}, false).raw(chunk(tag("00pc"), Bytes(1029)));  // too large for one
     builder.frame(0, size_t{23}, false);
     OpenedAvi avi(builder);
-    EXPECT_EQ(avi.builder.truth(0)[0].data.size(), 1044u);
-    expect_frames(avi.file, avi.builder, 0);
     // The palette needs room: without it the frame is kept, palette and all.
-    ASSERT_EQ(avi.file.reset(), 0u);
     Bytes buffer(1043);
     SplitterFrameInfo info = {};
     EXPECT_EQ(kAviSplitter.read_frame(avi.file.handle(), 1, buffer.data(), 1043, &info),
               uint32_t{SPLITER_ERR_BUFFER_TOO_SMALL});
     EXPECT_EQ(info.size, 1044u);
-    expect_frames(avi.file, avi.builder, 0, {.count = 2});
+    expect_frames(avi.file, avi.builder, 0);
 }
 
 // More entries than the chunk holds, or than fit behind the first: no byte from elsewhere gets in.
@@ -190,32 +128,12 @@ TEST(AviPackets, PaletteChangesThatLie) {
         OpenedAvi avi(builder);
         const FrameRun run = avi.file.read_all(1);
         ASSERT_EQ(run.frames.size(), 2u);
-        const Bytes &data = run.frames[1].data;
+        Bytes data = run.frames[1].data;
         const Bytes &frame = avi.builder.truth(0)[1].data;
         ASSERT_TRUE(data.size() == frame.size() || data.size() == frame.size() + 1024);
-        EXPECT_TRUE(std::equal(frame.begin(), frame.end(), data.begin()));
-        EXPECT_TRUE(std::all_of(data.begin() + static_cast<std::ptrdiff_t>(frame.size()), data.end(),
-                                [](uint8_t b) { return b == 0 || b == 9; }));
+        EXPECT_EQ(Bytes(data.begin(), data.begin() + 21), frame);
+        EXPECT_TRUE(std::all_of(data.begin() + 21, data.end(), [](uint8_t b) { return b == 0 || b == 9; }));
     }
-}
-
-// The index orders a file whose tracks lie one behind the other.
-TEST(AviPackets, TracksThatAreNotInterleaved) {
-    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
-    for (size_t i = 0; i < 50; ++i)
-        builder.frame(0, 500 + i, i % 10 == 0);
-    builder.junk(100000);
-    for (size_t i = 0; i < 50; ++i)
-        builder.frame(1, size_t{320});
-    OpenedAvi avi(builder);
-    for (size_t i = 0; i < 50; ++i) {
-        for (uint32_t stream = 0; stream < 2; ++stream)
-            expect_frames(avi.file, avi.builder, stream, {.from = i, .count = 1});
-    }
-    uint32_t reached = 0;
-    ASSERT_EQ(avi.file.seek(2, 25 * 10, SPLITER_SEEK_BACKWARD, &reached), 0u);
-    EXPECT_EQ(reached, 250u);
-    expect_frames(avi.file, avi.builder, 1, {.from = 25});
 }
 
 }  // namespace

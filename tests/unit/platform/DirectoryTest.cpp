@@ -13,10 +13,9 @@
 #include "support/FailingAllocator.h"
 #include "support/TestFolder.h"
 
+namespace quorv::test {
 namespace {
 
-using quorv::test::FailingAllocator;
-using quorv::test::TestFolder;
 using Names = std::vector<std::string>;
 
 // Every way a star could be resolved, as a table of prefixes.
@@ -48,7 +47,7 @@ TEST(Wildcard, AgreesWithBruteForce) {
     int matched = 0;
     for (int i = 0; i < 100000; ++i) {
         const std::string pattern = random_text("ab.*?*", 9), name = random_text("abAB.", 12);
-        ASSERT_EQ(quorv::matches_wildcard(pattern.c_str(), name.c_str()), brute_force_match(pattern, name))
+        ASSERT_EQ(matches_wildcard(pattern.c_str(), name.c_str()), brute_force_match(pattern, name))
             << pattern << " " << name;
         matched += brute_force_match(pattern, name);
     }
@@ -60,8 +59,8 @@ TEST(Wildcard, ManyStarsTakeNoExponentialTime) {
     std::string pattern;
     for (int i = 0; i < 2000; ++i)
         pattern += "*a";
-    EXPECT_FALSE(quorv::matches_wildcard((pattern + "b").c_str(), std::string(4000, 'a').c_str()));
-    EXPECT_TRUE(quorv::matches_wildcard(pattern.c_str(), std::string(4000, 'a').c_str()));
+    EXPECT_FALSE(matches_wildcard((pattern + "b").c_str(), std::string(4000, 'a').c_str()));
+    EXPECT_TRUE(matches_wildcard(pattern.c_str(), std::string(4000, 'a').c_str()));
 }
 
 // All names a search delivers, sorted, each checked against what else it says.
@@ -111,10 +110,8 @@ TEST(Directory, SearchAgreesWithBruteForce) {
     const Names all = found(directory, MDIR_BOTH);
     EXPECT_EQ(all.size(), files.size() + folders.size());
     EXPECT_EQ(found(directory.substr(0, directory.size() - 1), MDIR_BOTH), all) << "without its separator";
-    EXPECT_EQ(found(directory + "none", MDIR_BOTH), Names{"(no search)"});
-    EXPECT_EQ(found(directory + "none/*.avi", MDIR_BOTH), Names{"(no search)"});
-    EXPECT_EQ(found("", MDIR_BOTH), Names{"(no search)"});
-
+    for (const std::string &nothing : {directory + "none", directory + "none/*.avi", std::string()})
+        EXPECT_EQ(found(nothing, MDIR_BOTH), Names{"(no search)"});
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(directory);
     EXPECT_EQ(found("*.avi", MDIR_FILES), (Names{"CLIP2.AVI", "clip.avi", "x[1].avi"}));
@@ -123,8 +120,7 @@ TEST(Directory, SearchAgreesWithBruteForce) {
 
 TEST(Directory, ExtendedAndWideForms) {
     const TestFolder folder;
-    const std::string path = folder.put("clip.avi", {1, 2, 3});
-    const std::string pattern = folder.path("*.avi");
+    const std::string path = folder.put("clip.avi", {1, 2, 3}), made = folder.path("new");
     struct stat status;
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     const auto expect_clip = [&status](const MFileInfo &info) {
@@ -134,58 +130,51 @@ TEST(Directory, ExtendedAndWideForms) {
         EXPECT_EQ(info.access_time, static_cast<uint32_t>(status.st_atime));
         EXPECT_EQ(info.modification_time, static_cast<uint32_t>(status.st_mtime));
     };
-    MFileInfo info;
-    char name[512];
-    MDirHandle find = MDirStartFindExS(pattern.c_str(), MDIR_BOTH);
-    EXPECT_EQ(MDirFindNextExS(find, name, &info), 1);
-    EXPECT_EQ(name, path);
-    expect_clip(info);
-    EXPECT_EQ(MDirEndFindEx(find), 1);
-
     uint16_t wide_path[512], wide_name[512];
-    MCharToWChar(pattern.c_str(), wide_path, 512);
+    char name[512];
+    MCharToWChar(folder.path("*.avi").c_str(), wide_path, 512);
     for (MDirHandle (*const start)(const uint16_t *, uint32_t) : {MDirStartFindW, MDirStartFindExW}) {
-        find = start(wide_path, MDIR_FILES);
+        MFileInfo info;
+        MDirHandle find = start(wide_path, MDIR_FILES);
         EXPECT_EQ(MDirFindNextExW(find, wide_name, &info), 1);
         EXPECT_EQ(std::string(wide_name, wide_name + MWCsLen(wide_name)), path);
+        expect_clip(info);
         EXPECT_EQ(MDirFindNextExW(find, wide_name, &info), 0);
         EXPECT_EQ(wide_name[0], 0);
         EXPECT_EQ(MDirEndFind(find), 1);
     }
-    MCharToWChar(path.c_str(), wide_path, 512);
-    EXPECT_EQ(MGetFileInfoW(&info, wide_path), 1);
-    expect_clip(info);
-    MCharToWChar(folder.path("new").c_str(), wide_path, 512);
+    MFileInfo info;
+    MDirHandle find = MDirStartFindExS(folder.path("*.avi").c_str(), MDIR_BOTH);
+    EXPECT_EQ(MDirFindNextExS(find, name, &info), 1);
+    EXPECT_EQ(name, path);
+    EXPECT_EQ(MDirEndFindEx(find), 1);
+    MCharToWChar(made.c_str(), wide_path, 512);
     EXPECT_EQ(MGetFileInfoW(&info, wide_path), 0);
     EXPECT_EQ(MDirectoryCreateW(wide_path), 1);
-    EXPECT_EQ(MDirectoryCreateW(wide_path), 0) << "it exists";
-    EXPECT_EQ(MIsDirectoryW(wide_path), 1);
-    EXPECT_EQ(MIsDirectoryS(path.c_str()), 0);
-    EXPECT_EQ(MGetFileInfoS(&info, folder.path("new").c_str()), 1);
+    EXPECT_EQ(MDirectoryCreateW(wide_path) + MIsDirectoryS(path.c_str()), 0) << "it exists";
+    EXPECT_EQ(MIsDirectoryW(wide_path) + MGetFileInfoW(&info, wide_path), 2);
     EXPECT_EQ(info.attributes, uint32_t{MFILE_DIRECTORY});
     EXPECT_EQ(MGetFileInfoS(&info, "/dev/null"), 1);
     EXPECT_EQ(info.attributes, 0u);
     EXPECT_EQ(MDirectoryRemoveW(wide_path), 1);
-    EXPECT_EQ(MDirectoryRemoveS(folder.path("new").c_str()), 0);
+    EXPECT_EQ(MDirectoryRemoveS(made.c_str()), 0);
     EXPECT_EQ(MIsSameFileS("/A/b", "/a/B") + MIsSameFileS("/a", "/b"), 1);
     const uint16_t upper[] = {'A', 0x1C9, 0}, lower[] = {'a', 0x1C9, 0}, other[] = {'a', 0x1CA, 0};
     EXPECT_EQ(MIsSameFileW(upper, lower) + MIsSameFileW(lower, other), 1);
 }
 
-TEST(Directory, ALinkThatLeadsNowhereEndsTheSearch) {
+TEST(Directory, DeadLinksNullHandlesAndNoMemory) {
     const TestFolder folder;
     std::filesystem::create_symlink("nowhere", folder.path("link"));
-    const FailingAllocator heap;
-    MDirHandle find = MDirStartFindS(folder.path("*").c_str(), MDIR_FILES);
     char name[512] = "as it was";
-    EXPECT_EQ(MDirFindNextS(find, name, nullptr), 0);
-    EXPECT_STREQ(name, "as it was") << "which tells this from the end of the directory";
-    EXPECT_EQ(heap.live_blocks(), 0u) << "the search has freed itself";
-}
-
-TEST(Directory, NullHandlesAndNoMemory) {
+    {
+        const FailingAllocator heap;
+        MDirHandle find = MDirStartFindS(folder.path("*").c_str(), MDIR_FILES);
+        EXPECT_EQ(MDirFindNextS(find, name, nullptr), 0);
+        EXPECT_STREQ(name, "as it was") << "which tells this from the end of the directory";
+        EXPECT_EQ(heap.live_blocks(), 0u) << "the search has freed itself";
+    }
     MFileInfo info;
-    char name[9];
     EXPECT_EQ(MDirFindNextS(nullptr, name, nullptr) + MDirFindNextExS(nullptr, name, &info) +
                   MDirFindNextExW(nullptr, nullptr, &info) + MDirEndFind(nullptr) +
                   MGetFileInfoS(&info, nullptr) + MGetFileInfoS(nullptr, "/") + MIsDirectoryS(nullptr) +
@@ -201,3 +190,4 @@ TEST(Directory, NullHandlesAndNoMemory) {
 }
 
 }  // namespace
+}  // namespace quorv::test

@@ -18,14 +18,8 @@
 #include "support/FailingAllocator.h"
 #include "unit/platform/IniEdits.h"
 
+namespace quorv::test {
 namespace {
-
-using quorv::test::FailingAllocator;
-using quorv::test::FailureSpan;
-using quorv::test::get_text;
-using quorv::test::IniEdit;
-using quorv::test::put_text;
-using quorv::test::TestFolder;
 
 std::string old_text() {
     std::string text = "; settings\n[Video]\nWidth=640\n";
@@ -35,25 +29,24 @@ std::string old_text() {
     return text + "[Audio]\nRate=44100\n";
 }
 
-const std::vector<IniEdit> &edits() {
-    static const std::vector<IniEdit> list = {{"Video", "Width", "1920"},
-                                              {"Video", "key3", std::string(1500, 'x')},
-                                              {"Video", "key4", {}},
-                                              {"New", "key", std::string(1200, 'y')},
-                                              {"Audio", "Channels", "2"}};
-    return list;
-}
+const std::vector<IniEdit> kEdits = {{"Video", "Width", "1920"},
+                                     {"Video", "key3", std::string(1500, 'x')},
+                                     {"Video", "key4", {}},
+                                     {"New", "key", std::string(1200, 'y')},
+                                     {"Audio", "Channels", "2"}};
+const std::vector<bool> kAll(kEdits.size(), true);
 
 // Makes the edits, notes which of them succeeded, lets something happen to the file, and returns the result
 // of MIniEndS.
-int32_t edit_file(const std::string &path, std::vector<bool> *succeeded = nullptr,
-                  const std::function<void()> &meanwhile = {}) {
+int32_t edit_file(
+    const std::string &path, std::vector<bool> *succeeded = nullptr,
+    const std::function<void()> &meanwhile = [] {}) {
     MIniHandle ini = MIniStartS(path.c_str());
-    for (const IniEdit &edit : edits()) {
+    for (const IniEdit &edit : kEdits) {
         const bool done = ini != nullptr && edit.apply(ini);
         if (succeeded != nullptr) succeeded->push_back(done);
     }
-    if (meanwhile) meanwhile();
+    meanwhile();
     return MIniEndS(ini);
 }
 
@@ -61,17 +54,10 @@ int32_t edit_file(const std::string &path, std::vector<bool> *succeeded = nullpt
 std::string text_after(const std::string &before, const std::vector<bool> &succeeded) {
     const TestFolder folder;
     MIniHandle ini = MIniStartS(put_text(folder, "ini", before).c_str());
-    for (size_t i = 0; i < succeeded.size(); ++i) {
-        if (succeeded[i]) {
-            EXPECT_TRUE(edits()[i].apply(ini));
-        }
-    }
+    for (size_t i = 0; i < succeeded.size(); ++i)
+        EXPECT_TRUE(!succeeded[i] || kEdits[i].apply(ini));
     EXPECT_EQ(MIniEndS(ini), 1);
     return get_text(folder, "ini");
-}
-
-std::string new_text() {
-    return text_after(old_text(), std::vector<bool>(edits().size(), true));
 }
 
 void expect_whole_file_whatever_allocation_fails(const std::string &before, const std::string &at_end,
@@ -93,9 +79,7 @@ void expect_whole_file_whatever_allocation_fails(const std::string &before, cons
         if (!expected.contains(succeeded)) expected[succeeded] = text_after(at_end, succeeded);
         EXPECT_EQ(get_text(folder, "ini"), result == 1 ? expected[succeeded] : at_end);
         EXPECT_EQ(folder.names(), std::vector<std::string>{"ini"});
-        if (!failed) {
-            EXPECT_EQ(result, 1);
-        }
+        EXPECT_TRUE(failed || result == 1);
     }
 }
 
@@ -107,42 +91,24 @@ TEST(IniFailure, EveryAllocation) {
     }
 }
 
-// No file may grow beyond a limit while this lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t limit) : old_handler_(signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &old_);
-        rlimit lower = old_;
-        lower.rlim_cur = limit;
-        setrlimit(RLIMIT_FSIZE, &lower);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &old_);
-        signal(SIGXFSZ, old_handler_);
-    }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
-private:
-    rlimit old_;
-    void (*old_handler_)(int);
-};
-
 TEST(IniFailure, EveryLengthOfFileThatCanBeWritten) {
     const TestFolder folder;
-    const std::string after = new_text();
+    const std::string after = text_after(old_text(), kAll);
+    void (*const handler)(int) = signal(SIGXFSZ, SIG_IGN);
+    rlimit old;
+    getrlimit(RLIMIT_FSIZE, &old);
     for (size_t limit = 0; limit < after.size() + 100; limit += limit + 90 < after.size() ? size_t{89} : 1) {
         SCOPED_TRACE(limit);
         const std::string path = put_text(folder, "ini", old_text());
-        int32_t result;
-        {
-            const FileSizeLimit limited(limit);
-            result = edit_file(path);
-        }
+        const rlimit lower = {limit, old.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &lower);
+        const int32_t result = edit_file(path);
+        setrlimit(RLIMIT_FSIZE, &old);
         ASSERT_EQ(result, limit >= after.size() ? 1 : 0);
         ASSERT_EQ(get_text(folder, "ini"), result == 1 ? after : old_text());
         ASSERT_EQ(folder.names(), std::vector<std::string>{"ini"});
     }
+    signal(SIGXFSZ, handler);
 }
 
 // Runs the work in a child process whose view of the folder is a file system of this many bytes, and returns
@@ -164,7 +130,7 @@ int on_small_file_system(const std::string &folder, size_t bytes, const std::fun
 
 TEST(IniFailure, FullDisk) {
     const TestFolder folder;
-    const std::string before = old_text(), after = new_text();
+    const std::string before = old_text(), after = text_after(old_text(), kAll);
     enum Outcome : int { Old, New, Wrong };
     bool seen[2] = {};
     // From room for the old file alone to room for two new ones; in between the copy over the file fails.
@@ -193,13 +159,11 @@ TEST(IniFailure, TheTemporaryFileCannotBeMadeOrTheFileIsGone) {
     EXPECT_EQ(get_text(folder, "ini"), old_text());
     std::filesystem::remove(folder.path("ini_tmp"));
 
-    MIniHandle ini = MIniStartS(path.c_str());
-    for (const IniEdit &edit : edits())
-        ASSERT_TRUE(edit.apply(ini));
-    std::filesystem::remove(path);
-    EXPECT_EQ(MIniEndS(ini), 1) << "a file that is gone is made again";
-    EXPECT_EQ(get_text(folder, "ini"), new_text());
+    const int32_t result = edit_file(path, nullptr, [&] { std::filesystem::remove(path); });
+    EXPECT_EQ(result, 1) << "a file that is gone is made again";
+    EXPECT_EQ(get_text(folder, "ini"), text_after(old_text(), kAll));
     EXPECT_EQ(folder.names(), std::vector<std::string>{"ini"});
 }
 
 }  // namespace
+}  // namespace quorv::test

@@ -8,22 +8,18 @@
 
 #include "unit/platform/IniEdits.h"
 
+namespace quorv::test {
 namespace {
-
-using quorv::test::get_text;
-using quorv::test::ini_value;
-using quorv::test::IniEdit;
-using quorv::test::put_text;
-using quorv::test::TestFolder;
 
 bool same_name(const std::string &a, const std::string &b) {
     return strcasecmp(a.c_str(), b.c_str()) == 0;
 }
 
 // The file as lines whose kind is known because the test made them.
+enum class Kind { Section, Key, Other };
+
 class IniModel {
 public:
-    enum class Kind { Section, Key, Other };
     struct Line {
         Kind kind;
         std::string text;  // with its ending, as it stands in the file
@@ -107,7 +103,6 @@ TEST(IniModel, RandomEditsOfRandomFiles) {
     const std::string keys[] = {"Width", "width", "k", "long key name", "q"};
     const std::string others[] = {"",       " \t", "; note",  "#x=1", "* [Video]",
                                   "no key", "=5",  "[bad] x", "[open"};
-    const std::string endings[] = {"\n", "\r\n"};
     const TestFolder folder;
     for (uint32_t seed = 0; seed < 150; ++seed) {
         std::mt19937 engine(seed);
@@ -116,24 +111,20 @@ TEST(IniModel, RandomEditsOfRandomFiles) {
             return random(6) == 0 ? std::string(random(1500), 'v') + "!" : std::string(random(9), 'w');
         };
         IniModel model;
-        const size_t line_count = random(4) == 0 ? random(400) : random(25);
-        bool in_section = false;
-        for (size_t i = 0; i < line_count; ++i) {
-            const std::string ending = i + 1 == line_count && random(2) ? "" : endings[random(2)];
+        Kind key_kind = Kind::Other;  // without a section it is a line that nobody can find
+        for (size_t left = random(4) == 0 ? random(400) : random(25); left > 0; --left) {
+            const std::string ending = left == 1 && random(2) ? "" : random(2) ? "\n" : "\r\n";
+            const std::string value = random_value();
             const size_t kind = random(8);
             if (kind == 0) {
                 const std::string name = sections[random(6)];
-                model.add(
-                    {IniModel::Kind::Section, (random(2) ? " [ " : "[") + name + "]" + ending, name, ""});
-                in_section = true;
+                model.add({Kind::Section, (random(2) ? " [ " : "[") + name + "]" + ending, name, ""});
+                key_kind = Kind::Key;
             } else if (kind < 5) {
-                const std::string name = keys[random(5)], value = random_value();
-                // Without a section it is a line that nobody can find.
-                model.add({in_section ? IniModel::Kind::Key : IniModel::Kind::Other,
-                           name + (random(2) ? " =\t" : "=") + value + ending, name, value});
-            } else {
-                const std::string text = others[random(9)] + ending;
-                if (!text.empty()) model.add({IniModel::Kind::Other, text, "", ""});
+                const std::string name = keys[random(5)];
+                model.add({key_kind, name + (random(2) ? " =\t" : "=") + value + ending, name, value});
+            } else if (const std::string text = others[random(9)] + ending; !text.empty()) {
+                model.add({Kind::Other, text, "", ""});
             }
         }
         const std::string path = put_text(folder, "ini", model.save());
@@ -161,3 +152,4 @@ TEST(IniModel, RandomEditsOfRandomFiles) {
 }
 
 }  // namespace
+}  // namespace quorv::test

@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
-#include "support/BitWriter.h"
 #include "unit/videoheader/GuardedBuffer.h"
 #include "videoheader/H264Header.h"
 #include "videoheader/StartCode.h"
@@ -74,34 +74,6 @@ TEST(BitReader, AgreesWithTheModelAtEveryLengthAndAlignment) {
     }
 }
 
-TEST(BitReader, ExpGolombCodesOfEveryLength) {
-    BitWriter writer;
-    std::vector<uint32_t> values;
-    for (uint32_t bits = 0; bits < 32; ++bits)
-        values.insert(values.end(), {(uint32_t{1} << bits) - 1, (uint32_t{1} << bits) + bits / 2});
-    values.push_back(UINT32_MAX - 1);
-    for (const uint32_t value : values) {
-        writer.ue(value);
-        writer.se(static_cast<int32_t>(value / 2));
-        writer.se(-static_cast<int32_t>(value / 2));
-    }
-    bs_utility bs;
-    bs_open_utility(&bs, writer.data().data(), static_cast<uint32_t>(writer.data().size()));
-    for (const uint32_t value : values) {
-        ASSERT_EQ(ue_utility(&bs), value);
-        ASSERT_EQ(se_utility(&bs), static_cast<int32_t>(value / 2));
-        ASSERT_EQ(se_utility(&bs), -static_cast<int32_t>(value / 2));
-    }
-    EXPECT_EQ(ue_utility(&bs), UINT32_MAX);  // nothing but zeros beyond the end
-}
-
-const uint8_t *plain_search(const uint8_t *begin, const uint8_t *end) {
-    for (const uint8_t *p = begin; end - p >= 3; ++p) {
-        if (p[0] == 0 && p[1] == 0 && p[2] == 1) return p;
-    }
-    return end;
-}
-
 TEST(StartCode, FoundWhereThePlainLoopFindsIt) {
     std::mt19937 random(1);
     GuardedBuffer buffer(200);
@@ -114,7 +86,7 @@ TEST(StartCode, FoundWhereThePlainLoopFindsIt) {
                 for (uint8_t &byte : data)
                     byte = static_cast<uint8_t>(random() % values);
                 const uint8_t *const begin = buffer.place(data), *const end = begin + length;
-                const uint8_t *const expected = plain_search(begin, end);
+                const uint8_t code[] = {0, 0, 1}, *const expected = std::search(begin, end, code, code + 3);
                 ASSERT_EQ(find_start_code(begin, end) - begin, expected - begin) << "of " << length;
                 ASSERT_EQ(find_start_code_portable(begin, end) - begin, expected - begin) << "of " << length;
                 found += expected != end;

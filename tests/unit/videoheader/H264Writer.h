@@ -5,109 +5,80 @@
 
 #include <quorv/video_header.h>
 
-#include <cstdint>
 #include <random>
-#include <vector>
 
 #include "support/BitWriter.h"
+#include "support/VideoHeaders.h"
 
 namespace quorv::test {
 
-struct SpsFields {
-    uint32_t nal_header = 0x67;
-    uint32_t profile = 77;
-    uint32_t flags = 0x40;  // six constraint flags and two reserved bits
-    uint32_t id = 0;
-    uint32_t log2_frame_num = 0;
-    uint32_t poc_type = 2;
-    uint32_t log2_poc_lsb = 0;
-    std::vector<int32_t> poc_offsets = {};
-    uint32_t ref_frames = 1;
-    uint32_t width_mbs = 11, height_units = 9;
-    bool frame_mbs_only = true;
-    bool cropped = false;
-    uint32_t left = 0, right = 0, top = 0, bottom = 0;
-};
-
 struct SpsTruth {
-    uint32_t result;
-    bool has_size;
-    uint32_t width, height;
+    uint32_t result = VIDHDR_OK;
+    bool has_size = true;
+    uint32_t width = 0, height = 0;
 };
 
-inline SpsTruth sps_truth(const SpsFields &sps) {
-    const bool refused = (sps.nal_header & 0x1F) != 7 || (sps.profile != 66 && sps.profile != 77) ||
-                         (sps.flags & 0x0F) != 0 || sps.id > 31 || sps.log2_frame_num > 12 ||
-                         (sps.poc_type == 0 && sps.log2_poc_lsb > 12) ||
-                         (sps.poc_type == 1 && sps.poc_offsets.size() > 255) || sps.ref_frames > 16;
-    if (refused) return {VIDHDR_H264_ERR, false, 0, 0};
-    uint32_t width = sps.width_mbs * 16, height = sps.height_units * (sps.frame_mbs_only ? 16 : 32);
-    if (sps.cropped) {
-        width -= 2 * (sps.left + sps.right);
-        height -= 2 * (sps.top + sps.bottom);
-    }
-    return {width == 0 || height == 0 ? uint32_t{VIDHDR_H264_ERR} : 0, true, width, height};
-}
-
-inline void write_sps(BitWriter &out, const SpsFields &sps) {
+// A sequence parameter set, now and then with a value that is refused.
+inline SpsTruth write_random_sps(BitWriter &out, std::mt19937 &random) {
+    const auto up_to = [&random](uint32_t most) { return static_cast<uint32_t>(random() % (most + 1)); };
+    const auto rarely = [&random] { return random() % 16 == 0; };
+    SpsTruth truth;
+    const auto refuse_if = [&truth](bool condition) {
+        if (condition) truth = {VIDHDR_H264_ERR, false};
+    };
+    const auto limited = [&](uint32_t limit) {
+        const uint32_t value = up_to(rarely() ? limit + 8 : limit);
+        out.ue(value);
+        refuse_if(value > limit);
+    };
+    const uint32_t kind = rarely() ? up_to(31) : 7, flags = rarely() ? up_to(255) : up_to(15) << 4;
+    const uint32_t profile = rarely() ? up_to(255) : random() % 2 != 0 ? 66 : 77;
     out.put(1, 24);
-    out.put(sps.nal_header, 8);
-    out.put(sps.profile, 8);
-    out.put(sps.flags, 8);
+    out.put(up_to(7) << 5 | kind, 8);
+    out.put(profile, 8);
+    out.put(flags, 8);  // six constraints and two reserved bits
     out.put(30, 8);
-    out.ue(sps.id);
-    out.ue(sps.log2_frame_num);
-    out.ue(sps.poc_type);
-    if (sps.poc_type == 0) {
-        out.ue(sps.log2_poc_lsb);
-    } else if (sps.poc_type == 1) {
+    refuse_if(kind != 7 || (profile != 66 && profile != 77) || (flags & 0x0F) != 0);
+    limited(31);  // id
+    limited(12);  // frame number bits
+    const uint32_t order_count_type = up_to(3);
+    out.ue(order_count_type);
+    if (order_count_type == 0) limited(12);
+    if (order_count_type == 1) {
+        const uint32_t count = up_to(rarely() ? 260 : 4);
         out.put(1, 1);
         out.se(-5);
         out.se(70000);
-        out.ue(static_cast<uint32_t>(sps.poc_offsets.size()));
-        for (const int32_t offset : sps.poc_offsets)
-            out.se(offset);
+        out.ue(count);
+        for (uint32_t i = 0; i < count; ++i)
+            out.se(static_cast<int32_t>(random()) >> random() % 32);
+        refuse_if(count > 255);
     }
-    out.ue(sps.ref_frames);
+    limited(16);  // reference frames
     out.put(1, 1);
-    out.ue(sps.width_mbs - 1);
-    out.ue(sps.height_units - 1);
-    out.put(sps.frame_mbs_only, 1);
-    if (!sps.frame_mbs_only) out.put(1, 1);
+    const uint32_t width_mbs = 1 + up_to(rarely() ? 1u << 28 : 500), height_units = 1 + up_to(500);
+    const bool frames_only = random() % 2 != 0, cropped = random() % 2 != 0;
+    out.ue(width_mbs - 1);
+    out.ue(height_units - 1);
+    out.put(frames_only, 1);
+    if (!frames_only) out.put(1, 1);
     out.put(1, 1);
-    out.put(sps.cropped, 1);
-    if (sps.cropped)
-        for (const uint32_t offset : {sps.left, sps.right, sps.top, sps.bottom})
-            out.ue(offset);
+    out.put(cropped, 1);
+    uint32_t width = width_mbs * 16, height = height_units * (frames_only ? 16 : 32);
+    for (int side = 0; cropped && side < 4; ++side) {
+        uint32_t &size = side < 2 ? width : height;
+        const uint32_t all = size / 2;  // nothing left: stored, then refused
+        const uint32_t crop = rarely() ? all : up_to(rarely() ? 1u << 30 : 8);
+        out.ue(crop);
+        size -= 2 * crop;
+    }
     out.put(3, 2);
-}
-
-inline SpsFields random_sps(std::mt19937 &random) {
-    const auto up_to = [&random](uint32_t most) { return static_cast<uint32_t>(random() % (most + 1)); };
-    const auto rarely = [&random] { return random() % 16 == 0; };
-    SpsFields sps;
-    sps.nal_header = up_to(7) << 5 | (rarely() ? up_to(31) : 7);
-    sps.profile = rarely() ? up_to(255) : random() % 2 != 0 ? 66 : 77;
-    sps.flags = rarely() ? up_to(255) : up_to(15) << 4;
-    sps.id = up_to(rarely() ? 40 : 31);
-    sps.log2_frame_num = up_to(rarely() ? 20 : 12);
-    sps.poc_type = up_to(3);
-    sps.log2_poc_lsb = up_to(rarely() ? 20 : 12);
-    sps.poc_offsets.resize(up_to(rarely() ? 260 : 4));
-    for (int32_t &offset : sps.poc_offsets)
-        offset = static_cast<int32_t>(random()) >> random() % 32;
-    sps.ref_frames = up_to(rarely() ? 20 : 16);
-    sps.width_mbs = 1 + up_to(rarely() ? 1u << 28 : 500);
-    sps.height_units = 1 + up_to(500);
-    sps.frame_mbs_only = random() % 2 != 0;
-    sps.cropped = random() % 2 != 0;
-    for (uint32_t *offset : {&sps.left, &sps.right, &sps.top, &sps.bottom})
-        *offset = up_to(rarely() ? 1u << 30 : 8);
-    return sps;
+    if (!truth.has_size) return truth;
+    return {width == 0 || height == 0 ? uint32_t{VIDHDR_H264_ERR} : 0, true, width, height};
 }
 
 // A NAL unit of a slice, without start code.
-inline std::vector<uint8_t> slice_bytes(uint32_t nal_header, uint32_t first_mb, uint32_t slice_type) {
+inline Bytes slice_bytes(uint32_t nal_header, uint32_t first_mb, uint32_t slice_type) {
     BitWriter out;
     out.put(nal_header, 8);
     out.ue(first_mb);
