@@ -52,6 +52,7 @@ struct AsfHeader {
     AsfStreamSlot slots[2];
     uint64_t first_packet;
     uint64_t data_end;  // of the Data Object, at most the end of the stream
+    bool is_cut;        // the stream ends before the Data Object
     uint32_t total_packets;
 };
 

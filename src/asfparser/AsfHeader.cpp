@@ -158,7 +158,8 @@ uint32_t HeaderWalk::read_data_object_header() {
     const uint64_t position = reader_.position();
     const uint64_t limit = reader_.stream_size() != 0 ? reader_.stream_size() : uint64_t{INT64_MAX};
     const uint64_t body = size - kAsfObjectHeaderBytes;
-    header_.data_end = position < limit && body < limit - position ? position + body : limit;
+    header_.is_cut = position > limit || body > limit - position;
+    header_.data_end = header_.is_cut ? limit : position + body;
     reader_.skip(16);  // file identifier
     uint32_t high = 0;
     reader_.qword(&header_.total_packets, &high);

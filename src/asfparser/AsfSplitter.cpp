@@ -49,6 +49,7 @@ uint32_t init_parser(AsfContext *context) {
     AsfDataLayout layout;
     layout.first_packet = header.first_packet;
     layout.data_end = header.data_end;
+    layout.is_cut = header.is_cut;
     layout.total_packets = header.total_packets;
     layout.packet_size = header.packet_size;
     layout.audio_stream = header.audio.present ? header.audio.stream_number : kAsfNoStream;

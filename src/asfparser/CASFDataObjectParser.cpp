@@ -55,14 +55,16 @@ void CASFDataObjectParser::count_packets(uint64_t stream_size) {
         return static_cast<int32_t>(std::min<uint64_t>(packets, INT32_MAX));
     };
     packet_count_ = INT32_MAX;
+    is_cut_ = false;
     if (layout_.total_packets > 0 && layout_.total_packets <= INT32_MAX) {
         packet_count_ = static_cast<int32_t>(layout_.total_packets);
     } else if (layout_.data_end > layout_.first_packet) {
         packet_count_ = packets_before(layout_.data_end);
+        is_cut_ = layout_.is_cut;
     }
     if (!base_->IsLocal() || stream_size <= layout_.first_packet) return;
     const int32_t present = packets_before(stream_size);
-    is_cut_ = present < packet_count_;
+    is_cut_ |= present < packet_count_;
     packet_count_ = std::min(packet_count_, present);
 }
 

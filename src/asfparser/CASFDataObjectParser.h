@@ -18,6 +18,7 @@ struct AsfPosition {
 struct AsfDataLayout {
     uint64_t first_packet;  // position in the file
     uint64_t data_end;      // of the media data; not after first_packet when it is not known
+    bool is_cut;            // that is the end of the stream, and there should be more
     uint32_t total_packets;
     uint32_t packet_size;
     uint32_t audio_stream, video_stream;  // kAsfNoStream when there is none

@@ -26,7 +26,7 @@ struct SplitterApi {
     uint32_t (*close)(SplitterHandle);
 };
 
-extern const SplitterApi kAviSplitter;
+extern const SplitterApi kAviSplitter, kAsfSplitter;
 
 struct Frame {
     uint32_t code = 0;
