@@ -1,11 +1,13 @@
-// Writes the seed inputs of the AVI harness: every sample file of the test kit, once as it is and once with
-// control bytes that call every function, and files that take the remaining ways through the splitter.
+// Writes the seed inputs of a splitter's harness: every sample file of the test kit, once as it is and once
+// with control bytes that call every function, and AVI files that take the remaining ways through the
+// splitter.
 
 #include <stdio.h>
 
 #include <map>
 #include <string>
 
+#include "support/AsfBuilder.h"
 #include "support/SampleFiles.h"
 
 namespace {
@@ -63,13 +65,14 @@ Bytes digital_video() {
     return builder.build().flatten();
 }
 
-}  // namespace
+// The same for the tracks 2 and 3, which most of the ASF samples have.
+Bytes with_asf_calls(const Bytes &file, uint8_t start) {
+    const Bytes calls = {start, 0,    0, 0, 0,    0,    0x2B, 0x3B, 0x20, 0x24, 10, 0, 0x2F, 0x23, 10,  0,
+                         0x2F,  0x34, 9, 0, 0x3F, 0x25, 0x2F, 0x21, 0x35, 2,    6,  7, 10,   52,   0x3F};
+    return join({file, calls, Bytes{static_cast<uint8_t>(calls.size())}});
+}
 
-int main(int argc, char **argv) {
-    if (argc != 2) {
-        fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
-        return 2;
-    }
+std::map<std::string, Bytes> avi_seeds() {
     std::map<std::string, Bytes> seeds = {{"repeated_entries", with_calls(repeated_entries(), 1)},
                                           {"odd_streams", with_calls(odd_streams(), 0)},
                                           {"digital_video", with_calls(digital_video(), 0)}};
@@ -78,8 +81,28 @@ int main(int argc, char **argv) {
         seeds[sample.name] = join({file, Bytes{0}});
         seeds[sample.name + "_calls"] = with_calls(file, 0);
     }
-    for (const auto &[name, bytes] : seeds) {
-        const std::string path = std::string(argv[1]) + "/" + name;
+    return seeds;
+}
+
+std::map<std::string, Bytes> asf_seeds() {
+    std::map<std::string, Bytes> seeds;
+    for (const AsfSample &sample : asf_sample_files()) {
+        seeds[sample.name] = join({sample.bytes, Bytes{0}});
+        seeds[sample.name + "_calls"] = with_asf_calls(sample.bytes, seeds.size() % 4 == 1 ? 3 : 0);
+    }
+    return seeds;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const std::string format = argc == 3 ? argv[1] : "";
+    if (format != "avi" && format != "asf") {
+        fprintf(stderr, "usage: %s avi|asf FOLDER\n", argv[0]);
+        return 2;
+    }
+    for (const auto &[name, bytes] : format == "avi" ? avi_seeds() : asf_seeds()) {
+        const std::string path = std::string(argv[2]) + "/" + name;
         if (!write(path, bytes)) {
             fprintf(stderr, "cannot write %s\n", path.c_str());
             return 1;

@@ -1,13 +1,12 @@
-// Fuzz harness of the AVI splitter: all its functions over a stream in memory. The input is a file, control
-// bytes behind it, and as the last byte their number. They say how the stream misbehaves and which functions
-// are called in which order; without any the file is opened, read to its end and closed.
-
-#include <quorv/avi_splitter.h>
+// Fuzz harness of the splitters, built once for each: all its functions over a stream in memory. The input is
+// a file, control bytes behind it, and as the last byte their number. They say how the stream misbehaves and
+// which functions are called in which order; without any the file is opened, read to its end and closed.
 
 #include <algorithm>
+#include <span>
 
 #include "ExactCopy.h"
-#include "support/TestSource.h"
+#include "support/SplitterFile.h"
 
 namespace {
 
@@ -19,8 +18,13 @@ using quorv::test::MemoryStore;
 using quorv::test::SizeAnswer;
 using quorv::test::TestSource;
 
+// Which of the splitters, by the name of its table.
+const quorv::test::SplitterApi &api = quorv::test::QUORV_FUZZED_SPLITTER;
+
+using Tracks = std::span<const SplitterTrackEntry>;
+
 constexpr uint32_t kMostFrames = 200;
-constexpr uint64_t kMostCalls = 2000000;
+constexpr uint64_t kMostCalls = 10000000;
 constexpr uint32_t kLargestBuffer = 1 << 20;
 
 // Control bytes, zeros behind their end.
@@ -44,6 +48,7 @@ bool is_documented(uint32_t code) {
                                    SPLITER_ERR_IO,
                                    SPLITER_ERR_INVALID_PARAM,
                                    SPLITER_ERR_UNSUPPORTED,
+                                   SPLITER_ERR_NO_PARSER,
                                    SPLITER_ERR_BUFFER_TOO_SMALL,
                                    SPLITER_ERR_BAD_FORMAT,
                                    SPLITER_ERR_END_OF_STREAM,
@@ -76,7 +81,7 @@ uint32_t read_frame(SplitterHandle handle, uint32_t track, uint32_t capacity) {
         uint8_t *const buffer = static_cast<uint8_t *>(malloc(capacity));
         SplitterFrameInfo info;
         memset(&info, 0x5A, sizeof info);
-        const uint32_t code = AVI_SPLITER_ReadFrame(handle, track, buffer, capacity, &info);
+        const uint32_t code = api.read_frame(handle, track, buffer, capacity, &info);
         free(buffer);
         require(is_documented(code));
         require(code != SPLITER_OK || (info.size <= capacity && info.key_frame <= 1));
@@ -88,29 +93,29 @@ uint32_t read_frame(SplitterHandle handle, uint32_t track, uint32_t capacity) {
     }
 }
 
-void read_all(SplitterHandle handle, uint32_t tracks) {
-    for (uint32_t track = 1; track <= tracks; ++track) {
+void read_all(SplitterHandle handle, Tracks tracks) {
+    for (const SplitterTrackEntry &entry : tracks) {
         for (uint32_t n = 0; n < kMostFrames; ++n) {
-            if (read_frame(handle, track, 512) != SPLITER_OK) break;
+            if (read_frame(handle, entry.track, 512) != SPLITER_OK) break;
         }
     }
 }
 
 void query(SplitterHandle handle, uint32_t track) {
     uint8_t record[sizeof(SplitterAudioInfo)];
-    require(is_documented(AVI_SPLITER_GetTrackInfo(handle, track, record, sizeof record)));
+    require(is_documented(api.get_track_info(handle, track, record, sizeof record)));
     SplitterTrackData data = {track, nullptr, 0};
     uint32_t size = sizeof data;
-    require(is_documented(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_CODEC_DATA, &data, &size)));
+    require(is_documented(api.get_config(handle, SPLITER_CFG_CODEC_DATA, &data, &size)));
     require(data.data != nullptr || data.length == 0);
     const quorv::fuzz::ExactCopy copy(static_cast<const uint8_t *>(data.data), data.length, 0);
     SplitterTrackValue value = {track, 0};
     size = sizeof value;
-    require(is_documented(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size)));
+    require(is_documented(api.get_config(handle, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size)));
 }
 
 // One call, chosen by the low half of the byte; the high half is the track.
-void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &control) {
+void call(SplitterHandle handle, Tracks tracks, TestSource &source, Control &control) {
     const uint32_t choice = control.byte();
     const uint32_t track = choice >> 4;
     switch (choice & 15) {
@@ -118,20 +123,20 @@ void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &c
             query(handle, track);
             break;
         case 1:
-            AVI_SPLITER_IsSeekable(handle, track);
+            api.is_seekable(handle, track);
             break;
         case 2:
-            require(is_documented(AVI_SPLITER_Reset(handle)));
+            require(is_documented(api.reset(handle)));
             break;
         case 3:
         case 4: {
             uint32_t time = control.word() * 16;
-            require(is_documented(AVI_SPLITER_Seek(handle, track, &time, choice & 1)));
+            require(is_documented(api.seek(handle, track, &time, choice & 1)));
             break;
         }
         case 5: {
             uint32_t time = UINT32_MAX;
-            require(is_documented(AVI_SPLITER_Seek(handle, track, &time, 0)));
+            require(is_documented(api.seek(handle, track, &time, 0)));
             break;
         }
         case 6:
@@ -141,8 +146,8 @@ void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &c
             const SplitterStreamSource record = source.record();
             SplitterHttpParam param = {};
             SplitterHandle same = handle;
-            require(is_documented(AVI_SPLITER_GetHTTPParam(&record, &param, &same)) && same == handle);
-            require(is_documented(AVI_SPLITER_Open(&record, 2, &same)) && same == handle);
+            require(is_documented(api.get_http_param(&record, &param, &same)) && same == handle);
+            require(is_documented(api.open(&record, 2, &same)) && same == handle);
             break;
         }
         case 8:
@@ -153,7 +158,7 @@ void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &c
             break;
         case 10: {
             uint32_t value = 0;
-            require(is_documented(AVI_SPLITER_SetConfig(handle, control.byte(), &value, sizeof value)));
+            require(is_documented(api.set_config(handle, control.byte(), &value, sizeof value)));
             break;
         }
         default:
@@ -164,15 +169,16 @@ void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &c
 
 void use(SplitterHandle handle, TestSource &source, Control &control) {
     SplitterTrackList list = {};
-    require(is_documented(AVI_SPLITER_EnumTrack(handle, &list)));
+    require(is_documented(api.enum_track(handle, &list)));
     require(list.count <= 100);
-    for (uint32_t i = 0; i < list.count; ++i)
-        require(list.entries[i].track == i + 1);
+    const Tracks tracks(list.entries, list.count);
+    for (const SplitterTrackEntry &entry : tracks)
+        query(handle, entry.track);
     for (uint32_t track = 0; track <= list.count + 1; ++track)
         query(handle, track);
-    if (control.is_empty()) read_all(handle, list.count);
+    if (control.is_empty()) read_all(handle, tracks);
     while (!control.is_empty())
-        call(handle, list.count, source, control);
+        call(handle, tracks, source, control);
 }
 
 }  // namespace
@@ -192,14 +198,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     SplitterHandle handle = nullptr;
     if ((start & 2) != 0) {
         SplitterHttpParam param = {};
-        require(is_documented(AVI_SPLITER_GetHTTPParam(&record, &param, &handle)));
+        require(is_documented(api.get_http_param(&record, &param, &handle)));
     }
-    if ((start & 4) == 0 || handle == nullptr) require(is_documented(AVI_SPLITER_Open(&record, 1, &handle)));
+    if ((start & 4) == 0 || handle == nullptr) require(is_documented(api.open(&record, 1, &handle)));
     if (handle == nullptr) return 0;
     use(handle, source, control);
-    if (AVI_SPLITER_Close(handle) != SPLITER_OK) {
+    if (api.close(handle) != SPLITER_OK) {
         source.faults.at = 0;
-        require(AVI_SPLITER_Close(handle) == SPLITER_OK);
+        require(api.close(handle) == SPLITER_OK);
     }
     require(!source.is_open() || source.failed_closes != 0);
     return 0;
