@@ -53,9 +53,9 @@ uint32_t CASFBase::SkipNBytes(StreamSource *reader, int32_t count) const {
 uint32_t CASFBase::ReadData(StreamSource *reader, void *buffer, uint32_t count, uint32_t *delivered) const {
     const int64_t start = MStreamTell_RO(reader);
     uint32_t got = 0;
-    const uint32_t code = reader->read_fully(buffer, count, &got);
+    const uint32_t code = delivered != nullptr ? reader->read_available(buffer, count, delivered)
+                                               : reader->read_fully(buffer, count, &got);
     if (code != 0) MStreamSeek_RO(reader, SeekOrigin::Start, start);
-    if (delivered != nullptr) *delivered = got;
     return code;
 }
 

@@ -33,8 +33,8 @@ public:
     uint32_t MStreamSeek_RO(StreamSource *reader, SeekOrigin origin, int64_t offset) const;
     uint32_t SkipNBytes(StreamSource *reader, int32_t count) const;
 
-    // A failed read leaves the reader where it was. What a successful one does not deliver reads as zero;
-    // *delivered, when asked for, says how much came.
+    // A failed read leaves the reader where it was. What a successful one does not deliver reads as zero, or
+    // is left alone when *delivered is asked for, which says how much came.
     uint32_t ReadData(StreamSource *reader, void *buffer, uint32_t count,
                       uint32_t *delivered = nullptr) const;
     uint32_t ReadWORD(StreamSource *reader, uint16_t *value) const;

@@ -30,21 +30,23 @@ uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
     if (layout.packet_size == 0 || layout.packet_size > kLargestPacket) return SPLITER_ERR_BAD_FORMAT;
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
-    auto *packet = static_cast<uint8_t *>(MMemAlloc(nullptr, layout.packet_size));
-    if (packet == nullptr) return SPLITER_ERR_NO_MEMORY;
     uint32_t code = base_->CreateReader(&audio_.reader, StreamAccess::ReadShared);
+    if (code != SPLITER_OK) return code;
+    code = base_->CreateReader(&video_.reader, StreamAccess::ReadShared);
     if (code == SPLITER_OK) {
-        code = base_->CreateReader(&video_.reader, StreamAccess::ReadShared);
-        if (code != SPLITER_OK) base_->DestroyReader(&audio_.reader);
+        count_packets(base_->GetStreamSize(&video_.reader));
+        // A file that is shorter than a packet has none to read.
+        const uint32_t size = packet_count_ > 0 ? layout.packet_size : 1;
+        packet_ = static_cast<uint8_t *>(MMemAlloc(nullptr, size));
+        if (packet_ != nullptr) {
+            Reset();
+            return SPLITER_OK;
+        }
+        base_->DestroyReader(&video_.reader);
+        code = SPLITER_ERR_NO_MEMORY;
     }
-    if (code != SPLITER_OK) {
-        MMemFree(nullptr, packet);
-        return code;
-    }
-    packet_ = packet;
-    count_packets(base_->GetStreamSize(&video_.reader));
-    Reset();
-    return SPLITER_OK;
+    base_->DestroyReader(&audio_.reader);
+    return code;
 }
 
 // A live recording does not say how many there are; then the end of the media data tells. A file that was cut

@@ -288,8 +288,11 @@ AsfBuilder two_tracks(std::vector<AsfStream> streams, AsfLayout layout, AsfIndex
 
 AsfBuilder falling_times() {
     AsfBuilder builder({asf_video(1), asf_audio(2)});
-    for (const uint32_t time : {40u, 160u, 80u, 120u, 280u, 200u, 200u, 240u})
-        builder.frame(0, time, 50 + time, time % 120 == 40).frame(1, time, 12).frame(1, time, 13);
+    uint32_t sound = 0;
+    for (const uint32_t time : {40u, 160u, 80u, 120u, 280u, 200u, 200u, 240u}) {
+        builder.frame(0, time, 50 + time, time % 120 == 40).frame(1, sound, 12).frame(1, sound, 13);
+        sound += 30;
+    }
     return builder;
 }
 
