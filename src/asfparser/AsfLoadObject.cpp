@@ -67,7 +67,9 @@ uint32_t CASFDataObjectParser::assemble(uint32_t stream, StreamState *state, Asf
             if (code != SPLITER_OK) return code;
         }
         at = {at.packet + 1, 0};
-        if (++scanned > kMostScannedPackets && assembly->is_complete()) break;
+        // A frame itself may take more packets than are waited for the next one.
+        scanned = assembly->is_complete() ? scanned + 1 : 0;
+        if (scanned > kMostScannedPackets) break;
         code = ParseOnePacket(stream, at.packet);
     }
     object->duration = kUnknownDuration;
