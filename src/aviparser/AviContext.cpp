@@ -7,17 +7,11 @@
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviUtils.h"
+#include "splitter/NewRecord.h"
 
 namespace quorv {
 
 namespace {
-
-template <typename Record>
-Record *new_record() {
-    auto *record = static_cast<Record *>(MMemAlloc(nullptr, sizeof(Record)));
-    if (record != nullptr) *record = Record{};
-    return record;
-}
 
 void free_track(AviTrack *track) {
     avi_freep(&track->state);

@@ -255,11 +255,8 @@ uint32_t finish_track(AviContext *context, AviTrack *track) {
     }
     if (track->type != SPLITER_TRACK_VIDEO) return SPLITER_OK;
     SplitterVideoInfo &video = track->video;
-    // Width and height have up to 32 bits each: half of the product's triple may need more than 64.
-    const uint64_t pixels = uint64_t{video.width} * video.height;
     video.duration = saturate_to_u32(track->duration);
-    video.max_frame_size =
-        suggested != 0 ? suggested : saturate_to_u32(pixels > UINT32_MAX ? pixels : pixels * 3 / 2);
+    video.max_frame_size = suggested != 0 ? suggested : picture_bytes(video.width, video.height);
     return avi_read_specdat(context, track);
 }
 

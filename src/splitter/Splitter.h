@@ -48,6 +48,13 @@ constexpr uint32_t saturate_to_u32(uint64_t value) {
     return value > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(value);
 }
 
+// Bytes of one 4:2:0 picture.
+constexpr uint32_t picture_bytes(uint32_t width, uint32_t height) {
+    // Half of the product's triple may need more than 64 bits.
+    const uint64_t pixels = uint64_t{width} * height;
+    return saturate_to_u32(pixels > UINT32_MAX ? pixels : pixels * 3 / 2);
+}
+
 }  // namespace quorv
 
 #endif

@@ -8,7 +8,12 @@ namespace quorv {
 
 namespace {
 constexpr int64_t kUnknownPosition = -1;
+
+void clear_rest(void *buffer, uint32_t count, uint32_t delivered) {
+    if (delivered < count) memset(static_cast<uint8_t *>(buffer) + delivered, 0, count - delivered);
 }
+
+}  // namespace
 
 uint32_t StreamSource::open(StreamAccess access) {
     stream = 0;
@@ -20,7 +25,7 @@ uint32_t StreamSource::close() {
     return callbacks.close(callbacks.user_context, stream);
 }
 
-uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
+uint32_t StreamSource::read_once(void *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t got = count;
     const uint32_t code = callbacks.read(callbacks.user_context, stream, buffer, &got);
     // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
@@ -31,23 +36,34 @@ uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
     const bool certain =
         position >= 0 && got == count && !__builtin_add_overflow(position, int64_t{got}, &behind);
     position = certain ? behind : kUnknownPosition;
-    if (got < count) memset(static_cast<uint8_t *>(buffer) + got, 0, count - got);
     *delivered = got;
     return code;
 }
 
-uint32_t StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
+uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
+    const uint32_t code = read_once(buffer, count, delivered);
+    clear_rest(buffer, count, *delivered);
+    return code;
+}
+
+uint32_t StreamSource::read_available(void *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t done = 0;
     *delivered = 0;
     while (done < count) {
         uint32_t got = 0;
-        const uint32_t code = read(static_cast<uint8_t *>(buffer) + done, count - done, &got);
+        const uint32_t code = read_once(static_cast<uint8_t *>(buffer) + done, count - done, &got);
         if (code != 0) return code;
         if (got == 0) break;
         done += got;
         *delivered = done;
     }
     return 0;
+}
+
+uint32_t StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
+    const uint32_t code = read_available(buffer, count, delivered);
+    clear_rest(buffer, count, *delivered);
+    return code;
 }
 
 uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {

@@ -24,13 +24,18 @@ struct StreamSource {
     // One read call. `*delivered` never exceeds `count`; what was not delivered reads as zero.
     uint32_t read(void *buffer, uint32_t count, uint32_t *delivered);
     // Reads until `count` bytes came or the source delivers nothing more. After a failure, too, `*delivered`
-    // says how many came.
+    // says how many came. Behind them the buffer is left alone.
+    uint32_t read_available(void *buffer, uint32_t count, uint32_t *delivered);
+    // The same, and what was not delivered reads as zero.
     uint32_t read_fully(void *buffer, uint32_t count, uint32_t *delivered);
     uint32_t seek(SeekOrigin origin, int64_t offset);
     // Seeks only when the stream does not stand at `offset` already.
     uint32_t move_to(int64_t offset);
     uint32_t tell(int64_t *result);
     uint32_t size(int64_t *length);
+
+private:
+    uint32_t read_once(void *buffer, uint32_t count, uint32_t *delivered);
 };
 
 }  // namespace quorv

@@ -43,7 +43,8 @@ Bytes list(uint32_t type, const Bytes &body) {
 }
 
 Bytes MainHeader::body() const {
-    return join({le32(microseconds_per_frame), Bytes(8), le32(0x10), Bytes(8), le32(streams), Bytes(28)});
+    return join({le32(microseconds_per_frame), Bytes(8), le32(flags), le32(total_frames), Bytes(4),
+                 le32(streams), Bytes(28)});
 }
 
 Bytes StreamHeader::body() const {

@@ -30,6 +30,7 @@ Bytes list(uint32_t type, const Bytes &body);
 // The fields that a reader makes use of; the others are 0.
 struct MainHeader {
     uint32_t microseconds_per_frame = 40000;
+    uint32_t flags = 0x10, total_frames = 0;
     uint32_t streams = 0;
     Bytes body() const;  // 56 bytes
 };

@@ -2,6 +2,7 @@
 
 #include "support/SplitterFile.h"
 
+#include <quorv/asf_splitter.h>
 #include <quorv/avi_splitter.h>
 #include <string.h>
 
@@ -19,6 +20,10 @@ const SplitterApi kAviSplitter = {AVI_SPLITER_GetHTTPParam, AVI_SPLITER_Open,   
                                   AVI_SPLITER_GetTrackInfo, AVI_SPLITER_GetConfig, AVI_SPLITER_SetConfig,
                                   AVI_SPLITER_ReadFrame,    AVI_SPLITER_Seek,      AVI_SPLITER_Reset,
                                   AVI_SPLITER_IsSeekable,   AVI_SPLITER_Close};
+const SplitterApi kAsfSplitter = {ASF_SPLITER_GetHTTPParam, ASF_SPLITER_Open,      ASF_SPLITER_EnumTrack,
+                                  ASF_SPLITER_GetTrackInfo, ASF_SPLITER_GetConfig, ASF_SPLITER_SetConfig,
+                                  ASF_SPLITER_ReadFrame,    ASF_SPLITER_Seek,      ASF_SPLITER_Reset,
+                                  ASF_SPLITER_IsSeekable,   ASF_SPLITER_Close};
 
 bool Frame::operator==(const Frame &other) const {
     return code == other.code && memcmp(&info, &other.info, sizeof info) == 0 && data == other.data;

@@ -27,7 +27,7 @@ struct SplitterApi {
     uint32_t (*close)(SplitterHandle);
 };
 
-extern const SplitterApi kAviSplitter;
+extern const SplitterApi kAviSplitter, kAsfSplitter;
 
 // Whether a function may answer with this code, if the source gives no others than TestSource does.
 inline bool is_documented(uint32_t code) {
@@ -40,6 +40,7 @@ inline bool is_documented(uint32_t code) {
                                    SPLITER_ERR_BUFFER_TOO_SMALL,
                                    SPLITER_ERR_END_OF_STREAM,
                                    SPLITER_ERR_NO_MEMORY,
+                                   SPLITER_ERR_NO_PARSER,
                                    SPLITER_ERR_BAD_FORMAT,
                                    SPLITER_ERR_DATA_PENDING};
     return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);

@@ -11,7 +11,8 @@
 namespace quorv::test {
 namespace {
 
-constexpr SplitterStream kStream = 0x5EED0001;
+constexpr SplitterStream kFirstStream = 0x5EED0001;
+constexpr int64_t kClosed = -1;
 
 [[noreturn]] void misuse(const char *what) {
     fprintf(stderr, "TestSource: %s\n", what);
@@ -25,11 +26,19 @@ bool TestSource::goes_wrong() const {
     return faults.at != 0 && (calls() == faults.at || (faults.for_good && calls() > faults.at));
 }
 
-void TestSource::check_stream(SplitterStream stream) const {
-    if (stream != kStream || !open_) misuse("a callback was called with a stream that is not open");
+bool TestSource::is_open() const {
+    return std::any_of(readers_.begin(), readers_.end(), [](int64_t at) { return at != kClosed; });
 }
 
-uint32_t TestSource::read(void *buffer, uint32_t *count) {
+int64_t &TestSource::position_of(SplitterStream stream) {
+    const size_t reader = stream - kFirstStream;
+    if (reader >= readers_.size() || readers_[reader] == kClosed) {
+        misuse("a callback was called with a stream that is not open");
+    }
+    return readers_[reader];
+}
+
+uint32_t TestSource::read(int64_t &at, void *buffer, uint32_t *count) {
     ++reads;
     const bool wrong = goes_wrong();
     if (wrong && faults.kind == FaultKind::Fail) {
@@ -37,7 +46,7 @@ uint32_t TestSource::read(void *buffer, uint32_t *count) {
         *count = UINT32_MAX;
         return faults.code;
     }
-    const uint64_t position = static_cast<uint64_t>(position_);
+    const uint64_t position = static_cast<uint64_t>(at);
     const uint64_t length = store_.size();
     const uint64_t left = position < length ? length - position : 0;
     uint64_t take = std::min<uint64_t>({*count, left, faults.longest_read});
@@ -51,21 +60,21 @@ uint32_t TestSource::read(void *buffer, uint32_t *count) {
         return kNotArrived;
     }
     store_.copy(position, buffer, static_cast<size_t>(take));
-    position_ += static_cast<int64_t>(take);
+    at += static_cast<int64_t>(take);
     bytes_read += take;
     *count = static_cast<uint32_t>(take);
     return 0;
 }
 
-uint32_t TestSource::seek(uint16_t origin, int64_t offset) {
+uint32_t TestSource::seek(int64_t &at, uint16_t origin, int64_t offset) {
     ++seeks;
     if (goes_wrong() && faults.kind == FaultKind::Fail) return faults.code;
     if (origin != 0 && origin != 2) misuse("seek with an origin that the interface does not have");
     int64_t target = 0;
-    if (__builtin_add_overflow(origin == 2 ? position_ : 0, offset, &target) || target < 0) {
+    if (__builtin_add_overflow(origin == 2 ? at : 0, offset, &target) || target < 0) {
         return kSourceFailed;
     }
-    position_ = target;
+    at = target;
     return 0;
 }
 
@@ -76,45 +85,41 @@ SplitterStreamSource TestSource::record() {
     r.open = [](void *user, SplitterStream *stream, uint32_t mode) -> uint32_t {
         TestSource &s = self(user);
         ++s.opens;
-        s.access_mode = mode;
+        s.access_modes.push_back(mode);
         if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) return s.faults.code;
-        if (s.open_ && s.failed_closes == 0) misuse("the stream was opened twice");
-        s.open_ = true;
-        s.position_ = 0;
-        *stream = kStream;
+        *stream = kFirstStream + s.readers_.size();
+        s.readers_.push_back(0);
         return 0;
     };
     r.close = [](void *user, SplitterStream stream) -> uint32_t {
         TestSource &s = self(user);
         ++s.closes;
-        s.check_stream(stream);
+        int64_t &at = s.position_of(stream);
         if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) {
             ++s.failed_closes;
             return s.faults.code;
         }
-        s.open_ = false;
+        at = kClosed;
         return 0;
     };
     r.read = [](void *user, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
-        self(user).check_stream(stream);
-        return self(user).read(buffer, count);
+        return self(user).read(self(user).position_of(stream), buffer, count);
     };
     r.seek = [](void *user, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
-        self(user).check_stream(stream);
-        return self(user).seek(origin, offset);
+        return self(user).seek(self(user).position_of(stream), origin, offset);
     };
     r.tell = [](void *user, SplitterStream stream, int64_t *position) -> uint32_t {
         TestSource &s = self(user);
-        s.check_stream(stream);
+        const int64_t at = s.position_of(stream);
         ++s.tells;
         *position = INT64_MIN;
         if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) return s.faults.code;
-        *position = s.position_;
+        *position = at;
         return 0;
     };
     r.size = [](void *user, SplitterStream stream, int64_t *length) -> uint32_t {
         TestSource &s = self(user);
-        s.check_stream(stream);
+        s.position_of(stream);
         ++s.sizes;
         *length = INT64_MAX;
         if (s.goes_wrong() && s.faults.kind == FaultKind::Fail) return s.faults.code;

@@ -44,26 +44,25 @@ public:
     SplitterStreamSource record();
 
     uint64_t calls() const { return opens + closes + reads + seeks + tells + sizes; }
-    bool is_open() const { return open_; }
+    bool is_open() const;
     uint32_t kind() const { return kind_; }
 
     Faults faults;  // may be changed at any time
     uint64_t opens = 0, closes = 0, reads = 0, seeks = 0, tells = 0, sizes = 0;
     uint64_t failed_closes = 0;
     uint64_t bytes_read = 0;
-    uint32_t access_mode = 0;
+    std::vector<uint32_t> access_modes;  // of each open
 
 private:
     static TestSource &self(void *user_context) { return *static_cast<TestSource *>(user_context); }
     bool goes_wrong() const;
-    void check_stream(SplitterStream stream) const;
-    uint32_t read(void *buffer, uint32_t *count);
-    uint32_t seek(uint16_t origin, int64_t offset);
+    int64_t &position_of(SplitterStream stream);
+    uint32_t read(int64_t &at, void *buffer, uint32_t *count);
+    uint32_t seek(int64_t &at, uint16_t origin, int64_t offset);
 
     const ByteStore &store_;
     const uint32_t kind_;
-    bool open_ = false;
-    int64_t position_ = 0;
+    std::vector<int64_t> readers_;  // the position of each, kClosed for one that is not open any more
 };
 
 }  // namespace quorv::test

@@ -48,7 +48,7 @@ TEST_P(SampleFilesTest, FramesAreTheTruthAndComeAgainAfterReset) {
             expect_frames(file, sample.builder, i, expected);
         EXPECT_EQ(file.close(), 0u);
         EXPECT_FALSE(source.is_open());
-        EXPECT_EQ(source.access_mode, 1u);
+        EXPECT_EQ(source.access_modes, std::vector<uint32_t>{1});
     }
 }
 

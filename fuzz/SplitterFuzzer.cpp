@@ -1,10 +1,9 @@
-// Fuzz harness of the AVI splitter: all its functions over a stream in memory. The input is a file, control
-// bytes behind it, and as the last byte their number. They say how the stream misbehaves and which functions
-// are called in which order; without any the file is opened, read to its end and closed.
-
-#include <quorv/avi_splitter.h>
+// Fuzz harness of the splitters, built once for each: all its functions over a stream in memory. The input is
+// a file, control bytes behind it, and as the last byte their number. They say how the stream misbehaves and
+// which functions are called in which order; without any the file is opened, read to its end and closed.
 
 #include <algorithm>
+#include <span>
 
 #include "ExactCopy.h"
 #include "support/SplitterFile.h"
@@ -14,8 +13,13 @@ namespace {
 using namespace quorv::test;
 using quorv::fuzz::require;
 
+// Which of the splitters, by the name of its table.
+const SplitterApi &api = QUORV_FUZZED_SPLITTER;
+
+using Tracks = std::span<const SplitterTrackEntry>;
+
 constexpr uint32_t kMostFrames = 200;
-constexpr uint64_t kMostCalls = 2000000;
+constexpr uint64_t kMostCalls = 10000000;
 constexpr uint32_t kLargestBuffer = 1 << 20;
 
 // Control bytes, zeros behind their end.
@@ -61,7 +65,7 @@ uint32_t read_frame(SplitterHandle handle, uint32_t track, uint32_t capacity) {
         uint8_t *const buffer = static_cast<uint8_t *>(malloc(capacity));
         SplitterFrameInfo info;
         memset(&info, 0x5A, sizeof info);
-        const uint32_t code = AVI_SPLITER_ReadFrame(handle, track, buffer, capacity, &info);
+        const uint32_t code = api.read_frame(handle, track, buffer, capacity, &info);
         free(buffer);
         require_documented(code);
         require(code != SPLITER_OK || (info.size <= capacity && info.key_frame <= 1));
@@ -73,65 +77,73 @@ uint32_t read_frame(SplitterHandle handle, uint32_t track, uint32_t capacity) {
     }
 }
 
-void read_all(SplitterHandle handle, uint32_t tracks) {
-    for (uint32_t track = 1; track <= tracks; ++track) {
+void read_all(SplitterHandle handle, Tracks tracks) {
+    for (const SplitterTrackEntry &entry : tracks) {
         for (uint32_t n = 0; n < kMostFrames; ++n) {
-            if (read_frame(handle, track, 512) != SPLITER_OK) break;
+            if (read_frame(handle, entry.track, 512) != SPLITER_OK) break;
         }
     }
 }
 
 void query(SplitterHandle handle, uint32_t track) {
     uint8_t record[sizeof(SplitterAudioInfo)];
-    require_documented(AVI_SPLITER_GetTrackInfo(handle, track, record, sizeof record));
+    require_documented(api.get_track_info(handle, track, record, sizeof record));
     SplitterTrackData data = {track, nullptr, 0};
     uint32_t size = sizeof data;
-    require_documented(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_CODEC_DATA, &data, &size));
+    require_documented(api.get_config(handle, SPLITER_CFG_CODEC_DATA, &data, &size));
     require(data.data != nullptr || data.length == 0);
     const quorv::fuzz::ExactCopy copy(static_cast<const uint8_t *>(data.data), data.length, 0);
     SplitterTrackValue value = {track, 0};
     size = sizeof value;
-    require_documented(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size));
+    require_documented(api.get_config(handle, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size));
 }
 
 void seek(SplitterHandle handle, uint32_t track, uint32_t time, uint32_t mode) {
-    require_documented(AVI_SPLITER_Seek(handle, track, &time, mode));
+    require_documented(api.seek(handle, track, &time, mode));
 }
 
 void open_again(SplitterHandle handle, TestSource &source) {
     const SplitterStreamSource record = source.record();
     SplitterHttpParam param = {};
     SplitterHandle same = handle;
-    require_documented(AVI_SPLITER_GetHTTPParam(&record, &param, &same));
-    require_documented(AVI_SPLITER_Open(&record, 2, &same));
+    require_documented(api.get_http_param(&record, &param, &same));
+    require_documented(api.open(&record, 2, &same));
     require(same == handle);
 }
 
+void set_config(SplitterHandle handle, Control &control) {
+    const uint32_t value = 0;
+    require_documented(api.set_config(handle, control.byte(), &value, sizeof value));
+}
+
 // One call, chosen by the low half of the byte; the high half is the track.
-void call(SplitterHandle handle, uint32_t tracks, TestSource &source, Control &control) {
+void call(SplitterHandle handle, Tracks tracks, TestSource &source, Control &control) {
     const uint32_t choice = control.byte(), what = choice & 15, track = choice >> 4;
     if (what == 0) query(handle, track);
-    if (what == 1) AVI_SPLITER_IsSeekable(handle, track);
-    if (what == 2) require_documented(AVI_SPLITER_Reset(handle));
+    if (what == 1) api.is_seekable(handle, track);
+    if (what == 2) require_documented(api.reset(handle));
     if (what == 3 || what == 4) seek(handle, track, control.word() * 16, choice & 1);
     if (what == 5) seek(handle, track, UINT32_MAX, 0);
     if (what == 6) read_all(handle, tracks);
     if (what == 7) open_again(handle, source);
     if (what == 8) source.faults.at = source.calls() + control.byte();
     if (what == 9) source.faults.arrived = UINT64_MAX;
-    if (what == 10) require_documented(AVI_SPLITER_SetConfig(handle, control.byte(), &tracks, sizeof tracks));
+    if (what == 10) set_config(handle, control);
     if (what > 10) read_frame(handle, track, what * 8);
 }
 
 void use(SplitterHandle handle, TestSource &source, Control &control) {
     SplitterTrackList list = {};
-    require_documented(AVI_SPLITER_EnumTrack(handle, &list));
+    require_documented(api.enum_track(handle, &list));
     require(list.count <= 100);
+    const Tracks tracks(list.entries, list.count);
+    for (const SplitterTrackEntry &entry : tracks)
+        query(handle, entry.track);
     for (uint32_t track = 0; track <= list.count + 1; ++track)
         query(handle, track);
-    if (control.is_empty()) read_all(handle, list.count);
+    if (control.is_empty()) read_all(handle, tracks);
     while (!control.is_empty())
-        call(handle, list.count, source, control);
+        call(handle, tracks, source, control);
 }
 
 }  // namespace
@@ -151,14 +163,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     SplitterHandle handle = nullptr;
     if ((start & 2) != 0) {
         SplitterHttpParam param = {};
-        require_documented(AVI_SPLITER_GetHTTPParam(&record, &param, &handle));
+        require_documented(api.get_http_param(&record, &param, &handle));
     }
-    if ((start & 4) == 0 || handle == nullptr) require_documented(AVI_SPLITER_Open(&record, 1, &handle));
+    if ((start & 4) == 0 || handle == nullptr) require_documented(api.open(&record, 1, &handle));
     if (handle == nullptr) return 0;
     use(handle, source, control);
-    if (AVI_SPLITER_Close(handle) != SPLITER_OK) {
+    if (api.close(handle) != SPLITER_OK) {
         source.faults.at = 0;
-        require(AVI_SPLITER_Close(handle) == SPLITER_OK);
+        require(api.close(handle) == SPLITER_OK);
     }
     require(!source.is_open() || source.failed_closes != 0);
     return 0;

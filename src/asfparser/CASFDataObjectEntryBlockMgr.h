@@ -1,0 +1,53 @@
+// The payloads of one stream that one packet holds.
+#ifndef QUORV_SRC_ASFPARSER_CASFDATAOBJECTENTRYBLOCKMGR_H
+#define QUORV_SRC_ASFPARSER_CASFDATAOBJECTENTRYBLOCKMGR_H
+
+#include <stdint.h>
+
+namespace quorv {
+
+// A payload, that is a media object or a fragment of one.
+struct ASF_DataObjectEntry {
+    uint32_t stream_number;
+    uint32_t object_number;
+    int32_t offset_into_object;
+    int32_t object_size;  // -1 when the payload does not say
+    int32_t data_length;
+    uint64_t file_offset;  // of the data
+    int32_t pts;           // milliseconds from the time base, or kAsfNoTime
+    uint32_t key_frame;    // kAsfKeyFrame or 0
+
+    bool has_time() const;
+    bool starts_object() const { return offset_into_object == 0; }
+};
+
+inline constexpr uint32_t kAsfKeyFrame = 0x80;
+// Of payloads without replicated data.
+inline constexpr int32_t kAsfNoTime = INT32_MIN;
+
+inline bool ASF_DataObjectEntry::has_time() const {
+    return pts != kAsfNoTime;
+}
+
+// As many entries as a packet's payloads can reasonably be; a full block drops what comes.
+class CASFDataObjectEntryBlockMgr {
+public:
+    static constexpr int32_t kCapacity = 100;
+
+    // SPLITER_ERR_BUFFER_TOO_SMALL when the block is full.
+    uint32_t AddEntry(const ASF_DataObjectEntry &entry);
+    // A negative index becomes that of the last entry. SPLITER_ERR_BUFFER_TOO_SMALL when there is none.
+    uint32_t GetEntry(ASF_DataObjectEntry *entry, int32_t *index) const;
+    void Clear() { count_ = 0; }
+    int32_t Count() const { return count_; }
+    // Moves the times of all entries that have one.
+    void ShiftTimes(int32_t milliseconds);
+
+private:
+    ASF_DataObjectEntry entries_[kCapacity] = {};
+    int32_t count_ = 0;
+};
+
+}  // namespace quorv
+
+#endif

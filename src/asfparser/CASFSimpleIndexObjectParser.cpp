@@ -1,0 +1,129 @@
+// Loading the index and looking up key frames; see the header.
+
+#include "asfparser/CASFSimpleIndexObjectParser.h"
+
+#include <algorithm>
+
+namespace quorv {
+
+namespace {
+
+constexpr uint32_t kObjectHeader = 24;
+constexpr uint32_t kIndexHeader = 56;
+// A 32-bit packet number and a 16-bit packet count.
+constexpr uint32_t kEntryBytes = 6;
+constexpr uint32_t kUnitsPerMillisecond = 10000;
+// What is reported when the number of key frames is not known.
+constexpr uint32_t kUnknownCount = 1000;
+// Files have a handful of objects behind the media data.
+constexpr uint32_t kMostObjects = 1000;
+
+}  // namespace
+
+CASFSimpleIndexObjectParser::~CASFSimpleIndexObjectParser() {
+    MMemFree(nullptr, entries_);
+}
+
+uint32_t CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t data_end,
+                                                uint32_t time_offset) {
+    if (IsLoaded()) return SPLITER_OK;
+    time_offset_ = time_offset;
+    uint64_t size = 0;
+    uint32_t code = find_object(reader, data_end, &size);
+    if (code == SPLITER_OK) code = read_entries(reader, size);
+    if (code == SPLITER_OK) code = count_key_frames();
+    if (code == SPLITER_OK) return code;
+    MMemFree(nullptr, entries_);
+    entries_ = nullptr;
+    entry_count_ = 0;
+    // What has not arrived yet may still be there.
+    if (code != SPLITER_ERR_DATA_PENDING) key_frame_count_ = kUnknownCount;
+    return code;
+}
+
+// Leaves the reader behind the object's header. *size does not exceed what the stream holds.
+uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t position,
+                                                  uint64_t *size) const {
+    const uint64_t end = base_->GetStreamSize(reader);
+    for (uint32_t i = 0; i < kMostObjects; ++i) {
+        if (position > end || end - position < kIndexHeader) break;
+        uint32_t code = reader->move_to(static_cast<int64_t>(position));
+        AsfGuid guid = {};
+        if (code == SPLITER_OK) code = base_->ReadGUID(reader, &guid);
+        uint32_t low = 0, high = 0;
+        if (code == SPLITER_OK) code = base_->ReadQWORD(reader, &low, &high);
+        if (code != SPLITER_OK) return code;
+        *size = uint64_t{high} << 32 | low;
+        if (*size < kObjectHeader || *size > end - position) break;
+        if (CASFBase::CompareGUID(guid, kAsfSimpleIndexObject)) return SPLITER_OK;
+        position += *size;
+    }
+    return SPLITER_ERR_UNSUPPORTED;
+}
+
+uint32_t CASFSimpleIndexObjectParser::read_entries(StreamSource *reader, uint64_t object_size) {
+    uint32_t code = base_->SkipNBytes(reader, kAsfGuidBytes);  // file identifier
+    uint32_t low = 0, high = 0, count = 0;
+    if (code == SPLITER_OK) code = base_->ReadQWORD(reader, &low, &high);
+    if (code == SPLITER_OK) code = base_->SkipNBytes(reader, 4);  // maximum packet count
+    if (code == SPLITER_OK) code = base_->ReadDWORD(reader, &count);
+    if (code != SPLITER_OK) return code;
+    const uint64_t interval = (uint64_t{high} << 32 | low) / kUnitsPerMillisecond;
+    const uint64_t bytes = uint64_t{count} * kEntryBytes;
+    const bool usable = interval > 0 && interval <= UINT32_MAX && count >= 2 && bytes <= UINT32_MAX &&
+                        object_size >= kIndexHeader && bytes <= object_size - kIndexHeader;
+    if (!usable) return SPLITER_ERR_UNSUPPORTED;
+    entries_ = static_cast<uint8_t *>(MMemAlloc(nullptr, static_cast<size_t>(bytes)));
+    if (entries_ == nullptr) return SPLITER_ERR_NO_MEMORY;
+    uint32_t delivered = 0;
+    code = base_->ReadData(reader, entries_, static_cast<uint32_t>(bytes), &delivered);
+    if (code != SPLITER_OK) return code;
+    if (delivered < bytes) return SPLITER_ERR_UNSUPPORTED;
+    interval_ = static_cast<uint32_t>(interval);
+    entry_count_ = count;
+    return SPLITER_OK;
+}
+
+uint32_t CASFSimpleIndexObjectParser::packet_at(uint32_t entry) const {
+    uint32_t packet = 0;
+    CASFBase::ReadFromMemByType(entries_ + size_t{entry} * kEntryBytes, &packet, 3);
+    return packet;
+}
+
+uint32_t CASFSimpleIndexObjectParser::count_key_frames() {
+    auto *packets = static_cast<uint32_t *>(MMemAlloc(nullptr, size_t{entry_count_} * sizeof(uint32_t)));
+    if (packets == nullptr) return SPLITER_ERR_NO_MEMORY;
+    for (uint32_t i = 0; i < entry_count_; ++i)
+        packets[i] = packet_at(i);
+    uint32_t *const end = packets + entry_count_;
+    if (!std::is_sorted(packets, end)) std::sort(packets, end);
+    key_frame_count_ = static_cast<uint32_t>(std::unique(packets, end) - packets);
+    MMemFree(nullptr, packets);
+    return SPLITER_OK;
+}
+
+uint32_t CASFSimpleIndexObjectParser::look_up(uint32_t time, uint32_t *packet) const {
+    if (!IsLoaded()) return SPLITER_ERR_NO_PARSER;
+    const uint64_t entry = (uint64_t{time} + time_offset_) / interval_;
+    if (entry >= entry_count_) return SPLITER_ERR_END_OF_STREAM;
+    *packet = packet_at(static_cast<uint32_t>(entry));
+    return SPLITER_OK;
+}
+
+// The index only saves the search: what it leads to is checked, since there are files whose index is wrong.
+uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirection direction,
+                                                   AsfObjectStart *start) const {
+    AsfObjectSearch search(data_parser_, data_parser_->Layout().video_stream,
+                           AsfObjectSearch::Wanted::KeyFrames);
+    uint32_t packet = 0;
+    const uint32_t looked_up = look_up(time, &packet);
+    if (looked_up == SPLITER_ERR_END_OF_STREAM) return looked_up;
+    if (looked_up == SPLITER_OK && packet < static_cast<uint32_t>(data_parser_->PacketCount())) {
+        bool found = false;
+        const uint32_t code = search.find_from(static_cast<int32_t>(packet), time, direction, start, &found);
+        if (code != SPLITER_OK || found) return code;
+    }
+    return search.find(time, direction, start);
+}
+
+}  // namespace quorv
