@@ -76,6 +76,14 @@ TEST(AviMath, ReduceFindsTheNearestFraction) {
     }
 }
 
+TEST(AviMath, TimeBasesWithAZeroTermAreZero) {
+    for (const auto &[num, den] : {std::pair<int64_t, int64_t>(0, 25), {25, 0}, {1, int64_t{1} << 40}}) {
+        AviTrack track = {};
+        avi_set_pts_info(&track, 64, num, den);
+        EXPECT_EQ(track.time_base.num | track.time_base.den, 0) << num << "/" << den;
+    }
+}
+
 size_t rows(const AviCodecTag *table) {
     size_t count = 0;
     while (table[count].codec != 0)
