@@ -14,7 +14,7 @@
 
 #include <algorithm>
 
-#include "interop/AvidemuxPeer.h"
+#include "interop/DemuxPeer.h"
 #include "interop/OpenedSample.h"
 
 namespace quorv::test {
@@ -28,7 +28,7 @@ protected:
         RealSampleTest::SetUp();
         if (IsSkipped()) return;
         std::string why_not;
-        peer = demux_with_gstreamer(path, &why_not);
+        peer = demux_with_gstreamer("avidemux", path, &why_not);
         if (peer.empty()) GTEST_SKIP() << why_not;
     }
 

@@ -251,7 +251,7 @@ Bytes AsfBuilder::build() {
     uint32_t end = 0;
     for (size_t i = 0; i < order_.size(); ++i) {
         const Place place = order_[i];
-        end = std::max(end, truth_[place.stream][place.frame].time + 1000);
+        end = std::max(end, truth_[place.stream][place.frame].time + 500);
         if (!streams[place.stream].compressed) {
             add_object(place);
             continue;
