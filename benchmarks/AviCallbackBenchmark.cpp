@@ -9,7 +9,7 @@
 
 #include "support/AviBuilder.h"
 #include "support/MemoryStream.h"
-#include "support/OpenAvi.h"
+#include "support/OpenFile.h"
 
 namespace {
 
@@ -83,7 +83,7 @@ void count_reading(const Sample &sample) {
     CallCounts in_time;
     for (const ReadOrder order : {ReadOrder::TrackByTrack, ReadOrder::InTime, ReadOrder::Alternately}) {
         MemoryStream stream(sample.bytes);
-        OpenAvi avi(stream.record());
+        OpenFile avi(stream.record());
         stream.counts = {};
         frames = avi.read_all(order, buffer);
         printf(" %.2f |", static_cast<double>(stream.counts.all()) / static_cast<double>(frames));
@@ -94,7 +94,7 @@ void count_reading(const Sample &sample) {
 
 void count_opening(const Sample &sample) {
     MemoryStream stream(sample.bytes);
-    OpenAvi avi(stream.record());
+    OpenFile avi(stream.record());
     const CallCounts &counts = stream.counts;
     printf("| %s | %llu | %llu | %llu | %llu | %llu |\n", sample.name.c_str(),
            static_cast<unsigned long long>(counts.all()), static_cast<unsigned long long>(counts.reads),

@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <random>
 
+#include <quorv/avi_splitter.h>
 #include "support/AviBuilder.h"
+
 #include "support/BestTimes.h"
 #include "support/MemoryStream.h"
-#include "support/OpenAvi.h"
+#include "support/OpenFile.h"
 
 namespace {
 
@@ -35,13 +37,13 @@ uint32_t seek(SplitterHandle handle, uint32_t time) {
 // Opening reads an OpenDML index whole and one block of a legacy one; the first seek reads the rest of that.
 void load(const std::vector<uint8_t> &bytes, uint32_t last) {
     MemoryStream stream(bytes);
-    OpenAvi avi(stream.record());
+    OpenFile avi(stream.record());
     seek(avi.handle(), last);
 }
 
 void seek_anywhere(const std::vector<uint8_t> &bytes, uint32_t last, benchmark::State &state) {
     MemoryStream stream(bytes);
-    OpenAvi avi(stream.record());
+    OpenFile avi(stream.record());
     seek(avi.handle(), last);
     std::minstd_rand random(1);
     for (auto _ : state)

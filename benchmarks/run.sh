@@ -31,8 +31,8 @@ run() { # TITLE PROGRAM ARGUMENTS...
 }
 printf 'Machine: %s, %s cores, Linux %s, %s\n' "$(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1)" \
   "$(nproc)" "$(uname -r)" "$(c++ --version | head -n 1)"
-run "Reading from memory against memcpy" avi_read
-run "Reading from disk, page cache warm" avi_file "$work"
+run "Reading from memory against memcpy" read
+run "Reading from disk, page cache warm" file "$work"
 run "Stream callbacks" avi_callback "$work"/avimux-*.avi
 run "Index and seeking" avi_seek
 run "Start code search" start_code

@@ -23,8 +23,8 @@ constexpr size_t kReadBehind = 1024;
 // What the first small read after a large one or a jump fills; reading on doubles it.
 constexpr size_t kFirstFilling = 4096;
 
-FileStream &self(void *user_context) {
-    return *static_cast<FileStream *>(user_context);
+FileStream &reader(SplitterStream stream) {
+    return *reinterpret_cast<FileStream *>(stream);
 }
 
 size_t checked(ssize_t got) {
@@ -36,7 +36,10 @@ size_t checked(ssize_t got) {
 }  // namespace
 
 FileStream::FileStream(const std::string &path, bool buffered)
-    : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), buffered_(buffered), buffer_(kBufferBytes) {
+    : path_(path),
+      file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      buffered_(buffered),
+      buffer_(kBufferBytes) {
     if (file_ < 0) {
         perror(path.c_str());
         exit(EXIT_FAILURE);
@@ -107,23 +110,27 @@ SplitterStreamSource FileStream::record() {
     source.user_context = this;
     source.source_kind = SPLITER_SOURCE_LOCAL;
     source.open = [](void *user, SplitterStream *stream, uint32_t) -> uint32_t {
-        *stream = 1;
-        return self(user).seek(0, 0);
-    };
-    source.close = [](void *, SplitterStream) -> uint32_t { return 0; };
-    source.read = [](void *user, SplitterStream, void *buffer, uint32_t *count) -> uint32_t {
-        return self(user).read(static_cast<uint8_t *>(buffer), count);
-    };
-    source.seek = [](void *user, SplitterStream, uint16_t origin, int64_t offset) -> uint32_t {
-        return self(user).seek(origin, offset);
-    };
-    source.tell = [](void *user, SplitterStream, int64_t *position) -> uint32_t {
-        *position = self(user).position_;
+        const auto &self = *static_cast<FileStream *>(user);
+        *stream = reinterpret_cast<SplitterStream>(new FileStream(self.path_, self.buffered_));
         return 0;
     };
-    source.size = [](void *user, SplitterStream, int64_t *length) -> uint32_t {
+    source.close = [](void *, SplitterStream stream) -> uint32_t {
+        delete &reader(stream);
+        return 0;
+    };
+    source.read = [](void *, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
+        return reader(stream).read(static_cast<uint8_t *>(buffer), count);
+    };
+    source.seek = [](void *, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
+        return reader(stream).seek(origin, offset);
+    };
+    source.tell = [](void *, SplitterStream stream, int64_t *position) -> uint32_t {
+        *position = reader(stream).position_;
+        return 0;
+    };
+    source.size = [](void *, SplitterStream stream, int64_t *length) -> uint32_t {
         struct stat status = {};
-        const int result = fstat(self(user).file_, &status);
+        const int result = fstat(reader(stream).file_, &status);
         *length = status.st_size;
         return result == 0 ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_IO};
     };

@@ -20,7 +20,7 @@ public:
     FileStream(const FileStream &) = delete;
     FileStream &operator=(const FileStream &) = delete;
 
-    // The record for Open; this object must outlive the handle.
+    // The record for Open; this object must outlive the handle. Every reader is a stream like this one.
     SplitterStreamSource record();
 
 private:
@@ -30,6 +30,7 @@ private:
     size_t read_past_buffer(uint8_t *to, size_t count);
     size_t fill_buffer();
 
+    const std::string path_;
     int file_;
     bool buffered_;
     std::vector<uint8_t> buffer_;

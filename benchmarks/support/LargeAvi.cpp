@@ -60,8 +60,9 @@ Bytes header_list(const std::vector<Stream> &streams, uint32_t frames) {
     return list(tag("hdrl"), body);
 }
 
-// Not to be compressed or predicted by anything on the way; which bytes they are does not matter.
-void fill(uint8_t *to, size_t count, uint64_t &state) {
+}  // namespace
+
+void fill_randomly(uint8_t *to, size_t count, uint64_t &state) {
     for (size_t at = 0; at + sizeof state <= count; at += sizeof state) {
         state ^= state << 13;
         state ^= state >> 7;
@@ -70,28 +71,28 @@ void fill(uint8_t *to, size_t count, uint64_t &state) {
     }
 }
 
-}  // namespace
-
 const char *tracks_text(Sound sound) {
     switch (sound) {
         case Sound::Mp3:
             return "video, MP3";
         case Sound::Pcm:
             return "video, PCM";
+        case Sound::Wma:
+            return "video, WMA";
         case Sound::None:
             break;
     }
     return "video";
 }
 
-LargeAvi make_large_avi(uint32_t frame_bytes, Sound sound, uint64_t total) {
+LargeFile make_large_avi(uint32_t frame_bytes, Sound sound, uint64_t total) {
     uint64_t turn = 0;
     for (const Stream &stream : make_streams(frame_bytes, sound, 0))
         turn += stream.chunk_bytes;
     const auto turns = static_cast<uint32_t>(total / turn);
     const std::vector<Stream> streams = make_streams(frame_bytes, sound, turns);
 
-    LargeAvi avi;
+    LargeFile avi;
     std::vector<uint8_t> &bytes = avi.bytes;
     bytes.reserve(turns * (turn + 2 * (8 + 16)) + 4096);
     append(bytes, join({le32(tag("RIFF")), le32(0), le32(tag("AVI "))}));
@@ -106,7 +107,7 @@ LargeAvi make_large_avi(uint32_t frame_bytes, Sound sound, uint64_t total) {
             append(bytes, join({le32(stream.id), le32(stream.chunk_bytes)}));
             avi.chunks.push_back({track, bytes.size(), stream.chunk_bytes});
             bytes.resize(bytes.size() + stream.chunk_bytes);
-            fill(&bytes[bytes.size() - stream.chunk_bytes], stream.chunk_bytes, random);
+            fill_randomly(&bytes[bytes.size() - stream.chunk_bytes], stream.chunk_bytes, random);
         }
     }
     put_le32(bytes, movi - 4, bytes.size() - movi);

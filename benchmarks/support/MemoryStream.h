@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace quorv::bench {
 
@@ -27,11 +28,12 @@ public:
     CallCounts counts;
 
 private:
-    uint32_t read(void *buffer, uint32_t *count);
-    uint32_t seek(uint16_t origin, int64_t offset);
+    uint64_t &position_of(SplitterStream stream) { return positions_[stream]; }
+    uint32_t read(uint64_t &at, void *buffer, uint32_t *count);
+    uint32_t seek(uint64_t &at, uint16_t origin, int64_t offset);
 
     std::span<const uint8_t> bytes_;
-    uint64_t position_ = 0;
+    std::vector<uint64_t> positions_;  // of each reader
 };
 
 }  // namespace quorv::bench

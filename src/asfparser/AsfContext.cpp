@@ -39,7 +39,7 @@ AsfContext *asf_new_context(const SplitterStreamSource &source) {
 
 void asf_free_context(AsfContext *context) {
     asf_clear_header(&context->header);
-    if (context->opened) context->base->DestroyReader(&context->reader);
+    if (context->base != nullptr && context->opened) context->base->DestroyReader(&context->reader);
     delete context->index_parser;
     delete context->data_parser;
     delete context->base;

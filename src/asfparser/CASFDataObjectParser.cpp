@@ -13,6 +13,8 @@ namespace {
 
 // No writer makes packets of more than 64 KB.
 constexpr uint32_t kLargestPacket = uint32_t{64} << 20;
+// Of packets that are kept, beyond the first.
+constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
 // The code with which sources say that a read has met the end.
 constexpr uint32_t kSourceAtEnd = 0x1003;
@@ -20,8 +22,8 @@ constexpr uint32_t kSourceAtEnd = 0x1003;
 }  // namespace
 
 CASFDataObjectParser::~CASFDataObjectParser() {
-    if (packet_ == nullptr) return;
-    MMemFree(nullptr, packet_);
+    if (packets_ == nullptr) return;
+    MMemFree(nullptr, packets_);
     base_->DestroyReader(&audio_.reader);
     base_->DestroyReader(&video_.reader);
 }
@@ -35,10 +37,7 @@ uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
     code = base_->CreateReader(&video_.reader, StreamAccess::ReadShared);
     if (code == SPLITER_OK) {
         count_packets(base_->GetStreamSize(&video_.reader));
-        // A file that is shorter than a packet has none to read.
-        const uint32_t size = packet_count_ > 0 ? layout.packet_size : 1;
-        packet_ = static_cast<uint8_t *>(MMemAlloc(nullptr, size));
-        if (packet_ != nullptr) {
+        if (allocate_packets()) {
             Reset();
             return SPLITER_OK;
         }
@@ -47,6 +46,16 @@ uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
     }
     base_->DestroyReader(&audio_.reader);
     return code;
+}
+
+// Room for one packet at least, but for none that the file is too short to hold.
+bool CASFDataObjectParser::allocate_packets() {
+    const auto fitting = static_cast<int32_t>(std::max(kBufferBytes / layout_.packet_size, 1u));
+    buffered_count_ = std::min({fitting, kMostBufferedPackets, packet_count_});
+    std::fill_n(buffered_, kMostBufferedPackets, -1);
+    const size_t size = static_cast<size_t>(buffered_count_) * layout_.packet_size;
+    packets_ = static_cast<uint8_t *>(MMemAlloc(nullptr, std::max<size_t>(size, 1)));
+    return packets_ != nullptr;
 }
 
 // A live recording does not say how many there are; then the end of the media data tells. A file that was cut
@@ -99,19 +108,22 @@ uint32_t CASFDataObjectParser::ParseOnePacket(uint32_t stream, int32_t index) {
 }
 
 uint32_t CASFDataObjectParser::read_packet(StreamState *state, int32_t index) {
-    // The other stream may just have read it.
-    if (buffered_packet_ == index) return SPLITER_OK;
-    buffered_packet_ = -1;
+    const int32_t slot = index % buffered_count_;
+    uint8_t *const packet = packets_ + static_cast<size_t>(slot) * layout_.packet_size;
+    packet_ = packet;
     packet_offset_ = layout_.first_packet + uint64_t{layout_.packet_size} * static_cast<uint32_t>(index);
+    // The other stream may have read it.
+    if (buffered_[slot] == index) return SPLITER_OK;
+    buffered_[slot] = -1;
     if (packet_offset_ > INT64_MAX) return SPLITER_ERR_END_OF_STREAM;
     uint32_t code = state->reader.move_to(static_cast<int64_t>(packet_offset_));
     if (code != SPLITER_OK) return code;
     uint32_t delivered = 0;
-    code = base_->ReadData(&state->reader, packet_, layout_.packet_size, &delivered);
+    code = base_->ReadData(&state->reader, packet, layout_.packet_size, &delivered);
     if (code == kSourceAtEnd) return SPLITER_ERR_END_OF_STREAM;
     if (code != SPLITER_OK) return code;
     if (delivered < layout_.packet_size) return SPLITER_ERR_END_OF_STREAM;
-    buffered_packet_ = index;
+    buffered_[slot] = index;
     return SPLITER_OK;
 }
 

@@ -48,7 +48,7 @@ public:
 
     // Allocates the packet buffer and opens both readers; on failure nothing stays open.
     uint32_t InitParser(const AsfDataLayout &layout);
-    bool IsReady() const { return packet_ != nullptr; }
+    bool IsReady() const { return packets_ != nullptr; }
     const AsfDataLayout &Layout() const { return layout_; }
     // Of the packets that the file can hold; INT32_MAX when that is not known.
     int32_t PacketCount() const { return packet_count_; }
@@ -91,7 +91,10 @@ private:
     };
 
     StreamState &state_of(uint32_t stream) { return stream == layout_.video_stream ? video_ : audio_; }
+    static constexpr int32_t kMostBufferedPackets = 16;
+
     void count_packets(uint64_t stream_size);
+    bool allocate_packets();
     uint32_t read_packet(StreamState *state, int32_t index);
     uint32_t collect_entries(uint32_t stream, CASFDataObjectEntryBlockMgr *entries);
     bool add_entries(const AsfPayload &payload, CASFDataObjectEntryBlockMgr *entries) const;
@@ -108,8 +111,11 @@ private:
     int32_t packet_count_ = 0;
     bool is_cut_ = false;  // the file ends before the last packet that it claims to have
     int32_t time_base_ = 0;
-    uint8_t *packet_ = nullptr;
-    int32_t buffered_packet_ = -1;  // that the packet buffer holds
+    // The latest packets, each at its number modulo how many there are: the streams follow each other.
+    uint8_t *packets_ = nullptr;
+    int32_t buffered_count_ = 0;
+    int32_t buffered_[kMostBufferedPackets] = {};  // -1 for none
+    const uint8_t *packet_ = nullptr;              // the one that is parsed
     uint64_t packet_offset_ = 0;
     StreamState audio_, video_;
 };

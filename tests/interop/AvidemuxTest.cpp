@@ -14,7 +14,7 @@
 
 #include <algorithm>
 
-#include "interop/AvidemuxPeer.h"
+#include "interop/DemuxPeer.h"
 #include "interop/RealSamples.h"
 
 namespace quorv::test {
@@ -140,7 +140,7 @@ void compare_audio_info(const SplitterAudioInfo &info, const PeerTrack &peer, ui
 
 TEST_P(AvidemuxTest, FramesAndTrackInformationAreThoseOfThePeer) {
     std::string why_not;
-    const std::map<std::string, PeerTrack> peer = demux_with_gstreamer(path, &why_not);
+    const std::map<std::string, PeerTrack> peer = demux_with_gstreamer("avidemux", path, &why_not);
     if (peer.empty()) GTEST_SKIP() << why_not;
     OpenedSample sample(path);
     SplitterFile &file = sample.file;

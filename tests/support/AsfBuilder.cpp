@@ -19,6 +19,11 @@ Bytes field(uint32_t value, uint32_t type) {
     return bytes;
 }
 
+Bytes slice(const Bytes &bytes, size_t offset, size_t length) {
+    const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
+    return Bytes(from, from + static_cast<std::ptrdiff_t>(length));
+}
+
 void append(Bytes &to, const Bytes &bytes) {
     to.insert(to.end(), bytes.begin(), bytes.end());
 }
@@ -90,106 +95,82 @@ AsfBuilder &AsfBuilder::frame(uint32_t stream, uint32_t time, size_t size, bool 
     return *this;
 }
 
-uint32_t AsfBuilder::packet_header_size() const {
-    const auto width = [](uint32_t type) { return (1u << type) / 2; };
-    return (layout.error_correction ? 3 : 0) + 2 + width(layout.packet_length_type) +
-           width(layout.sequence_type) + width(layout.padding_type) + 6 + (layout.multiple ? 1 : 0);
+Bytes AsfBuilder::packet_head(uint32_t padding) const {
+    const AsfLayout &l = layout;
+    const uint32_t length_flags =
+        (l.multiple ? 1u : 0u) | l.sequence_type << 1 | l.padding_type << 3 | l.packet_length_type << 5;
+    const uint32_t property_flags = l.replicated_type | l.offset_type << 2 | l.number_type << 4 | 1u << 6;
+    const uint32_t payload_flags = payload_count_ | l.payload_length_type << 6;
+    return join({l.error_correction ? Bytes{0x82, 0, 0} : Bytes{}, field(length_flags, 1),
+                 field(property_flags, 1), field(l.packet_size, l.packet_length_type),
+                 field(packet_count_, l.sequence_type), field(padding, l.padding_type),
+                 le32(packet_count_ * 10), le16(10), field(payload_flags, l.multiple ? 1 : 0)});
 }
 
-uint32_t AsfBuilder::payload_header_size(bool compressed, bool replicated) const {
-    const auto width = [](uint32_t type) { return (1u << type) / 2; };
-    return 1 + width(layout.number_type) + width(layout.offset_type) + width(layout.replicated_type) +
-           (compressed   ? 1
-            : replicated ? layout.replicated_length
-                         : 0) +
-           (layout.multiple ? width(layout.payload_length_type) : 0);
+Bytes AsfBuilder::payload_head(const Place &place, uint32_t offset, const Bytes &replicated,
+                               uint32_t stated) const {
+    const uint32_t key = truth_[place.stream][place.frame].key ? 0x80 : 0;
+    return join({field(streams[place.stream].number | key, 1),
+                 field(numbers_[place.stream], layout.number_type), field(offset, layout.offset_type),
+                 field(stated, layout.replicated_type), replicated});
 }
 
-void AsfBuilder::begin_payload(const Bytes &head, const Bytes &data) {
-    append(payloads_, head);
-    if (layout.multiple)
-        append(payloads_, field(static_cast<uint32_t>(data.size()), layout.payload_length_type));
-    append(payloads_, data);
+// How much of a payload behind that head still fits into the packet.
+uint32_t AsfBuilder::room_behind(const Bytes &head) const {
+    const size_t used = packet_head(0).size() + payloads_.size() + head.size() +
+                        (layout.multiple ? field(0, layout.payload_length_type).size() : 0);
+    return used < layout.packet_size && payload_count_ < 63 ? layout.packet_size - static_cast<uint32_t>(used)
+                                                            : 0;
+}
+
+void AsfBuilder::add_payload(const Bytes &head, const Bytes &data) {
+    const auto size = static_cast<uint32_t>(data.size());
+    append(payloads_, join({head, field(size, layout.multiple ? layout.payload_length_type : 0), data}));
     ++payload_count_;
     if (!layout.multiple) flush();
 }
 
-void AsfBuilder::add_payload(const Place &place, uint32_t offset, uint32_t length) {
-    AsfFrame &frame = truth_[place.stream][place.frame];
-    const bool replicated = offset == 0 || !layout.replicated_once;
-    Bytes head = {static_cast<uint8_t>(streams[place.stream].number | (frame.key ? 0x80u : 0))};
-    append(head, field(numbers_[place.stream], layout.number_type));
-    append(head, field(offset, layout.offset_type));
-    append(head, field(replicated ? layout.replicated_length : 0, layout.replicated_type));
-    if (replicated) {
-        Bytes data =
-            join({le32(static_cast<uint32_t>(frame.data.size())), le32(frame.time + layout.preroll)});
-        data.resize(layout.replicated_length);
-        append(head, data);
-    }
-    if (offset == 0) frame.packet = packet_count_;
-    const auto from = frame.data.begin() + offset;
-    begin_payload(head, Bytes(from, from + length));
-}
-
 void AsfBuilder::add_object(const Place &place) {
-    const auto size = static_cast<uint32_t>(truth_[place.stream][place.frame].data.size());
-    for (uint32_t offset = 0; offset < size || offset == 0;) {
-        const uint32_t used = packet_header_size() + static_cast<uint32_t>(payloads_.size()) +
-                              payload_header_size(false, offset == 0 || !layout.replicated_once);
-        if (used >= layout.packet_size || payload_count_ == 63) {
+    AsfFrame &frame = truth_[place.stream][place.frame];
+    const auto size = static_cast<uint32_t>(frame.data.size());
+    for (uint32_t offset = 0; offset < size;) {
+        Bytes replicated = join({le32(size), le32(frame.time + layout.preroll)});
+        replicated.resize(offset == 0 || !layout.replicated_once ? layout.replicated_length : 0);
+        const Bytes head = payload_head(place, offset, replicated, static_cast<uint32_t>(replicated.size()));
+        const uint32_t length = std::min(room_behind(head), size - offset);
+        if (length == 0) {
             flush();
             continue;
         }
-        const uint32_t length = std::min(layout.packet_size - used, size - offset);
-        add_payload(place, offset, length);
-        offset += std::max(length, 1u);
+        if (offset == 0) frame.packet = packet_count_;
+        add_payload(head, slice(frame.data, offset, length));
+        offset += length;
     }
     ++numbers_[place.stream];
 }
 
 // Frames of equal distance in one payload.
 void AsfBuilder::add_run(uint32_t stream) {
-    if (run_.empty()) return;
     std::vector<AsfFrame> &frames = truth_[stream];
     Bytes data;
-    for (const uint32_t number : run_) {
-        data.push_back(static_cast<uint8_t>(frames[number].data.size()));
-        append(data, frames[number].data);
-    }
-    if (packet_header_size() + payloads_.size() + payload_header_size(true, false) + data.size() >
-        layout.packet_size)
-        flush();
     for (const uint32_t number : run_)
-        frames[number].packet = packet_count_;
+        append(data,
+               join({field(static_cast<uint32_t>(frames[number].data.size()), 1), frames[number].data}));
     const AsfFrame &first = frames[run_.front()];
     const uint32_t delta = run_.size() > 1 ? frames[run_[1]].time - first.time : 0;
-    Bytes head = {static_cast<uint8_t>(streams[stream].number | 0x80u)};
-    append(head, field(numbers_[stream], layout.number_type));
-    append(head, field(first.time + layout.preroll, layout.offset_type));
-    append(head, field(1, layout.replicated_type));
-    head.push_back(static_cast<uint8_t>(delta));
-    begin_payload(head, data);
+    const Bytes head = payload_head({stream, run_.front()}, first.time + layout.preroll, field(delta, 1), 1);
+    if (room_behind(head) < data.size()) flush();
+    for (const uint32_t number : run_)
+        frames[number].packet = packet_count_;
+    add_payload(head, data);
     numbers_[stream] += static_cast<uint32_t>(run_.size());
     run_.clear();
 }
 
 void AsfBuilder::flush() {
     if (payload_count_ == 0) return;
-    const auto padding = layout.packet_size - packet_header_size() - static_cast<uint32_t>(payloads_.size());
-    if (layout.error_correction) append(packets_, {0x82, 0, 0});
-    packets_.push_back(static_cast<uint8_t>((layout.multiple ? 1 : 0) | layout.sequence_type << 1 |
-                                            layout.padding_type << 3 | layout.packet_length_type << 5));
-    packets_.push_back(static_cast<uint8_t>(layout.replicated_type | layout.offset_type << 2 |
-                                            layout.number_type << 4 | 1u << 6));
-    append(packets_, field(layout.packet_size, layout.packet_length_type));
-    append(packets_, field(packet_count_, layout.sequence_type));
-    append(packets_, field(padding, layout.padding_type));
-    append(packets_, join({le32(packet_count_ * 10), le16(10)}));
-    if (layout.multiple)
-        packets_.push_back(static_cast<uint8_t>(payload_count_ | layout.payload_length_type << 6));
-    append(packets_, payloads_);
-    append(packets_, Bytes(padding));
+    const size_t padding = layout.packet_size - packet_head(0).size() - payloads_.size();
+    append(packets_, join({packet_head(static_cast<uint32_t>(padding)), payloads_, Bytes(padding)}));
     payloads_.clear();
     payload_count_ = 0;
     ++packet_count_;
@@ -251,7 +232,7 @@ Bytes AsfBuilder::build() {
     uint32_t end = 0;
     for (size_t i = 0; i < order_.size(); ++i) {
         const Place place = order_[i];
-        end = std::max(end, truth_[place.stream][place.frame].time + 1000);
+        end = std::max(end, truth_[place.stream][place.frame].time + 500);
         if (!streams[place.stream].compressed) {
             add_object(place);
             continue;

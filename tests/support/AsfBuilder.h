@@ -76,12 +76,12 @@ private:
     };
 
     Bytes header(uint32_t duration) const;
+    Bytes packet_head(uint32_t padding) const;
+    Bytes payload_head(const Place &place, uint32_t offset, const Bytes &replicated, uint32_t stated) const;
+    uint32_t room_behind(const Bytes &head) const;
+    void add_payload(const Bytes &head, const Bytes &data);
     void add_object(const Place &place);
     void add_run(uint32_t stream);
-    void add_payload(const Place &place, uint32_t offset, uint32_t length);
-    void begin_payload(const Bytes &head, const Bytes &data);
-    uint32_t packet_header_size() const;
-    uint32_t payload_header_size(bool compressed, bool replicated) const;
     void flush();
     void finish_truth();
     Bytes write_index() const;

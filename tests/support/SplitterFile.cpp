@@ -113,4 +113,9 @@ uint32_t SplitterFile::next_key_time(uint32_t track, uint32_t *time) {
     return code;
 }
 
+void SplitterFile::omit_codec_data() {
+    const uint32_t no = 0;
+    api_.set_config(handle_, SPLITER_CFG_CODEC_DATA_FIRST, &no, sizeof no);
+}
+
 }  // namespace quorv::test

@@ -84,6 +84,8 @@ public:
     uint32_t is_seekable(uint32_t track) { return api_.is_seekable(handle_, track); }
     uint32_t reset() { return api_.reset(handle_); }
     uint32_t next_key_time(uint32_t track, uint32_t *time);
+    // From the first video frame, where the splitter would put it in front.
+    void omit_codec_data();
     uint32_t close();
 
     uint32_t open_code = 0;

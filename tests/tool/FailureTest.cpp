@@ -16,6 +16,11 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
     shell.put("tagged.mp3", join({text("ID3"), Bytes(20)}));
     shell.put("bare.mp3", join({Bytes{0xFF, 0xFB, 0x90, 0x64}, Bytes(414)}));
     shell.run("head -c 13 $SAMPLE >stub.avi; head -c 30000 $SAMPLE >cut.avi");
+    const Bytes asf = asf_sample_files().front().bytes;
+    shell.put("cut.asf", Bytes(asf.begin(), asf.end() - 400));
+    for (const char *command : {"info", "frames", "extract --track 2 -o out"})
+        shell.expect_complaint("quorv " + std::string(command) + " cut.asf", 1, "cut.asf", "truncated");
+    shell.expect_complaint("quorv frames --track 1 cut.asf", 2, "cut.asf", "2 tracks: 2, 3");
     struct Case {
         const char *path;
         int exit_code;
@@ -27,7 +32,7 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
         {"empty.avi", 1, "empty"},
         {"notes.txt", 1, "text"},
         {"wave.avi", 1, "not a media file"},
-        {"film.asf", 1, "ASF files are not supported"},
+        {"film.asf", 1, "damaged"},
         {"tagged.mp3", 1, "MP3 files are not supported"},
         {"bare.mp3", 1, "MP3 files are not supported"},
         {"stub.avi", 1, "no tracks"},

@@ -14,6 +14,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/AsfBuilder.h"
 #include "support/SampleFiles.h"
 #include "support/TestFolder.h"
 
@@ -83,6 +84,9 @@ public:
         put("real.avi", bytes_of_file(real_sample()));
         for (const SampleFile &sample : avi_sample_files())
             put(sample.name + ".avi", sample.bytes.flatten());
+        for (const AsfSample &sample : asf_sample_files()) {
+            if (sample.builder.index != AsfIndex::CutShort) put(sample.name + ".asf", sample.bytes);
+        }
         return names();
     }
 };

@@ -1,10 +1,10 @@
 // Tells whether an AVI file ends where its own headers say: walks the outermost chunks of every segment.
 
-#include "AviCompleteness.h"
-
 #include <algorithm>
 #include <array>
 #include <cstring>
+
+#include "Completeness.h"
 
 namespace quorv::tool {
 
@@ -79,9 +79,12 @@ uint64_t ChunkWalk::declared_end() {
 }  // namespace
 
 std::string find_avi_damage(FileSource &file) {
-    const uint64_t end = ChunkWalk(file).declared_end();
-    if (end <= file.size()) return {};
-    return "truncated: its header declares " + std::to_string(end) + " bytes, the file has " +
+    return compare_length(ChunkWalk(file).declared_end(), file);
+}
+
+std::string compare_length(uint64_t declared, const FileSource &file) {
+    if (declared <= file.size()) return {};
+    return "truncated: its header declares " + std::to_string(declared) + " bytes, the file has " +
            std::to_string(file.size());
 }
 

@@ -2,6 +2,8 @@
 
 #include "Container.h"
 
+#include <algorithm>
+
 #include "Failure.h"
 #include "Format.h"
 #include "SplitterContainer.h"
@@ -21,15 +23,21 @@ uint32_t Track::max_frame_size() const {
 }
 
 const Track &Container::readable_track(uint32_t number) const {
-    const size_t count = tracks().size();
-    if (number == 0 || number > count)
+    const auto found = std::find_if(tracks().begin(), tracks().end(),
+                                    [number](const Track &track) { return track.number == number; });
+    if (found == tracks().end()) {
+        std::string numbers;
+        for (const Track &track : tracks())
+            numbers += (numbers.empty() ? ": " : ", ") + std::to_string(track.number);
+        const size_t count = tracks().size();
         throw Failure(ExitCode::Usage, "no track " + std::to_string(number) + ": the file has " +
-                                           std::to_string(count) + (count == 1 ? " track" : " tracks"));
-    const Track &track = tracks()[number - 1];
-    if (!track.is_readable())
+                                           std::to_string(count) + (count == 1 ? " track" : " tracks") +
+                                           numbers);
+    }
+    if (!found->is_readable())
         throw Failure(ExitCode::BadFile, "track " + std::to_string(number) +
                                              " is neither video nor audio: its frames cannot be read");
-    return track;
+    return *found;
 }
 
 std::unique_ptr<Container> open_container(FileSource &file) {
@@ -39,7 +47,8 @@ std::unique_ptr<Container> open_container(FileSource &file) {
             file.make_seekable();
             return open_avi(file);
         case Format::Asf:
-            throw Failure(ExitCode::BadFile, "ASF files are not supported");
+            file.make_seekable();
+            return open_asf(file);
         case Format::Mp3:
             throw Failure(ExitCode::BadFile, "MP3 files are not supported");
         case Format::H264:

@@ -52,7 +52,7 @@ class Container {
 public:
     virtual ~Container() = default;
 
-    // "avi"
+    // "avi" or "asf"
     virtual std::string_view format() const = 0;
     virtual const std::vector<Track> &tracks() const = 0;
     // The next frame of a readable track; false behind the last.

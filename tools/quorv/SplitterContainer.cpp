@@ -2,12 +2,13 @@
 
 #include "SplitterContainer.h"
 
+#include <quorv/asf_splitter.h>
 #include <quorv/avi_splitter.h>
 
 #include <algorithm>
 #include <cstdio>
 
-#include "AviCompleteness.h"
+#include "Completeness.h"
 #include "Failure.h"
 
 namespace quorv::tool {
@@ -24,11 +25,26 @@ const Splitter kAvi = {
     AVI_SPLITER_EnumTrack,
     AVI_SPLITER_GetTrackInfo,
     AVI_SPLITER_GetConfig,
+    AVI_SPLITER_SetConfig,
     AVI_SPLITER_ReadFrame,
     AVI_SPLITER_Seek,
     AVI_SPLITER_IsSeekable,
     AVI_SPLITER_Close,
     find_avi_damage,
+};
+
+const Splitter kAsf = {
+    "asf",
+    ASF_SPLITER_Open,
+    ASF_SPLITER_EnumTrack,
+    ASF_SPLITER_GetTrackInfo,
+    ASF_SPLITER_GetConfig,
+    ASF_SPLITER_SetConfig,
+    ASF_SPLITER_ReadFrame,
+    ASF_SPLITER_Seek,
+    ASF_SPLITER_IsSeekable,
+    ASF_SPLITER_Close,
+    find_asf_damage,
 };
 
 }  // namespace
@@ -38,6 +54,9 @@ SplitterContainer::SplitterContainer(const Splitter &splitter, FileSource &file)
     const SplitterStreamSource source = file_.callbacks();
     const uint32_t code = splitter_.open(&source, 1, &handle_);
     if (code != SPLITER_OK) fail(code, "cannot be opened");
+    // The codec data of video need not come in front of a frame, too.
+    const uint32_t no = 0;
+    splitter_.set_config(handle_, SPLITER_CFG_CODEC_DATA_FIRST, &no, sizeof no);
     try {
         list_tracks();
     } catch (...) {
@@ -79,21 +98,26 @@ Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
         return track;
     }
 
+    track.codec_data = codec_data(entry.track);
+    track.seekable = splitter_.is_seekable(handle_, entry.track) == 1;
+    return track;
+}
+
+std::span<const uint8_t> SplitterContainer::codec_data(uint32_t track) {
     SplitterTrackData data = {};
-    data.track = entry.track;
+    data.track = track;
     uint32_t size = sizeof data;
     const uint32_t code = splitter_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size);
     if (code != SPLITER_OK)
-        fail(code, "the codec data of track " + std::to_string(entry.track) + " cannot be read");
-    track.codec_data = {static_cast<const uint8_t *>(data.data), data.length};
-    track.seekable = splitter_.is_seekable(handle_, entry.track) == 1;
-    return track;
+        fail(code, "the codec data of track " + std::to_string(track) + " cannot be read");
+    return {static_cast<const uint8_t *>(data.data), data.length};
 }
 
 bool SplitterContainer::read_frame(const Track &track, Frame &frame) {
     if (capacity_ == 0) grow_buffer(track.number, 0);
     SplitterFrameInfo info = {};
     uint32_t code = 0;
+    const size_t codec_data_before = codec_data(track.number).size();
     while ((code = splitter_.read_frame(handle_, track.number, buffer_.get(), capacity_, &info)) ==
            SPLITER_ERR_BUFFER_TOO_SMALL)
         grow_buffer(track.number, info.size);
@@ -102,6 +126,9 @@ bool SplitterContainer::read_frame(const Track &track, Frame &frame) {
     if (code != SPLITER_OK)
         fail(code, "a frame of track " + std::to_string(track.number) + " cannot be read");
     frame = {{buffer_.get(), info.size}, info.time_stamp, info.duration, info.key_frame != 0};
+    // Codec data that is gone was sent in front of this frame; users get it as the track's own.
+    if (codec_data_before != 0 && codec_data(track.number).empty())
+        frame.data = frame.data.subspan(std::min(codec_data_before, frame.data.size()));
     return true;
 }
 
@@ -128,9 +155,13 @@ SeekResult SplitterContainer::seek(const Track &track, uint32_t time, SeekMode m
     if (try_mode(mode == SeekMode::Next ? SPLITER_SEEK_FORWARD : SPLITER_SEEK_BACKWARD))
         return SeekResult::Found;
     // Where there is an index, one of the two directions leads to a key frame.
-    return try_mode(mode == SeekMode::Next ? SPLITER_SEEK_BACKWARD : SPLITER_SEEK_FORWARD)
-               ? SeekResult::NoKeyFrame
-               : SeekResult::NoIndex;
+    if (try_mode(mode == SeekMode::Next ? SPLITER_SEEK_BACKWARD : SPLITER_SEEK_FORWARD))
+        return SeekResult::NoKeyFrame;
+    if (!track.seekable || track.duration() == 0 || time < track.duration()) return SeekResult::NoIndex;
+    // Behind the end not every splitter looks for something.
+    time = track.duration() - 1;
+    return mode == SeekMode::Previous && try_mode(SPLITER_SEEK_BACKWARD) ? SeekResult::Found
+                                                                         : SeekResult::NoKeyFrame;
 }
 
 // The splitters go on after a failed read where they can, so a success may hide one.
@@ -150,6 +181,10 @@ void SplitterContainer::fail(uint32_t code, const std::string &doing) const {
 
 std::unique_ptr<Container> open_avi(FileSource &file) {
     return std::make_unique<SplitterContainer>(kAvi, file);
+}
+
+std::unique_ptr<Container> open_asf(FileSource &file) {
+    return std::make_unique<SplitterContainer>(kAsf, file);
 }
 
 }  // namespace quorv::tool

@@ -15,6 +15,7 @@ struct Splitter {
     uint32_t (*enum_track)(SplitterHandle, SplitterTrackList *);
     uint32_t (*get_track_info)(SplitterHandle, uint32_t, void *, uint32_t);
     uint32_t (*get_config)(SplitterHandle, uint32_t, void *, uint32_t *);
+    uint32_t (*set_config)(SplitterHandle, uint32_t, const void *, uint32_t);
     uint32_t (*read_frame)(SplitterHandle, uint32_t, void *, uint32_t, SplitterFrameInfo *);
     uint32_t (*seek)(SplitterHandle, uint32_t, uint32_t *, uint32_t);
     uint32_t (*is_seekable)(SplitterHandle, uint32_t);
@@ -38,6 +39,7 @@ public:
 private:
     void list_tracks();
     Track describe(const SplitterTrackEntry &entry);
+    std::span<const uint8_t> codec_data(uint32_t track);
     void grow_buffer(uint32_t track, uint64_t wanted);
     [[noreturn]] void fail(uint32_t code, const std::string &doing) const;
     void check_reads() const;
@@ -51,6 +53,7 @@ private:
 };
 
 std::unique_ptr<Container> open_avi(FileSource &file);
+std::unique_ptr<Container> open_asf(FileSource &file);
 
 }  // namespace quorv::tool
 

@@ -37,7 +37,7 @@ TEST_P(AsfSampleFiles, FramesAreTheTruthAndComeAgainAfterReset) {
     }
 }
 
-// One read a packet and one a fragment, and no seek to where the reader stands.
+// At most one read a packet and one a fragment, and no seek to where the reader stands.
 TEST(AsfReading, CostsOneReadAPacketAndOneAFragment) {
     const AsfLayout layout = {.packet_size = 200, .multiple = false};
     AsfBuilder builder({asf_video(1)}, layout, AsfIndex::None);
@@ -48,7 +48,7 @@ TEST(AsfReading, CostsOneReadAPacketAndOneAFragment) {
     const uint64_t packets = (bytes.size() - builder.data_start()) / 200;
     asf.source.reads = asf.source.seeks = asf.source.tells = 0;
     ASSERT_EQ(asf.file.read_all(2).frames.size(), 50u);
-    EXPECT_EQ(asf.source.reads, 2 * packets);
+    EXPECT_LE(asf.source.reads, 2 * packets);
     // To each fragment and, where it has padding behind it, to the next packet; Open has moved the reader.
     EXPECT_LE(asf.source.seeks, packets + 50 + 1);
     EXPECT_EQ(asf.source.tells, 0u);

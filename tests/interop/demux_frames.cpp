@@ -1,4 +1,4 @@
-// Writes down what GStreamer's avidemux delivers from an AVI file, for comparison with what this library
+// Writes down what one of GStreamer's demuxers delivers from a file, for comparison with what this library
 // delivers. For every pad P of the demuxer (video_0, audio_0, ...) it makes two files in the folder given:
 //     P.frames   the pad's caps on the first line, then one line a buffer:
 //                <DTS> <PTS> <duration> <size> <1 for a key frame, else 0>
@@ -97,20 +97,21 @@ bool run_to_end(GstElement *pipeline) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s FILE FOLDER\n", argv[0]);
+    if (argc != 4) {
+        std::fprintf(stderr, "usage: %s DEMUXER FILE FOLDER\n", argv[0]);
         return 2;
     }
     gst_init(nullptr, nullptr);
     Session session;
-    session.folder = argv[2];
-    session.pipeline = gst_parse_launch("filesrc name=source ! avidemux name=demux", nullptr);
+    session.folder = argv[3];
+    session.pipeline =
+        gst_parse_launch((std::string("filesrc name=source ! ") + argv[1] + " name=demux").c_str(), nullptr);
     if (session.pipeline == nullptr) {
-        std::fprintf(stderr, "the avidemux element is not installed\n");
+        std::fprintf(stderr, "the element %s is not installed\n", argv[1]);
         return 77;
     }
     GstElement *source = gst_bin_get_by_name(GST_BIN(session.pipeline), "source");
-    g_object_set(source, "location", argv[1], nullptr);
+    g_object_set(source, "location", argv[2], nullptr);
     gst_object_unref(source);
     GstElement *demux = gst_bin_get_by_name(GST_BIN(session.pipeline), "demux");
     g_signal_connect(demux, "pad-added", G_CALLBACK(on_pad_added), &session);

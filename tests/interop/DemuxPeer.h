@@ -1,6 +1,6 @@
-// What GStreamer's avidemux delivers from a file, through the program quorv_avidemux_frames.
-#ifndef QUORV_TESTS_INTEROP_AVIDEMUXPEER_H
-#define QUORV_TESTS_INTEROP_AVIDEMUXPEER_H
+// What one of GStreamer's demuxers delivers from a file, through the program quorv_demux_frames.
+#ifndef QUORV_TESTS_INTEROP_DEMUXPEER_H
+#define QUORV_TESTS_INTEROP_DEMUXPEER_H
 
 #include <stdint.h>
 
@@ -13,7 +13,8 @@
 namespace quorv::test {
 
 struct PeerFrame {
-    int64_t dts = 0;       // nanoseconds
+    int64_t dts = 0;       // nanoseconds; -1 when there is none, as of the next two
+    int64_t pts = 0;       // nanoseconds
     int64_t duration = 0;  // nanoseconds
     bool key = false;
     Bytes data;
@@ -35,7 +36,8 @@ struct PeerTrack {
 
 // By pad name: "video_0", "audio_0", "audio_1" ... Empty, with a reason, when GStreamer's demuxer is not
 // there. A demuxer that fails throws.
-std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &path, std::string *why_not);
+std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &element, const std::string &path,
+                                                      std::string *why_not);
 
 }  // namespace quorv::test
 

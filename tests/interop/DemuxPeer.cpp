@@ -1,6 +1,6 @@
 // Runs the receiver and reads what it wrote; see the header.
 
-#include "interop/AvidemuxPeer.h"
+#include "interop/DemuxPeer.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -25,9 +25,8 @@ PeerTrack load_track(const std::filesystem::path &frames, const std::filesystem:
     const Bytes all = bytes_of_file(bytes);
     auto next = all.begin();
     PeerFrame frame;
-    int64_t pts = 0;
     ptrdiff_t size = 0;
-    while (lines >> frame.dts >> pts >> frame.duration >> size >> frame.key) {
+    while (lines >> frame.dts >> frame.pts >> frame.duration >> size >> frame.key) {
         if (size > all.end() - next) throw std::runtime_error("the receiver wrote fewer bytes than it lists");
         frame.data.assign(next, next + size);
         next += size;
@@ -38,17 +37,18 @@ PeerTrack load_track(const std::filesystem::path &frames, const std::filesystem:
 
 }  // namespace
 
-std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &path, std::string *why_not) {
-    const std::string program = QUORV_AVIDEMUX_FRAMES;
+std::map<std::string, PeerTrack> demux_with_gstreamer(const std::string &element, const std::string &path,
+                                                      std::string *why_not) {
+    const std::string program = QUORV_DEMUX_FRAMES;
     if (program.empty()) {
         *why_not = "built without GStreamer's development files";
         return {};
     }
     const TestFolder folder;
-    const std::string command = "'" + program + "' '" + path + "' '" + folder.path("") + "'";
+    const std::string command = "'" + program + "' " + element + " '" + path + "' '" + folder.path("") + "'";
     const int status = system(command.c_str());
     if (WIFEXITED(status) && WEXITSTATUS(status) == kNotInstalled) {
-        *why_not = "GStreamer's avidemux is not installed";
+        *why_not = "GStreamer's " + element + " is not installed";
         return {};
     }
     if (status != 0) throw std::runtime_error("failed: " + command);

@@ -1,6 +1,6 @@
-// Opening and reading of AVI files; see the header.
+// Opening and reading of files; see the header.
 
-#include "support/OpenAvi.h"
+#include "support/OpenFile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -21,18 +21,17 @@ void check(uint32_t code, const char *what) {
 
 }  // namespace
 
-OpenAvi::OpenAvi(const SplitterStreamSource &source) {
-    check(AVI_SPLITER_Open(&source, 1, &handle_), "Open");
+OpenFile::OpenFile(const SplitterStreamSource &source, const test::SplitterApi &api) : api_(api) {
+    check(api_.open(&source, 1, &handle_), "Open");
     SplitterTrackList list;
-    check(AVI_SPLITER_EnumTrack(handle_, &list), "EnumTrack");
-    std::for_each_n(list.entries, list.count,
-                    [this](const SplitterTrackEntry &entry) { types_.push_back(entry.type); });
+    check(api_.enum_track(handle_, &list), "EnumTrack");
+    tracks_.assign(list.entries, list.entries + list.count);
 }
 
-uint32_t OpenAvi::read(uint32_t track, std::vector<uint8_t> &buffer, const Seen &seen) {
+uint32_t OpenFile::read(uint32_t track, std::vector<uint8_t> &buffer, const Seen &seen) {
     SplitterFrameInfo frame;
-    uint32_t code =
-        AVI_SPLITER_ReadFrame(handle_, track, buffer.data(), static_cast<uint32_t>(buffer.size()), &frame);
+    uint32_t code = api_.read_frame(handle_, tracks_[track - 1].track, buffer.data(),
+                                    static_cast<uint32_t>(buffer.size()), &frame);
     if (code == SPLITER_ERR_END_OF_STREAM) {
         next_time_[track - 1] = kNever;
         return 0;
@@ -44,16 +43,16 @@ uint32_t OpenAvi::read(uint32_t track, std::vector<uint8_t> &buffer, const Seen 
 }
 
 // The lowest track that is due; several may be at the same time.
-uint32_t OpenAvi::first_due() const {
+uint32_t OpenFile::first_due() const {
     const uint64_t first = *std::min_element(next_time_.begin(), next_time_.end());
     const auto due = std::find_if(next_time_.begin(), next_time_.end(),
                                   [first](uint64_t time) { return time - first <= kMillisecondsLost; });
     return static_cast<uint32_t>(due - next_time_.begin()) + 1;
 }
 
-uint64_t OpenAvi::read_all(ReadOrder order, std::vector<uint8_t> &buffer, const Seen &seen) {
-    check(AVI_SPLITER_Reset(handle_), "Reset");
-    next_time_.assign(types_.size(), 0);
+uint64_t OpenFile::read_all(ReadOrder order, std::vector<uint8_t> &buffer, const Seen &seen) {
+    check(api_.reset(handle_), "Reset");
+    next_time_.assign(tracks_.size(), 0);
     uint64_t frames = 0;
     if (order == ReadOrder::TrackByTrack) {
         for (uint32_t track = 1; track <= track_count(); ++track) {

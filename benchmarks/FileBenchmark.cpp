@@ -1,6 +1,6 @@
-// Reading every frame of a 1 GB AVI file on disk, warm in the page cache: CPU seconds, user and system, of
+// Reading every frame of a 1 GB file on disk, warm in the page cache: CPU seconds, user and system, of
 // whole processes. The splitter is measured against a plain read of the file in blocks of 64 KB and against
-// GStreamer's avidemux.
+// GStreamer's demuxer.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,8 +14,9 @@
 
 #include "support/ChildProcess.h"
 #include "support/FileStream.h"
+#include "support/LargeAsf.h"
 #include "support/LargeAvi.h"
-#include "support/OpenAvi.h"
+#include "support/OpenFile.h"
 
 namespace {
 
@@ -34,16 +35,24 @@ int read_plainly(const std::string &path) {
     return got == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
+bool is_asf(const std::string &path) {
+    return path.ends_with(".asf");
+}
+
 int read_frames(const std::string &path, bool buffered) {
     FileStream stream(path, buffered);
     std::vector<uint8_t> frame(size_t{256} << 10);
-    return OpenAvi(stream.record()).read_all(ReadOrder::InTime, frame) > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    const quorv::test::SplitterApi &api =
+        is_asf(path) ? quorv::test::kAsfSplitter : quorv::test::kAviSplitter;
+    return OpenFile(stream.record(), api).read_all(ReadOrder::InTime, frame) > 0 ? EXIT_SUCCESS
+                                                                                 : EXIT_FAILURE;
 }
 
 std::vector<std::string> peer_command(const std::string &path, Sound sound) {
     // No queues: one thread does all the work, and none is spent on handing over.
-    std::vector<std::string> words{"gst-launch-1.0", "-q",        "filesrc", "location=" + path, "!",
-                                   "avidemux",       "name=demux"};
+    std::vector<std::string> words{"gst-launch-1.0",   "-q", "filesrc",
+                                   "location=" + path, "!",  is_asf(path) ? "asfdemux" : "avidemux",
+                                   "name=demux"};
     for (int i = 0; i < (sound == Sound::None ? 1 : 2); ++i)
         words.insert(words.end(), {"demux.", "!", "fakesink", "async=false", "sync=false"});
     return words;
@@ -84,22 +93,23 @@ void measure(std::vector<Contender> &contenders) {
     }
 }
 
-void write_avi(const std::string &path, uint32_t frame_kilobytes, Sound sound, uint64_t total) {
-    const LargeAvi avi = make_large_avi(frame_kilobytes << 10, sound, total);
+void write_file(const std::string &path, const LargeFile &large) {
     std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char *>(avi.bytes.data()),
-               static_cast<std::streamsize>(avi.bytes.size()));
+    file.write(reinterpret_cast<const char *>(large.bytes.data()),
+               static_cast<std::streamsize>(large.bytes.size()));
     if (!file.flush()) {
         std::cerr << path << ": cannot be written\n";
         exit(EXIT_FAILURE);
     }
 }
 
-void measure_file(const std::string &self, const std::filesystem::path &folder, uint32_t frame_kilobytes,
-                  Sound sound) {
-    const std::string large = folder / "large.avi", tiny = folder / "tiny.avi";
-    write_avi(large, frame_kilobytes, sound, kGigabyte);
-    write_avi(tiny, frame_kilobytes, sound, uint64_t{4} * 1024 * frame_kilobytes);
+// `make` makes a file of so many bytes.
+void measure_file(const std::string &self, const std::filesystem::path &folder, const std::string &format,
+                  uint32_t frame_kilobytes, Sound sound, const std::function<LargeFile(uint64_t)> &make) {
+    const std::string extension = sound == Sound::Wma || format != "AVI" ? ".asf" : ".avi";
+    const std::string large = folder / ("large" + extension), tiny = folder / ("tiny" + extension);
+    write_file(large, make(kGigabyte));
+    write_file(tiny, make(uint64_t{4} * 1024 * frame_kilobytes));
     // What is not written to the disk yet must not be written during the measurement.
     sync();
     read_plainly(large);
@@ -112,7 +122,7 @@ void measure_file(const std::string &self, const std::filesystem::path &folder, 
     contenders.push_back({peer_command(tiny, sound)});
     measure(contenders);
 
-    printf("| %u KB | %s |", frame_kilobytes, tracks_text(sound));
+    printf("| %s | %u KB | %s |", format.c_str(), frame_kilobytes, tracks_text(sound));
     for (const Who which : {Plain, Buffered, Pread, Peer})
         printf(" %.3f |", median(contenders, [which](const Times &t) { return t[which]; }));
     for (const Who which : {Buffered, Pread})
@@ -126,10 +136,11 @@ void measure_file(const std::string &self, const std::filesystem::path &folder, 
 }  // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app("CPU time of reading 1 GB AVI files from disk");
+    CLI::App app("CPU time of reading 1 GB files from disk");
     std::vector<uint32_t> sizes{4, 64, 256};
     std::string role, path;
-    app.add_option("--sizes", sizes, "video frames, in kilobytes of 1024")->check(CLI::Range(1, 256));
+    app.add_option("--sizes", sizes, "video frames of the AVI files, in kilobytes of 1024")
+        ->check(CLI::Range(1, 256));
     app.add_option("--role", role, "be one of the measured processes, for this file")
         ->check(CLI::IsMember({"plain", "pread", "buffered"}));
     app.add_option("folder", path, "where the files are made; they stay there")->required();
@@ -137,12 +148,23 @@ int main(int argc, char **argv) {
     if (!role.empty()) return role == "plain" ? read_plainly(path) : read_frames(path, role == "buffered");
 
     puts(
-        "| video frame | tracks | plain read, s | buffered, s | pread, s | avidemux, s | buffered / plain "
-        "| pread / plain | avidemux / buffered | without its start |\n"
-        "| ---: | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |");
-    for (const uint32_t frame_kilobytes : sizes) {
+        "| format | video frame | tracks | plain read, s | buffered, s | pread, s | peer, s | buffered / "
+        "plain "
+        "| pread / plain | peer / buffered | without its start |\n"
+        "| --- | ---: | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |");
+    const std::string self = std::filesystem::canonical("/proc/self/exe");
+    for (const uint32_t kilobytes : sizes) {
         for (const Sound sound : {Sound::None, Sound::Mp3, Sound::Pcm})
-            measure_file(std::filesystem::canonical("/proc/self/exe"), path, frame_kilobytes, sound);
+            measure_file(self, path, "AVI", kilobytes, sound,
+                         [=](uint64_t total) { return make_large_avi(kilobytes << 10, sound, total); });
+    }
+    for (const AsfShape &shape : kAsfShapes) {
+        for (const Sound sound : {Sound::None, Sound::Wma})
+            measure_file(self, path, shape.name, shape.frame_kilobytes, sound,
+                         [&shape, sound](uint64_t total) {
+                             return make_large_asf(shape.packet_bytes, shape.frame_kilobytes << 10,
+                                                   sound != Sound::None, total);
+                         });
     }
     return 0;
 }
