@@ -1,0 +1,239 @@
+/*
+ * MP3 decoder: MPEG audio Layers I, II and III to 16-bit PCM.
+ *
+ * Decodes MPEG-1 (ISO/IEC 11172-3), MPEG-2 low sampling frequencies (ISO/IEC 13818-3) and MPEG-2.5, every bit
+ * rate and free format, one and two channels, joint and intensity stereo. All arithmetic is in integers, so
+ * the same stream gives the same samples on every machine.
+ *
+ * The caller feeds pieces of any size and collects samples in pieces of any size. A decoder holds about
+ * 40 KB, shares nothing with other decoders and belongs to one thread at a time. It allocates when it is
+ * made, when the first Layer III frame comes and when a piece of input is too short for a frame.
+ */
+#ifndef QUORV_MP3_DECODER_H
+#define QUORV_MP3_DECODER_H
+
+#include <quorv/export.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Results of QU_MP3_decoder_read and QU_MP3_player_read; -1 stands for a null argument. */
+enum {
+    QU_MP3_OK = 0, /* the output is full, or every decoded sample was delivered */
+    QU_MP3_NEED_INPUT =
+        1, /* all usable input was consumed: call again with more, or with 0 bytes at the end */
+    QU_MP3_OUTPUT_FULL = 2, /* the output is full and decoded samples wait: call again with a new output */
+    QU_MP3_ERROR = 3        /* the copy of the input could not grow; only a reset or close helps */
+};
+
+/*
+ * Why the last frame failed, from QU_MP3_decoder_error. Codes below 256 ask for more input; the others say
+ * that the frame was bad and was skipped.
+ */
+enum {
+    MP3_ERR_NEED_INPUT = 1, /* the input ends within a frame or the 8 bytes behind it */
+    MP3_ERR_NO_INPUT = 2,   /* there was no input yet */
+    MP3_ERR_NO_MEMORY = 49, /* an allocation failed */
+    MP3_ERR_SYNC = 257,     /* no frame where one was expected, a reserved version, or no free-format rate */
+    MP3_ERR_LAYER = 258,    /* reserved layer */
+    MP3_ERR_BITRATE = 259,  /* bit rate index 15 */
+    MP3_ERR_SAMPLE_RATE = 260, /* reserved sample rate */
+    MP3_ERR_CRC = 513,         /* the check word does not match */
+    MP3_ERR_LAYER2_MODE = 546, /* Layer II: one channel above 192 kbit/s */
+    MP3_ERR_SIDE_INFO = 561,   /* the frame is too short for its own tables or samples */
+    MP3_ERR_BIG_VALUES = 562,  /* more than 288 pairs of big values */
+    MP3_ERR_BLOCK_TYPE = 563,  /* window switching to the normal window */
+    MP3_ERR_SCFSI = 564,       /* short blocks that share scale factors with the granule before */
+    MP3_ERR_RESERVOIR = 565,   /* the frame needs bytes of earlier frames that were not seen */
+    MP3_ERR_HUFFMAN = 568 /* the coded spectrum does not fit its length or uses a table that is not there */
+};
+
+/* A piece of input or output. */
+typedef struct QuMp3Buffer {
+    void *data;      /* the caller's memory, of any alignment; input is never written */
+    uint32_t length; /* bytes */
+    uint32_t result; /* out: bytes consumed (input) or produced (output) */
+} QuMp3Buffer;
+
+/* What a decoder is made for; null takes 2, 3 and an unknown rate. */
+typedef struct QuMp3Config {
+    uint32_t frame_value;     /* largest number of channels; kept, no stream is refused for it */
+    uint32_t synthesis_value; /* highest layer; kept, no stream is refused for it */
+    uint32_t sample_rate; /* of the stream in Hz, 0 when unknown; the output rate is seen relative to it */
+} QuMp3Config;
+
+/* What comes out; null keeps the stream's own rate and channels. */
+typedef struct QuMp3OutputRequest {
+    uint32_t channel_mode; /* 1 one channel (two are mixed), 2 two channels (one is doubled), else the
+                              stream's own */
+    uint32_t sample_rate;  /* wanted in Hz; rates above the stream's, and 0, keep the stream's */
+} QuMp3OutputRequest;
+
+/* What a whole stream is. */
+typedef struct QuMp3Info {
+    uint32_t layer;       /* 1 to 3 */
+    uint32_t channels;    /* 1 or 2 */
+    uint32_t version;     /* 0 MPEG-1, 1 MPEG-2, 2 MPEG-2.5 */
+    uint32_t bitrate;     /* kbit/s: the highest in the low 16 bits, the lowest in the high 16 bits */
+    uint32_t sample_rate; /* Hz */
+    uint32_t duration;    /* milliseconds; the largest value when it does not fit */
+    uint32_t frame_count;
+} QuMp3Info;
+
+/* The short form of QuMp3Info. */
+typedef struct QuMp3Summary {
+    uint32_t layer;
+    uint32_t bitrate;
+    uint32_t sample_rate;
+    uint32_t channels_minus_one;
+} QuMp3Summary;
+
+/* Bits of Mp3FrameHeader.flags. */
+enum {
+    MP3_FLAG_CRC = 0x0010, /* a check word follows the header */
+    MP3_FLAG_COPYRIGHT = 0x0020,
+    MP3_FLAG_ORIGINAL = 0x0040,
+    MP3_FLAG_PADDING = 0x0080,
+    MP3_FLAG_LAYER2_JOINT = 0x0100, /* set by the Layer II decoder in joint stereo frames */
+    MP3_FLAG_FREE_FORMAT = 0x0400,
+    MP3_FLAG_LOW_SAMPLING_RATE = 0x1000, /* MPEG-2 or MPEG-2.5 */
+    MP3_FLAG_MPEG25 = 0x4000
+};
+
+/* The header of one frame (ISO/IEC 11172-3, 2.4.1.3). */
+typedef struct Mp3FrameHeader {
+    uint8_t layer;              /* 1 to 3 */
+    uint8_t channel_code;       /* 3 stereo, 2 joint stereo, 1 dual channel, 0 single channel */
+    uint32_t mode_extension;    /* the field of 2 bits */
+    uint32_t emphasis;          /* the field of 2 bits */
+    uint32_t bitrate;           /* kbit/s; of free format, as measured */
+    uint32_t bitrate_index;     /* the field of 4 bits */
+    uint32_t sample_rate;       /* Hz */
+    uint32_t sample_rate_index; /* the field of 2 bits, 0 to 2 */
+    uint16_t computed_crc;      /* CRC-16 of the header's last 16 bits when a check word follows */
+    uint16_t stored_crc;        /* the check word */
+    uint32_t flags;             /* MP3_FLAG_... */
+    uint32_t private_bits; /* 0x100 the header's private bit; the low bits those of the side information */
+    const uint16_t *scale_factor_bands; /* the sample rate's 23 long and 14 short band boundaries */
+    uint32_t options;                   /* bit 0: check words are not compared */
+} Mp3FrameHeader;
+
+typedef void *QuMp3Decoder;
+typedef void *QuMp3Player;
+
+/*
+ * Makes a decoder; null when memory is short.
+ *
+ * config   what is known of the stream, or null
+ * request  what shall come out, or null
+ *
+ * The rate ratio is (stream rate * 128 + output rate / 2) / output rate in 1/128 units, from 128 (no change)
+ * to 65535. With a ratio of 256 and above the upper 16 of the 32 subbands are not synthesised; any ratio but
+ * 128 and 256 interpolates linearly. Without a stream rate the ratio is 128.
+ */
+QUORV_API QuMp3Decoder QU_MP3_decoder_init(const QuMp3Config *config, const QuMp3OutputRequest *request);
+
+/*
+ * Forgets buffered input, decoded samples, the bit reservoir and the state of the filters: what follows is
+ * decoded as by a new decoder. 0, or -1 for null.
+ */
+QUORV_API int32_t QU_MP3_decoder_reset(QuMp3Decoder decoder);
+
+/* Frees a decoder; null is ignored. */
+QUORV_API void QU_MP3_decoder_close(QuMp3Decoder decoder);
+
+/*
+ * Decodes as much of the input as the output takes.
+ *
+ * input   the next bytes of the stream; result: bytes that need not be presented again. length 0 is the end
+ * of the stream and brings out the last frame output  room for samples of 16 bits in little-endian order,
+ * left and right in turn; result: bytes written, always whole samples (of all channels)
+ *
+ * Returns QU_MP3_OK, QU_MP3_NEED_INPUT, QU_MP3_OUTPUT_FULL, QU_MP3_ERROR, or -1 for a null argument. Bad
+ * frames are skipped without output; frames whose reservoir lies before the start of the stream, too.
+ */
+QUORV_API int32_t QU_MP3_decoder_read(QuMp3Decoder decoder, QuMp3Buffer *input, QuMp3Buffer *output);
+
+/* The code of the last failure (MP3_ERR_...), 0 before the first; -1 for null. */
+QUORV_API int32_t QU_MP3_decoder_error(QuMp3Decoder decoder);
+
+/*
+ * Switches the equaliser from the next frame on.
+ *
+ * enable  0 off: the output is what it is without an equaliser; else on
+ * value   the preset: 0 flat, 1 bass boost, 2 bass cut, 3 treble boost, 4 treble cut, 5 speech, 6 loudness,
+ *         7 small speaker; any other value is flat. Presets boost by 6 dB at most; peaks saturate.
+ *
+ * 0, or -1 for null.
+ */
+QUORV_API int32_t QU_MP3_decoder_EQ_enabled(uint32_t enable, uint32_t value, QuMp3Decoder decoder);
+
+/*
+ * About one frame of the described stream plus 9 bytes: ((sample rate + samples * bitrate * 2000) / sample
+ * rate) / 16 + 9 with the highest bit rate in kbit/s and 384, 576 or 1152 samples a frame. 0 for a sample
+ * rate of 0, -1 for null.
+ */
+QUORV_API int32_t QU_MP3_min_input_buffer_size(const QuMp3Info *info);
+
+/* The same for one frame, from 32 to 1464; 1464 for a sample rate of 0, -1 for null. */
+QUORV_API int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *header);
+
+/*
+ * Scans a stream for its format, frames and duration.
+ *
+ * stream  an MStream of quorv/platform/stream.h; its position is the same afterwards
+ * info    out
+ * frames  0 reads the whole stream; else as many frames are read and the rest is estimated from its size
+ *
+ * An ID3v2 tag at the start is passed over. When the format changes, the frames after the last change count.
+ * 0, or -1 for null, a failing stream, a stream without frames or no memory.
+ */
+QUORV_API int32_t QU_MP3_info_get(void *stream, QuMp3Info *info, uint32_t frames);
+
+/* QU_MP3_info_get of the whole stream; each of the outputs may be null. 0 or -1. */
+QUORV_API int32_t QU_MP3_get_info(void *stream, uint32_t *duration, uint32_t *frame_count,
+                                  QuMp3Summary *summary);
+
+/* Decodes input_stream from its position to its end as samples of 16 bits into output_stream. 0 or -1. */
+QUORV_API int32_t QU_MP3_decode_file(void *input_stream, void *output_stream);
+
+/* The same with a decoder of the caller's, which is reset first and stays open. 0 or -1. */
+QUORV_API int32_t QU_MP3_decoder_file(QuMp3Decoder decoder, void *input_stream, void *output_stream);
+
+/*
+ * Makes a player: a decoder with an input buffer of input_size bytes.
+ *
+ * value  the channel mode of the output as in QuMp3OutputRequest
+ *
+ * Null when memory is short or input_size is 0.
+ */
+QUORV_API QuMp3Player QU_MP3_player_init(uint32_t value, uint32_t input_size);
+
+/*
+ * Takes input into the player's buffer. length 0 is the end of the stream. Returns the bytes taken, which may
+ * be fewer than length, or -1 for null.
+ */
+QUORV_API int32_t QU_MP3_player_input(QuMp3Player player, const void *data, uint32_t length);
+
+/* Records where the next read puts its samples; length in bytes. 0, or -1 for null. */
+QUORV_API int32_t QU_MP3_player_read_append(QuMp3Player player, void *output, uint32_t length);
+
+/* Decodes into the recorded output; *produced is in bytes. Results as QU_MP3_decoder_read. */
+QUORV_API int32_t QU_MP3_player_read(QuMp3Player player, uint32_t *produced);
+
+/*
+ * The delivery stage of a decoder: moves decoded samples into the output that the last read recorded. 0, 16
+ * when the output is full and samples are left, -1 for null.
+ */
+QUORV_API int32_t QU_MP3_player_output(QuMp3Decoder decoder);
+
+/* Frees a player; null is ignored. */
+QUORV_API void QU_MP3_player_close(QuMp3Player player);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
