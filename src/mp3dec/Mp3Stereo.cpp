@@ -61,28 +61,39 @@ void do_band(const Joint &joint, Lines lines, bool intensity, uint32_t position,
         sum_and_difference(joint, lines);
 }
 
-// The last band has the position of the one before it.
-uint32_t band_of_position(uint32_t band, uint32_t bands) {
-    return band + 1 < bands ? band : band - 1;
+// The intensity position of a band behind the last one that is not zero. The last band of all has none of its
+// own: it goes by the band before it where that one is intensity coded, else to the middle.
+uint32_t position_of(const Joint &joint, uint32_t band, uint32_t bands, int32_t last,
+                     const uint8_t *positions, uint32_t stride) {
+    if (band + 1 < bands) return positions[band * stride];
+    if (last < static_cast<int32_t>(band) - 1) return positions[(band - 1) * stride];
+    return joint.low_rate ? 0 : 3;
+}
+
+// The smallest position that means "no intensity stereo" there.
+uint32_t illegal_of(uint32_t band, uint32_t bands, int32_t last, const uint8_t *illegal) {
+    if (band + 1 < bands) return illegal[band];
+    constexpr uint32_t kNone = 0xFF;
+    return last < static_cast<int32_t>(band) - 1 ? illegal[band - 1] : kNone;
 }
 
 void do_long_bands(const Joint &joint, const uint16_t *boundaries, uint32_t bands, int32_t last,
                    const Mp3ScaleFactors &factors) {
     for (uint32_t band = 0; band < bands; ++band) {
-        const uint32_t from = band_of_position(band, kMp3LongBands);
         do_band(joint, {boundaries[band], boundaries[band + 1], 1}, static_cast<int32_t>(band) > last,
-                factors.long_bands[from], factors.long_illegal[from]);
+                position_of(joint, band, kMp3LongBands, last, factors.long_bands, 1),
+                illegal_of(band, kMp3LongBands, last, factors.long_illegal));
     }
 }
 
 void do_short_bands(const Joint &joint, const uint16_t *boundaries, uint32_t first, const int32_t last[3],
                     const Mp3ScaleFactors &factors) {
     for (uint32_t band = first; band < kMp3ShortBands; ++band) {
-        const uint32_t from = band_of_position(band, kMp3ShortBands);
         for (uint32_t w = 0; w < 3; ++w)
             do_band(joint, {3u * boundaries[band] + w, 3u * boundaries[band + 1] + w, 3},
-                    static_cast<int32_t>(band) > last[w], factors.short_bands[from][w],
-                    factors.short_illegal[from]);
+                    static_cast<int32_t>(band) > last[w],
+                    position_of(joint, band, kMp3ShortBands, last[w], &factors.short_bands[0][w], 3),
+                    illegal_of(band, kMp3ShortBands, last[w], factors.short_illegal));
     }
 }
 
