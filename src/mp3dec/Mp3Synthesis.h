@@ -31,6 +31,10 @@ struct Mp3Frame;
 // rate in 1/128 units; from 256 on the synthesis runs at half rate. 0 or -1.
 int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t highest_layer, uint32_t ratio);
 
+// Synthesises the first `slots` time slots of all channels, an even number, from the subband samples in the
+// frame's working stores into the PCM store. The subband samples are changed.
+void mp3_subsynth(Mp3Frame *frame, uint32_t slots, Mp3Synthesis *synthesis);
+
 // Synthesises a Layer I or II frame, whose decoder leaves subband samples only, into the PCM store.
 void synth_frame(Mp3Frame *frame, Mp3Synthesis *synthesis);
 
