@@ -5,6 +5,7 @@
 #include <quorv/platform/memory.h>
 
 #include "mp3dec/CosineTransforms.h"
+#include "mp3dec/Lanes.h"
 
 namespace quorv {
 
@@ -62,65 +63,91 @@ void imdct12(const Lanes *x, const int32_t *window, Lanes *overlap, Lanes *outpu
     }
 }
 
-// Subbands without lines only give out what the granule before left.
-void drain_overlap(Mp3Stores *stores, uint32_t channel, uint32_t first, uint32_t slot) {
-    constexpr size_t kBytes = kLines * sizeof(int32_t);
-    for (uint32_t sb = first; sb < kMp3Subbands; ++sb) {
-        int32_t *const output = &stores->samples[channel][sb][slot];
-        if (sb < stores->overlap_subbands[channel]) {
-            MMemCpy(output, stores->overlap[channel][sb], kBytes);
-            MMemSet(stores->overlap[channel][sb], 0, kBytes);
-        } else {
-            MMemSet(output, 0, kBytes);
-        }
+void imdct(Lanes x[kLines], uint32_t block_type, Lanes overlap[kLines], Lanes output[kLines]) {
+    if (block_type == kMp3ShortBlocks)
+        imdct12(x, imdctWindow[block_type], overlap, output);
+    else
+        imdct36(x, imdctWindow[block_type], overlap, output);
+}
+
+// The two lowest subbands of a mixed block have the normal window.
+void imdct_mixed(const Lanes x[kLines], uint32_t block_type, uint32_t group, Lanes overlap[kLines],
+                 Lanes output[kLines]) {
+    Lanes lines[kLines], normal_overlap[kLines], normal_output[kLines];
+    for (uint32_t i = 0; i < kLines; ++i) {
+        lines[i] = x[i];
+        normal_overlap[i] = overlap[i];
+    }
+    imdct(lines, 0, normal_overlap, normal_output);
+    for (uint32_t i = 0; i < kLines; ++i)
+        lines[i] = x[i];
+    imdct(lines, block_type, overlap, output);
+    for (uint32_t i = 0; i < kLines; ++i) {
+        overlap[i] = first_two(normal_overlap[i], overlap[i], group);
+        output[i] = first_two(normal_output[i], output[i], group);
     }
 }
 
-// Every second sample of every second subband changes its sign.
-void invert_frequency(Mp3Stores *stores, uint32_t channel, uint32_t subbands, uint32_t slot) {
-    for (uint32_t sb = 1; sb < subbands; sb += 2) {
-        int32_t *const output = &stores->samples[channel][sb][slot];
-        for (uint32_t i = 1; i < kLines; i += 2)
-            output[i] = wrap_sub(0, output[i]);
+// One group of subbands.
+void transform_group(Mp3Stores *stores, uint32_t channel, uint32_t group, const Mp3Granule &granule,
+                     uint32_t slot) {
+    const uint32_t subband = group * Lanes::kCount;
+    int32_t(*const overlap)[Lanes::kCount] = stores->overlap[channel][group];
+    Lanes x[kLines], kept[kLines], output[kLines];
+    load_columns<kLines>(stores->spectrum[channel] + subband * kLines, kLines, x);
+    for (uint32_t i = 0; i < kLines; ++i)
+        kept[i] = load_lanes(x, overlap[i]);
+    if (mp3_is_mixed(granule) && subband < 2)
+        imdct_mixed(x, granule.block_type, group, kept, output);
+    else
+        imdct(x, granule.block_type, kept, output);
+    // Frequency inversion: every second sample of every second subband.
+    for (uint32_t i = 1; i < kLines; i += 2)
+        output[i] = negate_odd(output[i], subband);
+    store_columns<kLines>(output, &stores->samples[channel][subband][slot], kMp3MaxSlots);
+    for (uint32_t i = 0; i < kLines; ++i)
+        store_lanes(overlap[i], kept[i]);
+}
+
+// Groups without lines only give out what the granule before left.
+void drain_group(Mp3Stores *stores, uint32_t channel, uint32_t group, uint32_t slot) {
+    const uint32_t subband = group * Lanes::kCount;
+    Lanes output[kLines];
+    for (uint32_t i = 0; i < kLines; ++i) {
+        output[i] = load_lanes(output, stores->overlap[channel][group][i]);
+        if (i % 2 != 0) output[i] = negate_odd(output[i], subband);
     }
+    store_columns<kLines>(output, &stores->samples[channel][subband][slot], kMp3MaxSlots);
+    MMemSet(stores->overlap[channel][group], 0, sizeof stores->overlap[channel][group]);
+}
+
+void clear_subbands(Mp3Stores *stores, uint32_t channel, uint32_t first, uint32_t slot) {
+    for (uint32_t sb = first; sb < kMp3Subbands; ++sb)
+        MMemSet(&stores->samples[channel][sb][slot], 0, kLines * sizeof(int32_t));
 }
 
 }  // namespace
 
-void mp3_imdct_subband(const int32_t *lines, uint32_t block_type, int32_t *overlap, int32_t *output) {
-    Lane1 x[kLines], kept[kLines], out[kLines];
-    MMemCpy(x, lines, sizeof x);
-    MMemCpy(kept, overlap, sizeof kept);
-    if (block_type == kMp3ShortBlocks)
-        imdct12(x, imdctWindow[block_type], kept, out);
-    else
-        imdct36(x, imdctWindow[block_type], kept, out);
-    MMemCpy(output, out, sizeof out);
-    MMemCpy(overlap, kept, sizeof kept);
-}
-
 void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, uint32_t count,
                uint32_t slot) {
-    int32_t *const spectrum = stores->spectrum[channel];
-    const bool mixed = mp3_is_mixed(granule);
     uint32_t subbands = (count + kLines - 1) / kLines;
-    if (!mp3_is_short(granule) || mixed) {
-        // The lowest edge above the lines spreads them into one more subband.
-        const uint32_t edges = subbands < kMp3Subbands ? subbands : kMp3Subbands - 1;
-        const uint32_t done = mp3_is_short(granule) && edges > 1 ? 1 : edges;
-        reduce_alias(spectrum, done);
-        if (subbands < done + 1 && done > 0) subbands = done + 1;
+    const bool is_short = mp3_is_short(granule);
+    if (subbands > 0 && (!is_short || mp3_is_mixed(granule))) {
+        // The edge above the highest lines spreads them into one more subband.
+        uint32_t edges = subbands < kMp3Subbands ? subbands : kMp3Subbands - 1;
+        if (is_short) edges = 1;
+        reduce_alias(stores->spectrum[channel], edges);
+        if (subbands <= edges) subbands = edges + 1;
     }
-    for (uint32_t sb = 0; sb < subbands; ++sb) {
-        const uint32_t block_type = mixed && sb < 2 ? 0 : granule.block_type;
-        mp3_imdct_subband(spectrum + sb * kLines, block_type, stores->overlap[channel][sb],
-                          &stores->samples[channel][sb][slot]);
-    }
-    drain_overlap(stores, channel, subbands, slot);
+    const uint32_t groups = (subbands + Lanes::kCount - 1) / Lanes::kCount;
+    for (uint32_t group = 0; group < groups; ++group)
+        transform_group(stores, channel, group, granule, slot);
+    for (uint32_t group = groups; group < stores->overlap_groups[channel]; ++group)
+        drain_group(stores, channel, group, slot);
     const uint32_t sounding =
-        subbands > stores->overlap_subbands[channel] ? subbands : stores->overlap_subbands[channel];
-    invert_frequency(stores, channel, sounding, slot);
-    stores->overlap_subbands[channel] = subbands;
+        groups > stores->overlap_groups[channel] ? groups : stores->overlap_groups[channel];
+    clear_subbands(stores, channel, sounding * Lanes::kCount, slot);
+    stores->overlap_groups[channel] = groups;
 }
 
 }  // namespace quorv

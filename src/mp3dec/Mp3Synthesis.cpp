@@ -5,6 +5,7 @@
 #include <quorv/platform/memory.h>
 
 #include "mp3dec/CosineTransforms.h"
+#include "mp3dec/Lanes.h"
 #include "mp3dec/Mp3Frame.h"
 #include "mp3dec/Mp3FrameHeader.h"
 #include "mp3dec/Mp3Stores.h"
@@ -30,14 +31,16 @@ void drop_upper_subbands(int32_t (*samples)[kMp3MaxSlots]) {
 }
 
 void transform(const int32_t (*samples)[kMp3MaxSlots], uint32_t slots, Mp3WindowHistory *history) {
-    for (uint32_t slot = 0; slot < slots; ++slot) {
-        Lane1 x[kMp3Subbands];
+    for (uint32_t slot = 0; slot < slots; slot += Lanes::kCount) {
+        Lanes x[kMp3Subbands];
         for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
-            x[sb].value = samples[sb][slot];
+            x[sb] = load_lanes(x, &samples[sb][slot]);
         dct2<kMp3Subbands>(x);
-        int32_t t[kMp3Subbands];
-        MMemCpy(t, x, sizeof t);
-        window_enter(history, slot, t);
+        int32_t t[Lanes::kCount][kMp3Subbands];
+        store_columns<kMp3Subbands>(x, t[0], kMp3Subbands);
+        // The lanes behind the last slot hold nothing of meaning.
+        for (uint32_t i = 0; i < Lanes::kCount && slot + i < slots; ++i)
+            window_enter(history, slot + i, t[i]);
     }
 }
 

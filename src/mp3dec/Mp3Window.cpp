@@ -9,6 +9,8 @@
 
 namespace quorv {
 
+#if !defined(__SSE2__)
+
 namespace {
 
 constexpr int kOutputShift = kSampleBits + 16 - 15;  // samples and window to 16-bit PCM
@@ -49,6 +51,8 @@ void window_sum(const Mp3WindowHistory &history, uint32_t slot, int16_t output[k
         output[31 - j] = to_pcm(sum_of_pairs(newest, j + 1, synthesisWindow[1][j]));
     }
 }
+
+#endif
 
 void window_advance(Mp3WindowHistory *history, uint32_t slots) {
     for (auto &parity : history->slots)

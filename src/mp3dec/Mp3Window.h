@@ -25,7 +25,12 @@ inline constexpr uint32_t kMp3PastSlots = kMp3WindowPairs - 1;
 
 // [j][A, B] for j from 0 to 16.
 struct Mp3WindowSlot {
+#if defined(__SSE2__)
+    int16_t high[20][2];  // in two parts, and padding
+    int16_t low[20][2];
+#else
     int32_t pairs[17][2];
+#endif
 };
 
 struct Mp3WindowHistory {

@@ -164,6 +164,20 @@ def transform_tables():
         "// cs and ca in turn, in units of 2^-31.\n" + array("int32_t", "mp3dec_csa", csa, (8, 2))])
 
 
+def sixteen_bit_taps(columns):
+    narrow, wide = [], []
+    for p in range(8):
+        for tap in (tap for column in columns for tap in column[p]):
+            quotient = (tap + 2) // 4 if p in (3, 4) else 0
+            narrow.append(tap - 4 * quotient)
+            if p in (3, 4):
+                wide.append(quotient)
+    assert all(-2 ** 15 <= tap < 2 ** 15 for tap in narrow + wide)
+    text = [line for values, size in ((narrow, (8, 4, 2)), (wide, (2, 4, 2)))
+            for line in ["    {", *rows(values, size), "    },"]]
+    return "\n".join(["    {", *text, "    },"])
+
+
 def synthesis_tables():
     half = [int(w) for w in WINDOW.split()]
     assert len(half) == 257
@@ -177,6 +191,12 @@ def synthesis_tables():
     return ("Window of the polyphase synthesis.", [
         "// [upper: output j, or lower: output 31 - j][j][pair p][tap of A, tap of B], in units of 2^-16.\n" +
         array("int32_t", "synthesisWindow", taps, (2, 16, 8, 2)),
+        "// The same for 16-bit products, four columns side by side: a tap is 4 wide + narrow in pairs 3 and 4, and all "
+        "narrow\n// in the others.\n"
+        "struct alignas(16) SynthesisTaps {\n    int16_t narrow[8][4][2];\n    int16_t wide[2][4][2];\n};\n",
+        "inline constexpr SynthesisTaps synthesisTaps[2][4] = {\n" +
+        "\n".join("    {\n" + "\n".join(sixteen_bit_taps(half[4 * g:4 * g + 4]) for g in range(4)) + "\n    },"
+                  for half in (upper, lower)) + "\n};\n",
         "// Gain presets of the equaliser by subband, in units of 2^-28: " + ", ".join(n for n, _ in EQUALIZER) + ".\n" +
         array("int32_t", "equalizerGain", [fixed(10 ** ((gains + gains[-1:] * 32)[sb] / 20), 28)
                                            for _, gains in EQUALIZER for sb in range(32)], (len(EQUALIZER), 32))])
