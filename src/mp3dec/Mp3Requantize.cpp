@@ -35,7 +35,7 @@ uint32_t power43(uint32_t magnitude, int *bits) {
     const uint32_t eighth = (magnitude + 4) / 8;
     const int32_t t = static_cast<int32_t>(magnitude) - static_cast<int32_t>(8 * eighth);
     const int32_t *const at = &mp3dec_pow43[eighth];
-    const int32_t slope = at[1] - at[-1], bend = at[1] - 2 * at[0] + at[-1];
+    const int32_t slope = at[1] - at[-1], bend = (at[1] - at[0]) - (at[0] - at[-1]);
     return static_cast<uint32_t>(at[0] + (t * (8 * slope + t * bend) + 64) / 128);
 }
 
