@@ -52,10 +52,13 @@ inline OffsetLanes with_offset(Lane4 a) {
 
 // The sums of products of the even and the odd lanes, rounded and shifted by 31, without the offset's part.
 inline Lane4 merge_products(__m128i even, __m128i odd, int32_t factors) {
-    const __m128i rounding = _mm_set1_epi64x(int64_t{1} << 30), low = _mm_set1_epi64x(0xFFFFFFFF);
+    const __m128i rounding = _mm_set1_epi64x(int64_t{1} << 30);
     even = _mm_srli_epi64(_mm_add_epi64(even, rounding), 31);
-    odd = _mm_slli_epi64(_mm_add_epi64(odd, rounding), 1);
-    const __m128i merged = _mm_or_si128(_mm_and_si128(low, even), _mm_andnot_si128(low, odd));
+    odd = _mm_srli_epi64(_mm_add_epi64(odd, rounding), 31);
+    // The low halves of both, then in turn; there is a shuffle of two operands for floats only.
+    const __m128 halves =
+        _mm_shuffle_ps(_mm_castsi128_ps(even), _mm_castsi128_ps(odd), _MM_SHUFFLE(2, 0, 2, 0));
+    const __m128i merged = _mm_shuffle_epi32(_mm_castps_si128(halves), _MM_SHUFFLE(3, 1, 2, 0));
     return {_mm_sub_epi32(merged, _mm_set1_epi32(factors))};
 }
 
