@@ -41,8 +41,7 @@ public:
             memcpy(&half, data_ + next, sizeof half);
             word = big_endian(half);
         } else {
-            for (size_t i = next; i < next_; ++i)
-                word = word << 8 | (i < size_ ? data_[i] : 0u);
+            word = bytes_at_end(data_, size_, next);
         }
         cache_ |= word << (kRefilled - bits_);
         bits_ += kRefilled;
@@ -80,6 +79,13 @@ private:
 #else
         return half;
 #endif
+    }
+
+    [[gnu::noinline]] static Word bytes_at_end(const uint8_t *data, size_t size, size_t next) {
+        Word word = 0;
+        for (size_t i = next; i < next + sizeof(Half); ++i)
+            word = word << 8 | (i < size ? data[i] : 0u);
+        return word;
     }
 
     uint32_t consumed_from_data() const {
