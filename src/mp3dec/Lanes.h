@@ -51,33 +51,66 @@ inline OffsetLanes with_offset(Lane4 a) {
 }
 
 // The sums of products of the even and the odd lanes, rounded and shifted by 31, without the offset's part.
-inline Lane4 merge_products(__m128i even, __m128i odd, int32_t factors) {
-    const __m128i rounding = _mm_set1_epi64x(int64_t{1} << 30), low = _mm_set1_epi64x(0xFFFFFFFF);
+inline Lane4 merge_products(__m128i even, __m128i odd, __m128i factors) {
+    const __m128i rounding = _mm_set1_epi64x(int64_t{1} << 30);
     even = _mm_srli_epi64(_mm_add_epi64(even, rounding), 31);
-    odd = _mm_slli_epi64(_mm_add_epi64(odd, rounding), 1);
-    const __m128i merged = _mm_or_si128(_mm_and_si128(low, even), _mm_andnot_si128(low, odd));
-    return {_mm_sub_epi32(merged, _mm_set1_epi32(factors))};
+    odd = _mm_srli_epi64(_mm_add_epi64(odd, rounding), 31);
+    // The low halves of both, then in turn; there is a shuffle of two operands for floats only.
+    const __m128 halves =
+        _mm_shuffle_ps(_mm_castsi128_ps(even), _mm_castsi128_ps(odd), _MM_SHUFFLE(2, 0, 2, 0));
+    const __m128i merged = _mm_shuffle_epi32(_mm_castps_si128(halves), _MM_SHUFFLE(3, 1, 2, 0));
+    return {_mm_sub_epi32(merged, factors)};
 }
 
 inline Lane4 mul(Lane4 a, int32_t factor) {
     const OffsetLanes x = with_offset(a);
     const __m128i f = _mm_set1_epi32(factor);
-    return merge_products(_mm_mul_epu32(x.even, f), _mm_mul_epu32(x.odd, f), factor);
+    return merge_products(_mm_mul_epu32(x.even, f), _mm_mul_epu32(x.odd, f), f);
+}
+
+// Factors for the even and for the odd lanes.
+struct LaneFactors {
+    __m128i even, odd, all;
+};
+
+inline LaneFactors factors_of(int32_t factor) {
+    const __m128i f = _mm_set1_epi32(factor);
+    return {f, f, f};
+}
+
+inline LaneFactors factors_of(Lane4 factors) {
+    return {factors.value, _mm_srli_epi64(factors.value, 32), factors.value};
+}
+
+inline Lane4 sum_of_products(const OffsetLanes &x, const LaneFactors &c, const OffsetLanes &y,
+                             const LaneFactors &s) {
+    return merge_products(_mm_add_epi64(_mm_mul_epu32(x.even, c.even), _mm_mul_epu32(y.even, s.even)),
+                          _mm_add_epi64(_mm_mul_epu32(x.odd, c.odd), _mm_mul_epu32(y.odd, s.odd)),
+                          _mm_add_epi32(c.all, s.all));
+}
+
+inline Lane4 difference_of_products(const OffsetLanes &x, const LaneFactors &c, const OffsetLanes &y,
+                                    const LaneFactors &s) {
+    return merge_products(_mm_sub_epi64(_mm_mul_epu32(x.even, c.even), _mm_mul_epu32(y.even, s.even)),
+                          _mm_sub_epi64(_mm_mul_epu32(x.odd, c.odd), _mm_mul_epu32(y.odd, s.odd)),
+                          _mm_sub_epi32(c.all, s.all));
 }
 
 inline Lane4 mul_sub(Lane4 a, int32_t c, Lane4 b, int32_t s) {
-    const OffsetLanes x = with_offset(a), y = with_offset(b);
-    const __m128i fc = _mm_set1_epi32(c), fs = _mm_set1_epi32(s);
-    return merge_products(_mm_sub_epi64(_mm_mul_epu32(x.even, fc), _mm_mul_epu32(y.even, fs)),
-                          _mm_sub_epi64(_mm_mul_epu32(x.odd, fc), _mm_mul_epu32(y.odd, fs)), wrap_sub(c, s));
+    return difference_of_products(with_offset(a), factors_of(c), with_offset(b), factors_of(s));
 }
 
-inline void rotate(Lane4 a, Lane4 b, int32_t c, int32_t s, Lane4 *p, Lane4 *q) {
+// The factors are numbers or lanes of them.
+template <class Factor>
+inline void rotate(Lane4 a, Lane4 b, Factor c, Factor s, Lane4 *p, Lane4 *q) {
     const OffsetLanes x = with_offset(a), y = with_offset(b);
-    const __m128i fc = _mm_set1_epi32(c), fs = _mm_set1_epi32(s);
-    *p = merge_products(_mm_add_epi64(_mm_mul_epu32(x.even, fc), _mm_mul_epu32(y.even, fs)),
-                        _mm_add_epi64(_mm_mul_epu32(x.odd, fc), _mm_mul_epu32(y.odd, fs)), wrap_add(c, s));
-    *q = mul_sub(a, s, b, c);
+    const LaneFactors fc = factors_of(c), fs = factors_of(s);
+    *p = sum_of_products(x, fc, y, fs);
+    *q = difference_of_products(x, fs, y, fc);
+}
+
+inline Lane4 reverse(Lane4 a) {
+    return {_mm_shuffle_epi32(a.value, _MM_SHUFFLE(0, 1, 2, 3))};
 }
 
 // Four rows of four become four columns.
@@ -148,6 +181,14 @@ inline Lane1 load_lanes(const Lane1 *, const int32_t *from) {
 
 inline void store_lanes(int32_t *to, Lane1 a) {
     *to = a.value;
+}
+
+inline Lane1 reverse(Lane1 a) {
+    return a;
+}
+
+inline void rotate(Lane1 a, Lane1 b, Lane1 c, Lane1 s, Lane1 *p, Lane1 *q) {
+    rotate(a, b, c.value, s.value, p, q);
 }
 
 inline Lane1 negate_odd(Lane1 a, uint32_t index) {

@@ -7,6 +7,8 @@
 
 #include <string.h>
 
+#include <type_traits>
+
 #include "mp3dec/Mp3BitReader.h"
 
 namespace quorv {
@@ -32,17 +34,16 @@ public:
     void refill() {
         if (bits_ > kRefilled) return;
         const size_t next = next_;
-        next_ += kRefilled / 8;
-        if (next + sizeof(Word) <= size_) {
-            Word word;
-            memcpy(&word, data_ + next, sizeof word);
-            cache_ |= big_endian(word) >> kRefilled << (kRefilled - bits_);
+        next_ += sizeof(Half);
+        Word word = 0;
+        if (next_ <= size_) {
+            Half half;
+            memcpy(&half, data_ + next, sizeof half);
+            word = big_endian(half);
         } else {
-            Word word = 0;
-            for (size_t i = next; i < next + kRefilled / 8; ++i)
-                word = word << 8 | (i < size_ ? data_[i] : 0u);
-            cache_ |= word << (kRefilled - bits_);
+            word = bytes_at_end(data_, size_, next);
         }
+        cache_ |= word << (kRefilled - bits_);
         bits_ += kRefilled;
     }
 
@@ -56,6 +57,10 @@ public:
         bits_ -= n;
     }
 
+    // The two halves of skip(), for a caller that knows the sum of several.
+    void shift(uint32_t n) { cache_ <<= n; }
+    void account(uint32_t n) { bits_ -= n; }
+
     // Consumes n bits, 0 to 16.
     uint32_t read(uint32_t n) {
         refill();
@@ -65,13 +70,22 @@ public:
     }
 
 private:
-    static Word big_endian(Word word) {
+    using Half = std::conditional_t<sizeof(Word) == 8, uint32_t, uint16_t>;
+
+    static Word big_endian(Half half) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-        return sizeof(Word) == 8 ? static_cast<Word>(__builtin_bswap64(word))
-                                 : static_cast<Word>(__builtin_bswap32(static_cast<uint32_t>(word)));
+        if constexpr (sizeof half == 4) return __builtin_bswap32(half);
+        return __builtin_bswap16(static_cast<uint16_t>(half));
 #else
-        return word;
+        return half;
 #endif
+    }
+
+    [[gnu::noinline]] static Word bytes_at_end(const uint8_t *data, size_t size, size_t next) {
+        Word word = 0;
+        for (size_t i = next; i < next + sizeof(Half); ++i)
+            word = word << 8 | (i < size ? data[i] : 0u);
+        return word;
     }
 
     uint32_t consumed_from_data() const {

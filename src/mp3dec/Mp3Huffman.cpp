@@ -22,8 +22,8 @@ constexpr uint8_t kNoCodes = 0;
 constexpr uint8_t kWithLinbits = 3;
 constexpr uint32_t kEscape = 15;
 
-// Consumes a code and returns its leaf. At least 16 bits less than a refill are left in the cache.
-inline uint32_t decode_leaf(Mp3BitCache *bits, const uint16_t *level) {
+// Finds the leaf of the next code, whose bits in the leaf's own level are left in the cache.
+inline uint32_t find_leaf(Mp3BitCache *bits, const uint16_t *level) {
     bits->refill();
     uint32_t width = level[0] & 15u;
     uint32_t entry = level[1 + bits->peek(width)];
@@ -34,49 +34,49 @@ inline uint32_t decode_leaf(Mp3BitCache *bits, const uint16_t *level) {
         width = level[0] & 15u;
         entry = level[1 + bits->peek(width)];
     }
-    bits->skip(entry >> 12);
     return entry;
 }
 
-// Adds the sign that follows a value that is not zero.
+// Adds the sign that follows a value that is not zero; the caller accounts for it.
 inline int32_t with_sign(Mp3BitCache *bits, uint32_t magnitude) {
     const uint32_t value = magnitude | bits->sign();
-    bits->skip(magnitude != 0 ? 1 : 0);
+    bits->shift(magnitude != 0 ? 1 : 0);
     return static_cast<int32_t>(value);
 }
 
-void decode_small(Mp3BitCache *bits, const uint16_t *tree, int32_t *output, uint32_t count) {
-    Mp3BitCache cache = *bits;
-    const uint32_t first_width = tree[0] & 15u;
-    for (uint32_t i = 0; i < count; i += 2) {
-        cache.refill();
-        uint32_t leaf = tree[1 + cache.peek(first_width)];
-        if (leaf < kLeaf) {
-            cache.skip(first_width);
-            leaf = decode_leaf(&cache, tree + leaf);
-            cache.refill();
-        } else {
-            cache.skip(leaf >> 12);
-        }
-        output[i] = with_sign(&cache, leaf >> 4 & 15);
-        output[i + 1] = with_sign(&cache, leaf >> 8 & 15);
-    }
-    *bits = cache;
+// The values of a leaf without linbits. They fit what one refill provides.
+inline void put_pair(Mp3BitCache *bits, uint32_t leaf, int32_t *output) {
+    bits->shift(leaf >> 12);
+    output[0] = with_sign(bits, leaf >> 4 & 15);
+    output[1] = with_sign(bits, leaf >> 8 & 15);
+    bits->account((leaf >> 12) + (leaf & 15));
 }
 
-inline int32_t escaped_value(Mp3BitCache *bits, uint32_t magnitude, uint32_t linbits) {
-    bits->refill();
+int32_t escaped_value(Mp3BitCache *bits, uint32_t magnitude, uint32_t linbits) {
     if (magnitude == kEscape) magnitude += bits->read(linbits);
-    return with_sign(bits, magnitude);
+    bits->refill();
+    const int32_t value = with_sign(bits, magnitude);
+    bits->account(magnitude != 0 ? 1 : 0);
+    return value;
 }
 
-void decode_with_linbits(Mp3BitCache *bits, const uint16_t *tree, uint32_t linbits, int32_t *output,
-                         uint32_t count) {
+constexpr bool has_escape(uint32_t leaf) {
+    return (leaf & 0xF0) == kEscape << 4 || (leaf & 0xF00) == kEscape << 8;
+}
+
+template <bool with_linbits>
+void decode_pairs(Mp3BitCache *bits, const uint16_t *tree, uint32_t linbits, int32_t *output,
+                  uint32_t count) {
     Mp3BitCache cache = *bits;
     for (uint32_t i = 0; i < count; i += 2) {
-        const uint32_t leaf = decode_leaf(&cache, tree);
-        output[i] = escaped_value(&cache, leaf >> 4 & 15, linbits);
-        output[i + 1] = escaped_value(&cache, leaf >> 8 & 15, linbits);
+        const uint32_t leaf = find_leaf(&cache, tree);
+        if (with_linbits && has_escape(leaf)) {
+            cache.skip(leaf >> 12);
+            output[i] = escaped_value(&cache, leaf >> 4 & 15, linbits);
+            output[i + 1] = escaped_value(&cache, leaf >> 8 & 15, linbits);
+        } else {
+            put_pair(&cache, leaf, output + i);
+        }
     }
     *bits = cache;
 }
@@ -109,9 +109,9 @@ int32_t dechuffpairs(Mp3BitCache *bits, uint32_t table, int32_t *output, uint32_
     if (lookup.type == kNoCodes)
         MMemSet(output, 0, count * sizeof *output);
     else if (lookup.type == kWithLinbits)
-        decode_with_linbits(bits, tree, lookup.linbits, output, count);
+        decode_pairs<true>(bits, tree, lookup.linbits, output, count);
     else
-        decode_small(bits, tree, output, count);
+        decode_pairs<false>(bits, tree, 0, output, count);
     return 0;
 }
 
@@ -119,16 +119,18 @@ uint32_t dechuffquads(Mp3BitCache *bits, uint32_t table, uint32_t available, int
     Mp3BitCache cache = *bits;
     const uint8_t *const codes = quadTable + quadTabOffset[table];
     const uint32_t width = quadTabMaxBits[table];
-    uint32_t count = 0;
-    while (count + 4 <= room && cache.consumed() < available) {
+    uint32_t count = 0, used = cache.consumed();
+    while (count + 4 <= room && used < available) {
         cache.refill();
         const uint32_t entry = codes[cache.peek(width)];
         cache.skip(entry >> 4);
-        int32_t values[4];
-        for (uint32_t i = 0; i < 4; ++i)
+        int32_t *const values = output + count;
+        for (uint32_t i = 0; i < 4; ++i) {
             values[i] = with_sign(&cache, entry >> (3 - i) & 1);
-        if (cache.consumed() > available) break;
-        MMemCpy(output + count, values, sizeof values);
+        }
+        cache.account(static_cast<uint32_t>(__builtin_popcount(entry & 15)));
+        used = cache.consumed();
+        if (used > available) break;
         count += 4;
     }
     *bits = cache;

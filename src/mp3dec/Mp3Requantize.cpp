@@ -9,6 +9,10 @@
 #include "mp3dec/tables/RequantizeTables.h"
 #include "mp3dec/tables/ScaleFactorBands.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace quorv {
 
 namespace {
@@ -73,6 +77,35 @@ void dequant_short_band(int32_t *lines, uint32_t width, const int32_t exponents[
     }
 }
 
+// Lines of any exponent.
+uint32_t dequant_any(int32_t *lines, uint32_t count, int32_t exponent) {
+    uint32_t any = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t magnitude = dequant_large(static_cast<uint32_t>(lines[i]) & INT32_MAX, exponent);
+        lines[i] = with_sign(magnitude, lines[i]);
+        any |= magnitude;
+    }
+    return any;
+}
+
+// Lines of the usual exponents: most magnitudes are small.
+uint32_t dequant_lines(int32_t *lines, uint32_t count, const int32_t small[kSmall], int shift,
+                       int32_t exponent) {
+    const uint32_t rounding = (1u << shift) >> 1;
+    uint32_t any = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        const int32_t raw = lines[i];
+        uint32_t magnitude = static_cast<uint32_t>(raw) & INT32_MAX;
+        if (magnitude < kSmall)
+            magnitude = (static_cast<uint32_t>(small[magnitude]) + rounding) >> shift;
+        else
+            magnitude = dequant_large(magnitude, exponent);
+        lines[i] = with_sign(magnitude, raw);
+        any |= magnitude;
+    }
+    return any;
+}
+
 struct Scale {
     int32_t base;
     int32_t shift;
@@ -111,28 +144,29 @@ void dequant_short_bands(const uint16_t *boundaries, uint32_t first, Scale scale
 
 uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
     const int shift = kSmallBits - kSpectrumBits + (exponent >> 2);
-    uint32_t any = 0;
-    if (shift < 0 || shift > 31) {
-        for (uint32_t i = 0; i < count; ++i) {
-            const uint32_t magnitude = dequant_large(static_cast<uint32_t>(lines[i]) & 0x7FFFFFFF, exponent);
-            lines[i] = with_sign(magnitude, lines[i]);
-            any |= magnitude;
-        }
-        return any;
-    }
+    if (shift < 0 || shift > 31) return dequant_any(lines, count, exponent);
     const int32_t *const small = mp3dec_pow43_14[exponent & 3];
-    const uint32_t rounding = (1u << shift) >> 1;
-    for (uint32_t i = 0; i < count; ++i) {
-        const int32_t raw = lines[i];
-        uint32_t magnitude = static_cast<uint32_t>(raw) & 0x7FFFFFFF;
-        if (magnitude < kSmall)
-            magnitude = (static_cast<uint32_t>(small[magnitude]) + rounding) >> shift;
-        else
-            magnitude = dequant_large(magnitude, exponent);
-        lines[i] = with_sign(magnitude, raw);
-        any |= magnitude;
+    uint32_t any = 0, i = 0;
+#if defined(__SSE2__)
+    const __m128i magnitudes = _mm_set1_epi32(INT32_MAX), limit = _mm_set1_epi32(kSmall - 1);
+    const __m128i rounding = _mm_set1_epi32(static_cast<int32_t>((1u << shift) >> 1)),
+                  bits = _mm_cvtsi32_si128(shift);
+    for (; i + 4 <= count; i += 4) {
+        __m128i *const at = reinterpret_cast<__m128i *>(lines + i);
+        const __m128i raw = _mm_loadu_si128(at);
+        if (_mm_movemask_epi8(_mm_cmpgt_epi32(_mm_and_si128(raw, magnitudes), limit)) != 0) {
+            any |= dequant_lines(lines + i, 4, small, shift, exponent);
+            continue;
+        }
+        const __m128i powers = _mm_set_epi32(small[lines[i + 3] & 15], small[lines[i + 2] & 15],
+                                             small[lines[i + 1] & 15], small[lines[i] & 15]);
+        const __m128i scaled = _mm_srl_epi32(_mm_add_epi32(powers, rounding), bits),
+                      sign = _mm_srai_epi32(raw, 31);
+        _mm_storeu_si128(at, _mm_sub_epi32(_mm_xor_si128(scaled, sign), sign));
+        any |= _mm_movemask_epi8(_mm_cmpgt_epi32(scaled, _mm_setzero_si128())) != 0 ? 1 : 0;
     }
-    return any;
+#endif
+    return any | dequant_lines(lines + i, count - i, small, shift, exponent);
 }
 
 void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,

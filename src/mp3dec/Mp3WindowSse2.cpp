@@ -51,21 +51,25 @@ struct Sum {
     __m128i narrow, wide;  // of r and of q
 };
 
+__m128i taps_at(const int16_t (*taps)[2]) {
+    return _mm_load_si128(reinterpret_cast<const __m128i *>(taps));
+}
+
 // Eight pairs of a slot and the even or odd ones before it, four outputs side by side.
 Sum sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps) {
     constexpr ptrdiff_t kBack = sizeof(Mp3WindowSlot) / sizeof *pairs;
-    Sum sum{_mm_setzero_si128(), _mm_setzero_si128()};
-    for (uint32_t p = 0; p < kMp3WindowPairs; ++p) {
+    Sum sum{_mm_madd_epi16(load(pairs), taps_at(taps.narrow[0])), {}};
+    for (uint32_t p = 1; p < kMp3WindowPairs; ++p) {
         const __m128i values = load(pairs - static_cast<ptrdiff_t>(p) * kBack);
-        sum.narrow = _mm_add_epi32(sum.narrow, _mm_madd_epi16(values, load(taps.narrow[p])));
-        if (p == kWide || p == kWide + 1)
-            sum.wide = _mm_add_epi32(sum.wide, _mm_madd_epi16(values, load(taps.wide[p - kWide])));
+        sum.narrow = _mm_add_epi32(sum.narrow, _mm_madd_epi16(values, taps_at(taps.narrow[p])));
+        if (p == kWide) sum.wide = _mm_madd_epi16(values, taps_at(taps.wide[0]));
+        if (p == kWide + 1) sum.wide = _mm_add_epi32(sum.wide, _mm_madd_epi16(values, taps_at(taps.wide[1])));
     }
     return sum;
 }
 
 // Four output samples in 32 bits, rounded but not saturated.
-__m128i four_samples(const Mp3WindowSlot *newest, uint32_t first, const SynthesisTaps &taps) {
+inline __m128i four_samples(const Mp3WindowSlot *newest, uint32_t first, const SynthesisTaps &taps) {
     const Sum high = sum_of_pairs(newest->high + first, taps), low = sum_of_pairs(newest->low + first, taps);
     const __m128i rounding = _mm_set1_epi32(1 << (kOutputShift - 1));
     const __m128i low_sum = _mm_srai_epi32(
