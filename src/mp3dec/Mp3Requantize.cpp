@@ -163,7 +163,7 @@ uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
         const __m128i scaled = _mm_srl_epi32(_mm_add_epi32(powers, rounding), bits),
                       sign = _mm_srai_epi32(raw, 31);
         _mm_storeu_si128(at, _mm_sub_epi32(_mm_xor_si128(scaled, sign), sign));
-        any |= _mm_movemask_epi8(_mm_cmpgt_epi32(scaled, _mm_setzero_si128())) != 0 ? 1 : 0;
+        any |= _mm_movemask_epi8(_mm_cmpgt_epi32(scaled, _mm_setzero_si128())) != 0 ? 1u : 0u;
     }
 #endif
     return any | dequant_lines(lines + i, count - i, small, shift, exponent);
