@@ -85,7 +85,7 @@ int32_t base_exponent(const Mp3FrameHeader &header, const Mp3Granule &granule) {
 
 // By the width of the largest magnitude in bits: the exponent that puts it below 4.0, which leaves room for a
 // sum of two channels and for the transforms, but at least one with a bit left to shift in dequant().
-constexpr uint8_t kRoom[15] = {8, 8, 8, 8, 13, 19, 24, 30, 35, 40, 46, 51, 56, 62, 62};
+constexpr uint8_t kRoom[15] = {12, 12, 12, 12, 17, 23, 28, 34, 39, 44, 50, 55, 60, 66, 66};
 
 // Lines of any exponent.
 uint32_t dequant_any(int32_t *lines, uint32_t count, int32_t exponent) {
