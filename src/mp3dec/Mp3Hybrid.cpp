@@ -67,25 +67,38 @@ void imdct12(const Lanes *x, const int32_t *window, Lanes *overlap, Lanes *outpu
     }
 }
 
-void imdct(Lanes x[kLines], uint32_t block_type, Lanes overlap[kLines], Lanes output[kLines]) {
-    if (block_type == kMp3ShortBlocks)
-        imdct12(x, imdctWindow[block_type], overlap, output);
+// The windows that a granule uses, scaled to take off the extra bits of its spectrum.
+struct Windows {
+    int32_t normal[36];
+    int32_t block[36];
+    uint32_t block_type;
+    bool mixed;
+};
+
+void scale_window(const int32_t *window, uint32_t bits, int32_t *scaled) {
+    for (uint32_t i = 0; i < 36; ++i)
+        scaled[i] = window[i] >> bits;
+}
+
+void imdct(Lanes x[kLines], const Windows &windows, Lanes overlap[kLines], Lanes output[kLines]) {
+    if (windows.block_type == kMp3ShortBlocks)
+        imdct12(x, windows.block, overlap, output);
     else
-        imdct36(x, imdctWindow[block_type], overlap, output);
+        imdct36(x, windows.block, overlap, output);
 }
 
 // The two lowest subbands of a mixed block have the normal window.
-void imdct_mixed(const Lanes x[kLines], uint32_t block_type, uint32_t group, Lanes overlap[kLines],
+void imdct_mixed(const Lanes x[kLines], const Windows &windows, uint32_t group, Lanes overlap[kLines],
                  Lanes output[kLines]) {
     Lanes lines[kLines], normal_overlap[kLines], normal_output[kLines];
     for (uint32_t i = 0; i < kLines; ++i) {
         lines[i] = x[i];
         normal_overlap[i] = overlap[i];
     }
-    imdct(lines, 0, normal_overlap, normal_output);
+    imdct36(lines, windows.normal, normal_overlap, normal_output);
     for (uint32_t i = 0; i < kLines; ++i)
         lines[i] = x[i];
-    imdct(lines, block_type, overlap, output);
+    imdct(lines, windows, overlap, output);
     for (uint32_t i = 0; i < kLines; ++i) {
         overlap[i] = first_two(normal_overlap[i], overlap[i], group);
         output[i] = first_two(normal_output[i], output[i], group);
@@ -93,7 +106,7 @@ void imdct_mixed(const Lanes x[kLines], uint32_t block_type, uint32_t group, Lan
 }
 
 // One group of subbands.
-void transform_group(Mp3Stores *stores, uint32_t channel, uint32_t group, const Mp3Granule &granule,
+void transform_group(Mp3Stores *stores, uint32_t channel, uint32_t group, const Windows &windows,
                      uint32_t slot) {
     const uint32_t subband = group * Lanes::kCount;
     int32_t(*const overlap)[Lanes::kCount] = stores->overlap[channel][group];
@@ -101,10 +114,10 @@ void transform_group(Mp3Stores *stores, uint32_t channel, uint32_t group, const 
     load_columns<kLines>(stores->spectrum[channel] + subband * kLines, kLines, x);
     for (uint32_t i = 0; i < kLines; ++i)
         kept[i] = load_lanes(kLanes, overlap[i]);
-    if (mp3_is_mixed(granule) && subband < 2)
-        imdct_mixed(x, granule.block_type, group, kept, output);
+    if (windows.mixed && subband < 2)
+        imdct_mixed(x, windows, group, kept, output);
     else
-        imdct(x, granule.block_type, kept, output);
+        imdct(x, windows, kept, output);
     // Frequency inversion: every second sample of every second subband.
     for (uint32_t i = 1; i < kLines; i += 2)
         output[i] = negate_odd(output[i], subband);
@@ -132,9 +145,9 @@ void clear_subbands(Mp3Stores *stores, uint32_t channel, uint32_t first, uint32_
 
 }  // namespace
 
-void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, uint32_t count,
+void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, Mp3Extent extent,
                uint32_t slot) {
-    uint32_t subbands = (count + kLines - 1) / kLines;
+    uint32_t subbands = (extent.count + kLines - 1) / kLines;
     const bool is_short = mp3_is_short(granule);
     if (subbands > 0 && (!is_short || mp3_is_mixed(granule))) {
         // The edge above the highest lines spreads them into one more subband.
@@ -144,8 +157,13 @@ void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, u
         if (subbands <= edges) subbands = edges + 1;
     }
     const uint32_t groups = (subbands + Lanes::kCount - 1) / Lanes::kCount;
+    Windows windows;
+    windows.block_type = granule.block_type;
+    windows.mixed = mp3_is_mixed(granule);
+    scale_window(imdctWindow[granule.block_type], extent.extra_bits, windows.block);
+    if (windows.mixed) scale_window(imdctWindow[0], extent.extra_bits, windows.normal);
     for (uint32_t group = 0; group < groups; ++group)
-        transform_group(stores, channel, group, granule, slot);
+        transform_group(stores, channel, group, windows, slot);
     for (uint32_t group = groups; group < stores->overlap_groups[channel]; ++group)
         drain_group(stores, channel, group, slot);
     const uint32_t sounding =

@@ -8,13 +8,15 @@
 
 namespace quorv {
 
-// The windowed IMDCT of one subband: 18 lines, or three windows of 6 interleaved, for block type 2. output is
-// the first half plus the overlap, which then becomes the second half. For tests; mp3_imdct does all
-// subbands.
-void mp3_imdct_subband(const int32_t *lines, uint32_t block_type, int32_t *overlap, int32_t *output);
+// What is known of a spectrum: the lines up to the last that is not zero, and its fractional bits beyond
+// kSpectrumBits.
+struct Mp3Extent {
+    uint32_t count, extra_bits;
+};
 
-// Turns a granule of one channel into subband samples: 18 slots from `slot` on. count lines are not zero.
-void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, uint32_t count, uint32_t slot);
+// Turns a granule of one channel into subband samples: 18 slots from `slot` on.
+void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, Mp3Extent extent,
+               uint32_t slot);
 
 }  // namespace quorv
 

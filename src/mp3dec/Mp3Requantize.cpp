@@ -77,6 +77,16 @@ void dequant_short_band(int32_t *lines, uint32_t width, const int32_t exponents[
     }
 }
 
+// Exponents count attenuation in quarters of a bit; this one is without scale factors, which attenuate
+// further.
+int32_t base_exponent(const Mp3FrameHeader &header, const Mp3Granule &granule) {
+    return kUnity - granule.global_gain + (mp3_has_middle_side(header) ? kMiddleSideSteps : 0);
+}
+
+// By the width of the largest magnitude in bits: the exponent that puts it below 4.0, which leaves room for a
+// sum of two channels and for the transforms, but at least one with a bit left to shift in dequant().
+constexpr uint8_t kRoom[15] = {12, 12, 12, 12, 17, 23, 28, 34, 39, 44, 50, 55, 60, 66, 66};
+
 // Lines of any exponent.
 uint32_t dequant_any(int32_t *lines, uint32_t count, int32_t exponent) {
     uint32_t any = 0;
@@ -144,13 +154,15 @@ void dequant_short_bands(const uint16_t *boundaries, uint32_t first, Scale scale
 
 uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
     const int shift = kSmallBits - kSpectrumBits + (exponent >> 2);
-    if (shift < 0 || shift > 31) return dequant_any(lines, count, exponent);
+    // Without a shift even small magnitudes may be too large.
+    if (shift < 1 || shift > 31) return dequant_any(lines, count, exponent);
     const int32_t *const small = mp3dec_pow43_14[exponent & 3];
     uint32_t any = 0, i = 0;
 #if defined(__SSE2__)
     const __m128i magnitudes = _mm_set1_epi32(INT32_MAX), limit = _mm_set1_epi32(kSmall - 1);
     const __m128i rounding = _mm_set1_epi32(static_cast<int32_t>((1u << shift) >> 1)),
                   bits = _mm_cvtsi32_si128(shift);
+    __m128i all = _mm_setzero_si128();
     for (; i + 4 <= count; i += 4) {
         __m128i *const at = reinterpret_cast<__m128i *>(lines + i);
         const __m128i raw = _mm_loadu_si128(at);
@@ -158,24 +170,41 @@ uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
             any |= dequant_lines(lines + i, 4, small, shift, exponent);
             continue;
         }
-        const __m128i powers = _mm_set_epi32(small[lines[i + 3] & 15], small[lines[i + 2] & 15],
-                                             small[lines[i + 1] & 15], small[lines[i] & 15]);
+        // The low byte of a line is the magnitude.
+        const uint8_t *const low = reinterpret_cast<const uint8_t *>(lines + i);
+        const __m128i powers = _mm_set_epi32(small[low[12]], small[low[8]], small[low[4]], small[low[0]]);
         const __m128i scaled = _mm_srl_epi32(_mm_add_epi32(powers, rounding), bits),
                       sign = _mm_srai_epi32(raw, 31);
         _mm_storeu_si128(at, _mm_sub_epi32(_mm_xor_si128(scaled, sign), sign));
-        any |= _mm_movemask_epi8(_mm_cmpgt_epi32(scaled, _mm_setzero_si128())) != 0 ? 1u : 0u;
+        all = _mm_or_si128(all, scaled);
     }
+    if (_mm_movemask_epi8(_mm_cmpgt_epi32(all, _mm_setzero_si128())) != 0) any |= 1;
 #endif
     return any | dequant_lines(lines + i, count - i, small, shift, exponent);
 }
 
+uint32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                        const Mp3Spectrum &spectrum) {
+    uint32_t all = 0;
+    for (uint32_t i = 0; i < kMp3GranuleLines; ++i)
+        all |= static_cast<uint32_t>(spectrum.lines[i]);
+    all &= INT32_MAX;
+    uint32_t width = 0;
+    while (all >> width != 0)
+        ++width;
+    const int32_t steps = base_exponent(header, granule) - kRoom[width];
+    if (steps < 0) return 0;
+    const uint32_t bits = static_cast<uint32_t>(steps) / 4;
+    return bits < kMaxExtraBits ? bits : kMaxExtraBits;
+}
+
 void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
-                    Mp3Spectrum *spectrum) {
+                    uint32_t extra_bits, Mp3Spectrum *spectrum) {
     spectrum->last_long = -1;
     for (int32_t &last : spectrum->last_short)
         last = -1;
     Scale scale{};
-    scale.base = kUnity - granule.global_gain + (mp3_has_middle_side(header) ? kMiddleSideSteps : 0);
+    scale.base = base_exponent(header, granule) - 4 * static_cast<int32_t>(extra_bits);
     scale.shift = (granule.flags & kMp3ScaleFactorScale) != 0 ? 2 : 1;
     const uint16_t *const long_bands = header.scale_factor_bands;
     const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;

@@ -18,14 +18,19 @@ struct Mp3Spectrum {
     int32_t last_short[3];
 };
 
-// Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated.
-// Returns the OR of the magnitudes.
+// How many fractional bits beyond kSpectrumBits the channel's spectrum may have, 0 to kMaxExtraBits, without
+// its largest decoded line coming near the limits.
+uint32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3Spectrum &spectrum);
+
+// Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated. Not 0
+// is returned when a line is not zero.
 uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent);
 
 // Requantises the spectrum of a granule and channel, sqrt(2) louder than the standard: the factor of
-// middle/side stereo is so much for frames that have it, and the same is done to all others.
+// middle/side stereo is so much for frames that have it, and the same is done to all others. Both channels of
+// a granule get the same extra bits.
 void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
-                    Mp3Spectrum *spectrum);
+                    uint32_t extra_bits, Mp3Spectrum *spectrum);
 
 }  // namespace quorv
 

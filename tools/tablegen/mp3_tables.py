@@ -153,13 +153,12 @@ def block_window(block_type):
 def transform_tables():
     ci = [-0.6, -0.535, -0.33, -0.185, -0.095, -0.041, -0.0142, -0.0037]
     cs, ca = ([fixed(v / math.hypot(1, c), 31) for c, v in zip(ci, column)] for column in ([1] * 8, map(abs, ci)))
-    # The spectrum has two more fractional bits than the subband samples and is sqrt(2) too loud; the window makes up
-    # for both.
-    window = [fixed(w / math.sqrt(2) / 4, 31) for t in range(4) for w in block_window(t)]
+    # Spectra are sqrt(2) too loud; the window makes up for it.
+    window = [fixed(w / math.sqrt(2), 31) for t in range(4) for w in block_window(t)]
     tables = [f"// cos and sin of (2k + 1) * pi / {4 * n}, in units of 2^-31.\n" +
               array("int32_t", f"kRotation{n}", rotation(n)) for n in (2, 4, 6, 8, 16, 18)]
     return ("Factors of the cosine transforms, block windows and alias reduction.", tables + [
-        "// By block type; the first 12 of type 2. In units of 2^-31, with the change of scale from spectrum to samples.\n" +
+        "// By block type; the first 12 of type 2. In units of 2^-31, divided by sqrt(2).\n" +
         array("int32_t", "imdctWindow", window, (4, 36)),
         "// cs and -ca of the alias reduction, in units of 2^-31.\n" + array("int32_t", "mp3dec_cs", cs) +
         array("int32_t", "mp3dec_ca", ca)])
