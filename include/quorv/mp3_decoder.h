@@ -21,11 +21,10 @@ extern "C" {
 
 /* Results of QU_MP3_decoder_read and QU_MP3_player_read; -1 stands for a null argument. */
 enum {
-    QU_MP3_OK = 0, /* the output is full, or every decoded sample was delivered */
-    QU_MP3_NEED_INPUT =
-        1, /* all usable input was consumed: call again with more, or with 0 bytes at the end */
+    QU_MP3_OK = 0,          /* the output is exactly full and no decoded sample waits */
+    QU_MP3_NEED_INPUT = 1,  /* call again with what was not consumed and more, or with 0 bytes at the end */
     QU_MP3_OUTPUT_FULL = 2, /* the output is full and decoded samples wait: call again with a new output */
-    QU_MP3_ERROR = 3        /* the copy of the input could not grow; only a reset or close helps */
+    QU_MP3_ERROR = 3        /* no memory, or small pieces that never make a frame: reset or close */
 };
 
 /*
@@ -147,12 +146,22 @@ QUORV_API void QU_MP3_decoder_close(QuMp3Decoder decoder);
 /*
  * Decodes as much of the input as the output takes.
  *
- * input   the next bytes of the stream; result: bytes that need not be presented again. length 0 is the end
- * of the stream and brings out the last frame output  room for samples of 16 bits in little-endian order,
- * left and right in turn; result: bytes written, always whole samples (of all channels)
+ * input   the next bytes of the stream; result: bytes that must not be presented again. The others have to be
+ *         the first of the next call, with or without further ones behind them. A length of 0 is the end of
+ *         the stream and brings out the last frame; a stream that goes on after it is taken up again
+ * output  room for samples of 16 bits in little-endian order, left and right in turn; result: bytes written,
+ *         always whole samples (of all channels)
  *
  * Returns QU_MP3_OK, QU_MP3_NEED_INPUT, QU_MP3_OUTPUT_FULL, QU_MP3_ERROR, or -1 for a null argument. Bad
  * frames are skipped without output; frames whose reservoir lies before the start of the stream, too.
+ *
+ * A frame is decoded when 8 bytes behind it are there. A piece too short for a frame is consumed whole, into
+ * a copy; from then on all input goes through the copy. It grows fourfold when it is full without a frame,
+ * which fails once it has 6912 bytes or more.
+ *
+ * A decoder whose rate ratio is neither 128 nor 256 interpolates: output sample k lies at k * ratio / 128
+ * samples of the stream, above 256 at half of that in samples of the half-rate synthesis. A single channel
+ * stays one there whatever the channel mode, and modes above 2 mix two channels.
  */
 QUORV_API int32_t QU_MP3_decoder_read(QuMp3Decoder decoder, QuMp3Buffer *input, QuMp3Buffer *output);
 
@@ -192,11 +201,15 @@ QUORV_API int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *head
  */
 QUORV_API int32_t QU_MP3_info_get(void *stream, QuMp3Info *info, uint32_t frames);
 
-/* QU_MP3_info_get of the whole stream; each of the outputs may be null. 0 or -1. */
+/* QU_MP3_info_get of the whole stream; all outputs are needed, and written on success. 0 or -1. */
 QUORV_API int32_t QU_MP3_get_info(void *stream, uint32_t *duration, uint32_t *frame_count,
                                   QuMp3Summary *summary);
 
-/* Decodes input_stream from its position to its end as samples of 16 bits into output_stream. 0 or -1. */
+/*
+ * Decodes input_stream from its position to its end into output_stream, as a decoder made with null and null
+ * does; an ID3v2 tag at the position is passed over. 0; or -1 for null, no memory, or an output that does not
+ * take all.
+ */
 QUORV_API int32_t QU_MP3_decode_file(void *input_stream, void *output_stream);
 
 /* The same with a decoder of the caller's, which is reset first and stays open. 0 or -1. */
@@ -217,10 +230,13 @@ QUORV_API QuMp3Player QU_MP3_player_init(uint32_t value, uint32_t input_size);
  */
 QUORV_API int32_t QU_MP3_player_input(QuMp3Player player, const void *data, uint32_t length);
 
-/* Records where the next read puts its samples; length in bytes. 0, or -1 for null. */
+/* Records where reads put their samples, over what is there; length in bytes. 0, or -1 for null. */
 QUORV_API int32_t QU_MP3_player_read_append(QuMp3Player player, void *output, uint32_t length);
 
-/* Decodes into the recorded output; *produced is in bytes. Results as QU_MP3_decoder_read. */
+/*
+ * Decodes into the recorded output; *produced is in bytes. Results as QU_MP3_decoder_read: QU_MP3_NEED_INPUT
+ * asks for QU_MP3_player_input, and once that has signalled the end it means that all was delivered.
+ */
 QUORV_API int32_t QU_MP3_player_read(QuMp3Player player, uint32_t *produced);
 
 /*
