@@ -16,43 +16,33 @@
 namespace quorv::test {
 namespace {
 
-constexpr uint32_t kNoisySubbands = 12;
-constexpr uint32_t kSampleBits = 4;
-
 void require(bool condition, const char *what) {
     if (condition) return;
     fprintf(stderr, "decoder contract broken: %s\n", what);
     abort();
 }
 
-Bytes noise_frame(const NoiseFormat &format, Random &random) {
-    const uint32_t rate_index = format.sample_rate == 44100 ? 0 : format.sample_rate == 48000 ? 1 : 2;
-    const uint32_t bands = kNoisySubbands * format.channels;
-    BitWriter bits;
-    bits.put(0xFFFF, 16);  // sync word, MPEG-1, Layer I, no check word
-    bits.put(format.bitrate_index << 4 | rate_index << 2, 8);
-    bits.put(format.channels == 1 ? 0xC0 : 0x00, 8);
-    for (uint32_t i = 0; i < 32 * format.channels; ++i)
-        bits.put(i < bands ? kSampleBits - 1 : 0, 4);
-    for (uint32_t i = 0; i < bands; ++i)
-        bits.put(6 + random() % 8, 6);  // scale factors
-    for (uint32_t i = 0; i < 12 * bands; ++i)
-        bits.put(random() % 15, kSampleBits);
-    Bytes frame = bits.data();
-    const size_t size = size_t{12000} * 32 * format.bitrate_index / format.sample_rate * 4;
-    require(frame.size() <= size, "a noise frame is too long");
-    frame.resize(size);
-    return frame;
-}
-
 }  // namespace
 
 Bytes noise_stream(size_t frames, const NoiseFormat &format, uint32_t seed) {
+    const uint32_t rate_index = format.sample_rate == 44100 ? 0 : format.sample_rate == 48000 ? 1 : 2;
+    const uint32_t bands = 12 * format.channels;
+    const size_t size = size_t{12000} * 32 * format.bitrate_index / format.sample_rate * 4;
     Random random{seed};
     Bytes stream;
-    for (size_t i = 0; i < frames; ++i) {
-        const Bytes frame = noise_frame(format, random);
-        stream.insert(stream.end(), frame.begin(), frame.end());
+    for (size_t n = 1; n <= frames; ++n) {
+        BitWriter bits;
+        bits.put(0xFFFF, 16);  // sync word, MPEG-1, Layer I, no check word
+        bits.put(format.bitrate_index << 4 | rate_index << 2, 8);
+        bits.put(format.channels == 1 ? 0xC0 : 0x00, 8);
+        for (uint32_t i = 0; i < 32 * format.channels; ++i)
+            bits.put(i < bands ? 3 : 0, 4);
+        for (uint32_t i = 0; i < bands; ++i)
+            bits.put(6 + random() % 8, 6);  // scale factors
+        for (uint32_t i = 0; i < 12 * bands; ++i)
+            bits.put(random() % 15, 4);
+        stream.insert(stream.end(), bits.data().begin(), bits.data().end());
+        stream.resize(n * size);
     }
     return stream;
 }
