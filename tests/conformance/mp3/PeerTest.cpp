@@ -43,18 +43,23 @@ void compare(const Encoding &encoding) {
 TEST(Mp3Peer, EveryBitRateAndMode) {
     for (const int rate : {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320})
         compare({"lame --cbr -b " + std::to_string(rate)});
-    for (const char *options : {"-V 0", "-V 9", "--abr 150", "-m s -b 128", "-m f -b 96", "-m d -b 160",
-                                "-p -b 128", "--nores -b 192", "--freeformat -b 500"})
-        compare({std::string("lame ") + options, 48000});
-    compare({"lame -b 64", 44100, 1});
-    compare({"lame -V 4", 32000, 1});
+    for (const char *encoder :
+         {"lame -V 0", "lame -V 9", "lame --abr 150", "lame -m s -b 128", "lame -m f -b 96",
+          "lame -m d -b 160", "lame -p -b 128", "lame --nores -b 192", "lame --freeformat -b 500",
+          "twolame -b 64", "twolame -b 192", "twolame -b 384", "twolame -m joint -b 96",
+          "twolame -m dual -b 192", "twolame -p -b 160"})
+        compare({encoder, 48000});
+    for (const char *encoder :
+         {"lame -b 64", "lame -V 4", "twolame -b 32", "twolame -b 56", "twolame -b 192"})
+        compare({encoder, 32000, 1});
 }
 
 TEST(Mp3Peer, EveryLowSampleRate) {
     for (const uint32_t rate : {24000u, 22050u, 16000u, 12000u, 11025u, 8000u}) {
-        for (const char *options : {"lame -b 8", "lame -b 32", "lame -b 64", "lame -V 5"}) {
-            compare({options, rate, 1});
-            compare({options, rate, 2});
+        for (const char *encoder : {"lame -b 8", "lame -b 32", "lame -b 64", "lame -V 5", "twolame -b 64"}) {
+            if (rate < 16000 && encoder[0] == 't') continue;
+            compare({encoder, rate, 1});
+            compare({encoder, rate, 2});
         }
     }
 }
@@ -65,16 +70,6 @@ TEST(Mp3Peer, ExtremeSignals) {
             compare({encoder, 44100, 2, signal});
         compare({"lame -b 64", 22050, 1, signal});
     }
-}
-
-TEST(Mp3Peer, LayerII) {
-    for (const char *options :
-         {"-b 64", "-b 128", "-b 192", "-b 256", "-b 384", "-m joint -b 96", "-m dual -b 192", "-p -b 160"})
-        compare({std::string("twolame ") + options, 48000});
-    for (const char *encoder : {"twolame -b 32", "twolame -b 56", "twolame -b 192"})
-        compare({encoder, 44100, 1});
-    for (const uint32_t rate : {24000u, 22050u, 16000u})
-        compare({"twolame -b 64", rate});
 }
 
 }  // namespace

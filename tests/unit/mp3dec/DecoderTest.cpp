@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <thread>
 
-#include "support/FailingAllocator.h"
 #include "support/Mp3Streams.h"
 #include "support/RiffPieces.h"
 
@@ -163,21 +162,6 @@ TEST(Mp3Decoder, DecodersInTwoThreadsDoNotTouchEachOther) {
     first.join();
     second.join();
     EXPECT_TRUE(results[0] == decode(streams[0]) && results[1] == decode(streams[1]));
-}
-
-TEST(Mp3Decoder, EveryAllocationMayFail) {
-    const Bytes stream = join({noise_stream(4), real_mp3_stream()}), whole = decode(stream);
-    for (uint64_t n = 1, failed = 1; failed != 0; ++n) {
-        const FailingAllocator heap(n);
-        DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
-        int32_t code = QU_MP3_ERROR;
-        const Bytes pcm = decoder ? decode(decoder.get(), stream, {by_300}, &code) : Bytes{};
-        failed = heap.has_failed() ? 1 : 0;
-        EXPECT_TRUE(failed != 0 ? code == QU_MP3_ERROR : pcm == whole) << n;
-        EXPECT_LE(heap.peak_bytes(), 64u << 10);
-        decoder.reset();
-        EXPECT_EQ(heap.live_blocks(), 0u) << n;
-    }
 }
 
 Bytes first_of(const Bytes &bytes, size_t size) {
