@@ -73,29 +73,32 @@ int32_t dequantize(uint32_t code, const Scale &scale) {
 }
 
 uint32_t code_bits(uint32_t levels) {
-    uint32_t bits = 0;
-    while (levels >> bits != 0)
-        ++bits;
-    return bits;
+    return 32 - static_cast<uint32_t>(__builtin_clz(levels));
 }
 
-bool is_grouped(uint32_t levels) {
-    return levels == 3 || levels == 5 || levels == 9;
+// Three codes in one number; a division by a constant is a product.
+template <uint32_t levels>
+void split_group(uint32_t group, uint32_t codes[kGroup]) {
+    codes[0] = group % levels;
+    codes[1] = group / levels % levels;
+    codes[2] = group / (levels * levels) % levels;
 }
 
 // Three codes of a Layer II quantiser.
 void read_codes(Mp3BitCache *bits, uint32_t levels, uint32_t codes[kGroup]) {
-    if (!is_grouped(levels)) {
-        const uint32_t width = code_bits(levels);
-        for (uint32_t i = 0; i < kGroup; ++i)
-            codes[i] = bits->read(width);
-        return;
+    switch (levels) {
+        case 3:
+            return split_group<3>(bits->read(5), codes);
+        case 5:
+            return split_group<5>(bits->read(7), codes);
+        case 9:
+            return split_group<9>(bits->read(10), codes);
+        default:
+            break;
     }
-    uint32_t group = bits->read(levels == 3 ? 5 : levels == 5 ? 7 : 10);
-    for (uint32_t i = 0; i < kGroup; ++i) {
-        codes[i] = group % levels;
-        group /= levels;
-    }
+    const uint32_t width = code_bits(levels);
+    for (uint32_t i = 0; i < kGroup; ++i)
+        codes[i] = bits->read(width);
 }
 
 void clear_samples(Mp3Stores *stores, uint32_t channels) {
