@@ -125,7 +125,7 @@ inline void transpose(Lane4 x[4]) {
     x[3].value = _mm_unpackhi_epi64(b, d);
 }
 
-inline Lane4 load_lanes(const Lane4 *, const int32_t *from) {
+inline Lane4 load_lanes(const int32_t *from) {
     return {_mm_loadu_si128(reinterpret_cast<const __m128i *>(from))};
 }
 
@@ -153,7 +153,7 @@ inline void load_columns(const int32_t *from, uint32_t stride, Lane4 x[columns])
         const uint32_t first = k + 4 <= columns ? k : columns - 4;
         Lane4 block[4];
         for (uint32_t row = 0; row < 4; ++row)
-            block[row] = load_lanes(block, from + row * stride + first);
+            block[row] = load_lanes(from + row * stride + first);
         transpose(block);
         for (uint32_t i = 0; i < 4; ++i)
             x[first + i] = block[i];
@@ -175,7 +175,7 @@ using Lanes = Lane4;
 
 #else
 
-inline Lane1 load_lanes(const Lane1 *, const int32_t *from) {
+inline Lane1 load_lanes(const int32_t *from) {
     return {*from};
 }
 

@@ -44,12 +44,16 @@ inline int32_t with_sign(Mp3BitCache *bits, uint32_t magnitude) {
     return static_cast<int32_t>(value);
 }
 
-// The values of a leaf without linbits. They fit what one refill provides.
+// The values of a leaf without linbits. Code and signs fit what one refill provides; the last bit of them is
+// y's sign, if it has one.
 inline void put_pair(Mp3BitCache *bits, uint32_t leaf, int32_t *output) {
-    bits->shift(leaf >> 12);
-    output[0] = with_sign(bits, leaf >> 4 & 15);
-    output[1] = with_sign(bits, leaf >> 8 & 15);
-    bits->account((leaf >> 12) + (leaf & 15));
+    const uint32_t length = leaf >> 12, all = length + (leaf & 15);
+    const uint32_t y_sign = bits->peek(all) << 31;
+    Mp3BitCache signs = *bits;
+    signs.shift(length);
+    output[0] = static_cast<int32_t>((leaf >> 4 & 15) | signs.sign());
+    output[1] = static_cast<int32_t>((leaf >> 8 & 15) | y_sign);
+    bits->skip(all);
 }
 
 int32_t escaped_value(Mp3BitCache *bits, uint32_t magnitude, uint32_t linbits) {
@@ -64,19 +68,25 @@ constexpr bool has_escape(uint32_t leaf) {
     return (leaf & 0xF0) == kEscape << 4 || (leaf & 0xF00) == kEscape << 8;
 }
 
+// Apart from the common case, which then keeps the cache in registers. The pair is returned through `output`.
+[[gnu::noinline]] Mp3BitCache put_escaped_pair(Mp3BitCache cache, uint32_t leaf, uint32_t linbits,
+                                               int32_t *output) {
+    cache.skip(leaf >> 12);
+    output[0] = escaped_value(&cache, leaf >> 4 & 15, linbits);
+    output[1] = escaped_value(&cache, leaf >> 8 & 15, linbits);
+    return cache;
+}
+
 template <bool with_linbits>
 void decode_pairs(Mp3BitCache *bits, const uint16_t *tree, uint32_t linbits, int32_t *output,
                   uint32_t count) {
     Mp3BitCache cache = *bits;
-    for (uint32_t i = 0; i < count; i += 2) {
+    for (const int32_t *const end = output + count; output != end; output += 2) {
         const uint32_t leaf = find_leaf(&cache, tree);
-        if (with_linbits && has_escape(leaf)) {
-            cache.skip(leaf >> 12);
-            output[i] = escaped_value(&cache, leaf >> 4 & 15, linbits);
-            output[i + 1] = escaped_value(&cache, leaf >> 8 & 15, linbits);
-        } else {
-            put_pair(&cache, leaf, output + i);
-        }
+        if (with_linbits && has_escape(leaf))
+            cache = put_escaped_pair(cache, leaf, linbits, output);
+        else
+            put_pair(&cache, leaf, output);
     }
     *bits = cache;
 }

@@ -13,7 +13,6 @@ namespace {
 
 constexpr uint32_t kLines = 18;  // of a subband
 constexpr uint32_t kButterflies = 8;
-constexpr const Lanes *kLanes = nullptr;  // chooses load_lanes()
 
 // Alias reduction at the lower edges of subbands 1 to edges: the lines at equal distances from an edge are
 // rotated.
@@ -22,9 +21,9 @@ void reduce_alias(int32_t *spectrum, uint32_t edges) {
         int32_t *const upper = spectrum + edge * kLines;
         for (uint32_t i = 0; i < kButterflies; i += Lanes::kCount) {
             int32_t *const lower = upper - i - Lanes::kCount;
-            const Lanes a = reverse(load_lanes(kLanes, lower)), b = load_lanes(kLanes, upper + i);
+            const Lanes a = reverse(load_lanes(lower)), b = load_lanes(upper + i);
             Lanes p, q;
-            rotate(a, b, load_lanes(kLanes, mp3dec_cs + i), load_lanes(kLanes, mp3dec_ca + i), &p, &q);
+            rotate(a, b, load_lanes(mp3dec_cs + i), load_lanes(mp3dec_ca + i), &p, &q);
             store_lanes(lower, reverse(p));
             store_lanes(upper + i, -q);
         }
@@ -113,7 +112,7 @@ void transform_group(Mp3Stores *stores, uint32_t channel, uint32_t group, const 
     Lanes x[kLines], kept[kLines], output[kLines];
     load_columns<kLines>(stores->spectrum[channel] + subband * kLines, kLines, x);
     for (uint32_t i = 0; i < kLines; ++i)
-        kept[i] = load_lanes(kLanes, overlap[i]);
+        kept[i] = load_lanes(overlap[i]);
     if (windows.mixed && subband < 2)
         imdct_mixed(x, windows, group, kept, output);
     else
@@ -131,7 +130,7 @@ void drain_group(Mp3Stores *stores, uint32_t channel, uint32_t group, uint32_t s
     const uint32_t subband = group * Lanes::kCount;
     Lanes output[kLines];
     for (uint32_t i = 0; i < kLines; ++i) {
-        output[i] = load_lanes(kLanes, stores->overlap[channel][group][i]);
+        output[i] = load_lanes(stores->overlap[channel][group][i]);
         if (i % 2 != 0) output[i] = negate_odd(output[i], subband);
     }
     store_columns<kLines>(output, &stores->samples[channel][subband][slot], kMp3MaxSlots);

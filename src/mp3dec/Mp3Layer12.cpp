@@ -73,33 +73,42 @@ int32_t dequantize(uint32_t code, const Scale &scale) {
 }
 
 uint32_t code_bits(uint32_t levels) {
-    uint32_t bits = 0;
-    while (levels >> bits != 0)
-        ++bits;
-    return bits;
+    return 32 - static_cast<uint32_t>(__builtin_clz(levels));
 }
 
-bool is_grouped(uint32_t levels) {
-    return levels == 3 || levels == 5 || levels == 9;
+// Three codes in one number; a division by a constant is a product.
+template <uint32_t levels>
+void split_group(uint32_t group, uint32_t codes[kGroup]) {
+    codes[0] = group % levels;
+    codes[1] = group / levels % levels;
+    codes[2] = group / (levels * levels) % levels;
 }
 
 // Three codes of a Layer II quantiser.
 void read_codes(Mp3BitCache *bits, uint32_t levels, uint32_t codes[kGroup]) {
-    if (!is_grouped(levels)) {
-        const uint32_t width = code_bits(levels);
-        for (uint32_t i = 0; i < kGroup; ++i)
-            codes[i] = bits->read(width);
-        return;
+    switch (levels) {
+        case 3:
+            return split_group<3>(bits->read(5), codes);
+        case 5:
+            return split_group<5>(bits->read(7), codes);
+        case 9:
+            return split_group<9>(bits->read(10), codes);
+        default:
+            break;
     }
-    uint32_t group = bits->read(levels == 3 ? 5 : levels == 5 ? 7 : 10);
-    for (uint32_t i = 0; i < kGroup; ++i) {
-        codes[i] = group % levels;
-        group /= levels;
-    }
+    const uint32_t width = code_bits(levels);
+    for (uint32_t i = 0; i < kGroup; ++i)
+        codes[i] = bits->read(width);
 }
 
-void clear_samples(Mp3Stores *stores, uint32_t channels) {
-    MMemSet(stores->samples, 0, channels * sizeof stores->samples[0]);
+// Clears the subbands without samples.
+void clear_silent(Mp3Stores *stores, const SubbandFrame &frame) {
+    for (uint32_t ch = 0; ch < frame.channels; ++ch) {
+        for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
+            if (frame.quantizer[ch][sb] == 0)
+                MMemSet(stores->samples[ch][sb], 0, sizeof stores->samples[ch][sb]);
+        }
+    }
 }
 
 // Moves the reader behind the samples and checks that the frame held them.
@@ -195,20 +204,34 @@ void read_factors_2(Mp3BitCache *bits, SubbandFrame *frame) {
     }
 }
 
+// Three slots.
+void read_group_2(Mp3BitCache *bits, const SubbandFrame &frame, const Scale (*scales)[kMp3Subbands],
+                  uint32_t slot, Mp3Stores *stores) {
+    for (uint32_t sb = 0; sb < frame.subbands; ++sb) {
+        const uint32_t own = channels_with_own_samples(frame, sb);
+        uint32_t codes[kGroup] = {};
+        for (uint32_t ch = 0; ch < frame.channels; ++ch) {
+            if (frame.quantizer[ch][sb] == 0) continue;
+            const Scale scale = scales[ch][sb];
+            if (ch < own) read_codes(bits, scale.levels, codes);
+            for (uint32_t i = 0; i < kGroup; ++i)
+                stores->samples[ch][sb][slot + i] = dequantize(codes[i], scale);
+        }
+    }
+}
+
 void read_samples_2(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *stores) {
-    for (uint32_t slot = 0; slot < kMp3MaxSlots; slot += kGroup) {
-        const uint32_t part = slot / (kMp3MaxSlots / kParts);
-        for (uint32_t sb = 0; sb < frame.subbands; ++sb) {
-            const uint32_t own = channels_with_own_samples(frame, sb);
-            uint32_t codes[kGroup] = {};
-            for (uint32_t ch = 0; ch < frame.channels; ++ch) {
-                if (frame.quantizer[ch][sb] == 0) continue;
-                const Scale scale = scale_of(frame.quantizer[ch][sb], frame.factor[ch][sb][part]);
-                if (ch < own) read_codes(bits, scale.levels, codes);
-                for (uint32_t i = 0; i < kGroup; ++i)
-                    stores->samples[ch][sb][slot + i] = dequantize(codes[i], scale);
+    constexpr uint32_t kPartSlots = kMp3MaxSlots / kParts;
+    for (uint32_t part = 0; part < kParts; ++part) {
+        Scale scales[2][kMp3Subbands] = {};
+        for (uint32_t ch = 0; ch < frame.channels; ++ch) {
+            for (uint32_t sb = 0; sb < frame.subbands; ++sb) {
+                const uint32_t quantizer = frame.quantizer[ch][sb];
+                if (quantizer != 0) scales[ch][sb] = scale_of(quantizer, frame.factor[ch][sb][part]);
             }
         }
+        for (uint32_t slot = part * kPartSlots; slot < (part + 1) * kPartSlots; slot += kGroup)
+            read_group_2(bits, frame, scales, slot, stores);
     }
 }
 
@@ -232,7 +255,7 @@ int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
             if (work.quantizer[ch][sb] != 0) work.factor[ch][sb][0] = static_cast<uint8_t>(bits.read(6));
         }
     }
-    clear_samples(frame->stores, work.channels);
+    clear_silent(frame->stores, work);
     read_samples_1(&bits, work, frame->stores);
     return finish(state, bits, available, used);
 }
@@ -255,7 +278,7 @@ int32_t layer2_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
 
     Mp3BitCache bits(*state->header_reader);
     read_factors_2(&bits, &work);
-    clear_samples(frame->stores, work.channels);
+    clear_silent(frame->stores, work);
     read_samples_2(&bits, work, frame->stores);
     return finish(state, bits, available, used);
 }

@@ -186,7 +186,7 @@ uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
 uint32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
                         const Mp3Spectrum &spectrum) {
     uint32_t all = 0;
-    for (uint32_t i = 0; i < kMp3GranuleLines; ++i)
+    for (uint32_t i = 0; i < spectrum.count; ++i)
         all |= static_cast<uint32_t>(spectrum.lines[i]);
     all &= INT32_MAX;
     uint32_t width = 0;

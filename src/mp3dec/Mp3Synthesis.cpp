@@ -34,7 +34,7 @@ void transform(const int32_t (*samples)[kMp3MaxSlots], uint32_t slots, Mp3Window
     for (uint32_t slot = 0; slot < slots; slot += Lanes::kCount) {
         Lanes x[kMp3Subbands];
         for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
-            x[sb] = load_lanes(x, &samples[sb][slot]);
+            x[sb] = load_lanes(&samples[sb][slot]);
         dct2<kMp3Subbands>(x);
         int32_t t[Lanes::kCount][kMp3Subbands];
         store_columns<kMp3Subbands>(x, t[0], kMp3Subbands);

@@ -37,11 +37,8 @@ std::vector<int16_t> decode(std::vector<uint8_t> stream) {
             continue;
         }
         if (frame.header.layer != 3) synth_frame(&frame, &synthesis);
-        for (uint32_t i = 0; i < synthesis.pcm->samples; ++i) {
-            const bool mono = synthesis.pcm->channels == 1;
-            samples.push_back(mono ? synthesis.pcm->mono[i] : static_cast<int16_t>(synthesis.pcm->stereo[i]));
-            if (!mono) samples.push_back(static_cast<int16_t>(synthesis.pcm->stereo[i] >> 16));
-        }
+        const int16_t *const first = synthesis.pcm->mono;  // or left and right in turn
+        samples.insert(samples.end(), first, first + synthesis.pcm->samples * synthesis.pcm->channels);
     }
     synth_close(&synthesis);
     frame_close(&frame);

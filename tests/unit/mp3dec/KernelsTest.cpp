@@ -19,17 +19,11 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-class Random {
-public:
-    // Up to 2^bits in size.
-    int32_t value(int bits) {
-        return static_cast<int32_t>(static_cast<uint32_t>(generator_())) >> (31 - bits);
-    }
-    uint32_t below(uint32_t limit) { return static_cast<uint32_t>(generator_() % limit); }
-
-private:
-    std::mt19937 generator_{1};
-};
+// Up to 2^bits in size.
+int32_t random_value(int bits) {
+    static std::mt19937 generator{1};
+    return static_cast<int32_t>(static_cast<uint32_t>(generator())) >> (31 - bits);
+}
 
 TEST(Mp3Kernels, RequantiseByThePowerLaw) {
     // Half a unit of the result for its rounding, and 2^-22 of the value for the table's.
@@ -50,14 +44,13 @@ TEST(Mp3Kernels, RequantiseByThePowerLaw) {
 
 template <class Lanes>
 double worst_dct_error() {
-    Random random;
     double worst = 0;
     for (int round = 0; round < 50; ++round) {
         int32_t input[32][Lanes::kCount], output[32][Lanes::kCount];
         Lanes x[32];
         for (auto &row : input) {
             for (int32_t &value : row)
-                value = random.value(25);
+                value = random_value(25);
             memcpy(&x[&row - input], row, sizeof row);
         }
         dct2<32>(x);
@@ -116,18 +109,17 @@ void reduce_alias_textbook(std::vector<double> &lines, uint32_t edges) {
 }
 
 TEST(Mp3Kernels, MakeSubbandSamplesByTheImdctSum) {
-    Random random;
     const auto stores = std::make_unique<Mp3Stores>();
     std::vector<double> overlap(576);
     for (uint32_t round = 0; round < 60; ++round) {
         Mp3Granule granule{};
         granule.block_type = static_cast<uint8_t>(round % 4);
         if (round % 5 == 0 && granule.block_type != 0) granule.flags = kMp3MixedBlock;
-        const uint32_t count = round % 7 == 0 ? random.below(577) : 576,
-                       extra = random.below(kMaxExtraBits + 1);
+        const uint32_t count = round % 7 == 0 ? static_cast<uint32_t>(random_value(8) + 256) : 576,
+                       extra = round % (kMaxExtraBits + 1);
         std::vector<double> lines(576);
         for (uint32_t i = 0; i < 576; ++i) {
-            stores->spectrum[1][i] = i < count ? random.value(27) : 0;
+            stores->spectrum[1][i] = i < count ? random_value(27) : 0;
             lines[i] = stores->spectrum[1][i] / std::sqrt(2) / std::exp2(kSpectrumBits + extra - kSampleBits);
         }
         const bool is_short = granule.block_type == 2, mixed = granule.flags != 0;
@@ -165,7 +157,6 @@ std::vector<double> standard_window() {
 TEST(Mp3Kernels, SynthesiseAsTheFlowChartDoes) {
     const std::vector<double> window = standard_window();
     for (const bool half_rate : {false, true}) {
-        Random random;
         Mp3Frame frame{};
         Mp3Synthesis synthesis{};
         ASSERT_EQ(frame_init(&frame, 2, 3, 1), 0);
@@ -178,7 +169,7 @@ TEST(Mp3Kernels, SynthesiseAsTheFlowChartDoes) {
                 for (auto &subband : channel) {
                     for (int32_t &sample : subband)
                         sample =
-                            random.value(slots == 18 ? kSampleBits - 1 : kSampleBits - 3);  // 18: overloads
+                            random_value(slots == 18 ? kSampleBits - 1 : kSampleBits - 3);  // 18: overloads
                 }
             }
             const auto samples = std::make_unique<Mp3Stores>(*frame.stores);
