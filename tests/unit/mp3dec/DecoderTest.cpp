@@ -31,35 +31,28 @@ TEST(Mp3Decoder, AnyCutAndAnyOutputGiveTheSameSamples) {
 TEST(Mp3Decoder, ReportsWhatItTookAndGave) {
     Bytes bytes = noise_stream(4), pcm(1 << 16);
     const uint32_t size = static_cast<uint32_t>(bytes.size()), frame = size / 4, gives = 384 * 4;
-    // Pieces of the stream by their start and length, and what a call has to answer.
+    // Pieces of the stream by their start and length, and what a call has to answer: what is left of a large
+    // piece stays with the caller, a small one is kept; less room than a sample is no room; the last frame
+    // needs the end of the stream, which is padded once.
     struct Call {
         uint32_t start, length, room;
         int32_t code;
         uint32_t consumed, produced;
     };
-    const std::vector<Call> runs[] = {
-        // A piece that is too short is kept; the last frame needs the end of the stream, which is padded
-        // once.
-        {{0, 100, 9999, QU_MP3_NEED_INPUT, 100, 0},
-         {100, size - 100, 9999, QU_MP3_NEED_INPUT, size - 100, 0},
-         {0, 0, 3 * gives, QU_MP3_OK, 0, 3 * gives},
-         {0, 0, 9999, QU_MP3_NEED_INPUT, 0, gives},
-         {0, 0, 9999, QU_MP3_NEED_INPUT, 0, 0}},
-        // What is left of a large piece stays with the caller; less room than a sample is no room.
-        {{0, size, 3, QU_MP3_OUTPUT_FULL, frame, 0},
-         {frame, size - frame, 3, QU_MP3_OUTPUT_FULL, 0, 0},
-         {frame, size - frame, gives, QU_MP3_OK, 0, gives},
-         {frame, size - frame, gives + 7, QU_MP3_OUTPUT_FULL, 2 * frame, gives + 4},
-         {3 * frame, frame, gives, QU_MP3_NEED_INPUT, 0, gives - 4}},
-    };
-    for (const std::vector<Call> &calls : runs) {
-        const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
-        for (const Call &call : calls) {
-            QuMp3Buffer input = {&bytes[call.start], call.length, 0}, output = {pcm.data(), call.room, 0};
-            EXPECT_EQ(QU_MP3_decoder_read(decoder.get(), &input, &output), call.code) << &call - calls.data();
-            EXPECT_TRUE(input.result == call.consumed && output.result == call.produced)
-                << &call - calls.data();
-        }
+    const Call calls[] = {{0, size, 3, QU_MP3_OUTPUT_FULL, frame, 0},
+                          {frame, size - frame, 3, QU_MP3_OUTPUT_FULL, 0, 0},
+                          {frame, size - frame, gives, QU_MP3_OK, 0, gives},
+                          {frame, size - frame, gives + 7, QU_MP3_OUTPUT_FULL, 2 * frame, gives + 4},
+                          {3 * frame, 100, gives, QU_MP3_NEED_INPUT, 0, gives - 4},
+                          {3 * frame, 100, gives, QU_MP3_NEED_INPUT, 100, 0},
+                          {3 * frame + 100, frame - 100, gives, QU_MP3_NEED_INPUT, frame - 100, 0},
+                          {0, 0, gives, QU_MP3_OK, 0, gives},
+                          {0, 0, gives, QU_MP3_NEED_INPUT, 0, 0}};
+    const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
+    for (const Call &call : calls) {
+        QuMp3Buffer input = {&bytes[call.start], call.length, 0}, output = {pcm.data(), call.room, 0};
+        EXPECT_EQ(QU_MP3_decoder_read(decoder.get(), &input, &output), call.code) << &call - calls;
+        EXPECT_TRUE(input.result == call.consumed && output.result == call.produced) << &call - calls;
     }
 }
 
@@ -93,42 +86,31 @@ TEST(Mp3Decoder, AResetDecoderIsANewOne) {
     }
 }
 
-// What the interpolation and the channel modes make of samples at the rate of the synthesis.
+// What the interpolation, of a step in 1/128 samples, and the channel modes make of samples at the rate of
+// the synthesis. A step of 0 is none.
 Bytes convert(const std::vector<int16_t> &in, size_t channels, uint32_t step, uint32_t mode) {
-    const size_t count = in.size() / channels;
-    std::vector<int> out;
-    for (uint64_t position = 0; step != 0 && position / 128 + 1 < count; position += step) {
-        const int16_t *a = &in[position / 128 * channels], *b = a + channels;
-        const int f = static_cast<int>(position % 128);
-        if (channels == 2 && mode != 0 && mode != 2) {
-            const int first = a[0] + a[1], second = b[0] + b[1];
-            out.push_back((first * 128 + 128 + f * (second - first)) >> 8);
-        } else {
-            for (size_t c = 0; c < channels; ++c)
-                out.push_back((a[c] * 128 + 64 + f * (b[c] - a[c])) >> 7);
-        }
+    Bytes out;
+    const auto put = [&out](int sample) {
+        out.insert(out.end(), {static_cast<uint8_t>(sample), static_cast<uint8_t>(sample >> 8)});
+    };
+    const bool mixes = channels == 2 && (step == 0 ? mode == 1 : mode != 0 && mode != 2);
+    const size_t end = in.size() / channels - (step == 0 ? 0 : 1);
+    for (uint64_t position = 0; position / 128 < end; position += step == 0 ? 128 : step) {
+        const int16_t *a = &in[position / 128 * channels], *b = step == 0 ? a : a + channels;
+        const int f = static_cast<int>(position % 128), first = a[0] + a[channels - 1],
+                  second = b[0] + b[channels - 1];
+        if (mixes) put(step == 0 ? first >> 1 : (first * 128 + 128 + f * (second - first)) >> 8);
+        for (size_t c = 0; c < channels && !mixes; ++c)
+            put((a[c] * 128 + 64 + f * (b[c] - a[c])) >> 7);
+        if (channels == 1 && mode == 2 && step == 0) put(a[0]);
     }
-    for (size_t i = 0; step == 0 && i < count; ++i) {
-        const int16_t *a = &in[i * channels];
-        if (channels == 2 && mode == 1) {
-            out.push_back((a[0] + a[1]) >> 1);
-        } else if (channels == 1 && mode == 2) {
-            out.insert(out.end(), 2, a[0]);
-        } else {
-            out.insert(out.end(), a, a + channels);
-        }
-    }
-    Bytes bytes;
-    for (const int sample : out)
-        bytes.insert(bytes.end(), {static_cast<uint8_t>(sample), static_cast<uint8_t>(sample >> 8)});
-    return bytes;
+    return out;
 }
 
 TEST(Mp3Decoder, RatesAndChannelsAreConvertedByTheFormula) {
     struct Case {
-        uint32_t rate;  // wanted of 48000
-        uint32_t step;  // of the interpolation in 1/128 samples of the synthesis, 0 for none
-        bool is_half;   // the synthesis runs at half rate
+        uint32_t rate, step;  // wanted of 48000; that of the interpolation
+        bool is_half;         // the synthesis runs at half rate
     };
     const Case cases[] = {{0, 0, false},      {48000, 0, false},   {96000, 0, false},   {47999, 0, false},
                           {24000, 0, true},   {32000, 192, false}, {44100, 139, false}, {16000, 192, true},
@@ -142,8 +124,7 @@ TEST(Mp3Decoder, RatesAndChannelsAreConvertedByTheFormula) {
             return decode(decoder.get(), stream, calls);
         };
         const std::vector<int16_t> full = samples_of(decode(stream)), half = samples_of(run(0, 24000, {}));
-        ASSERT_EQ(full.size(), 12 * 384 * channels);
-        ASSERT_EQ(half.size(), full.size() / 2);
+        ASSERT_TRUE(full.size() == 12 * 384 * channels && half.size() == full.size() / 2);
         for (const Case &each : cases) {
             for (const uint32_t mode : {0u, 1u, 2u, 3u}) {
                 const Bytes expected = convert(each.is_half ? half : full, channels, each.step, mode);

@@ -78,7 +78,6 @@ TEST(Mp3Info, BufferSizesFollowTheFormula) {
         header.sample_rate = each.sample_rate;
         EXPECT_EQ(QU_MP3_min_input_buffer_size_compat(&header), each.compat);
     }
-    EXPECT_EQ(QU_MP3_min_input_buffer_size(nullptr), -1);
 }
 
 // Through all that reads whole streams: the stream functions, and the player with a tiny buffer.
