@@ -85,12 +85,14 @@ inline void dct2(Lanes *x) {
         x[1] = mul(difference, kCos45);
     } else if constexpr (N > 2) {
         Lanes sums[N / 2], differences[N / 2];
+#pragma GCC unroll 16
         for (uint32_t k = 0; k < N / 2; ++k) {
             sums[k] = x[k] + x[N - 1 - k];
             differences[k] = x[k] - x[N - 1 - k];
         }
         dct2<N / 2>(sums);
         dct4<N / 2>(differences);
+#pragma GCC unroll 16
         for (uint32_t k = 0; k < N / 2; ++k) {
             x[2 * k] = sums[k];
             x[2 * k + 1] = differences[k];
@@ -104,6 +106,7 @@ inline void dct4(Lanes *x) {
     constexpr uint32_t kHalf = N / 2;
     constexpr const int32_t *kAngles = rotation_table<N>();
     Lanes p[kHalf], q[kHalf];
+#pragma GCC unroll 16
     for (uint32_t k = 0; k < kHalf; ++k) {
         rotate(x[k], x[N - 1 - k], kAngles[2 * k], kAngles[2 * k + 1], &p[k], &q[k]);
         if (k % 2 != 0) q[k] = -q[k];
@@ -112,6 +115,7 @@ inline void dct4(Lanes *x) {
     dct2<kHalf>(q);
     x[0] = p[0];
     x[N - 1] = q[0];
+#pragma GCC unroll 16
     for (uint32_t m = 1; m < kHalf; ++m) {
         x[2 * m] = p[m] - q[kHalf - m];
         x[2 * m - 1] = p[m] + q[kHalf - m];

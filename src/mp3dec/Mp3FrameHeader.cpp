@@ -22,6 +22,9 @@ constexpr uint32_t kSampleRates[3] = {44100, 48000, 32000};
 // Free format: rates that no frame can have.
 constexpr uint32_t kFreeFormatTooLow = 7;
 constexpr uint32_t kFreeFormatTooHigh = 641;
+// How far the next header is waited for, in bytes: 640 kbit/s at 32 kHz take 2880. A chance header in other
+// data must not make the decoder ask for more input than a caller's pieces are gathered to.
+constexpr uint64_t kLargestFreeFormat = 3000;
 
 // Parses the header that the header reader stands on; 0 or an error code.
 uint32_t parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
@@ -102,9 +105,12 @@ uint32_t measure_distance(const Mp3FrameHeader &header, Mp3InputBuffer *state, u
             bitrate_of_distance(header, *distance) > kFreeFormatTooLow)
             return 0;
     }
-    // Where even the largest frame would have ended there is none; before that, more input may show its end.
+    // Behind the largest frame that is to be expected there is none; before that, more input may show its
+    // end.
     const uint64_t seen = buffer_left(*state, state->frame_start);
-    return bitrate_of_distance(header, seen) < kFreeFormatTooHigh ? MP3_ERR_NEED_INPUT : MP3_ERR_SYNC;
+    const bool may_follow =
+        seen < kLargestFreeFormat && bitrate_of_distance(header, seen) < kFreeFormatTooHigh;
+    return may_follow ? MP3_ERR_NEED_INPUT : MP3_ERR_SYNC;
 }
 
 uint32_t measure_free_format(const Mp3FrameHeader &header, Mp3InputBuffer *state) {

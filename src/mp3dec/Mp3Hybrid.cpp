@@ -34,6 +34,7 @@ void reduce_alias(int32_t *spectrum, uint32_t edges) {
 template <class Lanes>
 void imdct36(Lanes *x, const int32_t *window, Lanes *overlap, Lanes *output) {
     dct4<18>(x);
+#pragma GCC unroll 9
     for (uint32_t i = 0; i < 9; ++i) {
         const Lanes first = x[9 + i], second = x[8 - i];
         output[i] = overlap[i] + mul(first, window[i]);

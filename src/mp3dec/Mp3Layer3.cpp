@@ -101,7 +101,7 @@ int32_t layer3_decode(Mp3InputBuffer *state, Mp3Frame *frame, Mp3Synthesis *outp
     work.main = state->main_reader;
     if (reservoir_create(state) != 0) return mp3_fail(state, MP3_ERR_NO_MEMORY);
     const uint8_t *const side_start = bit_position(*state->header_reader);
-    if (side_start + mp3_side_info_size(frame->header) > state->read_position) {
+    if (state->read_position - side_start < static_cast<ptrdiff_t>(mp3_side_info_size(frame->header))) {
         state->reservoir_fill = 0;
         return mp3_fail(state, MP3_ERR_SIDE_INFO);
     }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <sstream>
@@ -10,6 +11,7 @@
 
 #include "mp3dec/Mp3Huffman.h"
 #include "mp3dec/tables/HuffmanTables.h"
+#include "mp3dec/tables/ScaleFactorBands.h"
 #include "support/BitWriter.h"
 
 namespace quorv::test {
@@ -81,52 +83,35 @@ TEST(Mp3Huffman, DecodesEveryCode) {
 }
 
 TEST(Mp3Huffman, DecodesQuadruplesUntilBitsOrRoomEnd) {
-    std::array<int32_t, 12> values{};
-    // Table B: the code is the complement of the four flags; signs follow in order.
-    BitWriter b;
-    put_bits(&b,
-             "0101"
-             "10"
-             "1111"
-             "0000"
-             "0110");  // 1010, 0000, 1111
-    struct Case {
-        uint32_t available, room, expected;
-    };
-    for (const Case &c : {Case{18, 12, 12}, Case{18, 11, 8}, Case{17, 12, 8}, Case{9, 12, 4}, Case{5, 12, 0},
-                          Case{0, 12, 0}}) {
-        Mp3BitCache cache = cache_of(b.data());
-        EXPECT_EQ(dechuffquads(&cache, 1, c.available, values.data(), c.room), c.expected)
-            << c.available << ' ' << c.room;
-        if (c.expected == 12) {
-            const uint32_t expected[12] = {1 | kMinus, 0, 1, 0, 0, 0, 0, 0, 1, 1 | kMinus, 1 | kMinus, 1};
-            for (size_t i = 0; i < 12; ++i)
-                EXPECT_EQ(plain(values[i]), expected[i]) << i;
-        }
+    // Table B: the code is the complement of the four flags, the signs follow. 1010, 0000, 1111.
+    BitWriter writer;
+    put_bits(&writer, "010110111100000110");
+    const uint32_t expected[12] = {1 | kMinus, 0, 1, 0, 0, 0, 0, 0, 1, 1 | kMinus, 1 | kMinus, 1};
+    // Bits, room and the values that fit both.
+    for (const auto &[available, room, count] : std::initializer_list<std::array<uint32_t, 3>>{
+             {18, 12, 12}, {18, 11, 8}, {17, 12, 8}, {9, 12, 4}, {5, 12, 0}, {0, 12, 0}}) {
+        int32_t values[12];
+        Mp3BitCache cache = cache_of(writer.data());
+        ASSERT_EQ(dechuffquads(&cache, 1, available, values, room), count) << available << ' ' << room;
+        for (size_t i = 0; i < count; ++i)
+            EXPECT_EQ(plain(values[i]), expected[i]) << i;
     }
 }
 
 TEST(Mp3Huffman, RefusesTablesThatAreNotThereAndLongSpectra) {
-    const uint16_t bands[37] = {0,  4,  8,   12,  16,  20,  24,  30,  36,  44,  52, 62,
-                                74, 90, 110, 134, 162, 196, 238, 288, 342, 418, 576};
     Mp3FrameHeader header{};
-    header.scale_factor_bands = bands;
-    // 288 pairs of table 1's shortest code.
-    const std::vector<uint8_t> ones(36, 0xFF);
-    int32_t lines[kMp3GranuleLines];
-    struct Case {
-        uint8_t table;
-        uint32_t available;
-        int32_t expected;
-    };
-    for (const Case &c :
-         {Case{1, 288, 576}, Case{1, 287, -1}, Case{4, 288, -1}, Case{14, 288, -1}, Case{0, 0, 576}}) {
+    header.scale_factor_bands = sfband[0];
+    const std::vector<uint8_t> ones(36, 0xFF);  // 288 pairs of table 1's shortest code
+    // Table, bits and result.
+    for (const auto &[table, available, result] : std::initializer_list<std::array<int, 3>>{
+             {1, 288, 576}, {1, 287, -1}, {4, 288, -1}, {14, 288, -1}, {0, 0, 576}}) {
         Mp3Granule granule{};
         granule.big_values = 288;
-        for (uint8_t &table : granule.table_select)
-            table = c.table;
+        std::fill_n(granule.table_select, 3, static_cast<uint8_t>(table));
+        int32_t lines[kMp3GranuleLines];
         Mp3BitCache cache = cache_of(ones);
-        EXPECT_EQ(mp3_dechuff(&cache, header, granule, c.available, lines), c.expected) << int{c.table};
+        EXPECT_EQ(mp3_dechuff(&cache, header, granule, static_cast<uint32_t>(available), lines), result)
+            << table;
     }
 }
 
