@@ -24,6 +24,7 @@ void add_info_command(Session &session);
 void add_frames_command(Session &session);
 void add_extract_command(Session &session);
 void add_headers_command(Session &session);
+void add_decode_command(Session &session);
 
 // Does the work on one input file. A Failure ends it with a line on standard error that names the file;
 // failures to write are no matter of the input and pass.

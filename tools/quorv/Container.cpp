@@ -6,6 +6,7 @@
 
 #include "Failure.h"
 #include "Format.h"
+#include "Mp3Container.h"
 #include "SplitterContainer.h"
 
 namespace quorv::tool {
@@ -40,7 +41,7 @@ const Track &Container::readable_track(uint32_t number) const {
     return *found;
 }
 
-std::unique_ptr<Container> open_container(FileSource &file) {
+std::unique_ptr<Container> open_container(FileSource &file, ContainerUse use) {
     if (file.head().empty()) throw Failure(ExitCode::BadFile, "the file is empty");
     switch (find_format(file.head())) {
         case Format::Avi:
@@ -50,7 +51,12 @@ std::unique_ptr<Container> open_container(FileSource &file) {
             file.make_seekable();
             return open_asf(file);
         case Format::Mp3:
-            throw Failure(ExitCode::BadFile, "MP3 files are not supported");
+            if (use == ContainerUse::Frames)
+                throw Failure(
+                    ExitCode::BadFile,
+                    "an MP3 file is one raw stream already: 'quorv info' and 'quorv decode' take it");
+            file.make_seekable();
+            return std::make_unique<Mp3Container>(file);
         case Format::H264:
         case Format::Mpeg4:
             throw Failure(ExitCode::BadFile, "raw video without tracks: 'quorv headers' lists what it holds");

@@ -52,7 +52,7 @@ class Container {
 public:
     virtual ~Container() = default;
 
-    // "avi" or "asf"
+    // "avi", "asf" or "mp3"
     virtual std::string_view format() const = 0;
     virtual const std::vector<Track> &tracks() const = 0;
     // The next frame of a readable track; false behind the last.
@@ -65,8 +65,14 @@ public:
     const Track &readable_track(uint32_t number) const;
 };
 
+enum class ContainerUse {
+    Frames,    // refuses what has no frames of its own to list
+    Describe,  // tracks only
+    Decode     // pieces of a track in order, whether they are frames or not
+};
+
 // Finds the format from the content. The file must outlive the container.
-std::unique_ptr<Container> open_container(FileSource &file);
+std::unique_ptr<Container> open_container(FileSource &file, ContainerUse use = ContainerUse::Frames);
 
 }  // namespace quorv::tool
 

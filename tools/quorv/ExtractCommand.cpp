@@ -7,7 +7,6 @@
 #include "Container.h"
 #include "OutputFile.h"
 #include "Progress.h"
-#include "Text.h"
 
 namespace quorv::tool {
 
@@ -53,16 +52,7 @@ void extract(const ExtractOptions &options) {
     if (count == 0)
         throw Failure(ExitCode::BadFile, (problem.empty() ? "" : problem + "; ") + "no frame of track " +
                                              std::to_string(track.number) + " can be read");
-    if (problem.empty()) {
-        output.finish();
-        return;
-    }
-    // What can be saved of a damaged file is worth having, but not in place of something else.
-    const std::string frames = std::to_string(count) + (count == 1 ? " frame" : " frames");
-    if (output.finish_without_replacing())
-        throw Failure(ExitCode::BadFile, problem + "; " + frames + " extracted");
-    throw Failure(ExitCode::BadFile, problem + "; only " + frames + " could be extracted, so " +
-                                         printable(options.output) + " stays as it was");
+    finish_output(output, problem, std::to_string(count) + (count == 1 ? " frame" : " frames"), "extracted");
 }
 
 }  // namespace

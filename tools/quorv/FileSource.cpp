@@ -17,7 +17,8 @@ namespace quorv::tool {
 
 namespace {
 
-constexpr size_t kHeadBytes = 4096;
+// Holds two MPEG audio frames of the largest size and the start of a third.
+constexpr size_t kHeadBytes = 8192;
 constexpr size_t kBufferBytes = 0x10000;
 // What is read behind a jump: chunk headers that are far apart need little, and reading on doubles it.
 constexpr size_t kFirstRead = 4096;

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Mp3Container.h"
+
 namespace quorv::tool {
 
 namespace {
@@ -29,13 +31,8 @@ bool is_asf(std::span<const uint8_t> head) {
     return has_at(head, 0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv);
 }
 
-// An ID3v2 tag, or the header of an MPEG audio frame with no reserved value in it.
 bool is_mp3(std::span<const uint8_t> head) {
-    if (has_at(head, 0, "ID3")) return true;
-    if (head.size() < 4 || head[0] != 0xFF || (head[1] & 0xE0) != 0xE0) return false;
-    const int version = head[1] >> 3 & 3, layer = head[1] >> 1 & 3;
-    const int bit_rate = head[2] >> 4, sample_rate = head[2] >> 2 & 3;
-    return version != 1 && layer != 0 && bit_rate != 15 && sample_rate != 3;
+    return has_at(head, 0, "ID3") || has_mpeg_audio(head);
 }
 
 // The bytes behind the start codes of a stream that begins with one.

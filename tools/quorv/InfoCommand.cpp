@@ -97,7 +97,7 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
     for (const std::string &name : options.files) {
         const ExitCode code = run_on_file(out, name, [&] {
             FileSource file(name);
-            const std::unique_ptr<Container> container = open_container(file);
+            const std::unique_ptr<Container> container = open_container(file, ContainerUse::Describe);
             if (options.json) {
                 out.write(file_json(name, *container) + "\n");
             } else {

@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "Failure.h"
+#include "Text.h"
 
 namespace quorv::tool {
 
@@ -141,6 +142,27 @@ bool OutputFile::finish_without_replacing() {
     if (temporary_ && replaces_) return false;
     finish();
     return true;
+}
+
+void OutputFile::rewrite_start(std::string_view bytes) {
+    stream_.flush();
+    for (size_t done = 0; done < bytes.size();) {
+        const ssize_t put = pwrite(file_.get(), &bytes[done], bytes.size() - done, static_cast<off_t>(done));
+        if (put < 0 && errno != EINTR) throw WriteFailure(name_, errno);
+        if (put > 0) done += static_cast<size_t>(put);
+    }
+}
+
+void finish_output(OutputFile &output, const std::string &problem, const std::string &amount,
+                   const std::string &done) {
+    if (problem.empty()) {
+        output.finish();
+        return;
+    }
+    if (output.finish_without_replacing())
+        throw Failure(ExitCode::BadFile, problem + "; " + amount + " " + done);
+    throw Failure(ExitCode::BadFile, problem + "; only " + amount + " could be " + done + ", so " +
+                                         printable(output.name()) + " stays as it was");
 }
 
 }  // namespace quorv::tool

@@ -24,10 +24,15 @@ public:
     OutputFile &operator=(const OutputFile &) = delete;
 
     OutputStream &stream() { return stream_; }
+    // Whether it is a file whose first bytes can be written again.
+    bool is_rewritable() const { return temporary_ != nullptr; }
+    void rewrite_start(std::string_view bytes);
     // Gives the file its name, in place of an earlier file of that name.
     void finish();
     // The same for an incomplete result: false, and nothing done, when it would replace an earlier file.
     bool finish_without_replacing();
+    // As the user wrote it.
+    const std::string &name() const { return name_; }
 
 private:
     void open(const FileSource &input);
@@ -40,6 +45,11 @@ private:
     OutputStream stream_;
     bool replaces_ = false;
 };
+
+// Finishes a file of what could be read: `amount` of the input was `done` ("9 frames", "extracted"). With a
+// problem it throws Failure, and what is there is kept, but not in place of something else.
+void finish_output(OutputFile &output, const std::string &problem, const std::string &amount,
+                   const std::string &done);
 
 }  // namespace quorv::tool
 

@@ -70,7 +70,7 @@ std::vector<std::string> arguments(int argc, char **argv) {
 }
 
 void describe(CLI::App &app) {
-    app.description("Takes media files apart: lists tracks and frames, extracts streams.");
+    app.description("Takes media files apart: lists tracks and frames, extracts and decodes streams.");
     app.set_version_flag("--version", version_text());
     app.require_subcommand(1);
     app.footer(
@@ -79,6 +79,7 @@ void describe(CLI::App &app) {
         "  quorv frames holiday.avi --track 1 --json --md5\n"
         "  quorv extract holiday.avi --track 2 -o holiday.mp3\n"
         "  quorv headers holiday.h264\n"
+        "  quorv decode holiday.mp3 -o holiday.wav\n"
         "\n"
         "'quorv COMMAND --help' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
         "supported, 2 wrong usage, 3 the file or the output could not be read or written.");
@@ -92,6 +93,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     add_frames_command(session);
     add_extract_command(session);
     add_headers_command(session);
+    add_decode_command(session);
     try {
         app.parse(arguments(argc, argv));
     } catch (const CLI::CallForHelp &) {

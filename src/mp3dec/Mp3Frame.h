@@ -1,0 +1,40 @@
+// One stream's frame state: the header, the working stores that last from frame to frame, the equaliser; and
+// the choice of the layer's decoder.
+#ifndef QUORV_SRC_MP3DEC_MP3FRAME_H
+#define QUORV_SRC_MP3DEC_MP3FRAME_H
+
+#include <quorv/mp3_decoder.h>
+#include <stdint.h>
+
+#include "mp3dec/Mp3InputBuffer.h"
+#include "mp3dec/Mp3Synthesis.h"
+
+namespace quorv {
+
+struct Mp3Stores;  // mp3dec/Mp3Stores.h
+
+struct Mp3Frame {
+    Mp3FrameHeader header;
+    Mp3Stores *stores;           // owned
+    uint32_t equalizer_enabled;  // read by the synthesis of the next frame
+    uint32_t equalizer_value;    // the preset; one that is not there is flat
+};
+
+// Empties the state and, with allocate set, allocates the working stores, zeroed. The two values, largest
+// channel count and highest layer, are not used: the stores have room for everything. 0 or -1.
+int32_t frame_init(Mp3Frame *frame, uint32_t max_channels, uint32_t highest_layer, uint32_t allocate);
+
+// Zeroes the working stores for a new position in the stream.
+void frame_reset(Mp3Frame *frame);
+
+// Frees the working stores.
+void frame_close(Mp3Frame *frame);
+
+// Decodes the next frame. Layer III leaves PCM in the output's store; Layers I and II leave subband samples
+// for synth_frame. 0, or -1 with state->error: below 256 the same frame comes again with more input, else it
+// was skipped.
+int32_t frame_decode(Mp3Frame *frame, Mp3InputBuffer *state, Mp3Synthesis *output);
+
+}  // namespace quorv
+
+#endif

@@ -1,0 +1,58 @@
+// Finds and reads the header of a frame.
+#ifndef QUORV_SRC_MP3DEC_MP3FRAMEHEADER_H
+#define QUORV_SRC_MP3DEC_MP3FRAMEHEADER_H
+
+#include <quorv/mp3_decoder.h>
+#include <stdint.h>
+
+#include "mp3dec/Mp3InputBuffer.h"
+
+namespace quorv {
+
+// Bit 0 of Mp3FrameHeader.options.
+inline constexpr uint32_t kMp3IgnoreCrc = 1;
+
+// Empties the record.
+void header_init(Mp3FrameHeader *header);
+
+// Finds the next frame from the read position on and reads its header. 0: frame start and read position are
+// those of the frame and the one behind it, and the header reader stands behind the header. -1 with
+// state->error: below 256 nothing is lost and more input is needed, else the position moved on.
+//
+// Out of sync, a frame counts only when two more sync words follow it at the distances that the headers tell.
+int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state);
+
+constexpr bool mp3_has_flag(const Mp3FrameHeader &header, uint32_t flag) {
+    return (header.flags & flag) != 0;
+}
+
+constexpr bool mp3_is_low_rate(const Mp3FrameHeader &header) {
+    return mp3_has_flag(header, MP3_FLAG_LOW_SAMPLING_RATE);
+}
+
+constexpr uint32_t mp3_channels(const Mp3FrameHeader &header) {
+    return header.channel_code == 0 ? 1 : 2;
+}
+
+// Samples of one channel in a frame.
+constexpr uint32_t mp3_samples_per_frame(const Mp3FrameHeader &header) {
+    if (header.layer == 1) return 384;
+    return header.layer == 3 && mp3_is_low_rate(header) ? 576 : 1152;
+}
+
+// The mode extension counts in joint stereo only; encoders leave bits there in other modes.
+constexpr bool mp3_is_joint(const Mp3FrameHeader &header) {
+    return header.channel_code == 2;
+}
+
+constexpr bool mp3_has_middle_side(const Mp3FrameHeader &header) {
+    return mp3_is_joint(header) && (header.mode_extension & 2) != 0;
+}
+
+constexpr bool mp3_has_intensity(const Mp3FrameHeader &header) {
+    return mp3_is_joint(header) && (header.mode_extension & 1) != 0;
+}
+
+}  // namespace quorv
+
+#endif

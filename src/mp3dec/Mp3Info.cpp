@@ -1,0 +1,200 @@
+// Scans a stream for its format and duration.
+
+#include <quorv/mp3_decoder.h>
+#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "mp3dec/Mp3FrameHeader.h"
+#include "mp3dec/Mp3InputBuffer.h"
+#include "mp3dec/Mp3Stream.h"
+
+namespace quorv {
+
+intptr_t mp3_skip_tag(MStream stream) {
+    uint8_t head[10];
+    const intptr_t start = MStreamTell(stream);
+    if (start < 0 || MStreamRead(stream, head, sizeof head) != sizeof head) return -1;
+    if (memcmp(head, "ID3", 3) != 0) return MStreamSeek(stream, MSTREAM_SEEK_START, start) == 0 ? 0 : -1;
+    // Seven bits a byte, so that no byte of the size looks like a sync word.
+    intptr_t size = 0;
+    for (int i = 6; i < 10; ++i)
+        size = size << 7 | (head[i] & 0x7F);
+    if (MStreamSeek(stream, MSTREAM_SEEK_CURRENT, size) != 0) return -1;
+    return size + static_cast<intptr_t>(sizeof head);
+}
+
+namespace {
+
+constexpr uint32_t kBufferBytes = 32000;
+constexpr uint32_t kPadding = kMp3LookAhead + 1;  // behind the last frame
+constexpr uint32_t kFirstSkippingError = 256;
+constexpr uint32_t kLargestStandardBitrate = 448;  // kbit/s
+
+uint32_t saturate(uint64_t value) {
+    return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
+}
+
+uint32_t samples_per_frame(uint32_t layer, bool low_rate) {
+    if (layer == 1) return 384;
+    return layer == 3 && low_rate ? 576 : 1152;
+}
+
+uint32_t version_of(const Mp3FrameHeader &header) {
+    if (mp3_has_flag(header, MP3_FLAG_MPEG25)) return 2;
+    return mp3_is_low_rate(header) ? 1 : 0;
+}
+
+// What is known of the frames so far.
+struct Mp3Scan {
+    MStream stream;
+    Mp3InputBuffer input;
+    Mp3FrameHeader header;
+    QuMp3Info info;
+    uint32_t lowest, highest;  // bit rates
+    uint64_t bytes;            // from the start of the audio to the end of the last frame counted
+    uint8_t buffer[kBufferBytes + kPadding];
+};
+
+bool is_same_format(const QuMp3Info &a, const QuMp3Info &b) {
+    return a.layer == b.layer && a.channels == b.channels && a.sample_rate == b.sample_rate &&
+           a.version == b.version;
+}
+
+void count_frame(Mp3Scan *scan) {
+    const Mp3FrameHeader &header = scan->header;
+    const QuMp3Info found = {
+        header.layer, mp3_channels(header), version_of(header), 0, header.sample_rate, 0, 0};
+    // A frame of another format is the first of a new stream.
+    if (!is_same_format(found, scan->info)) scan->info = found;
+    ++scan->info.frame_count;
+    scan->lowest = std::min(scan->lowest, header.bitrate);
+    scan->highest = std::max(scan->highest, header.bitrate);
+}
+
+// Counts the frames in the buffer, which begins `offset` bytes behind the start of the audio. Returns the
+// bytes that are done with.
+uint32_t scan_buffer(Mp3Scan *scan, uint32_t filled, uint64_t offset, uint32_t limit) {
+    buffer_set(&scan->input, scan->buffer, filled);
+    const uint8_t *done = scan->buffer;
+    while (limit == 0 || scan->info.frame_count < limit) {
+        if (header_decode(&scan->header, &scan->input) == 0) {
+            count_frame(scan);
+            scan->bytes = offset + static_cast<uint64_t>(scan->input.read_position - scan->buffer);
+        } else if (scan->input.error < kFirstSkippingError) {
+            done = std::max(done, scan->input.frame_start);
+            break;
+        }
+        done = scan->input.read_position;
+    }
+    const auto used = static_cast<uint32_t>(done - scan->buffer);
+    // No frame is as large as the buffer; what claims to be one must not stop the search.
+    return used == 0 ? kBufferBytes - static_cast<uint32_t>(kMp3LookAhead) : used;
+}
+
+void scan_stream(Mp3Scan *scan, uint32_t limit) {
+    scan->lowest = kLargestStandardBitrate;
+    uint32_t held = 0;
+    uint64_t offset = 0;
+    for (bool is_last = false; !is_last && (limit == 0 || scan->info.frame_count < limit);) {
+        const int32_t got =
+            MStreamRead(scan->stream, scan->buffer + held, static_cast<int32_t>(kBufferBytes - held));
+        held += static_cast<uint32_t>(std::max(got, 0));
+        is_last = held < kBufferBytes;
+        memset(scan->buffer + held, 0, sizeof scan->buffer - held);
+        const uint32_t filled = is_last ? sizeof scan->buffer : kBufferBytes;
+        const uint32_t used = std::min(scan_buffer(scan, filled, offset, limit), kBufferBytes);
+        offset += used;
+        held = kBufferBytes - used;
+        memmove(scan->buffer, scan->buffer + used, held);
+    }
+}
+
+void set_whole_duration(Mp3Scan *scan, uint64_t samples) {
+    QuMp3Info *info = &scan->info;
+    info->duration = saturate(info->frame_count * samples * 1000 / info->sample_rate);
+}
+
+// From the frames at the start and the size of all; needs the duration of those frames.
+void estimate(Mp3Scan *scan, uint64_t audio_bytes, uint64_t samples) {
+    QuMp3Info *info = &scan->info;
+    uint64_t bitrate = scan->highest;
+    if (scan->lowest != scan->highest && info->duration != 0) bitrate = scan->bytes * 8 / info->duration;
+    if (bitrate == 0) return;
+    info->duration = saturate(audio_bytes * 8 / bitrate);
+    info->frame_count = saturate(uint64_t{info->duration} * info->sample_rate / samples / 1000);
+}
+
+int32_t scan_audio(Mp3Scan *scan, uint32_t limit) {
+    intptr_t size = 0;
+    if (limit != 0) {
+        if (MStreamSeek(scan->stream, MSTREAM_SEEK_END, 0) != 0) return -1;
+        size = MStreamTell(scan->stream);
+    }
+    if (MStreamSeek(scan->stream, MSTREAM_SEEK_START, 0) != 0) return -1;
+    const intptr_t tag = mp3_skip_tag(scan->stream);
+    if (tag < 0 || buffer_init(&scan->input, 0) != 0) return -1;
+    header_init(&scan->header);
+    scan_stream(scan, limit);
+    buffer_close(&scan->input);
+    QuMp3Info *info = &scan->info;
+    if (info->frame_count == 0 || info->sample_rate == 0) return -1;
+
+    const uint32_t samples = samples_per_frame(info->layer, info->version != 0);
+    info->bitrate = (scan->highest & 0xFFFF) | scan->lowest << 16;
+    set_whole_duration(scan, samples);
+    if (limit != 0) estimate(scan, static_cast<uint64_t>(std::max<intptr_t>(size - tag, 0)), samples);
+    return 0;
+}
+
+// About one frame and the bytes that must lie behind it.
+uint32_t input_size(uint32_t sample_rate, uint64_t samples, uint32_t bitrate) {
+    if (sample_rate == 0) return 0;
+    return static_cast<uint32_t>((sample_rate + samples * bitrate * 2000) / sample_rate / 16 + 9);
+}
+
+}  // namespace
+}  // namespace quorv
+
+using namespace quorv;
+
+int32_t QU_MP3_info_get(void *stream, QuMp3Info *info, uint32_t frames) {
+    if (stream == nullptr || info == nullptr) return -1;
+    auto *handle = static_cast<MStream>(stream);
+    const intptr_t position = MStreamTell(handle);
+    if (position < 0) return -1;
+    auto *scan = static_cast<Mp3Scan *>(MMemAlloc(nullptr, sizeof(Mp3Scan)));
+    if (scan == nullptr) return -1;
+    memset(scan, 0, sizeof *scan);
+    scan->stream = handle;
+    const int32_t result = scan_audio(scan, frames);
+    if (result == 0) *info = scan->info;
+    MMemFree(nullptr, scan);
+    MStreamSeek(handle, MSTREAM_SEEK_START, position);
+    return result;
+}
+
+int32_t QU_MP3_get_info(void *stream, uint32_t *duration, uint32_t *frame_count, QuMp3Summary *summary) {
+    if (duration == nullptr || frame_count == nullptr || summary == nullptr) return -1;
+    QuMp3Info info = {};
+    if (QU_MP3_info_get(stream, &info, 0) != 0) return -1;
+    *duration = info.duration;
+    *frame_count = info.frame_count;
+    *summary = {info.layer, info.bitrate, info.sample_rate, info.channels - 1};
+    return 0;
+}
+
+int32_t QU_MP3_min_input_buffer_size(const QuMp3Info *info) {
+    if (info == nullptr) return -1;
+    const uint32_t samples = samples_per_frame(info->layer, info->version != 0);
+    return static_cast<int32_t>(input_size(info->sample_rate, samples, info->bitrate & 0xFFFF));
+}
+
+int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *header) {
+    constexpr uint32_t kSmallest = 32, kLargest = 1464;
+    if (header == nullptr) return -1;
+    if (header->sample_rate == 0) return kLargest;
+    const uint32_t size = input_size(header->sample_rate, mp3_samples_per_frame(*header), header->bitrate);
+    return static_cast<int32_t>(std::clamp(size, kSmallest, kLargest));
+}

@@ -1,0 +1,41 @@
+// The bytes that a decoder works on: the caller's own, or a private copy once a piece was too short for a
+// frame.
+#ifndef QUORV_SRC_MP3DEC_MP3INPUTSTORE_H
+#define QUORV_SRC_MP3DEC_MP3INPUTSTORE_H
+
+#include <quorv/mp3_decoder.h>
+#include <stdint.h>
+
+namespace quorv {
+
+struct Mp3InputStore {
+    uint8_t *bytes;       // the copy, null while there is none; owned
+    uint32_t held;        // bytes in the copy
+    uint32_t unconsumed;  // of those, the last ones
+    uint32_t capacity;    // beside which there is always room for the padding of the end
+    uint32_t padded;      // the end of the stream was signalled and padded
+};
+
+// What to decode next.
+struct Mp3InputBytes {
+    const uint8_t *data;
+    uint32_t length;
+};
+
+// Takes the caller's next piece and returns what to decode: with a copy, as much of the piece as fits into it
+// is appended and counts as consumed. A piece of length 0 is the end of the stream.
+Mp3InputBytes store_take(Mp3InputStore *store, QuMp3Buffer *input);
+
+// Everything in front of the position has been decoded.
+void store_consume(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position);
+
+// What lies from the position on is too short for a frame although no frame came before it in this piece:
+// makes or enlarges the copy where that helps. QU_MP3_NEED_INPUT, or QU_MP3_ERROR when it must not grow.
+int32_t store_extend(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position);
+
+// Forgets everything and frees the copy.
+void store_close(Mp3InputStore *store);
+
+}  // namespace quorv
+
+#endif

@@ -1,0 +1,37 @@
+// Requantisation of Layer III (ISO/IEC 11172-3, 2.4.3.4.7) and reordering of short blocks (2.4.3.4.8).
+#ifndef QUORV_SRC_MP3DEC_MP3REQUANTIZE_H
+#define QUORV_SRC_MP3DEC_MP3REQUANTIZE_H
+
+#include "mp3dec/Mp3ScaleFactors.h"
+#include "mp3dec/Mp3SideInfo.h"
+#include "mp3dec/Mp3Stores.h"
+
+namespace quorv {
+
+// One channel's spectrum in work.
+struct Mp3Spectrum {
+    int32_t *lines;
+    uint32_t count;  // lines decoded; what follows is zero
+    // The last band with a line that is not zero, -1 for none: of long blocks or the long part of mixed ones,
+    // and of each window of short ones.
+    int32_t last_long;
+    int32_t last_short[3];
+};
+
+// How many fractional bits beyond kSpectrumBits the channel's spectrum may have, 0 to kMaxExtraBits, without
+// its largest decoded line coming near the limits.
+uint32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3Spectrum &spectrum);
+
+// Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated. Not 0
+// is returned when a line is not zero.
+uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent);
+
+// Requantises the spectrum of a granule and channel, sqrt(2) louder than the standard: the factor of
+// middle/side stereo is so much for frames that have it, and the same is done to all others. Both channels of
+// a granule get the same extra bits.
+void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
+                    uint32_t extra_bits, Mp3Spectrum *spectrum);
+
+}  // namespace quorv
+
+#endif

@@ -1,0 +1,35 @@
+// The bit reservoir of Layer III: a frame's main data may begin in the frames before it.
+#ifndef QUORV_SRC_MP3DEC_MP3RESERVOIR_H
+#define QUORV_SRC_MP3DEC_MP3RESERVOIR_H
+
+#include <quorv/mp3_decoder.h>
+
+#include "mp3dec/Mp3InputBuffer.h"
+
+namespace quorv {
+
+// Where the bytes of one frame are, counted from the end of its side information.
+struct Mp3MainData {
+    uint32_t here;        // bytes of the frame behind the side information
+    uint32_t begin;       // bytes that it takes from the reservoir
+    uint32_t next_begin;  // bytes that the next frame takes from this one and the reservoir
+    uint32_t length;      // bytes of the frame's data
+    uint32_t appended;    // bytes of the frame that were copied to the reservoir to follow on its data there
+};
+
+// Allocates the reservoir if that was not done yet. 0 or -1.
+int32_t reservoir_create(Mp3InputBuffer *state);
+
+// Measures the frame's data. The header reader stands behind the side information, the read position at the
+// next frame.
+Mp3MainData reservoir_measure(const Mp3InputBuffer &state, uint32_t main_data_begin);
+
+// Puts the main reader on the frame's data, made contiguous. 0 or MP3_ERR_RESERVOIR.
+uint32_t reservoir_open(Mp3InputBuffer *state, Mp3MainData *data);
+
+// Keeps what the next frame needs.
+void reservoir_keep(Mp3InputBuffer *state, const Mp3MainData &data);
+
+}  // namespace quorv
+
+#endif

@@ -1,0 +1,31 @@
+// Working stores of a stream that last from frame to frame, and the data of the frame in work.
+#ifndef QUORV_SRC_MP3DEC_MP3STORES_H
+#define QUORV_SRC_MP3DEC_MP3STORES_H
+
+#include <stdint.h>
+
+#include "mp3dec/Lanes.h"
+#include "mp3dec/Mp3Window.h"
+
+namespace quorv {
+
+inline constexpr uint32_t kMp3GranuleLines = 576;
+inline constexpr uint32_t kMp3GranuleSlots = 18;  // samples of a subband in a granule
+
+struct Mp3Stores {
+    // Of one granule, by channel: sign and magnitude as decoded, then signed with kSpectrumBits fractional
+    // bits.
+    alignas(16) int32_t spectrum[2][kMp3GranuleLines];
+    // By channel and group of subbands: what the last granule adds to the next one.
+    alignas(16) int32_t overlap[2][kMp3Subbands / Lanes::kCount][kMp3GranuleSlots][Lanes::kCount];
+    // By channel, subband and time slot, with kSampleBits fractional bits: a whole frame.
+    alignas(16) int32_t samples[2][kMp3Subbands][kMp3MaxSlots];
+    // By channel: what the synthesis needs of the slots before.
+    alignas(16) Mp3WindowHistory history[2];
+    // By channel: groups of subbands from here on have no overlap.
+    uint32_t overlap_groups[2];
+};
+
+}  // namespace quorv
+
+#endif

@@ -1,0 +1,76 @@
+// Streams of real encoders: every sample is within one step of what libmpg123 makes of the same stream.
+
+#include <gtest/gtest.h>
+#include <mpg123.h>
+
+#include <cstdlib>
+
+#include "support/EncodedAudio.h"
+#include "support/Mp3Streams.h"
+
+namespace quorv::test {
+namespace {
+
+std::vector<int16_t> decode_with_peer(const Bytes &stream) {
+    mpg123_handle *const peer = mpg123_new(nullptr, nullptr);
+    mpg123_param(peer, MPG123_REMOVE_FLAGS, MPG123_GAPLESS, 0);
+    mpg123_param(peer, MPG123_ADD_FLAGS, MPG123_QUIET | MPG123_IGNORE_INFOFRAME, 0);
+    mpg123_open_feed(peer);
+    mpg123_feed(peer, stream.data(), stream.size());
+    std::vector<int16_t> samples;
+    for (int code = MPG123_OK; code == MPG123_OK || code == MPG123_NEW_FORMAT;) {
+        int16_t block[8192];
+        size_t bytes = 0;
+        code = mpg123_read(peer, block, sizeof block, &bytes);
+        samples.insert(samples.end(), block, block + bytes / 2);
+    }
+    mpg123_delete(peer);
+    return samples;
+}
+
+void compare(const Encoding &encoding) {
+    SCOPED_TRACE(encoding.encoder + " at " + std::to_string(encoding.rate));
+    const Bytes stream = encode(encoding);
+    const std::vector<int16_t> ours = samples_of(decode(stream)), theirs = decode_with_peer(stream);
+    ASSERT_EQ(ours.size(), theirs.size());
+    ASSERT_GE(ours.size(), size_t{encoding.seconds} * encoding.rate * encoding.channels);
+    int largest = 0;
+    for (size_t i = 0; i < ours.size(); ++i)
+        largest = std::max(largest, std::abs(ours[i] - theirs[i]));
+    EXPECT_LE(largest, 1);
+}
+
+TEST(Mp3Peer, EveryBitRateAndMode) {
+    for (const int rate : {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320})
+        compare({"lame --cbr -b " + std::to_string(rate)});
+    for (const char *encoder :
+         {"lame -V 0", "lame -V 9", "lame --abr 150", "lame -m s -b 128", "lame -m f -b 96",
+          "lame -m d -b 160", "lame -p -b 128", "lame --nores -b 192", "lame --freeformat -b 500",
+          "twolame -b 64", "twolame -b 192", "twolame -b 384", "twolame -m joint -b 96",
+          "twolame -m dual -b 192", "twolame -p -b 160"})
+        compare({encoder, 48000});
+    for (const char *encoder :
+         {"lame -b 64", "lame -V 4", "twolame -b 32", "twolame -b 56", "twolame -b 192"})
+        compare({encoder, 32000, 1});
+}
+
+TEST(Mp3Peer, EveryLowSampleRate) {
+    for (const uint32_t rate : {24000u, 22050u, 16000u, 12000u, 11025u, 8000u}) {
+        for (const char *encoder : {"lame -b 8", "lame -b 32", "lame -b 64", "lame -V 5", "twolame -b 64"}) {
+            if (rate < 16000 && encoder[0] == 't') continue;
+            compare({encoder, rate, 1});
+            compare({encoder, rate, 2});
+        }
+    }
+}
+
+TEST(Mp3Peer, ExtremeSignals) {
+    for (const Signal signal : {Signal::Quiet, Signal::Square, Signal::Impulses}) {
+        for (const char *encoder : {"lame -b 128", "lame -b 320", "lame -V 2", "twolame -b 192"})
+            compare({encoder, 44100, 2, signal});
+        compare({"lame -b 64", 22050, 1, signal});
+    }
+}
+
+}  // namespace
+}  // namespace quorv::test

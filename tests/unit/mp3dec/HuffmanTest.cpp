@@ -1,0 +1,119 @@
+// Huffman decoding: every code of every table, its signs and linbits, and the limits of the bit budget.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "mp3dec/Mp3Huffman.h"
+#include "mp3dec/tables/HuffmanTables.h"
+#include "mp3dec/tables/ScaleFactorBands.h"
+#include "support/BitWriter.h"
+
+namespace quorv::test {
+namespace {
+
+constexpr uint32_t kMinus = 0x80000000;
+
+// A decoded value; zero may come with a sign.
+uint32_t plain(int32_t value) {
+    return static_cast<uint32_t>(value) == kMinus ? 0 : static_cast<uint32_t>(value);
+}
+
+struct Code {
+    uint32_t table, x, y;
+    std::string bits;
+};
+
+// The big-values codes; those of 16 and 24 for all tables that use them.
+std::vector<Code> big_values_codes() {
+    std::ifstream file(QUORV_HUFFMAN_CODES);
+    std::vector<Code> codes;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        Code code;
+        if (!(fields >> code.table >> code.x >> code.y >> code.bits)) continue;
+        const uint32_t last = code.table == 16 ? 23 : code.table == 24 ? 31 : code.table;
+        for (; code.table <= last; ++code.table)
+            codes.push_back(code);
+    }
+    return codes;
+}
+
+void put_bits(BitWriter *writer, const std::string &bits) {
+    for (const char bit : bits)
+        writer->put(bit == '1', 1);
+}
+
+Mp3BitCache cache_of(const std::vector<uint8_t> &bytes) {
+    Mp3BitReader reader;
+    bit_place(&reader, bytes.data(), bytes.data() + bytes.size());
+    return Mp3BitCache(reader);
+}
+
+// A value with its linbits, x negative and y positive.
+uint32_t put_value(BitWriter *writer, uint32_t value, uint32_t linbits, bool negative, uint32_t extra) {
+    const bool escaped = linbits != 0 && value == 15;
+    if (escaped) writer->put(extra, static_cast<int>(linbits));
+    value += escaped ? extra : 0;
+    if (value != 0) writer->put(negative, 1);
+    return value != 0 && negative ? value | kMinus : value;
+}
+
+TEST(Mp3Huffman, DecodesEveryCode) {
+    const std::vector<Code> codes = big_values_codes();
+    ASSERT_EQ(codes.size(), 4u + 9 + 9 + 16 + 16 + 3 * 36 + 3 * 64 + 2 * 256 + 16 * 256);
+    for (const Code &code : codes) {
+        const uint32_t linbits = huffTabLookup[code.table].linbits, largest = (1u << linbits) - 1;
+        BitWriter writer;
+        put_bits(&writer, code.bits);
+        const uint32_t x = put_value(&writer, code.x, linbits, true, largest);
+        const uint32_t y = put_value(&writer, code.y, linbits, false, largest / 2);
+        Mp3BitCache cache = cache_of(writer.data());
+        int32_t values[2];
+        ASSERT_EQ(dechuffpairs(&cache, code.table, values, 2), 0);
+        EXPECT_EQ(plain(values[0]), x) << code.table << ' ' << code.bits;
+        EXPECT_EQ(plain(values[1]), y) << code.table << ' ' << code.bits;
+        EXPECT_EQ(cache.consumed(), writer.bit_count()) << code.table << ' ' << code.bits;
+    }
+}
+
+TEST(Mp3Huffman, DecodesQuadruplesUntilBitsOrRoomEnd) {
+    // Table B: the code is the complement of the four flags, the signs follow. 1010, 0000, 1111.
+    BitWriter writer;
+    put_bits(&writer, "010110111100000110");
+    const uint32_t expected[12] = {1 | kMinus, 0, 1, 0, 0, 0, 0, 0, 1, 1 | kMinus, 1 | kMinus, 1};
+    // Bits, room and the values that fit both.
+    for (const auto &[available, room, count] : std::initializer_list<std::array<uint32_t, 3>>{
+             {18, 12, 12}, {18, 11, 8}, {17, 12, 8}, {9, 12, 4}, {5, 12, 0}, {0, 12, 0}}) {
+        int32_t values[12];
+        Mp3BitCache cache = cache_of(writer.data());
+        ASSERT_EQ(dechuffquads(&cache, 1, available, values, room), count) << available << ' ' << room;
+        for (size_t i = 0; i < count; ++i)
+            EXPECT_EQ(plain(values[i]), expected[i]) << i;
+    }
+}
+
+TEST(Mp3Huffman, RefusesTablesThatAreNotThereAndLongSpectra) {
+    Mp3FrameHeader header{};
+    header.scale_factor_bands = sfband[0];
+    const std::vector<uint8_t> ones(36, 0xFF);  // 288 pairs of table 1's shortest code
+    // Table, bits and result.
+    for (const auto &[table, available, result] : std::initializer_list<std::array<int, 3>>{
+             {1, 288, 576}, {1, 287, -1}, {4, 288, -1}, {14, 288, -1}, {0, 0, 576}}) {
+        Mp3Granule granule{};
+        granule.big_values = 288;
+        std::fill_n(granule.table_select, 3, static_cast<uint8_t>(table));
+        int32_t lines[kMp3GranuleLines];
+        Mp3BitCache cache = cache_of(ones);
+        EXPECT_EQ(mp3_dechuff(&cache, header, granule, static_cast<uint32_t>(available), lines), result)
+            << table;
+    }
+}
+
+}  // namespace
+}  // namespace quorv::test

@@ -1,0 +1,203 @@
+// The decoder's kernels against the formulas of the standard in double precision.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <vector>
+
+#include "mp3dec/CosineTransforms.h"
+#include "mp3dec/Mp3Frame.h"
+#include "mp3dec/Mp3Hybrid.h"
+#include "mp3dec/Mp3Requantize.h"
+#include "mp3dec/tables/SynthesisTables.h"
+
+namespace quorv::test {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+
+// Up to 2^bits in size.
+int32_t random_value(int bits) {
+    static std::mt19937 generator{1};
+    return static_cast<int32_t>(static_cast<uint32_t>(generator())) >> (31 - bits);
+}
+
+TEST(Mp3Kernels, RequantiseByThePowerLaw) {
+    // Half a unit of the result for its rounding, and 2^-22 of the value for the table's.
+    for (int32_t exponent : {-40, 0, 11, 12, 13, 50, 91, 130, 203, 360}) {
+        std::vector<int32_t> lines;
+        for (int32_t magnitude = 0; magnitude <= 8206; ++magnitude)
+            lines.push_back(magnitude % 3 == 0 ? magnitude | INT32_MIN : magnitude);
+        dequant(lines.data(), static_cast<uint32_t>(lines.size()), exponent);
+        for (int32_t magnitude = 0; magnitude <= 8206; ++magnitude) {
+            const double exact = std::pow(magnitude, 4 / 3.0) * std::exp2(kSpectrumBits - exponent / 4.0);
+            const double expected = std::min(exact, std::exp2(30) - 1) * (magnitude % 3 == 0 ? -1 : 1);
+            ASSERT_NEAR(lines[static_cast<size_t>(magnitude)], expected,
+                        0.5 + std::abs(expected) * std::exp2(-22))
+                << magnitude << " with exponent " << exponent;
+        }
+    }
+}
+
+TEST(Mp3Kernels, TransformByTheCosineSum) {
+    for (int round = 0; round < 200; ++round) {
+        int32_t input[32][Lanes::kCount], output[32][Lanes::kCount];
+        Lane1 single[32];
+        Lanes several[32];
+        for (uint32_t k = 0; k < 32; ++k) {
+            std::generate_n(input[k], Lanes::kCount, [] { return random_value(25); });
+            single[k].value = input[k][0];
+            several[k] = load_lanes(input[k]);
+        }
+        dct2<32>(single);
+        dct2<32>(several);
+        for (uint32_t m = 0; m < 32; ++m) {
+            store_lanes(output[m], several[m]);
+            for (uint32_t lane = 0; lane < Lanes::kCount; ++lane) {
+                double expected = 0;
+                for (uint32_t k = 0; k < 32; ++k)
+                    expected += input[k][lane] * std::cos(kPi * m * (2 * k + 1) / 64);
+                // Four rotations deep, each rounds by half a unit and adds up two values.
+                ASSERT_NEAR(output[m][lane], expected, 8) << m;
+            }
+            ASSERT_EQ(single[m].value, output[m][0]) << m;
+        }
+    }
+}
+
+double block_window(uint32_t type, uint32_t i) {
+    const double normal = std::sin(kPi / 36 * (i + 0.5));
+    if (type == 1 && i >= 18) return i < 24 ? 1 : i < 30 ? std::sin(kPi / 12 * (i - 18 + 0.5)) : 0;
+    if (type == 3 && i < 18) return i < 6 ? 0 : i < 12 ? std::sin(kPi / 12 * (i - 6 + 0.5)) : 1;
+    return normal;
+}
+
+// ISO/IEC 11172-3, 2.4.3.4.10.2 and 2.4.3.4.10.3.
+void imdct_textbook(const double *lines, uint32_t type, double output[36]) {
+    std::fill(output, output + 36, 0.0);
+    const uint32_t windows = type == 2 ? 3 : 1, n = type == 2 ? 12 : 36;
+    for (uint32_t w = 0; w < windows; ++w) {
+        for (uint32_t i = 0; i < n; ++i) {
+            double sum = 0;
+            for (uint32_t k = 0; k < n / 2; ++k)
+                sum += lines[windows * k + w] * std::cos(kPi / (2 * n) * (2 * i + 1 + n / 2) * (2 * k + 1));
+            const double window = type == 2 ? std::sin(kPi / 12 * (i + 0.5)) : block_window(type, i);
+            output[type == 2 ? 6 + 6 * w + i : i] += sum * window;
+        }
+    }
+}
+
+void reduce_alias_textbook(std::vector<double> &lines, uint32_t edges) {
+    constexpr double kCi[8] = {-0.6, -0.535, -0.33, -0.185, -0.095, -0.041, -0.0142, -0.0037};
+    for (uint32_t edge = 1; edge <= edges; ++edge) {
+        for (uint32_t i = 0; i < 8; ++i) {
+            const double scale = std::sqrt(1 + kCi[i] * kCi[i]);
+            double &below = lines[18 * edge - 1 - i], &above = lines[18 * edge + i];
+            const double a = below, b = above;
+            below = (a - b * kCi[i]) / scale;
+            above = (b + a * kCi[i]) / scale;
+        }
+    }
+}
+
+TEST(Mp3Kernels, MakeSubbandSamplesByTheImdctSum) {
+    const auto stores = std::make_unique<Mp3Stores>();
+    std::vector<double> overlap(576);
+    for (uint32_t round = 0; round < 60; ++round) {
+        Mp3Granule granule{};
+        granule.block_type = static_cast<uint8_t>(round % 4);
+        if (round % 5 == 0 && granule.block_type != 0) granule.flags = kMp3MixedBlock;
+        const uint32_t count = round % 7 == 0 ? static_cast<uint32_t>(random_value(8) + 256) : 576,
+                       extra = round % (kMaxExtraBits + 1);
+        std::vector<double> lines(576);
+        for (uint32_t i = 0; i < 576; ++i) {
+            stores->spectrum[1][i] = i < count ? random_value(27) : 0;
+            lines[i] = stores->spectrum[1][i] / std::sqrt(2) / std::exp2(kSpectrumBits + extra - kSampleBits);
+        }
+        const bool is_short = granule.block_type == 2, mixed = granule.flags != 0;
+        reduce_alias_textbook(lines, is_short ? mixed ? 1 : 0 : 31);
+        mp3_imdct(stores.get(), 1, granule, {count, extra}, 18);
+        for (uint32_t sb = 0; sb < 32; ++sb) {
+            double output[36];
+            imdct_textbook(&lines[18 * sb], mixed && sb < 2 ? 0 : granule.block_type, output);
+            for (uint32_t i = 0; i < 18; ++i) {
+                const double expected =
+                    (output[i] + overlap[18 * sb + i]) * (sb % 2 != 0 && i % 2 != 0 ? -1 : 1);
+                // The 18 lines' errors of two rotations each, and that of the window's rounding.
+                ASSERT_NEAR(stores->samples[1][sb][18 + i], expected, 8)
+                    << "block type " << round % 4 << " subband " << sb;
+                overlap[18 * sb + i] = output[18 + i];
+            }
+        }
+    }
+}
+
+// The standard's window out of the decoder's order of it; D[16 + 64p] meets zeros only.
+std::vector<double> standard_window() {
+    std::vector<double> d(512);
+    for (uint32_t p = 0; p < 8; ++p) {
+        for (uint32_t j = 0; j < 16; ++j) {
+            d[64 * p + j] = synthesisWindow[0][j][p][0];
+            d[64 * p + j + 32] = synthesisWindow[0][j][p][1];
+            d[64 * p + 31 - j] = -synthesisWindow[1][j][p][0];
+            d[64 * p + 63 - j] = synthesisWindow[1][j][p][1];
+        }
+    }
+    return d;
+}
+
+TEST(Mp3Kernels, SynthesiseAsTheFlowChartDoes) {
+    const std::vector<double> window = standard_window();
+    for (const bool half_rate : {false, true}) {
+        Mp3Frame frame{};
+        Mp3Synthesis synthesis{};
+        ASSERT_EQ(frame_init(&frame, 2, 3, 1), 0);
+        ASSERT_EQ(synth_init_zev(&synthesis, 3, half_rate ? 256 : 128), 0);
+        frame.header.channel_code = 3;
+        std::vector<double> v[2] = {std::vector<double>(1024), std::vector<double>(1024)};
+        for (uint32_t slots : {36u, 12u, 18u, 36u}) {
+            const uint32_t subbands = half_rate ? 16 : 32, step = half_rate ? 2 : 1;
+            for (auto &channel : frame.stores->samples) {
+                for (auto &subband : channel) {
+                    for (int32_t &sample : subband)
+                        sample = random_value(kSampleBits - (slots == 18 ? 1 : 3));  // 18: overload
+                }
+            }
+            const auto samples = std::make_unique<Mp3Stores>(*frame.stores);
+            mp3_subsynth(&frame, slots, &synthesis);
+            ASSERT_EQ(synthesis.pcm->samples, slots * 32 / step);
+            for (uint32_t slot = 0; slot < slots; ++slot) {
+                for (uint32_t ch = 0; ch < 2; ++ch) {
+                    v[ch].insert(v[ch].begin(), 64, 0.0);
+                    v[ch].resize(1024);
+                    for (uint32_t i = 0; i < 64; ++i) {
+                        for (uint32_t k = 0; k < subbands; ++k)
+                            v[ch][i] +=
+                                samples->samples[ch][k][slot] * std::cos((16 + i) * (2 * k + 1) * kPi / 64);
+                    }
+                    for (uint32_t j = 0; j < 32; j += step) {
+                        double sum = 0;
+                        for (uint32_t i = 0; i < 8; ++i)
+                            sum += v[ch][i * 128 + j] * window[j + 64 * i] +
+                                   v[ch][i * 128 + 96 + j] * window[j + 64 * i + 32];
+                        const double expected =
+                            std::min(32767.0, std::max(-32768.0, sum / std::exp2(kSampleBits + 1)));
+                        const uint32_t word = synthesis.pcm->stereo[(slot * 32 + j) / step] >> 16 * ch;
+                        // Rounded once; everything before adds less than 1/256.
+                        ASSERT_NEAR(static_cast<int16_t>(word), expected, 0.504)
+                            << "slot " << slot << " sample " << j;
+                    }
+                }
+            }
+        }
+        synth_close(&synthesis);
+        frame_close(&frame);
+    }
+}
+
+}  // namespace
+}  // namespace quorv::test
