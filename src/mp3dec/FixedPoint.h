@@ -1,9 +1,9 @@
 // Fixed-point arithmetic of the decoder.
 //
 // 1.0 is full scale. Subband samples have kSampleBits fractional bits; a spectrum has kSpectrumBits and, by
-// granule, up to kMaxExtraBits more where its loudest line leaves room for them. Lines saturate 10 dB above
-// what full scale needs; additions wrap, so that nothing in a stream can cause undefined behaviour. Factors
-// below 1 have 31 fractional bits; every product is rounded once.
+// granule, up to kMaxExtraBits more where its loudest line leaves room for them. Spectra more than 10 dB
+// above what full scale needs are turned down; additions wrap, so that nothing in a stream can cause
+// undefined behaviour. Factors below 1 have 31 fractional bits; every product is rounded once.
 #ifndef QUORV_SRC_MP3DEC_FIXEDPOINT_H
 #define QUORV_SRC_MP3DEC_FIXEDPOINT_H
 
@@ -12,7 +12,7 @@
 namespace quorv {
 
 inline constexpr int kSpectrumBits = 27;
-inline constexpr uint32_t kMaxExtraBits = 3;
+inline constexpr int32_t kMaxExtraBits = 3;
 inline constexpr int kSampleBits = 27;
 
 inline int32_t wrap_add(int32_t a, int32_t b) {

@@ -63,16 +63,18 @@ uint32_t decode_granule(Layer3Frame *frame, uint32_t g) {
         const uint32_t error = read_channel(frame, g, ch, &spectra[ch]);
         if (error != 0) return error;
     }
-    uint32_t extra_bits = kMaxExtraBits;
+    int32_t extra_bits = kMaxExtraBits;
     for (uint32_t ch = 0; ch < channels; ++ch) {
-        const uint32_t bits = mp3_extra_bits(header, frame->side.granules[g][ch], spectra[ch]);
+        const int32_t bits =
+            mp3_extra_bits(header, frame->side.granules[g][ch], frame->factors[ch], spectra[ch]);
         if (bits < extra_bits) extra_bits = bits;
     }
     for (uint32_t ch = 0; ch < channels; ++ch)
         mp3_deqchannel(header, frame->side.granules[g][ch], frame->factors[ch], extra_bits, &spectra[ch]);
     if (channels == 2) mp3_stereo(header, frame->side.granules[g][1], frame->factors[1], spectra);
+    const uint32_t fraction_bits = extra_bits < 0 ? 0 : static_cast<uint32_t>(extra_bits);
     for (uint32_t ch = 0; ch < channels; ++ch)
-        mp3_imdct(frame->stores, ch, frame->side.granules[g][ch], {spectra[ch].count, extra_bits},
+        mp3_imdct(frame->stores, ch, frame->side.granules[g][ch], {spectra[ch].count, fraction_bits},
                   g * kMp3GranuleSlots);
     return 0;
 }

@@ -22,7 +22,8 @@ constexpr int kSmallBits = 25;
 constexpr uint32_t kDirect = 1028;  // magnitudes below come from mp3dec_pow43
 
 // The largest result: two channels' sum stays within 32 bits.
-constexpr uint64_t kMaxMagnitude = (1u << 30) - 1;
+constexpr int32_t kLineBits = 30;
+constexpr uint64_t kMaxMagnitude = (1u << kLineBits) - 1;
 
 constexpr int32_t kUnity = 208;  // global_gain of a factor of 1, sqrt(2) included
 constexpr int32_t kMiddleSideSteps = 2;
@@ -86,6 +87,22 @@ int32_t base_exponent(const Mp3FrameHeader &header, const Mp3Granule &granule) {
 // By the width of the largest magnitude in bits: the exponent that puts it below 4.0, which leaves room for a
 // sum of two channels and for the transforms, but at least one with a bit left to shift in dequant().
 constexpr uint8_t kRoom[15] = {12, 12, 12, 12, 17, 23, 28, 34, 39, 44, 50, 55, 60, 66, 66};
+
+constexpr int32_t kSpareBits = 2;   // that kRoom leaves
+constexpr int32_t kProbeBits = 12;  // more than any stream that was turned up by mistake
+
+// Bits of the largest magnitude.
+uint32_t magnitude_width(const Mp3Spectrum &spectrum) {
+    // By eights, which vectors like; what follows the last line is zero.
+    uint32_t any[8] = {}, all = 0;
+    for (uint32_t i = 0; i < spectrum.count; i += 8) {
+        for (uint32_t k = 0; k < 8; ++k)
+            any[k] |= static_cast<uint32_t>(spectrum.lines[i + k]);
+    }
+    for (const uint32_t bits : any)
+        all |= bits & INT32_MAX;
+    return all == 0 ? 0 : 32 - static_cast<uint32_t>(__builtin_clz(all));
+}
 
 // Lines of any exponent.
 uint32_t dequant_any(int32_t *lines, uint32_t count, int32_t exponent) {
@@ -183,32 +200,32 @@ uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
     return any | dequant_lines(lines + i, count - i, small, shift, exponent);
 }
 
-uint32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
-                        const Mp3Spectrum &spectrum) {
-    // By eights, which vectors like; what follows the last line is zero.
-    uint32_t any[8] = {}, all = 0;
-    for (uint32_t i = 0; i < spectrum.count; i += 8) {
-        for (uint32_t k = 0; k < 8; ++k)
-            any[k] |= static_cast<uint32_t>(spectrum.lines[i + k]);
-    }
-    for (const uint32_t bits : any)
-        all |= bits & INT32_MAX;
-    uint32_t width = 0;
-    while (all >> width != 0)
-        ++width;
-    const int32_t steps = base_exponent(header, granule) - kRoom[width];
-    if (steps < 0) return 0;
-    const uint32_t bits = static_cast<uint32_t>(steps) / 4;
-    return bits < kMaxExtraBits ? bits : kMaxExtraBits;
+int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                       const Mp3ScaleFactors &factors, const Mp3Spectrum &spectrum) {
+    const int32_t steps = base_exponent(header, granule) - kRoom[magnitude_width(spectrum)];
+    if (steps >= 0) return steps / 4 < kMaxExtraBits ? steps / 4 : kMaxExtraBits;
+    if (steps >= -4 * kSpareBits) return 0;
+
+    // It may be overloaded, unless scale factors turn the loud lines down: requantise a copy far lower to
+    // see.
+    int32_t lines[kMp3GranuleLines];
+    MMemCpy(lines, spectrum.lines, sizeof lines);
+    Mp3Spectrum probe = spectrum;
+    probe.lines = lines;
+    mp3_deqchannel(header, granule, factors, -kProbeBits, &probe);
+    for (int32_t &line : lines)
+        line = line < 0 ? -line : line;
+    const int32_t width = static_cast<int32_t>(magnitude_width(probe)) + kProbeBits;
+    return width > kLineBits ? kLineBits - width : 0;
 }
 
 void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
-                    uint32_t extra_bits, Mp3Spectrum *spectrum) {
+                    int32_t extra_bits, Mp3Spectrum *spectrum) {
     spectrum->last_long = -1;
     for (int32_t &last : spectrum->last_short)
         last = -1;
     Scale scale{};
-    scale.base = base_exponent(header, granule) - 4 * static_cast<int32_t>(extra_bits);
+    scale.base = base_exponent(header, granule) - 4 * extra_bits;
     scale.shift = (granule.flags & kMp3ScaleFactorScale) != 0 ? 2 : 1;
     const uint16_t *const long_bands = header.scale_factor_bands;
     const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;

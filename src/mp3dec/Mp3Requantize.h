@@ -18,9 +18,11 @@ struct Mp3Spectrum {
     int32_t last_short[3];
 };
 
-// How many fractional bits beyond kSpectrumBits the channel's spectrum may have, 0 to kMaxExtraBits, without
-// its largest decoded line coming near the limits.
-uint32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3Spectrum &spectrum);
+// How many fractional bits beyond kSpectrumBits the channel's spectrum may have without its largest line
+// coming near the limits: 0 to kMaxExtraBits, or below 0 for one so much louder than full scale that the
+// transforms could not hold it. It is then played lower by so many bits, which still saturates.
+int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                       const Mp3ScaleFactors &factors, const Mp3Spectrum &spectrum);
 
 // Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated. Not 0
 // is returned when a line is not zero.
@@ -30,7 +32,7 @@ uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent);
 // middle/side stereo is so much for frames that have it, and the same is done to all others. Both channels of
 // a granule get the same extra bits.
 void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
-                    uint32_t extra_bits, Mp3Spectrum *spectrum);
+                    int32_t extra_bits, Mp3Spectrum *spectrum);
 
 }  // namespace quorv
 

@@ -118,7 +118,7 @@ void Decoding::run() {
         throw Failure(ExitCode::BadFile,
                       (problem_.empty() ? "" : problem_ + "; ") + "no frame of it can be decoded");
     const PcmFormat &format = reader_->format();
-    const uint64_t seconds = bytes_ / (2 * format.channels) / format.sample_rate;
+    const uint64_t seconds = bytes_ / 2 / format.channels / format.sample_rate;
     finish_output(output_, problem_, std::to_string(seconds) + (seconds == 1 ? " second" : " seconds"),
                   "decoded");
 }

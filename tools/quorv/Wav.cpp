@@ -34,7 +34,7 @@ std::string large_sizes_chunk(const PcmFormat &format, uint64_t riff_bytes, uint
     append(chunk, kLargeSizesBytes);
     append(chunk, riff_bytes);
     append(chunk, data_bytes);
-    append(chunk, data_bytes / (format.channels * kSampleBytes));
+    append(chunk, data_bytes / kSampleBytes / format.channels);
     append(chunk, uint32_t{0});  // no table of further sizes
     return chunk;
 }

@@ -95,7 +95,7 @@ Bytes convert(const std::vector<int16_t> &in, size_t channels, uint32_t step, ui
     };
     const bool mixes = channels == 2 && (step == 0 ? mode == 1 : mode != 0 && mode != 2);
     const size_t end = in.size() / channels - (step == 0 ? 0 : 1);
-    for (uint64_t position = 0; position / 128 < end; position += step == 0 ? 128 : step) {
+    for (size_t position = 0; position / 128 < end; position += step == 0 ? 128 : step) {
         const int16_t *a = &in[position / 128 * channels], *b = step == 0 ? a : a + channels;
         const int f = static_cast<int>(position % 128), first = a[0] + a[channels - 1],
                   second = b[0] + b[channels - 1];

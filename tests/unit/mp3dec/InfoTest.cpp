@@ -102,7 +102,7 @@ TEST(Mp3Info, WholeStreamsAreDecodedByEveryFunction) {
             position += static_cast<uint32_t>(taken);
             uint32_t produced = 0;
             code = QU_MP3_player_read(player, &produced);
-            pcm.insert(pcm.end(), room.begin(), room.begin() + produced);
+            pcm.insert(pcm.end(), room.data(), room.data() + produced);
         }
         EXPECT_TRUE(pcm == expected) << size;
         QU_MP3_player_close(player);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <numbers>
@@ -13,6 +14,7 @@
 #include "mp3dec/Mp3Frame.h"
 #include "mp3dec/Mp3Hybrid.h"
 #include "mp3dec/Mp3Requantize.h"
+#include "mp3dec/tables/ScaleFactorBands.h"
 #include "mp3dec/tables/SynthesisTables.h"
 
 namespace quorv::test {
@@ -40,6 +42,22 @@ TEST(Mp3Kernels, RequantiseByThePowerLaw) {
                         0.5 + std::abs(expected) * std::exp2(-22))
                 << magnitude << " with exponent " << exponent;
         }
+    }
+}
+
+TEST(Mp3Kernels, FitTheirBitsToTheLoudestLine) {
+    // A line of magnitude 1 is 2^((gain - 208) / 4); one of 2^8 must not reach 2^30.
+    for (const auto &[gain, extra, line] : std::initializer_list<std::array<int, 3>>{
+             {160, 3, 1 << 18}, {208, 0, 1 << 27}, {240, -6, 1 << 29}}) {
+        Mp3FrameHeader header{};
+        header.scale_factor_bands = sfband[0];
+        Mp3Granule granule{};
+        granule.global_gain = static_cast<uint16_t>(gain);
+        int32_t lines[kMp3GranuleLines] = {1};
+        Mp3Spectrum spectrum{lines, 2, 0, {}};
+        EXPECT_EQ(mp3_extra_bits(header, granule, {}, spectrum), extra);
+        mp3_deqchannel(header, granule, {}, extra, &spectrum);
+        EXPECT_EQ(lines[0], line);
     }
 }
 
@@ -112,7 +130,7 @@ TEST(Mp3Kernels, MakeSubbandSamplesByTheImdctSum) {
         granule.block_type = static_cast<uint8_t>(round % 4);
         if (round % 5 == 0 && granule.block_type != 0) granule.flags = kMp3MixedBlock;
         const uint32_t count = round % 7 == 0 ? static_cast<uint32_t>(random_value(8) + 256) : 576,
-                       extra = round % (kMaxExtraBits + 1);
+                       extra = round % 4;
         std::vector<double> lines(576);
         for (uint32_t i = 0; i < 576; ++i) {
             stores->spectrum[1][i] = i < count ? random_value(27) : 0;
