@@ -142,7 +142,7 @@ QUORV_API uint32_t ASF_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, voi
  * | SPLITER_CFG_SEEK_THRESHOLD   | accepted, without effect                                                 |
  * | SPLITER_CFG_LOAD_INDEX       | when nonzero, reads the Simple Index Object now                          |
  *
- * The first of them is set at Open for all codecs but Windows Media Video.
+ * The first of them is set at Open for all codecs but WMV1, WMV2 and WMV3.
  *
  * @param[in] handle  an open file
  * @param[in] id      SPLITER_CFG_*

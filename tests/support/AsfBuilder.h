@@ -62,7 +62,7 @@ public:
     Bytes build();
     // Durations are known from build() on.
     const std::vector<AsfFrame> &truth(uint32_t stream) const { return truth_[stream]; }
-    uint64_t data_start() const { return data_start_; }  // position of the first packet
+    size_t data_start() const { return data_start_; }  // position of the first packet
 
     std::vector<AsfStream> streams;
     AsfLayout layout;
@@ -93,7 +93,7 @@ private:
     std::vector<uint32_t> run_;      // frames that wait to be written as one run
     Bytes packets_, payloads_;
     uint32_t payload_count_ = 0, packet_count_ = 0;
-    uint64_t data_start_ = 0;
+    size_t data_start_ = 0;
 };
 
 // An object: its GUID, its size and its body.

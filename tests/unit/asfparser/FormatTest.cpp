@@ -8,7 +8,7 @@ namespace {
 constexpr uint32_t kBad = SPLITER_ERR_BAD_FORMAT, kSmall = SPLITER_ERR_BUFFER_TOO_SMALL;
 constexpr uint32_t kNothing = SPLITER_ERR_UNSUPPORTED, kInvalid = SPLITER_ERR_INVALID_PARAM;
 // Positions in the header: File Properties are its first child.
-constexpr int64_t kHeaderSize = 16, kChildSize = 46, kPlayDuration = 94, kPreroll = 110, kPacketSize = 126;
+constexpr size_t kHeaderSize = 16, kChildSize = 46, kPlayDuration = 94, kPreroll = 110, kPacketSize = 126;
 
 AsfBuilder small_file(AsfStream video = asf_video(1), AsfStream audio = asf_audio(2), AsfLayout layout = {}) {
     AsfBuilder builder({std::move(video), std::move(audio)}, layout, AsfIndex::None);
@@ -17,15 +17,15 @@ AsfBuilder small_file(AsfStream video = asf_video(1), AsfStream audio = asf_audi
     return builder;
 }
 
-Bytes patched(Bytes bytes, int64_t at, const Bytes &with) {
-    std::copy(with.begin(), with.end(), bytes.begin() + at);
+Bytes patched(Bytes bytes, size_t at, const Bytes &with) {
+    std::copy(with.begin(), with.end(), bytes.data() + at);
     return bytes;
 }
 
 TEST(AsfFormat, HeadersThatOpenAndThatDoNot) {
     AsfBuilder builder = small_file();
     const Bytes good = builder.build();
-    const auto data_object = static_cast<int64_t>(builder.data_start()) - 50;
+    const auto data_object = builder.data_start() - 50;
     const struct {
         const char *name;
         Bytes bytes;
@@ -152,7 +152,7 @@ TEST(AsfFormat, TimesBelowThePrerollAreTheBase) {
 TEST(AsfFormat, DamagedPacketsAreReportedOnceAndPassedOver) {
     AsfBuilder builder = small_file();
     const Bytes good = builder.build();
-    const auto packet = static_cast<int64_t>(builder.data_start()) + 5 * 200;
+    const auto packet = builder.data_start() + 5 * 200;
     // The padding of a packet that has none; the length of the replicated data of its first payload.
     for (const auto &[at, value] : {std::pair{packet + 12 + 6, uint8_t{5}}, {packet + 4, uint8_t{0xFF}}}) {
         OpenedAsf asf(patched(good, at, {value}));

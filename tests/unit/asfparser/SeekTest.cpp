@@ -123,8 +123,8 @@ TEST(AsfSeekEnds, TimesBehindTheEndAndThoseWithoutKeyFrames) {
 TEST(AsfSeekEnds, TimesBehindTheIndex) {
     AsfBuilder builder = video_and_audio(AsfIndex::Right);
     Bytes bytes = builder.build();
-    const uint64_t index = builder.data_start() + (bytes.size() - builder.data_start()) / 200 * 200;
-    uint64_t at = builder.data_start();
+    const size_t index = builder.data_start() + (bytes.size() - builder.data_start()) / 200 * 200;
+    size_t at = builder.data_start();
     while (at < index && !std::equal(&bytes[at], &bytes[at + 4], le32(0x33000890).data()))
         at += 200;
     bytes[at + 52] = 40;  // entries of 100 ms each, 3000 ms of them before the start
@@ -165,7 +165,7 @@ private:
         std::copy(word.begin(), word.end(), bytes->begin() + static_cast<std::ptrdiff_t>(at));
     }
     uint8_t byte_at(uint64_t position) const {
-        if (position < start_) return head_[position];
+        if (position < start_) return head_[static_cast<size_t>(position)];
         const auto packet = static_cast<uint32_t>((position - start_) / kPacketSize);
         const auto at = static_cast<uint32_t>((position - start_) % kPacketSize);
         // Behind the packet's header of 13 bytes: stream, number, offset, length of replicated data, size,
@@ -176,7 +176,7 @@ private:
         return head_[start_ + at];
     }
     Bytes head_;
-    uint64_t start_ = 0;
+    size_t start_ = 0;
 };
 
 TEST(AsfSeekCost, AMillionPacketsWithoutIndex) {
