@@ -23,7 +23,7 @@ struct LargeFile {
 };
 
 // A chunk behind each frame, of as long a time: a frame of MP3 at 320 kbit/s, or samples of 16-bit stereo,
-// which the splitter delivers in pieces of 1024. ASF files have Windows Media Audio instead.
+// which the splitter delivers in pieces of 1024. ASF files have WMA sound instead.
 enum class Sound { None, Mp3, Pcm, Wma };
 
 const char *tracks_text(Sound sound);

@@ -15,7 +15,7 @@ extern "C" {
  * @defgroup asf ASF splitter
  * The tracks and frames of ASF files, WMV and WMA among them.
  *
- * Of a file it offers the first video stream of a known codec (Windows Media Video 7 to 9 and MPEG-4 Part 2;
+ * Of a file it offers the first video stream of a known codec (WMV1, WMV2, WMV3 and MPEG-4 Part 2;
  * when there is none, the last video stream, with codec 0) and the first audio stream. A track's number is
  * its stream number in the file plus one. Each track has a read position of its own: reading one track does
  * not consume the frames of the other.
