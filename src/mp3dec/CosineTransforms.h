@@ -93,7 +93,7 @@ inline void dct2(Lanes *x) {
         dct2<N / 2>(sums);
         dct4<N / 2>(differences);
 #pragma GCC unroll 16
-        for (uint32_t k = 0; k < N / 2; ++k) {
+        for (size_t k = 0; k < N / 2; ++k) {
             x[2 * k] = sums[k];
             x[2 * k + 1] = differences[k];
         }
@@ -107,7 +107,7 @@ inline void dct4(Lanes *x) {
     constexpr const int32_t *kAngles = rotation_table<N>();
     Lanes p[kHalf], q[kHalf];
 #pragma GCC unroll 16
-    for (uint32_t k = 0; k < kHalf; ++k) {
+    for (size_t k = 0; k < kHalf; ++k) {
         rotate(x[k], x[N - 1 - k], kAngles[2 * k], kAngles[2 * k + 1], &p[k], &q[k]);
         if (k % 2 != 0) q[k] = -q[k];
     }
@@ -116,7 +116,7 @@ inline void dct4(Lanes *x) {
     x[0] = p[0];
     x[N - 1] = q[0];
 #pragma GCC unroll 16
-    for (uint32_t m = 1; m < kHalf; ++m) {
+    for (size_t m = 1; m < kHalf; ++m) {
         x[2 * m] = p[m] - q[kHalf - m];
         x[2 * m - 1] = p[m] + q[kHalf - m];
     }

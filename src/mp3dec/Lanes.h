@@ -147,7 +147,7 @@ inline Lane4 first_two(Lane4 a, Lane4 b, uint32_t) {
 
 // The columns of four rows that lie `stride` apart: x[k] has column k of the rows.
 template <uint32_t columns>
-inline void load_columns(const int32_t *from, uint32_t stride, Lane4 x[columns]) {
+inline void load_columns(const int32_t *from, size_t stride, Lane4 x[columns]) {
     for (uint32_t k = 0; k < columns; k += 4) {
         // The last block may overlap the one before.
         const uint32_t first = k + 4 <= columns ? k : columns - 4;
@@ -161,7 +161,7 @@ inline void load_columns(const int32_t *from, uint32_t stride, Lane4 x[columns])
 }
 
 template <uint32_t columns>
-inline void store_columns(const Lane4 x[columns], int32_t *to, uint32_t stride) {
+inline void store_columns(const Lane4 x[columns], int32_t *to, size_t stride) {
     for (uint32_t k = 0; k < columns; k += 4) {
         const uint32_t first = k + 4 <= columns ? k : columns - 4;
         Lane4 block[4] = {x[first], x[first + 1], x[first + 2], x[first + 3]};

@@ -18,7 +18,7 @@ constexpr uint32_t kButterflies = 8;
 // rotated.
 void reduce_alias(int32_t *spectrum, uint32_t edges) {
     for (uint32_t edge = 1; edge <= edges; ++edge) {
-        int32_t *const upper = spectrum + edge * kLines;
+        int32_t *const upper = spectrum + size_t{edge} * kLines;
         for (uint32_t i = 0; i < kButterflies; i += Lanes::kCount) {
             int32_t *const lower = upper - i - Lanes::kCount;
             const Lanes a = reverse(load_lanes(lower)), b = load_lanes(upper + i);
@@ -111,7 +111,7 @@ void transform_group(Mp3Stores *stores, uint32_t channel, uint32_t group, const 
     const uint32_t subband = group * Lanes::kCount;
     int32_t(*const overlap)[Lanes::kCount] = stores->overlap[channel][group];
     Lanes x[kLines], kept[kLines], output[kLines];
-    load_columns<kLines>(stores->spectrum[channel] + subband * kLines, kLines, x);
+    load_columns<kLines>(stores->spectrum[channel] + size_t{subband} * kLines, kLines, x);
     for (uint32_t i = 0; i < kLines; ++i)
         kept[i] = load_lanes(overlap[i]);
     if (windows.mixed && subband < 2)

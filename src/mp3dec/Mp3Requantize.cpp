@@ -69,8 +69,9 @@ void dequant_short_band(int32_t *lines, uint32_t width, const int32_t exponents[
     constexpr uint32_t kMaxWidth = 66;
     int32_t windows[3][kMaxWidth];
     for (uint32_t w = 0; w < 3; ++w) {
-        nonzero[w] = dequant(lines + w * width, width, exponents[w]);
-        MMemCpy(windows[w], lines + w * width, width * sizeof *lines);
+        int32_t *const window = lines + size_t{w} * width;
+        nonzero[w] = dequant(window, width, exponents[w]);
+        MMemCpy(windows[w], window, width * sizeof *lines);
     }
     for (uint32_t k = 0; k < width; ++k) {
         for (uint32_t w = 0; w < 3; ++w)
@@ -158,7 +159,7 @@ void dequant_short_bands(const uint16_t *boundaries, uint32_t first, Scale scale
             exponents[w] =
                 scale.base + 8 * granule.subblock_gain[w] + (factors.short_bands[band][w] << scale.shift);
         const uint32_t width = static_cast<uint32_t>(boundaries[band + 1] - boundaries[band]);
-        dequant_short_band(spectrum->lines + 3u * boundaries[band], width, exponents, nonzero);
+        dequant_short_band(spectrum->lines + size_t{3} * boundaries[band], width, exponents, nonzero);
         for (uint32_t w = 0; w < 3; ++w) {
             if (nonzero[w] != 0) spectrum->last_short[w] = static_cast<int32_t>(band);
         }

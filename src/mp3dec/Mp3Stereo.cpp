@@ -64,7 +64,7 @@ void do_band(const Joint &joint, Lines lines, bool intensity, uint32_t position,
 // The intensity position of a band behind the last one that is not zero. The last band of all has none of its
 // own: it goes by the band before it where that one is intensity coded, else to the middle.
 uint32_t position_of(const Joint &joint, uint32_t band, uint32_t bands, int32_t last,
-                     const uint8_t *positions, uint32_t stride) {
+                     const uint8_t *positions, size_t stride) {
     if (band + 1 < bands) return positions[band * stride];
     if (last < static_cast<int32_t>(band) - 1) return positions[(band - 1) * stride];
     return joint.low_rate ? 0 : 3;

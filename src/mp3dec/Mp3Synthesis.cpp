@@ -87,9 +87,9 @@ void mp3_subsynth(Mp3Frame *frame, uint32_t slots, Mp3Synthesis *synthesis) {
         for (uint32_t ch = 0; ch < channels; ++ch)
             window_sum(stores->history[ch], slot, samples[ch]);
         if (channels == 1)
-            put_mono(samples[0], step, pcm->mono + slot * count);
+            put_mono(samples[0], step, pcm->mono + size_t{slot} * count);
         else
-            put_stereo(samples[0], samples[1], step, pcm->stereo + slot * count);
+            put_stereo(samples[0], samples[1], step, pcm->stereo + size_t{slot} * count);
     }
     for (uint32_t ch = 0; ch < channels; ++ch)
         window_advance(&stores->history[ch], slots);
