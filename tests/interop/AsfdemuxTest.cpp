@@ -44,7 +44,7 @@ TEST_P(AsfdemuxTest, FramesAreThoseOfThePeer) {
         ASSERT_EQ(ours.size(), theirs.size());
         for (size_t i = 0; i < ours.size(); ++i) {
             SCOPED_TRACE("frame " + std::to_string(i));
-            const std::ptrdiff_t prefix = i == 0 && !video ? own->prefix : 0;
+            const auto prefix = static_cast<std::ptrdiff_t>(i == 0 && !video ? own->prefix : 0);
             ASSERT_TRUE(Bytes(ours[i].data.begin() + prefix, ours[i].data.end()) == theirs[i].data);
             ASSERT_EQ(ours[i].info.time_stamp, theirs[i].pts / 1000000);
             ASSERT_EQ(ours[i].info.key_frame, theirs[i].key ? 1u : 0u);
