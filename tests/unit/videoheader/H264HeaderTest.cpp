@@ -82,21 +82,6 @@ TEST(H264Slice, EveryNalUnitAndKind) {
         EXPECT_EQ(slice_type(without), kErr);
 }
 
-TEST(H264Nal, OffsetsOfAllStartCodes) {
-    const Bytes data = {0, 0, 0, 1, 0x67, 9, 0, 0, 1, 0x68, 0, 0, 1, 0, 0, 1};
-    const uint32_t expected[] = {1, 6, 10, 13};
-    for (uint32_t capacity = 0; capacity < 6; ++capacity) {
-        std::vector<uint32_t> offsets(6, kUntouched);
-        EXPECT_EQ(ZEV_H264_GetNALHdr(data.data(), size_of(data), offsets.data(), capacity),
-                  capacity < 4 ? kErr : 4);
-        for (uint32_t i = 0; i < 6; ++i)
-            EXPECT_EQ(offsets[i], i < std::min(capacity, 4u) ? expected[i] : kUntouched) << capacity;
-    }
-    uint32_t offset;
-    for (uint32_t length = 0; length <= 3; ++length)
-        EXPECT_EQ(ZEV_H264_GetNALHdr(data.data() + 1, length, &offset, 1), length / 3);
-}
-
 // What every function makes of the data, for comparison.
 std::vector<uint32_t> all_results(const uint8_t *data, uint32_t length) {
     ZevVideoParam param = {};
@@ -139,17 +124,6 @@ TEST(H264Cut, ReadsZerosAndNothingElse) {
         EXPECT_EQ(all_results(placed, length),
                   (std::vector<uint32_t>{kErr, kErr, kErr, kErr, length / 3, 0, 0, 0}));
     }
-}
-
-TEST(H264Arguments, NullPointersAreRefused) {
-    ZevVideoParam param;
-    uint32_t out;
-    for (const uint32_t code :
-         {ZEV_H264_GetVideoParam(nullptr, kSps.data(), 9), ZEV_H264_GetVideoParam(&param, nullptr, 9),
-          ZEV_H264_GetProfileID(nullptr, kSps.data(), 9), ZEV_H264_GetProfileID(&out, nullptr, 9),
-          ZEV_H264_GetSliceType(nullptr, 9), ZEV_H264_GetSliceType_WithoutStartCode(nullptr, 9),
-          ZEV_H264_GetNALHdr(nullptr, 9, &out, 1), ZEV_H264_GetNALHdr(kSps.data(), 9, nullptr, 1)})
-        EXPECT_EQ(code, kErr);
 }
 
 }  // namespace

@@ -63,29 +63,6 @@ TEST(Mpeg4Vol, EveryBranch) {
     EXPECT_GT(supported, 10000);
 }
 
-TEST(Mpeg4Vol, QuantiserMatrixInRasterOrder) {
-    // In transmission order the block's diagonals follow each other, each in the other direction.
-    Bytes zigzag;
-    for (int diagonal = 0; diagonal < 15; ++diagonal) {
-        for (int at = 0; at <= diagonal; ++at) {
-            const int row = diagonal % 2 != 0 ? at : diagonal - at, column = diagonal - row;
-            if (row < 8 && column < 8) zigzag.push_back(static_cast<uint8_t>(row * 8 + column));
-        }
-    }
-    for (const size_t count : {size_t{1}, size_t{37}, size_t{64}}) {
-        BitWriter writer;
-        for (uint32_t i = 1; i <= count; ++i)
-            writer.put(i, 8);
-        writer.put(0, 8);
-        bs_utility bs;
-        bs_open_utility(&bs, writer.data().data(), size_of(writer.data()));
-        uint8_t matrix[64];
-        mpeg4_read_quant_matrix(&bs, matrix);
-        for (size_t i = 0; i < 64; ++i)
-            ASSERT_EQ(matrix[zigzag[i]], std::min(i + 1, count)) << count << " values, index " << i;
-    }
-}
-
 TEST(Mpeg4Vop, EveryBranch) {
     for (uint32_t i = 0; i < 4 * 2 * 17 * 4; ++i) {
         const VopFields vop = {i % 4, i / 136 * 13, i / 8 % 17, 0xA5A5, i / 4 % 2 != 0};
@@ -130,18 +107,6 @@ TEST(Mpeg4StartCode, WhereItIsFound) {
     EXPECT_EQ(first.coding_type, 1u);
 }
 
-TEST(Mpeg4StartCode, SearchLimit) {
-    for (const uint32_t limit : {0u, 1u, 2u, 3u, 5u, 256u}) {
-        for (uint32_t at = 0; at < limit + 5; ++at) {
-            const Bytes data = join({Bytes(at, 0xFF), kVol, Bytes(limit, 0xFF)});
-            ZevVideoParam param;
-            // A header that begins inside the limit is read to its end.
-            EXPECT_EQ(mpeg4_find_vol(data.data(), size_of(data), limit, &param), at < limit ? 0 : kNoVol)
-                << at << " of " << limit;
-        }
-    }
-}
-
 // Cuts the data at every length, behind 0 to 15 other bytes, in front of an inaccessible page. A cut header
 // reads as if zeros followed.
 TEST(Mpeg4Cut, ReadsZerosAndNothingElse) {
@@ -164,19 +129,6 @@ TEST(Mpeg4Cut, ReadsZerosAndNothingElse) {
             }
         }
     }
-}
-
-TEST(Mpeg4Arguments, NullPointersAreRefused) {
-    ZevVideoParam param = {77, 77, 77};
-    uint32_t out = 77;
-    const uint8_t *const data = kVol.data();
-    for (const int32_t code :
-         {ZEV_MPEG4_GetVideoParam(nullptr, 4, &param), ZEV_MPEG4_GetVideoParam(data, 4, nullptr),
-          ZEV_MPEG4_GetVopType(nullptr, 4, &param, &out), ZEV_MPEG4_GetVopType(data, 4, nullptr, &out),
-          ZEV_MPEG4_GetVopType(data, 4, &param, nullptr), ZEV_MPEG4_GetVop_IPB(nullptr, 4, &param, &out),
-          ZEV_MPEG4_GetVop_IPB(data, 4, nullptr, &out), ZEV_MPEG4_GetVop_IPB(data, 4, &param, nullptr)})
-        EXPECT_EQ(code, VIDHDR_ERR_INVALID_ARG);
-    EXPECT_EQ(param.width & out, 77u);
 }
 
 }  // namespace
