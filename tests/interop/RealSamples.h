@@ -40,13 +40,9 @@ std::string path_of(const RealSample &sample, std::string *why_not);
 std::string case_name(const RealSample &sample);
 void PrintTo(const RealSample &sample, std::ostream *out);
 
-struct OpenedSample {
+struct OpenedSample : OpenedBytesOf<kAviSplitter> {
     explicit OpenedSample(const std::string &path, uint32_t kind = SPLITER_SOURCE_LOCAL)
-        : bytes(bytes_of_file(path)), source(bytes, kind), file(kAviSplitter, source.record()) {}
-
-    MemoryStore bytes;
-    TestSource source;
-    SplitterFile file;
+        : OpenedBytesOf(bytes_of_file(path), kind) {}
 };
 
 // Skipped, with the reason, for a sample that could not be made.

@@ -17,6 +17,11 @@ constexpr uint32_t tag(const char (&text)[5]) {
            uint32_t{static_cast<uint8_t>(text[2])} << 16 | uint32_t{static_cast<uint8_t>(text[3])} << 24;
 }
 
+// A codec or track type as people write it.
+constexpr uint32_t fourcc_value(const char (&name)[5]) {
+    return __builtin_bswap32(tag(name));
+}
+
 Bytes le16(uint32_t value);
 Bytes le32(uint32_t value);
 Bytes le64(uint64_t value);

@@ -6,6 +6,7 @@
 #include <quorv/splitter.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "support/TestSource.h"
@@ -93,6 +94,17 @@ public:
 private:
     const SplitterApi &api_;
     SplitterHandle handle_ = nullptr;
+};
+
+// A file in memory that one of the splitters has open: bytes, source and handle together.
+template <const SplitterApi &api>
+struct OpenedBytesOf {
+    explicit OpenedBytesOf(Bytes what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
+        : bytes(std::move(what)), source(bytes, kind, faults), file(api, source.record()) {}
+
+    MemoryStore bytes;
+    TestSource source;
+    SplitterFile file;
 };
 
 }  // namespace quorv::test

@@ -12,19 +12,7 @@
 
 namespace quorv::test {
 
-struct OpenedAsf {
-    explicit OpenedAsf(Bytes what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
-        : bytes(std::move(what)), source(bytes, kind, faults), file(kAsfSplitter, source.record()) {}
-
-    MemoryStore bytes;
-    TestSource source;
-    SplitterFile file;
-};
-
-// A codec or track type as people write it.
-constexpr uint32_t fourcc_value(const char (&name)[5]) {
-    return __builtin_bswap32(tag(name));
-}
+using OpenedAsf = OpenedBytesOf<kAsfSplitter>;
 
 // That a frame is this one of the truth. `first`: it comes behind the codec data.
 inline void expect_frame(const Frame &frame, const AsfStream &stream, const AsfFrame &right, bool first,

@@ -27,19 +27,7 @@ struct OpenedAvi {
 };
 
 // The same for bytes that no builder made.
-struct OpenedBytes {
-    explicit OpenedBytes(Bytes what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
-        : bytes(std::move(what)), source(bytes, kind, faults), file(kAviSplitter, source.record()) {}
-
-    MemoryStore bytes;
-    TestSource source;
-    SplitterFile file;
-};
-
-// A codec or track type as people write it.
-constexpr uint32_t fourcc_value(const char (&name)[5]) {
-    return __builtin_bswap32(tag(name));
-}
+using OpenedBytes = OpenedBytesOf<kAviSplitter>;
 
 // Which frames are expected, and what of them.
 struct Expected {
