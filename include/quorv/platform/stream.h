@@ -50,12 +50,21 @@ enum {
     MSTREAM_SEEK_CURRENT = 2 /**< the position */
 };
 
+/** How a file is opened, and the C library's mode string for it. */
+enum {
+    MSTREAM_OPEN_READ = 1,        /**< "rb" */
+    MSTREAM_OPEN_CREATE = 2,      /**< "wb" */
+    MSTREAM_OPEN_APPEND = 3,      /**< "ab" */
+    MSTREAM_OPEN_READ_WRITE = 4,  /**< "rb+" */
+    MSTREAM_OPEN_CREATE_READ = 5, /**< "wb+" */
+    MSTREAM_OPEN_APPEND_READ = 6  /**< "ab+" */
+};
+
 /**
  * Opens a file.
  *
  * @param[in] path  of the file
- * @param[in] mode  picks the C library's mode string: 1 "rb", 2 "wb", 3 "ab", 4 "rb+", 5 "wb+", 6 "ab+"; any
- *                  other value "rb"
+ * @param[in] mode  MSTREAM_OPEN_*; any other value reads
  *
  * @return the stream, which MStreamClose ends; null when the file cannot be opened or there is no memory
  */
@@ -68,7 +77,7 @@ QUORV_API MStream MStreamOpenFromFileW(const uint16_t *path, uint32_t mode);
  *
  * @param[in] path  of the file
  *
- * @return as MStreamOpenFromFileS with mode 2
+ * @return as MStreamOpenFromFileS with MSTREAM_OPEN_CREATE
  */
 QUORV_API MStream MStreamFileCreateS(const char *path);
 /** MStreamFileCreateS for a wide path. @copydetails MStreamFileCreateS */
