@@ -15,8 +15,6 @@ namespace {
 
 constexpr char kTemporarySuffix[] = "_tmp";
 constexpr char kDefaultSection[] = "default";
-constexpr uint32_t kOpenForReading = 1;
-constexpr uint32_t kOpenForReadingAndAppending = 6;
 constexpr size_t kMaxKeyAndValue = 2044;
 
 char *concatenate(const char *a, const char *b) {
@@ -29,10 +27,10 @@ char *concatenate(const char *a, const char *b) {
 // Opens the file, or creates it empty when there is none. Only a file that is certainly missing is created,
 // and in a mode that empties nothing: a file that merely cannot be opened now must not lose its contents.
 MStream open_source(const char *path) {
-    MStreamRecord *const stream = MStreamOpenFromFileS(path, kOpenForReading);
+    MStreamRecord *const stream = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ);
     struct stat status;
     if (stream != nullptr || stat(path, &status) == 0 || errno != ENOENT) return stream;
-    return MStreamOpenFromFileS(path, kOpenForReadingAndAppending);
+    return MStreamOpenFromFileS(path, MSTREAM_OPEN_APPEND_READ);
 }
 
 bool start(MIniFile *ini, const char *path) {

@@ -40,7 +40,7 @@ void IniDigest::add(const char *bytes, size_t count) {
 }
 
 IniComparison compare_with_file(MIniFile *ini) {
-    MStreamRecord *const file = MStreamOpenFromFileS(ini->path, 1);
+    MStreamRecord *const file = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
     if (file == nullptr) {
         // Of a file that is gone, the stream that is still open has what was read.
         struct stat status;

@@ -8,8 +8,6 @@
 namespace quorv {
 namespace {
 
-constexpr uint32_t kOpenForAppending = 3;
-
 // The log that a call works on: the handle it was given, or the context's log, locked while this lives.
 class LogAccess {
 public:
@@ -39,7 +37,7 @@ void forget_in_context(MLogHandle log) {
 using namespace quorv;
 
 uint32_t MLogOpenS(const char *path, MLogHandle *log) {
-    return open_log_stream(path, kOpenForAppending, log);
+    return open_log_stream(path, MSTREAM_OPEN_APPEND, log);
 }
 
 uint32_t MLogS(MLogHandle log, uint32_t level, const char *format, ...) {

@@ -13,7 +13,6 @@
 namespace quorv {
 namespace {
 
-constexpr uint32_t kOpenAfresh = 2;
 constexpr size_t kMaxPrinted = 288;  // the terminator included
 
 // A record's length shares its first word with the record's kind.
@@ -90,7 +89,7 @@ int32_t MTraceS(uint32_t level, const char *format, ...) {
 }
 
 uint32_t MSTATIC_MDebugStreamOpenS(const char *path, MLogHandle *log) {
-    return open_log_stream(path, kOpenAfresh, log);
+    return open_log_stream(path, MSTREAM_OPEN_CREATE, log);
 }
 
 uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t length) {
