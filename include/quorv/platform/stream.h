@@ -21,7 +21,7 @@ extern "C" {
  * A file stream is a buffered file of the C library. A memory stream lies over a buffer of the caller, which
  * it never outgrows, or over a chain of heap blocks that grows as it is written. Paths are narrow strings;
  * the W forms take 16-bit wide strings and narrow them (each unit cut to its low 8 bits): a path of 260 or
- * more characters fails there.
+ * more characters fails there, and so does one with a unit whose low 8 bits are zero.
  *
  * A stream belongs to one thread at a time. A null stream is accepted everywhere and gives 0; a null
  * buffer is allowed where nothing is to be transferred.
@@ -242,8 +242,8 @@ QUORV_API uint32_t MStreamFileGetSizeS(const char *path);
  * Copies a file over another.
  *
  * The paths are 16-bit text that ends with a zero unit, of any alignment. A narrow path does not work here in
- * spite of the name: widen it with MCharToWChar first. Paths of 260 or more units fail, and so does copying a
- * file over itself, which leaves it as it is.
+ * spite of the name: widen it with MCharToWChar first. Paths that the W forms refuse fail, and so does
+ * copying a file over itself, which leaves it as it is.
  *
  * @param[in] destination  path of the copy
  * @param[in] source       path of the file

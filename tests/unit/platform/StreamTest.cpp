@@ -267,5 +267,18 @@ TEST(Stream, WithoutMemoryNothingOpensLeaksOrIsLost) {
     }
 }
 
+// Narrowed, their low byte would end the path early and name another file.
+TEST(StreamFiles, PathsWithUnitsOfLowByteZeroFail) {
+    const TestFolder folder;
+    const std::u16string path = widen(folder.put("a", {1, 2, 3}));
+    for (const char16_t unit : {u'\u0100', u'\u4E00'}) {
+        const std::u16string longer = path + unit + u".t";
+        EXPECT_EQ(MStreamFileCreateW(units(longer)), nullptr);
+        EXPECT_EQ(MStreamFileExistsW(units(longer)), 0);
+        EXPECT_EQ(MStreamFileCopyS(longer.c_str(), path.c_str()), 0);
+    }
+    EXPECT_EQ(folder.get("a").size(), 3u);
+}
+
 }  // namespace
 }  // namespace quorv::test
