@@ -20,7 +20,8 @@ struct MLogStream {
     uint32_t buffered;
     MStream file;
     uint32_t fill;
-    uint32_t failed;  // a write came back short; nothing more is written to the file
+    uint32_t failed;       // a write came back short; nothing more is written to the file
+    bool is_contexts_own;  // opened by MPlatInitialize
     char buffer[quorv::kLogBufferSize];
 
     bool passes(uint32_t level) const { return enabled != 0 && (level & level_mask) != 0; }

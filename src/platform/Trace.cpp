@@ -101,11 +101,13 @@ uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t len
 }
 
 uint32_t MSTATIC_MDebugStreamClose(void) {
-    const MPlatContext *const context = MSTATIC_MGetContext();
+    MPlatContext *const context = MSTATIC_MGetContext();
     if (context == nullptr) return ResultFailed;
     const MutexLock lock(context->trace_mutex);
     if (context->trace_stream == 0) return ResultFailed;
-    return MLogClose(log_of(context->trace_stream));
+    const MLogHandle trace = log_of(context->trace_stream);
+    context->trace_stream = 0;
+    return MLogClose(trace);
 }
 
 uint32_t MSTATIC_MTableOutPutID(uint32_t level, uint32_t kind, const char *text) {

@@ -113,7 +113,11 @@ QUORV_API uint32_t MLogGetConfig(MLogHandle log, MLogConfig *config);
 QUORV_API uint32_t MLogSetConfig(MLogHandle log, const MLogConfig *config);
 
 /**
- * Flushes, closes the file and frees the log; the context forgets a log of its own.
+ * Flushes, closes the file and frees the log.
+ *
+ * The context forgets a log that MPlatInitialize opened, whichever way it is closed; by its handle, that is
+ * done without a lock, as everything else is. A log that the caller opened and put into a context is closed
+ * with 0, or with the context: closed by its handle, it would stay there.
  *
  * @param[in] log  the log, 0 for the context's
  *
