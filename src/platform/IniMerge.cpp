@@ -12,20 +12,28 @@
 namespace quorv {
 namespace {
 
-// Repeats the edits of one section; false when one of them fails. What is to be removed may be gone already.
-bool repeat_edits(const IniSection *section, MIniFile *current) {
-    if (is_removed(section->state)) {
-        MIniRemoveS(current, section->name, nullptr);
-        return true;
-    }
-    for (const IniKey *key = section->first_key; key != nullptr; key = key->next) {
-        if (is_removed(key->state)) {
+// Repeats what was done to a key; false when that fails. What is to be removed may be gone already. What was
+// made and removed again leaves nothing to do: others may have made it since.
+bool repeat_edit(const IniSection *section, const IniKey *key, MIniFile *current) {
+    switch (key->state) {
+        case IniState::Unchanged:
+        case IniState::NewRemoved:
+            break;
+        case IniState::Removed:
             MIniRemoveS(current, section->name, key->name);
-        } else if (key->state != IniState::Unchanged &&
-                   MIniWriteSingleS(current, section->name, key->name, MINI_TYPE_STRING, key->value, 1) ==
-                       0) {
-            return false;
-        }
+            break;
+        case IniState::Changed:
+        case IniState::New:
+            return MIniWriteSingleS(current, section->name, key->name, MINI_TYPE_STRING, key->value, 1) != 0;
+    }
+    return true;
+}
+
+bool repeat_edits(const IniSection *section, MIniFile *current) {
+    if (section->state == IniState::Removed) MIniRemoveS(current, section->name, nullptr);
+    if (is_removed(section->state)) return true;
+    for (const IniKey *key = section->first_key; key != nullptr; key = key->next) {
+        if (!repeat_edit(section, key, current)) return false;
     }
     return true;
 }

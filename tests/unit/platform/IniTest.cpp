@@ -190,10 +190,11 @@ TEST_F(Ini, EditsGoToWhatTheFileHoldsByThen) {
     const std::pair<const char *, const char *> cases[] = {
         {"", "[a]\r\nk=new\r\n[c]\r\nn=5\r\n"},
         {"[b]\nm=4\no=5\n[A]\nK=x\nL=y\n", "[A]\nK=new\r\n[c]\r\nn=5\r\n"},
-        {"[a]\nk=9\nl=2\n[b]\nm=3\n", "[a]\nk=new\r\n[c]\r\nn=5\r\n"},  // as long as it was
+        {"[a]\nk=9\nl=2\n[b]\nm=3\n", "[a]\nk=new\r\n[c]\r\nn=5\r\n"},            // as long as it was
+        {"[d]\np=7\n[c]\no=8\n", "[d]\np=7\n[c]\no=8\nn=5\r\n[a]\r\nk=new\r\n"},  // others made them, too
     };
-    const std::vector<IniEdit> edits = {{"a", "k", "new"}, {"a", "l", {}},  {"b", {}, {}},
-                                        {"c", "n", "5"},   {"c", "o", "6"}, {"c", "o", {}}};
+    const std::vector<IniEdit> edits = {{"a", "k", "new"}, {"a", "l", {}}, {"b", {}, {}},   {"c", "n", "5"},
+                                        {"c", "o", "6"},   {"c", "o", {}}, {"d", "p", "1"}, {"d", {}, {}}};
     for (const auto &[meanwhile, after] : cases) {
         MIniHandle ini = start("[a]\nk=1\nl=2\n[b]\nm=3\n");
         for (const IniEdit &edit : edits)
