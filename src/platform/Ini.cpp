@@ -59,9 +59,10 @@ bool contains_any(std::string_view text, const char *characters) {
     return false;
 }
 
-// Names and values of other forms would be read back as something else, or not at all.
+// Names and values of other forms would be read back as something else, or not at all. The empty name of a
+// section reads back as what it is.
 bool is_writable_section(std::string_view name) {
-    return !name.empty() && name.size() + 2 <= kMaxIniText && !contains_any(name, "]\r\n");
+    return name.size() + 2 <= kMaxIniText && !contains_any(name, "]\r\n");
 }
 
 bool is_writable_key(std::string_view name) {

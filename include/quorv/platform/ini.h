@@ -100,8 +100,8 @@ QUORV_API int32_t MIniReadS(MIniHandle ini, MIniQuery *query);
  * @param[in] ini    the file
  * @param[in] query  what to write; copied
  *
- * @return 1, or 0 for arguments as for MIniReadS, without memory, and for what could not be read back: names
- *         that are empty, a section name with ']', a key with '=' or that begins with '[', '#', '*' or ';',
+ * @return 1, or 0 for arguments as for MIniReadS, without memory, and for what could not be read back: a
+ *         section name with ']', a key that is empty, with '=' or that begins with '[', '#', '*' or ';',
  *         line breaks anywhere, key and value of together 2045 bytes or more
  */
 QUORV_API int32_t MIniWriteS(MIniHandle ini, const MIniQuery *query);
@@ -149,7 +149,8 @@ QUORV_API int32_t MIniWriteSingleS(MIniHandle ini, const char *section, const ch
 QUORV_API int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key);
 
 /**
- * Gives the name of the first section; MIniFindNextCategoryS gives those behind it, in order.
+ * Gives the name of the first section; MIniFindNextCategoryS gives those behind it, in order. A section with
+ * an empty name ("[]") is passed over.
  *
  * 0 has two meanings. When the name does not fit, or name is null, *size is what it needs, and the next call
  * tries the same section again. At the end name is empty.
