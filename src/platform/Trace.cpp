@@ -17,7 +17,6 @@ constexpr size_t kMaxPrinted = 288;  // the terminator included
 
 // A record's length shares its first word with the record's kind.
 constexpr size_t kMaxRecordLength = 0xFFFF;
-constexpr uint32_t kDataKind = 1;
 constexpr uint32_t kTextHead = 8;
 constexpr uint32_t kDataHead = 20;
 // Beyond this many values the record's fourth value word is not carried.
@@ -121,7 +120,7 @@ uint32_t MSTATIC_MLogTraceData(uint32_t level, uint32_t a, uint32_t b, uint32_t 
     const uint32_t length = kDataHead + 4 * count;
     RecordBuffer record(length);
     if (!record.has_memory()) return ResultNoMemory;
-    record.put_word(0, kDataKind << 16 | length);
+    record.put_word(0, uint32_t{MTRACE_DATA} << 16 | length);
     record.put_word(1, a);
     record.put_word(2, b);
     record.put_word(3, c);
