@@ -58,8 +58,9 @@ typedef struct MIniQuery {
  *
  * @param[in] path  of the file; copied
  *
- * @return a handle that MIniEndS frees; null when the file cannot be opened or read, when a line is too long,
- *         for a null path and without memory; the file is then as it was
+ * @return a handle that MIniEndS frees; null when the file cannot be opened or read, when a line is too long
+ *         or the file larger than intptr_t can tell, for a null path and without memory; the file is then as
+ *         it was
  */
 QUORV_API MIniHandle MIniStartS(const char *path);
 
