@@ -120,7 +120,8 @@ QUORV_API MStream MStreamOpenFromMemoryBlock(void *buffer, uint32_t size);
 QUORV_API int32_t MStreamRead(MStream stream, void *buffer, int32_t count);
 
 /**
- * Writes at the position and moves it.
+ * Writes at the position and moves it. A memory stream then is at least as large as its position, even when
+ * count is 0.
  *
  * @param[in] stream  the stream
  * @param[in] buffer  count bytes
@@ -256,7 +257,8 @@ QUORV_API int32_t MStreamFileCopyS(const void *destination, const void *source);
 QUORV_API int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count);
 
 /**
- * MStreamWrite for memory streams only; others give 0.
+ * MStreamWrite for memory streams only; others give 0. The stream then is at least as large as its position,
+ * even when count is 0.
  *
  * @param[in] stream  the stream
  * @param[in] data    count bytes

@@ -34,6 +34,7 @@ struct StreamModel {
         return static_cast<int32_t>(got);
     }
     int32_t write(const uint8_t *data, int32_t count) {
+        if (count == 0 && kind != Kind::File) size = std::max(size, position);
         if (count <= 0) return 0;
         int64_t end = position + count;
         if (kind == Kind::Fixed) end = std::min(end, capacity());
@@ -278,6 +279,18 @@ TEST(StreamFiles, PathsWithUnitsOfLowByteZeroFail) {
         EXPECT_EQ(MStreamFileCopyS(longer.c_str(), path.c_str()), 0);
     }
     EXPECT_EQ(folder.get("a").size(), 3u);
+}
+
+TEST(Stream, SizeThatWasSetBeforeThePosition) {
+    const MStream stream = MStreamOpenFromMemoryBlock(nullptr, 100);
+    EXPECT_EQ(MStreamSeek(stream, MSTREAM_SEEK_END, -10), 0);
+    EXPECT_EQ(MStreamSetSize(stream, 5), 5);
+    EXPECT_EQ(MStreamWrite(stream, nullptr, -1), 0);
+    EXPECT_EQ(MStreamGetSize(stream), 5);
+    EXPECT_EQ(MStreamWrite(stream, nullptr, 0), 0);
+    EXPECT_EQ(MStreamGetSize(stream), 90) << "it reaches to the position, as after every write";
+    EXPECT_EQ(MStreamSeek(stream, 3, 0), 1);
+    EXPECT_EQ(MStreamClose(stream), 1);
 }
 
 }  // namespace
