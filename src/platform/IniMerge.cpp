@@ -1,10 +1,6 @@
 // Saving edits of an INI file that somebody else has changed since it was read. The places of its lines are
 // no longer true then, so the edits are made again, to what the file holds now.
 
-#include <errno.h>
-#include <string.h>
-#include <sys/stat.h>
-
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
 #include "platform/StreamKinds.h"
@@ -49,12 +45,8 @@ void IniDigest::add(const char *bytes, size_t count) {
 
 IniComparison compare_with_file(MIniFile *ini) {
     MStreamRecord *const file = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
-    if (file == nullptr) {
-        // Of a file that is gone, the stream that is still open has what was read.
-        struct stat status;
-        return stat(ini->path, &status) != 0 && errno == ENOENT ? IniComparison::Same
-                                                                : IniComparison::Unknown;
-    }
+    // Of a file that is gone, the stream that is still open has what was read.
+    if (file == nullptr) return is_missing(ini->path) ? IniComparison::Same : IniComparison::Unknown;
     IniDigest digest;
     int32_t got;
     do {
