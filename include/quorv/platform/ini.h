@@ -68,7 +68,14 @@ QUORV_API MIniHandle MIniStartS(const char *path);
  * Writes the edits back, if there are any, and frees the handle in every case.
  *
  * The edited file is first made beside the file, under its name with "_tmp" appended, and the file is only
- * touched when that is complete. Should replacing the file fail then, the complete file stays at that name.
+ * touched when that is complete. It is copied over the file, which keeps its owner and its links. When the
+ * copy fails half-way, or a path that ends with "_tmp" has 260 or more characters, the complete file takes
+ * the place of the old one: it belongs to the process then, and further hard links keep the old contents, or
+ * what the copy made of them. A file that cannot be written is left as it was. A symbolic link stays what it
+ * is; all this is about the file that it led to when it was opened.
+ *
+ * Should replacing the file fail in both ways, the complete file stays at its name. What a later save finds
+ * there it does not overwrite but renames, "_old" appended.
  *
  * @param[in] ini  the file
  *

@@ -112,8 +112,9 @@ TEST(IniFailure, EveryLengthOfFileThatCanBeWritten) {
 }
 
 // Runs the work in a child process whose view of the folder is a file system of this many bytes, and returns
-// what it returns; -1 where that is not permitted. The work must not use GoogleTest.
-int on_small_file_system(const std::string &folder, size_t bytes, const std::function<int()> &work) {
+// what it returns; -1 where that is not permitted. The work must not use GoogleTest, which is why what it
+// throws ends the child.
+int on_small_file_system(const std::string &folder, size_t bytes, const std::function<int()> &work) noexcept {
     const pid_t child = fork();
     if (child == 0) {
         const std::string size = "mode=0777,size=" + std::to_string(bytes);
@@ -163,6 +164,56 @@ TEST(IniFailure, TheTemporaryFileCannotBeMadeOrTheFileIsGone) {
     EXPECT_EQ(result, 1) << "a file that is gone is made again";
     EXPECT_EQ(get_text(folder, "ini"), text_after(old_text(), kAll));
     EXPECT_EQ(folder.names(), std::vector<std::string>{"ini"});
+}
+
+// Through a link, which must stay one; or with something mounted in its place, which cannot be replaced.
+TEST(IniFailure, FullDiskBehindALinkOrAMount) {
+    const TestFolder folder;
+    const std::string before = old_text(), after = text_after(before, kAll);
+    enum Outcome : int { Old, New, Kept, Wrong };
+    for (const bool mounted : {false, true}) {
+        bool seen[4] = {};
+        for (size_t bytes = 4096 * (before.size() / 4096 + 1);
+             bytes < before.size() + 2 * after.size() + 8192; bytes += 4096) {
+            const int outcome = on_small_file_system(folder.path(""), bytes, [&] {
+                const std::string path = put_text(folder, "ini", before), link = folder.path("link");
+                std::filesystem::create_symlink("ini", link);
+                if (mounted) mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr);
+                const int32_t result = edit_file(link);
+                const std::string text = get_text(folder, "ini");
+                if (!std::filesystem::is_symlink(link)) return int{Wrong};
+                if (folder.names() == std::vector<std::string>{"ini", "link"})
+                    return text == after && result == 1    ? int{New}
+                           : text == before && result == 0 ? int{Old}
+                                                           : int{Wrong};
+                edit_file(link);  // what there is of it; the whole file must not get lost by that
+                return get_text(folder, "ini_tmp_old") == after && result == 0 ? int{Kept} : int{Wrong};
+            });
+            if (outcome == -1) GTEST_SKIP() << "mounting a file system is not permitted here";
+            ASSERT_LT(outcome, Wrong) << bytes;
+            seen[outcome] = true;
+        }
+        EXPECT_TRUE(seen[Old] && seen[New] && seen[Kept] == mounted);
+    }
+}
+
+TEST(IniFailure, ReadOnlyFilesInAWritableFolder) {
+    for (const std::string &name : {std::string("ini"), std::string(250, 'i')}) {
+        const TestFolder folder;
+        const std::string path = put_text(folder, name, old_text());
+        std::filesystem::permissions(path, std::filesystem::perms{0444});
+        std::filesystem::permissions(folder.path(""), std::filesystem::perms::all);
+        std::vector<bool> succeeded;
+        const uid_t user = geteuid();
+        // To the superuser nothing is read-only.
+        if (seteuid(user == 0 ? 65534 : user) != 0) GTEST_SKIP() << "there is no other user here";
+        const int32_t result = edit_file(path, &succeeded);
+        ASSERT_EQ(seteuid(user), 0);
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(succeeded, kAll);
+        EXPECT_EQ(get_text(folder, name), old_text());
+        EXPECT_EQ(folder.names(), std::vector<std::string>{name});
+    }
 }
 
 }  // namespace
