@@ -8,7 +8,7 @@ namespace quorv {
 namespace {
 
 // After so many packets without the beginning of the next frame, nobody waits for it.
-constexpr uint32_t kMostScannedPackets = 1000;
+constexpr uint32_t kMaxScannedPackets = 1000;
 // Of a frame whose end is not given by the next one.
 constexpr int32_t kUnknownDuration = 1;
 
@@ -69,7 +69,7 @@ uint32_t CASFDataObjectParser::assemble(uint32_t stream, StreamState *state, Asf
         at = {at.packet + 1, 0};
         // A frame itself may take more packets than are waited for the next one.
         scanned = assembly->is_complete() ? scanned + 1 : 0;
-        if (scanned > kMostScannedPackets) break;
+        if (scanned > kMaxScannedPackets) break;
         code = ParseOnePacket(stream, at.packet);
     }
     object->duration = kUnknownDuration;

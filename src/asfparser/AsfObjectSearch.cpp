@@ -10,7 +10,7 @@ namespace {
 
 // An index entry that is right leads to its key frame at once and past the wanted time within one group of
 // pictures. After so many packets the binary search is quicker.
-constexpr int32_t kMostHintedPackets = 4096;
+constexpr int32_t kMaxHintedPackets = 4096;
 
 }  // namespace
 
@@ -112,7 +112,7 @@ uint32_t AsfObjectSearch::scan_forward(int32_t from, int32_t end, uint32_t time,
 uint32_t AsfObjectSearch::find_from(int32_t packet, uint32_t time, AsfSeekDirection direction,
                                     AsfObjectStart *start, bool *found) {
     const int32_t count = parser_.PacketCount();
-    const int32_t end = count - packet > kMostHintedPackets ? packet + kMostHintedPackets : count;
+    const int32_t end = count - packet > kMaxHintedPackets ? packet + kMaxHintedPackets : count;
     return scan_forward(packet, end, time, direction, start, found);
 }
 

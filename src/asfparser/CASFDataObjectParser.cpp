@@ -12,7 +12,7 @@ namespace quorv {
 namespace {
 
 // No writer makes packets of more than 64 KB.
-constexpr uint32_t kLargestPacket = uint32_t{64} << 20;
+constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
 // Of packets that are kept, beyond the first.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
@@ -29,7 +29,7 @@ CASFDataObjectParser::~CASFDataObjectParser() {
 }
 
 uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
-    if (layout.packet_size == 0 || layout.packet_size > kLargestPacket) return SPLITER_ERR_BAD_FORMAT;
+    if (layout.packet_size == 0 || layout.packet_size > kMaxPacketSize) return SPLITER_ERR_BAD_FORMAT;
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
     uint32_t code = base_->CreateReader(&audio_.reader, StreamAccess::ReadShared);
@@ -51,8 +51,8 @@ uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
 // Room for one packet at least, but for none that the file is too short to hold.
 bool CASFDataObjectParser::allocate_packets() {
     const auto fitting = static_cast<int32_t>(std::max(kBufferBytes / layout_.packet_size, 1u));
-    buffered_count_ = std::min({fitting, kMostBufferedPackets, packet_count_});
-    std::fill_n(buffered_, kMostBufferedPackets, -1);
+    buffered_count_ = std::min({fitting, kMaxBufferedPackets, packet_count_});
+    std::fill_n(buffered_, kMaxBufferedPackets, -1);
     const size_t size = static_cast<size_t>(buffered_count_) * layout_.packet_size;
     packets_ = static_cast<uint8_t *>(MMemAlloc(nullptr, std::max<size_t>(size, 1)));
     return packets_ != nullptr;

@@ -91,7 +91,7 @@ private:
     };
 
     StreamState &state_of(uint32_t stream) { return stream == layout_.video_stream ? video_ : audio_; }
-    static constexpr int32_t kMostBufferedPackets = 16;
+    static constexpr int32_t kMaxBufferedPackets = 16;
 
     void count_packets(uint64_t stream_size);
     bool allocate_packets();
@@ -114,8 +114,8 @@ private:
     // The latest packets, each at its number modulo how many there are: the streams follow each other.
     uint8_t *packets_ = nullptr;
     int32_t buffered_count_ = 0;
-    int32_t buffered_[kMostBufferedPackets] = {};  // -1 for none
-    const uint8_t *packet_ = nullptr;              // the one that is parsed
+    int32_t buffered_[kMaxBufferedPackets] = {};  // -1 for none
+    const uint8_t *packet_ = nullptr;             // the one that is parsed
     uint64_t packet_offset_ = 0;
     StreamState audio_, video_;
 };

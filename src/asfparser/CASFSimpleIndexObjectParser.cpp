@@ -16,7 +16,7 @@ constexpr uint32_t kUnitsPerMillisecond = 10000;
 // What is reported when the number of key frames is not known.
 constexpr uint32_t kUnknownCount = 1000;
 // Files have a handful of objects behind the media data.
-constexpr uint32_t kMostObjects = 1000;
+constexpr uint32_t kMaxObjects = 1000;
 
 }  // namespace
 
@@ -45,7 +45,7 @@ uint32_t CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t d
 uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t position,
                                                   uint64_t *size) const {
     const uint64_t end = base_->GetStreamSize(reader);
-    for (uint32_t i = 0; i < kMostObjects; ++i) {
+    for (uint32_t i = 0; i < kMaxObjects; ++i) {
         if (position > end || end - position < kIndexHeader) break;
         uint32_t code = reader->move_to(static_cast<int64_t>(position));
         AsfGuid guid = {};

@@ -24,7 +24,7 @@ constexpr uint32_t kFreeFormatTooLow = 7;
 constexpr uint32_t kFreeFormatTooHigh = 641;
 // How far the next header is waited for, in bytes: 640 kbit/s at 32 kHz take 2880. A chance header in other
 // data must not make the decoder ask for more input than a caller's pieces are gathered to.
-constexpr uint64_t kLargestFreeFormat = 3000;
+constexpr uint64_t kMaxFreeFormatBytes = 3000;
 
 // Parses the header that the header reader stands on; 0 or an error code.
 uint32_t parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
@@ -109,7 +109,7 @@ uint32_t measure_distance(const Mp3FrameHeader &header, Mp3InputBuffer *state, u
     // end.
     const uint64_t seen = buffer_left(*state, state->frame_start);
     const bool may_follow =
-        seen < kLargestFreeFormat && bitrate_of_distance(header, seen) < kFreeFormatTooHigh;
+        seen < kMaxFreeFormatBytes && bitrate_of_distance(header, seen) < kFreeFormatTooHigh;
     return may_follow ? MP3_ERR_NEED_INPUT : MP3_ERR_SYNC;
 }
 

@@ -30,7 +30,7 @@ namespace {
 constexpr uint32_t kBufferBytes = 32000;
 constexpr uint32_t kPadding = kMp3LookAhead + 1;  // behind the last frame
 constexpr uint32_t kFirstSkippingError = 256;
-constexpr uint32_t kLargestStandardBitrate = 448;  // kbit/s
+constexpr uint32_t kMaxStandardBitrate = 448;  // kbit/s
 
 uint32_t saturate(uint64_t value) {
     return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
@@ -94,7 +94,7 @@ uint32_t scan_buffer(Mp3Scan *scan, uint32_t filled, uint64_t offset, uint32_t l
 }
 
 void scan_stream(Mp3Scan *scan, uint32_t limit) {
-    scan->lowest = kLargestStandardBitrate;
+    scan->lowest = kMaxStandardBitrate;
     uint32_t held = 0;
     uint64_t offset = 0;
     for (bool is_last = false; !is_last && (limit == 0 || scan->info.frame_count < limit);) {
@@ -192,9 +192,9 @@ int32_t QU_MP3_min_input_buffer_size(const QuMp3Info *info) {
 }
 
 int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *header) {
-    constexpr uint32_t kSmallest = 32, kLargest = 1464;
+    constexpr uint32_t kMinSize = 32, kMaxSize = 1464;
     if (header == nullptr) return -1;
-    if (header->sample_rate == 0) return kLargest;
+    if (header->sample_rate == 0) return kMaxSize;
     const uint32_t size = input_size(header->sample_rate, mp3_samples_per_frame(*header), header->bitrate);
-    return static_cast<int32_t>(std::clamp(size, kSmallest, kLargest));
+    return static_cast<int32_t>(std::clamp(size, kMinSize, kMaxSize));
 }

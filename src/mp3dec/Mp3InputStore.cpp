@@ -13,8 +13,8 @@ namespace {
 
 // One more than the look-ahead: the last frame passes it even when a byte of it is missing.
 constexpr uint32_t kPadding = 9;
-// Two frames of the largest size and what must lie behind them fit; who needs more has no frame.
-constexpr uint32_t kLargestToGrow = 6912;
+// Two frames of the largest size and what must lie behind them fit; input that needs more is not a frame.
+constexpr uint32_t kGrowthLimit = 6912;
 constexpr uint64_t kGrowth = 4;
 
 uint8_t *allocate(uint64_t size, uint32_t *capacity) {
@@ -68,7 +68,7 @@ int32_t make_copy(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *posit
 int32_t grow_copy(Mp3InputStore *store, QuMp3Buffer *input) {
     uint32_t capacity = 0;
     uint8_t *grown = nullptr;
-    if (store->capacity < kLargestToGrow) {
+    if (store->capacity < kGrowthLimit) {
         const uint64_t total = uint64_t{store->held} + (input->length - input->result);
         grown = allocate(kGrowth * total, &capacity);
     }

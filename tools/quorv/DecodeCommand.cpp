@@ -22,8 +22,9 @@ struct DecodeOptions {
     PcmFormat format;    // zeros: as in the file
 };
 
-// The smallest frames are 24 bytes (free format, 8 kbit/s at 48 kHz) and give 1152 samples of two channels.
-constexpr uint64_t kMostBytesAByte = 1152 * 4 / 24;
+// Bytes of samples to a byte of MPEG audio: the smallest frames have 24 bytes (free format, 8 kbit/s at
+// 48 kHz) and give 1152 samples of two channels.
+constexpr uint64_t kMaxExpansion = 1152 * 4 / 24;
 
 const Track &find_track(const Container &container, uint32_t number) {
     if (number != 0) {
@@ -89,7 +90,7 @@ uint64_t Decoding::decode(bool write) {
 
 // The sizes are filled in when they are known. No file is given room for large ones that cannot need it.
 void Decoding::write_to_file() {
-    const bool room = file_.size() > std::numeric_limits<uint32_t>::max() / kMostBytesAByte;
+    const bool room = file_.size() > std::numeric_limits<uint32_t>::max() / kMaxExpansion;
     output_.stream().write(wav_header(reader_->format(), 0, room));
     bytes_ = decode(true);
     output_.rewrite_start(wav_header(reader_->format(), bytes_, room));
