@@ -2,7 +2,7 @@
 #ifndef QUORV_SRC_ASFPARSER_ASFHEADERREADER_H
 #define QUORV_SRC_ASFPARSER_ASFHEADERREADER_H
 
-#include "asfparser/AsfContext.h"
+#include "asfparser/CASFBase.h"
 
 namespace quorv {
 

@@ -1,6 +1,5 @@
 // CASFDataObjectParser::LoadObject: frames from the entries of the packets.
 
-#include "asfparser/AsfObjectSearch.h"
 #include "asfparser/CASFDataObjectParser.h"
 
 namespace quorv {

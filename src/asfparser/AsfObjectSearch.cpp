@@ -2,8 +2,6 @@
 
 #include "asfparser/AsfObjectSearch.h"
 
-#include <algorithm>
-
 namespace quorv {
 
 namespace {

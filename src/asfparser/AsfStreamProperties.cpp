@@ -2,8 +2,6 @@
 
 #include "asfparser/AsfStreamProperties.h"
 
-#include <iterator>
-
 namespace quorv {
 
 namespace {

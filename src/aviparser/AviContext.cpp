@@ -3,7 +3,6 @@
 #include "aviparser/AviContext.h"
 
 #include <quorv/platform/memory.h>
-#include <string.h>
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviUtils.h"

@@ -3,12 +3,12 @@
 #include "aviparser/AviSpecData.h"
 
 #include <quorv/platform/memory.h>
+#include <stddef.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "aviparser/AviCodecTags.h"
-#include "aviparser/AviMath.h"
 #include "aviparser/AviPacket.h"
 #include "videoheader/StartCode.h"
 

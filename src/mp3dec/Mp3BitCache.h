@@ -5,6 +5,7 @@
 #ifndef QUORV_SRC_MP3DEC_MP3BITCACHE_H
 #define QUORV_SRC_MP3DEC_MP3BITCACHE_H
 
+#include <stddef.h>
 #include <string.h>
 
 #include <type_traits>

@@ -148,7 +148,7 @@ uint32_t dechuffquads(Mp3BitCache *bits, uint32_t table, uint32_t available, int
 }
 
 int32_t mp3_dechuff(Mp3BitCache *bits, const Mp3FrameHeader &header, const Mp3Granule &granule,
-                    uint32_t available, int32_t *spectrum) {
+                    uint32_t available, int32_t spectrum[kMp3GranuleLines]) {
     uint32_t starts[2];
     find_regions(header, granule, starts);
     const uint32_t big_values = min(2u * granule.big_values, kMp3GranuleLines);

@@ -24,7 +24,7 @@ uint32_t dechuffquads(Mp3BitCache *bits, uint32_t table, uint32_t available, int
 // Returns the values decoded, or -1 when they need more than `available` bits from the start of the cache or
 // a table that is not there.
 int32_t mp3_dechuff(Mp3BitCache *bits, const Mp3FrameHeader &header, const Mp3Granule &granule,
-                    uint32_t available, int32_t *spectrum);
+                    uint32_t available, int32_t spectrum[kMp3GranuleLines]);
 
 }  // namespace quorv
 

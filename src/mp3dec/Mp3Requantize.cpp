@@ -6,6 +6,7 @@
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3FrameHeader.h"
+#include "mp3dec/Mp3Stores.h"
 #include "mp3dec/tables/RequantizeTables.h"
 #include "mp3dec/tables/ScaleFactorBands.h"
 

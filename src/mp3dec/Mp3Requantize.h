@@ -4,7 +4,6 @@
 
 #include "mp3dec/Mp3ScaleFactors.h"
 #include "mp3dec/Mp3SideInfo.h"
-#include "mp3dec/Mp3Stores.h"
 
 namespace quorv {
 

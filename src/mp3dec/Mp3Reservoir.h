@@ -2,8 +2,6 @@
 #ifndef QUORV_SRC_MP3DEC_MP3RESERVOIR_H
 #define QUORV_SRC_MP3DEC_MP3RESERVOIR_H
 
-#include <quorv/mp3_decoder.h>
-
 #include "mp3dec/Mp3InputBuffer.h"
 
 namespace quorv {

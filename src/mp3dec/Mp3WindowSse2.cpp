@@ -8,7 +8,7 @@
 #if defined(__SSE2__)
 
 #include <emmintrin.h>
-#include <quorv/platform/memory.h>
+#include <stddef.h>
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/tables/SynthesisTables.h"

@@ -2,7 +2,6 @@
 // no longer true then, so the edits are made again, to what the file holds now.
 
 #include <errno.h>
-#include <string.h>
 #include <sys/stat.h>
 
 #include "platform/IniFile.h"

@@ -1,7 +1,6 @@
 // Writing an INI file back: a temporary file takes the untouched bytes of the old one and the new lines, and
 // replaces the old one when it is complete.
 
-#include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>
 #include <string.h>
 #include <sys/stat.h>

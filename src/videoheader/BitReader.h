@@ -6,7 +6,6 @@
 #ifndef QUORV_SRC_VIDEOHEADER_BITREADER_H
 #define QUORV_SRC_VIDEOHEADER_BITREADER_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 namespace quorv {

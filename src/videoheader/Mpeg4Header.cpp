@@ -2,6 +2,8 @@
 
 #include "videoheader/Mpeg4Header.h"
 
+#include <stddef.h>
+
 #include <algorithm>
 #include <bit>
 

@@ -2,7 +2,6 @@
 #ifndef QUORV_SRC_VIDEOHEADER_STARTCODE_H
 #define QUORV_SRC_VIDEOHEADER_STARTCODE_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 namespace quorv {

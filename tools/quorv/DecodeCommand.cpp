@@ -9,7 +9,6 @@
 #include "OutputFile.h"
 #include "PcmReader.h"
 #include "Progress.h"
-#include "Text.h"
 
 namespace quorv::tool {
 

@@ -1,6 +1,5 @@
 // quorv frames: every frame of a file, track after track.
 
-#include <algorithm>
 #include <cstdio>
 #include <limits>
 #include <memory>

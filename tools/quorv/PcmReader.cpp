@@ -5,6 +5,8 @@
 #include <quorv/mp3_decoder.h>
 #include <quorv/platform/stream.h>
 
+#include <memory>
+
 #include "Failure.h"
 #include "Text.h"
 
