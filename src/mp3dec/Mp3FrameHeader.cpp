@@ -265,4 +265,9 @@ int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state) {
     return state->in_sync != 0 ? decode_in_sync(header, state) : search_frame(header, state);
 }
 
+bool mp3_crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits) {
+    if (!mp3_has_flag(header, MP3_FLAG_CRC) || (header.options & kMp3IgnoreCrc) != 0) return true;
+    return bit_crc(&reader, bits, header.computed_crc) == header.stored_crc;
+}
+
 }  // namespace quorv

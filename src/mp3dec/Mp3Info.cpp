@@ -28,17 +28,10 @@ intptr_t mp3_skip_tag(MStream stream) {
 namespace {
 
 constexpr uint32_t kBufferBytes = 32000;
-constexpr uint32_t kPadding = kMp3LookAhead + 1;  // behind the last frame
-constexpr uint32_t kFirstSkippingError = 256;
 constexpr uint32_t kMaxStandardBitrate = 448;  // kbit/s
 
 uint32_t saturate(uint64_t value) {
     return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
-}
-
-uint32_t samples_per_frame(uint32_t layer, bool low_rate) {
-    if (layer == 1) return 384;
-    return layer == 3 && low_rate ? 576 : 1152;
 }
 
 uint32_t version_of(const Mp3FrameHeader &header) {
@@ -54,7 +47,7 @@ struct Mp3Scan {
     QuMp3Info info;
     uint32_t lowest, highest;  // bit rates
     uint64_t bytes;            // from the start of the audio to the end of the last frame counted
-    uint8_t buffer[kBufferBytes + kPadding];
+    uint8_t buffer[kBufferBytes + kMp3EndPadding];
 };
 
 bool is_same_format(const QuMp3Info &a, const QuMp3Info &b) {
@@ -82,7 +75,7 @@ uint32_t scan_buffer(Mp3Scan *scan, uint32_t filled, uint64_t offset, uint32_t l
         if (header_decode(&scan->header, &scan->input) == 0) {
             count_frame(scan);
             scan->bytes = offset + static_cast<uint64_t>(scan->input.read_position - scan->buffer);
-        } else if (scan->input.error < kFirstSkippingError) {
+        } else if (scan->input.error < kMp3FirstSkippingError) {
             done = std::max(done, scan->input.frame_start);
             break;
         }
@@ -134,14 +127,14 @@ int32_t scan_audio(Mp3Scan *scan, uint32_t limit) {
     }
     if (MStreamSeek(scan->stream, MSTREAM_SEEK_START, 0) != 0) return -1;
     const intptr_t tag = mp3_skip_tag(scan->stream);
-    if (tag < 0 || buffer_init(&scan->input, 0) != 0) return -1;
+    if (tag < 0 || buffer_init(&scan->input, false) != 0) return -1;
     header_init(&scan->header);
     scan_stream(scan, limit);
     buffer_close(&scan->input);
     QuMp3Info *info = &scan->info;
     if (info->frame_count == 0 || info->sample_rate == 0) return -1;
 
-    const uint32_t samples = samples_per_frame(info->layer, info->version != 0);
+    const uint32_t samples = mp3_samples_per_frame(info->layer, info->version != 0);
     info->bitrate = (scan->highest & 0xFFFF) | scan->lowest << 16;
     set_whole_duration(scan, samples);
     if (limit != 0) estimate(scan, static_cast<uint64_t>(std::max<intptr_t>(size - tag, 0)), samples);
@@ -187,7 +180,7 @@ int32_t QU_MP3_get_info(void *stream, uint32_t *duration, uint32_t *frame_count,
 
 int32_t QU_MP3_min_input_buffer_size(const QuMp3Info *info) {
     if (info == nullptr) return -1;
-    const uint32_t samples = samples_per_frame(info->layer, info->version != 0);
+    const uint32_t samples = mp3_samples_per_frame(info->layer, info->version != 0);
     return static_cast<int32_t>(input_size(info->sample_rate, samples, info->bitrate & 0xFFFF));
 }
 

@@ -13,7 +13,7 @@ struct Mp3InputStore {
     uint32_t held;        // bytes in the copy
     uint32_t unconsumed;  // of those, the last ones
     uint32_t capacity;    // beside which there is always room for the padding of the end
-    uint32_t padded;      // the end of the stream was signalled and padded
+    bool padded;          // the end of the stream was signalled and padded
 };
 
 // What to decode next.

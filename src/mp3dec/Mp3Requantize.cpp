@@ -143,7 +143,7 @@ struct Scale {
 void dequant_long_bands(const uint16_t *boundaries, uint32_t bands, Scale scale,
                         const Mp3ScaleFactors &factors, Mp3Spectrum *spectrum) {
     for (uint32_t band = 0; band < bands && boundaries[band] < spectrum->count; ++band) {
-        const int32_t factor = factors.long_bands[band] + (factors.preflag != 0 ? kPretab[band] : 0);
+        const int32_t factor = factors.long_bands[band] + (factors.preflag ? kPretab[band] : 0);
         const uint32_t start = boundaries[band], width = boundaries[band + 1] - start;
         const uint32_t any = dequant(spectrum->lines + start, width, scale.base + (factor << scale.shift));
         if (any != 0) spectrum->last_long = static_cast<int32_t>(band);

@@ -17,7 +17,7 @@ struct Mp3ScaleFactors {
     // The position that stands for "no intensity stereo" in the band.
     uint8_t long_illegal[kMp3LongBands];
     uint8_t short_illegal[kMp3ShortBands];
-    uint8_t preflag;  // the pre-emphasis table is added
+    bool preflag;  // the pre-emphasis table is added
 };
 
 // MPEG-1. scfsi is 0 in the first granule; else its bits keep bands of the granule before.

@@ -15,6 +15,7 @@
 
 #include <stdint.h>
 
+#include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3Synthesis.h"
 
 namespace quorv {
@@ -22,6 +23,8 @@ namespace quorv {
 inline constexpr uint32_t kMp3MaxSlots = 36;    // of a frame; every frame has an even number
 inline constexpr uint32_t kMp3WindowPairs = 8;  // of an output sample
 inline constexpr uint32_t kMp3PastSlots = kMp3WindowPairs - 1;
+// From subband samples times window to 16-bit PCM.
+inline constexpr int kMp3OutputShift = kSampleBits + 16 - 15;
 
 // [j][A, B] for j from 0 to 16.
 struct Mp3WindowSlot {
