@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
+#include "aviparser/AviRiff.h"
 #include "aviparser/AviSegments.h"
-#include "aviparser/AviUtils.h"
 
 namespace quorv {
 

@@ -10,12 +10,6 @@
 
 namespace quorv {
 
-// A tag as it stands in the file, read as a little-endian integer.
-constexpr uint32_t avi_tag(const char (&text)[5]) {
-    return uint32_t{static_cast<uint8_t>(text[3])} << 24 | uint32_t{static_cast<uint8_t>(text[2])} << 16 |
-           uint32_t{static_cast<uint8_t>(text[1])} << 8 | uint32_t{static_cast<uint8_t>(text[0])};
-}
-
 // Track numbers in chunk identifiers have two decimal digits.
 inline constexpr uint32_t kAviMaxTracks = 100;
 inline constexpr uint32_t kAviPaletteBytes = 1024;

@@ -8,6 +8,7 @@
 
 #include "aviparser/AviCodecTags.h"
 #include "aviparser/AviMath.h"
+#include "aviparser/AviPacket.h"
 #include "videoheader/Mpeg4Header.h"
 
 namespace quorv {

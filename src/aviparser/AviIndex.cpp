@@ -8,6 +8,7 @@
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
+#include "aviparser/AviRiff.h"
 #include "aviparser/AviSegments.h"
 #include "aviparser/AviUtils.h"
 

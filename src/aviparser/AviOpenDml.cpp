@@ -6,7 +6,8 @@
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviPacketRecord.h"
+#include "aviparser/AviRiff.h"
 
 namespace quorv {
 
@@ -16,8 +17,6 @@ namespace {
 constexpr uint32_t kIndexHeaderBytes = 24;
 constexpr uint32_t kSuperEntryBytes = 16;
 constexpr uint32_t kBlockBytes = 65536;
-// Leaves room to add a chunk's size to a position.
-constexpr int64_t kMaxPosition = INT64_MAX - (int64_t{1} << 34);
 constexpr uint32_t kNotKeyFrame = 0x80000000;
 
 enum IndexType : uint8_t { kIndexOfIndexes = 0, kIndexOfChunks = 1 };
@@ -122,7 +121,7 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
             return false;
         const auto chunk_start = static_cast<int64_t>(avi_le64(entry));
-        if (chunk_start > kMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
+        if (chunk_start > kAviMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
         IndexHeader inner = {};
         const uint32_t chunk_size = avi_le32(chunk + 4);
         if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;

@@ -6,7 +6,7 @@
 #define QUORV_SRC_AVIPARSER_AVIPACKET_H
 
 #include "aviparser/AviContext.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviPacketRecord.h"
 
 namespace quorv {
 

@@ -2,13 +2,13 @@
 
 #include "aviparser/AviSpecData.h"
 
-#include <quorv/platform/memory.h>
 #include <stddef.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "aviparser/AviCodecTags.h"
+#include "aviparser/AviMemory.h"
 #include "aviparser/AviPacket.h"
 #include "videoheader/StartCode.h"
 

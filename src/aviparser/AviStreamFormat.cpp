@@ -2,14 +2,13 @@
 
 #include "aviparser/AviStreamFormat.h"
 
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "aviparser/AviChunkReader.h"
 #include "aviparser/AviCodecTags.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviMemory.h"
 
 namespace quorv {
 
