@@ -13,6 +13,8 @@ struct AsfGuid {
 };
 
 inline constexpr uint32_t kAsfGuidBytes = 16;
+// What every object begins with: its identifier and its size in 64 bits.
+inline constexpr uint32_t kAsfObjectHeaderBytes = kAsfGuidBytes + 8;
 
 inline constexpr AsfGuid kAsfSimpleIndexObject = {
     0x33000890, 0xE5B1, 0x11CF, {0x89, 0xF4, 0x00, 0xA0, 0xC9, 0x03, 0x49, 0xCB}};

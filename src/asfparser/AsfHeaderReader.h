@@ -12,8 +12,6 @@ struct AsfObjectHeader {
     uint32_t size_high;  // used by the Data Object only
 };
 
-inline constexpr uint32_t kAsfObjectHeaderBytes = 24;
-
 // The first failure is kept and ends the reading; fields read after it are 0. What a successful read did not
 // deliver reads as 0, too.
 class AsfHeaderReader {

@@ -10,6 +10,9 @@
 
 namespace quorv {
 
+// Times in a file are mostly counted in units of 100 nanoseconds.
+inline constexpr uint32_t kAsfUnitsPerMillisecond = 10000;
+
 // Several readers may be open on one source, each with a position of its own. All functions return 0 or the
 // callback's code unless they say otherwise.
 class CASFBase {

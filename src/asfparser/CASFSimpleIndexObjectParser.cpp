@@ -8,11 +8,10 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kObjectHeader = 24;
+// The object's header and fields, in front of the entries.
 constexpr uint32_t kIndexHeader = 56;
 // A 32-bit packet number and a 16-bit packet count.
 constexpr uint32_t kEntryBytes = 6;
-constexpr uint32_t kUnitsPerMillisecond = 10000;
 // What is reported when the number of key frames is not known.
 constexpr uint32_t kUnknownCount = 1000;
 // Files have a handful of objects behind the media data.
@@ -54,7 +53,7 @@ uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t
         if (code == SPLITER_OK) code = base_->ReadQWORD(reader, &low, &high);
         if (code != SPLITER_OK) return code;
         *size = uint64_t{high} << 32 | low;
-        if (*size < kObjectHeader || *size > end - position) break;
+        if (*size < kAsfObjectHeaderBytes || *size > end - position) break;
         if (CASFBase::CompareGUID(guid, kAsfSimpleIndexObject)) return SPLITER_OK;
         position += *size;
     }
@@ -68,7 +67,7 @@ uint32_t CASFSimpleIndexObjectParser::read_entries(StreamSource *reader, uint64_
     if (code == SPLITER_OK) code = base_->SkipNBytes(reader, 4);  // maximum packet count
     if (code == SPLITER_OK) code = base_->ReadDWORD(reader, &count);
     if (code != SPLITER_OK) return code;
-    const uint64_t interval = (uint64_t{high} << 32 | low) / kUnitsPerMillisecond;
+    const uint64_t interval = (uint64_t{high} << 32 | low) / kAsfUnitsPerMillisecond;
     const uint64_t bytes = uint64_t{count} * kEntryBytes;
     const bool usable = interval > 0 && interval <= UINT32_MAX && count >= 2 && bytes <= UINT32_MAX &&
                         object_size >= kIndexHeader && bytes <= object_size - kIndexHeader;
