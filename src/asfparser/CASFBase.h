@@ -19,6 +19,8 @@ class CASFBase {
 public:
     // The record must outlive this object.
     explicit CASFBase(const SplitterStreamSource *source) : source_(source) {}
+    // Virtual, as in CASFDataObjectParser and CASFSimpleIndexObjectParser: these objects begin with a pointer
+    // to a virtual table, although nothing is derived from them.
     virtual ~CASFBase();
     CASFBase(const CASFBase &) = delete;
     CASFBase &operator=(const CASFBase &) = delete;

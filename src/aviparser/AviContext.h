@@ -22,7 +22,7 @@ struct AviIndexEntry {
     int64_t pos;              // of the chunk's header in the stream
     int64_t timestamp;        // in time-base units; bytes for streams with a sample size
     uint32_t flags_and_size;  // bits 0-1: flags (bit 0 = key frame), bits 2-31: size of the chunk's data
-    int32_t distance;
+    int32_t distance;         // part of the fixed layout; 0 in every entry that the splitter makes
 };
 static_assert(sizeof(AviIndexEntry) == 24);
 

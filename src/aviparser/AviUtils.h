@@ -15,8 +15,9 @@ namespace quorv {
 // One byte by one read call; the destination is 0 when it fails.
 uint32_t avi_get_byte(StreamSource *source, uint32_t *value);
 
-// When a part of one of these fails, that part is read a second time and the second result is returned, with
-// what was assembled before it in the destination: callers with sources that fail once rely on it.
+// Both byte orders, although AVI files hold little-endian integers only. When a part of one of these fails,
+// that part is read a second time and the second result is returned, with what was assembled before it in the
+// destination: callers with sources that fail once rely on it.
 uint32_t avi_get_le16(StreamSource *source, uint32_t *value);
 uint32_t avi_get_be16(StreamSource *source, uint32_t *value);
 uint32_t avi_get_le24(StreamSource *source, uint32_t *value);
