@@ -219,8 +219,8 @@ uint32_t CASFDataObjectParser::SeekAudio(uint32_t *time) {
     AsfObjectSearch search(this, layout_.audio_stream, AsfObjectSearch::Wanted::AnyObject);
     const int32_t base_before = time_base_;
     AsfObjectStart start = {};
-    uint32_t code = search.find(*time, AsfSeekDirection::Backward, &start);
-    if (code == SPLITER_ERR_END_OF_STREAM) code = search.find(*time, AsfSeekDirection::Forward, &start);
+    uint32_t code = search.find({*time, AsfSeekDirection::Backward}, &start);
+    if (code == SPLITER_ERR_END_OF_STREAM) code = search.find({*time, AsfSeekDirection::Forward}, &start);
     if (code != SPLITER_OK) {
         time_base_ = base_before;
         state_of(layout_.audio_stream).parsed_packet = -1;

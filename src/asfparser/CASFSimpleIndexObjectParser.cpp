@@ -119,10 +119,11 @@ uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirecti
     if (looked_up == SPLITER_ERR_END_OF_STREAM) return looked_up;
     if (looked_up == SPLITER_OK && packet < static_cast<uint32_t>(data_parser_->PacketCount())) {
         bool found = false;
-        const uint32_t code = search.find_from(static_cast<int32_t>(packet), time, direction, start, &found);
+        const uint32_t code =
+            search.find_from(static_cast<int32_t>(packet), {time, direction}, start, &found);
         if (code != SPLITER_OK || found) return code;
     }
-    return search.find(time, direction, start);
+    return search.find({time, direction}, start);
 }
 
 }  // namespace quorv
