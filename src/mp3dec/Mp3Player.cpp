@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "mp3dec/Mp3Decoder.h"
-#include "mp3dec/Mp3Stream.h"
+#include "mp3dec/Mp3Tag.h"
 
 namespace quorv {
 

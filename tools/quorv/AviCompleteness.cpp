@@ -82,10 +82,4 @@ std::string find_avi_damage(FileSource &file) {
     return compare_length(ChunkWalk(file).declared_end(), file);
 }
 
-std::string compare_length(uint64_t declared, const FileSource &file) {
-    if (declared <= file.size()) return {};
-    return "truncated: its header declares " + std::to_string(declared) + " bytes, the file has " +
-           std::to_string(file.size());
-}
-
 }  // namespace quorv::tool
