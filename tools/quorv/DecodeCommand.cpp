@@ -127,7 +127,7 @@ void Decoding::run() {
 
 void add_decode_command(Session &session) {
     auto options = std::make_shared<DecodeOptions>();
-    CLI::App *command = session.app.add_subcommand("decode", "Decode MPEG audio (MP3) to a WAV file");
+    CLI::App *command = add_command(session, "decode", "Decode MPEG audio (MP3) to a WAV file");
     command
         ->add_option("FILE", options->file, "An MP3 file or one with such a track, or - for standard input")
         ->type_name("")

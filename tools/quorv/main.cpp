@@ -11,6 +11,7 @@
 
 #include "Commands.h"
 #include "Text.h"
+#include "Usage.h"
 
 namespace quorv::tool {
 
@@ -30,10 +31,6 @@ void hold_standard_streams() {
     }
 }
 
-void complain_of_usage(const std::string &reason) {
-    std::cerr << "quorv: " << printable(reason) << " (try 'quorv --help')\n";
-}
-
 // As the parser wants them: last first, without the program's name. It would take a name in brackets for a
 // list of names, so such a one is led by its folder.
 std::vector<std::string> arguments(int argc, char **argv) {
@@ -50,6 +47,8 @@ void describe(CLI::App &app) {
     app.description("Takes media files apart: lists tracks and frames, extracts and decodes streams.");
     app.set_version_flag("--version", version_text());
     app.require_subcommand(1);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("Positionals", "Arguments");
     app.footer(
         "Examples:\n"
         "  quorv info holiday.avi\n"
@@ -80,9 +79,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
         out.write(version_text() + "\n");
         return ExitCode::Ok;
     } catch (const CLI::ParseError &error) {
-        const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
-        complain_of_usage(unknown ? "there is no command or option '" + app.remaining().front() + "'"
-                                  : error.what());
+        std::cerr << "quorv: " << printable(explain_usage(app, error)) << "\n";
         return ExitCode::Usage;
     }
     return session.action();
