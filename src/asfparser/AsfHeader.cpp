@@ -107,7 +107,7 @@ uint32_t HeaderWalk::read_stream_properties() {
     return reader_.code();
 }
 
-// What is malformed in it ends it and is no failure of the file.
+// A malformed child ends the extension; the file is good all the same.
 uint32_t HeaderWalk::read_header_extension() {
     reader_.skip(18);
     uint32_t left = reader_.dword();

@@ -25,7 +25,7 @@ public:
     AsfGuid guid();
     AsfObjectHeader object_header();
     void bytes(void *to, uint32_t count);
-    // As many as there are of `length` bytes, at most `capacity` kept; the rest is passed over.
+    // Passes over `length` bytes and keeps the first of them, at most `capacity`; returns how many came.
     uint32_t bytes_up_to(void *to, uint32_t capacity, uint32_t length);
     // Forward, at most to the end of the stream.
     void skip(uint64_t count);

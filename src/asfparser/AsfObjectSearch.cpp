@@ -7,7 +7,7 @@ namespace quorv {
 namespace {
 
 // An index entry that is right leads to its key frame at once and past the wanted time within one group of
-// pictures. After so many packets the binary search is quicker.
+// pictures. Beyond this many packets the binary search is quicker.
 constexpr int32_t kMaxHintedPackets = 4096;
 
 }  // namespace
@@ -102,7 +102,7 @@ uint32_t AsfObjectSearch::scan_forward(int32_t from, int32_t end, AsfSeekTarget 
             if (forward && entry.pts >= int64_t{target.time}) return SPLITER_OK;
         }
     }
-    // Not known what comes behind the packets that were to be looked at.
+    // What comes behind the packets that were to be looked at is not known.
     if (end != parser_.PacketCount()) *found = false;
     return SPLITER_OK;
 }

@@ -28,7 +28,7 @@ constexpr uint32_t asf_reported_time(int32_t pts) {
 
 // Key frames have rising times in file order; other objects may fall back a little, as B pictures do. All
 // functions return SPLITER_ERR_END_OF_STREAM when there is no such object, or the code of a failed read.
-// Damaged packets count as empty. What a stream's parsed packet is must not be relied on afterwards.
+// Damaged packets count as empty. A search leaves any packet of the stream parsed.
 class AsfObjectSearch {
 public:
     enum class Wanted { AnyObject, KeyFrames };

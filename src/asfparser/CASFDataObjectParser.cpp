@@ -1,5 +1,4 @@
-// Packets into entries, and positions among them; see the header. Frames are put together in
-// AsfLoadObject.cpp.
+// Packets into entries, and positions among them; see the header. AsfLoadObject.cpp puts frames together.
 
 #include "asfparser/CASFDataObjectParser.h"
 
@@ -11,9 +10,9 @@ namespace quorv {
 
 namespace {
 
-// No writer makes packets of more than 64 KB.
+// Far beyond the packets of writers, which have up to 64 KB.
 constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
-// Of packets that are kept, beyond the first.
+// Packets are kept up to this size in all; one is kept whatever its size.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
 // The code with which sources say that a read has met the end.
@@ -59,7 +58,7 @@ bool CASFDataObjectParser::allocate_packets() {
 }
 
 // A live recording does not say how many there are; then the end of the media data tells. A file that was cut
-// off has fewer than it says. What a download has got so far means nothing.
+// off has fewer than it says. How much of a download has arrived means nothing.
 void CASFDataObjectParser::count_packets(uint64_t stream_size) {
     const auto packets_before = [this](uint64_t end) {
         const uint64_t packets = (end - layout_.first_packet) / layout_.packet_size;

@@ -18,7 +18,7 @@ struct AsfPosition {
 struct AsfDataLayout {
     uint64_t first_packet;  // position in the file
     uint64_t data_end;      // of the media data; not after first_packet when it is not known
-    bool is_cut;            // that is the end of the stream, and there should be more
+    bool is_cut;            // data_end is the end of the stream, and there should be more
     uint32_t total_packets;
     uint32_t packet_size;
     uint32_t audio_stream, video_stream;  // kAsfNoStream when there is none
@@ -50,7 +50,7 @@ public:
     uint32_t InitParser(const AsfDataLayout &layout);
     bool IsReady() const { return packets_ != nullptr; }
     const AsfDataLayout &Layout() const { return layout_; }
-    // Of the packets that the file can hold; INT32_MAX when that is not known.
+    // How many packets the file can hold; INT32_MAX when that is not known.
     int32_t PacketCount() const { return packet_count_; }
 
     // Parses one packet into the entries of that stream. SPLITER_ERR_END_OF_STREAM behind the last packet,

@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kListHeaderBytes = 12;
 constexpr uint32_t kResyncLimit = 0x20000;
-// So many single bytes without a chunk, and the search reads ahead: one of them may be just a pad byte.
+// After this many single bytes without a chunk the search reads ahead: one of them may be just a pad byte.
 constexpr uint32_t kReadAheadAfter = 2;
 // A palette change of 256 entries has 4 + 1024 bytes.
 constexpr uint32_t kPaletteChunkLimit = 1029;
@@ -71,7 +71,7 @@ uint32_t AviChunkSearch::fill() {
     uint32_t code = context_.source.move_to(window_start_ + filled_);
     if (code == 0) code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
     filled_ += delivered;
-    // A failure beyond the header at hand matters only to those who come as far.
+    // A failure behind the header at hand matters only when the search comes as far.
     if (filled_ >= kAviChunkHeaderBytes) return SPLITER_OK;
     return code != 0 ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
 }

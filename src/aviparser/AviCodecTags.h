@@ -17,7 +17,7 @@ extern const AviCodecTag avi_codec_bmp_tags[];  // compression tags of bitmap he
 extern const AviCodecTag avi_codec_wav_tags[];
 extern const AviCodecTag avi_codec_movvideo_tags[];
 
-// The MPEG-4 variants of before the standard.
+// Variants of MPEG-4 from before the standard.
 inline constexpr uint32_t kAviCodecPreMpeg4 = 0x00FFFFFF;
 
 // Upper-cases each of the four bytes of a tag.

@@ -70,8 +70,7 @@ bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *
 }
 
 bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
-    // Indexes may name the same chunks over and over; a file cannot make more entries of it than it has
-    // chunks.
+    // Indexes may name the same chunks again and again; entries are limited to what the file has room for.
     if (entries_left_-- == 0) return false;
     AviStreamState &state = *track->state;
     const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
@@ -125,8 +124,8 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         IndexHeader inner = {};
         const uint32_t chunk_size = avi_le32(chunk + 4);
         if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;
-        // The index chunks of a stream follow each other. None counts twice: a small file could make a huge
-        // index.
+        // The index chunks of a stream follow each other, and none counts twice: a small file could otherwise
+        // make a huge index.
         if (chunk_start < previous_end) return false;
         previous_end = chunk_start + kAviChunkHeaderBytes + chunk_size;
         // One level only: an index of indexes that points to another could point to itself.

@@ -57,9 +57,8 @@ uint32_t stamp_to_ms(const AviTrack &track, int64_t timestamp) {
     return clamp_to_u32(avi_units_to_ms(track, timestamp / avi_time_stamp_divisor(*track.state)));
 }
 
-// Moves a track behind the pieces of its chunk that end at or before the wanted time, of which there is at
-// least one. All but the last piece of a chunk are equally long, so a huge chunk needs no walk over all of
-// them.
+// Moves a track behind the pieces of its chunk that end at or before the wanted time; there must be one. All
+// but the last piece of a chunk are equally long, so a huge chunk needs no walk over all of its pieces.
 void take_pieces_before(AviTrack *track, uint32_t wanted) {
     AviStreamState &state = *track->state;
     const uint32_t size = avi_piece_size(state);

@@ -8,8 +8,8 @@ namespace quorv {
 
 namespace {
 
-// kbit/s by row and bit rate index: MPEG-1 Layers I, II and III, low sampling rates Layer I, Layers II and
-// III.
+// kbit/s by row and bit rate index. Rows: MPEG-1 Layer I, II, III; low sampling rates Layer I, then Layers II
+// and III together.
 constexpr uint16_t kBitrates[5][15] = {
     {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
     {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
@@ -23,7 +23,7 @@ constexpr uint32_t kSampleRates[3] = {44100, 48000, 32000};
 constexpr uint32_t kFreeFormatTooLow = 7;
 constexpr uint32_t kFreeFormatTooHigh = 641;
 // How far the next header is waited for, in bytes: 640 kbit/s at 32 kHz take 2880. A chance header in other
-// data must not make the decoder ask for more input than a caller's pieces are gathered to.
+// data must not make the decoder ask for more input than it ever gathers.
 constexpr uint64_t kMaxFreeFormatBytes = 3000;
 
 // Parses the header that the header reader stands on; 0 or an error code.
@@ -82,7 +82,7 @@ uint32_t format_key(const Mp3FrameHeader &header) {
     return header.sample_rate * 4 + header.layer;
 }
 
-// The bit rate of a frame of this kind that is so many bytes long, in kbit/s.
+// The bit rate of a frame of this kind and length, in kbit/s.
 uint64_t bitrate_of_distance(const Mp3FrameHeader &header, uint64_t distance) {
     const uint64_t rate = header.sample_rate, pad = padding(header);
     if (header.layer == 1) return (4 - 4 * pad + distance) * rate / 48000;
@@ -105,8 +105,7 @@ uint32_t measure_distance(const Mp3FrameHeader &header, Mp3InputBuffer *state, u
             bitrate_of_distance(header, *distance) > kFreeFormatTooLow)
             return 0;
     }
-    // Behind the largest frame that is to be expected there is none; before that, more input may show its
-    // end.
+    // Within the size of the largest frame, more input may show its end; beyond it there is no frame.
     const uint64_t seen = buffer_left(*state, state->frame_start);
     const bool may_follow =
         seen < kMaxFreeFormatBytes && bitrate_of_distance(header, seen) < kFreeFormatTooHigh;
@@ -128,8 +127,7 @@ uint32_t measure_free_format(const Mp3FrameHeader &header, Mp3InputBuffer *state
     return 0;
 }
 
-// Gives a free-format frame its bit rate: the one of the frames before it, or the measured one. 0 or an error
-// code.
+// Gives a free-format frame the bit rate of the frames before it, or the measured one. 0 or an error code.
 uint32_t find_free_format_rate(Mp3FrameHeader *header, Mp3InputBuffer *state) {
     const bool known = state->free_format_bitrate != 0 && state->in_sync != 0 &&
                        (header->layer != 3 || state->free_format_bitrate < kFreeFormatTooHigh);

@@ -1,5 +1,4 @@
-// The bytes that a decoder works on: the caller's own, or a private copy once a piece was too short for a
-// frame.
+// The bytes that a decoder works on: the caller's own, or a copy once a piece was too short for a frame.
 #ifndef QUORV_SRC_MP3DEC_MP3INPUTSTORE_H
 #define QUORV_SRC_MP3DEC_MP3INPUTSTORE_H
 

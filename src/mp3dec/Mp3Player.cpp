@@ -132,8 +132,8 @@ int32_t QU_MP3_player_read(QuMp3Player handle, uint32_t *produced) {
                                  : QU_MP3_decoder_read(player->decoder, &player->input, &output);
         drop_consumed(player);
         *produced += output.result;
-        // At the end, what the decoder leaves is the last frame: it takes that over and then hears of the
-        // end.
+        // What the decoder leaves at the end is the last frame, too short by the look-ahead: the next turn
+        // tells it of the end.
         if (code != QU_MP3_NEED_INPUT || !player->ended || is_end) return code;
         output.data = static_cast<uint8_t *>(output.data) + output.result;
         output.length -= output.result;

@@ -10,7 +10,7 @@ namespace quorv {
 inline constexpr uint32_t kMp3LongBands = 22;   // the last one has no scale factor: 0
 inline constexpr uint32_t kMp3ShortBands = 13;  // likewise
 
-// Of one channel. In the right channel of intensity stereo they are intensity positions, too.
+// The scale factors of one channel; in the right one of intensity stereo they are its positions as well.
 struct Mp3ScaleFactors {
     uint8_t long_bands[kMp3LongBands];
     uint8_t short_bands[kMp3ShortBands][3];  // by window

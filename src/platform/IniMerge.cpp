@@ -41,7 +41,7 @@ void IniDigest::add(const char *bytes, size_t count) {
 IniComparison compare_with_file(MIniFile *ini) {
     MStreamRecord *const file = MStreamOpenFromFileS(ini->path, 1);
     if (file == nullptr) {
-        // Of a file that is gone, the stream that is still open has what was read.
+        // When the file is gone, the stream that is still open has what was read.
         struct stat status;
         return stat(ini->path, &status) != 0 && errno == ENOENT ? IniComparison::Same
                                                                 : IniComparison::Unknown;

@@ -26,8 +26,8 @@ void add_extract_command(Session &session);
 void add_headers_command(Session &session);
 void add_decode_command(Session &session);
 
-// Does the work on one input file. A Failure ends it with a line on standard error that names the file;
-// failures to write are no matter of the input and pass.
+// Does the work on one input file. A Failure ends it with a line on standard error that names the file,
+// except for a WriteFailure, which is not the input's: it passes through.
 ExitCode run_on_file(OutputStream &out, const std::string &file, const std::function<void()> &work);
 
 // Adds a command with its line in the list of them.

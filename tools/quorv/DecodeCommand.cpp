@@ -87,7 +87,7 @@ uint64_t Decoding::decode(bool write) {
     return count;
 }
 
-// The sizes are filled in when they are known. No file is given room for large ones that cannot need it.
+// The sizes are filled in when they are known. Room for large ones is left only where they are possible.
 void Decoding::write_to_file() {
     const bool room = file_.size() > std::numeric_limits<uint32_t>::max() / kMaxExpansion;
     output_.stream().write(wav_header(reader_->format(), 0, room));

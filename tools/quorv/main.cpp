@@ -100,7 +100,7 @@ int main(int argc, char **argv) {
         code = run(argc, argv, out);
         out.flush();
     } catch (const OutputClosed &) {
-        // Whoever reads has seen enough; what had failed before that was said.
+        // Whoever reads has seen enough. What failed before that has been reported.
     } catch (const WriteFailure &failure) {
         complain(failure.output, failure.what());
         code = failure.code;
