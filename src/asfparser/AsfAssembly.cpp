@@ -15,7 +15,7 @@ void AsfAssembly::start(const ASF_DataObjectEntry &entry, int32_t expected_pts) 
 }
 
 bool AsfAssembly::ends_before(const ASF_DataObjectEntry &entry) const {
-    // A later time ends a frame; objects of one time, or of falling ones, are told by number and offset.
+    // A later time ends a frame; objects of the same or an earlier time are told apart by number and offset.
     if (entry.has_time() && entry.pts > pts_) return true;
     return entry.object_number != object_number_ || (entry.starts_object() && bytes_ > 0);
 }

@@ -9,10 +9,10 @@
 
 namespace quorv {
 
-inline constexpr uint32_t kAsfMostCodecData = 256;
+inline constexpr uint32_t kAsfMaxCodecData = 256;
 
 struct AsfCodecData {
-    uint8_t bytes[kAsfMostCodecData];
+    uint8_t bytes[kAsfMaxCodecData];
     uint32_t length;
     bool first;  // is put in front of the first frame
 };

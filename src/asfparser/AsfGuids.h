@@ -13,6 +13,8 @@ struct AsfGuid {
 };
 
 inline constexpr uint32_t kAsfGuidBytes = 16;
+// What every object begins with: its identifier and its size in 64 bits.
+inline constexpr uint32_t kAsfObjectHeaderBytes = kAsfGuidBytes + 8;
 
 inline constexpr AsfGuid kAsfSimpleIndexObject = {
     0x33000890, 0xE5B1, 0x11CF, {0x89, 0xF4, 0x00, 0xA0, 0xC9, 0x03, 0x49, 0xCB}};
@@ -25,7 +27,7 @@ inline constexpr AsfGuid kAsfFilePropertiesObject = {
 inline constexpr AsfGuid kAsfStreamPropertiesObject = {
     0xB7DC0791, 0xA9B7, 0x11CF, {0x8E, 0xE6, 0x00, 0xC0, 0x0C, 0x20, 0x53, 0x65}};
 
-// These are told by their first group alone.
+// These are recognised by their first group alone.
 inline constexpr uint32_t kAsfHeaderExtensionGroup = 0x5FBF03B5;
 inline constexpr uint32_t kAsfExtendedStreamPropertiesGroup = 0x14E6A5CB;
 inline constexpr uint32_t kAsfAudioMediaGroup = 0xF8699E40;

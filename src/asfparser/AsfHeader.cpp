@@ -11,7 +11,6 @@ namespace {
 constexpr uint32_t kHeaderObjectBytes = 30;
 constexpr uint32_t kDataObjectBytes = 50;
 constexpr uint32_t kExtendedStreamPropertiesBytes = 84;
-constexpr uint32_t kUnitsPerMillisecond = 10000;
 // 2^32 units in milliseconds, rounded.
 constexpr uint32_t kMillisecondsPerHighHalf = 429497;
 
@@ -83,7 +82,7 @@ uint32_t HeaderWalk::read_file_properties() {
     reader_.qword(&low, &high);
     reader_.qword(&send_low, &send_high);
     reader_.qword(&header_.preroll, &preroll_high);
-    const uint64_t duration = low / kUnitsPerMillisecond + uint64_t{high} * kMillisecondsPerHighHalf;
+    const uint64_t duration = low / kAsfUnitsPerMillisecond + uint64_t{high} * kMillisecondsPerHighHalf;
     header_.duration = duration > header_.preroll ? saturate_to_u32(duration - header_.preroll) : 0;
     reader_.skip(4 + 4);  // flags, minimum packet size
     header_.packet_size = reader_.dword();
@@ -108,7 +107,7 @@ uint32_t HeaderWalk::read_stream_properties() {
     return reader_.code();
 }
 
-// What is malformed in it ends it and is no failure of the file.
+// A malformed child ends the extension; the file is good all the same.
 uint32_t HeaderWalk::read_header_extension() {
     reader_.skip(18);
     uint32_t left = reader_.dword();
@@ -144,7 +143,7 @@ void HeaderWalk::read_extended_stream_properties(uint32_t size) {
     if (reader_.code() != SPLITER_OK) return;
     for (AsfStreamSlot &slot : header_.slots) {
         if (slot.stream_number != kAsfNoStream) continue;
-        slot = {stream_number, low / kUnitsPerMillisecond};
+        slot = {stream_number, low / kAsfUnitsPerMillisecond};
         return;
     }
 }

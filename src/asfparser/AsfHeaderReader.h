@@ -2,7 +2,7 @@
 #ifndef QUORV_SRC_ASFPARSER_ASFHEADERREADER_H
 #define QUORV_SRC_ASFPARSER_ASFHEADERREADER_H
 
-#include "asfparser/AsfContext.h"
+#include "asfparser/CASFBase.h"
 
 namespace quorv {
 
@@ -11,8 +11,6 @@ struct AsfObjectHeader {
     uint32_t size;       // the low half, header included
     uint32_t size_high;  // used by the Data Object only
 };
-
-inline constexpr uint32_t kAsfObjectHeaderBytes = 24;
 
 // The first failure is kept and ends the reading; fields read after it are 0. What a successful read did not
 // deliver reads as 0, too.
@@ -27,7 +25,7 @@ public:
     AsfGuid guid();
     AsfObjectHeader object_header();
     void bytes(void *to, uint32_t count);
-    // As many as there are of `length` bytes, at most `capacity` kept; the rest is passed over.
+    // Passes over `length` bytes and keeps the first of them, at most `capacity`; returns how many came.
     uint32_t bytes_up_to(void *to, uint32_t capacity, uint32_t length);
     // Forward, at most to the end of the stream.
     void skip(uint64_t count);

@@ -1,15 +1,14 @@
 // CASFDataObjectParser::LoadObject: frames from the entries of the packets.
 
-#include "asfparser/AsfObjectSearch.h"
 #include "asfparser/CASFDataObjectParser.h"
 
 namespace quorv {
 
 namespace {
 
-// After so many packets without the beginning of the next frame, nobody waits for it.
-constexpr uint32_t kMostScannedPackets = 1000;
-// Of a frame whose end is not given by the next one.
+// After this many packets without the beginning of the next frame the search gives up.
+constexpr uint32_t kMaxScannedPackets = 1000;
+// The duration of a frame whose end the next one does not give.
 constexpr int32_t kUnknownDuration = 1;
 
 int32_t duration_until(const ASF_DataObjectEntry &next, int32_t pts) {
@@ -67,9 +66,9 @@ uint32_t CASFDataObjectParser::assemble(uint32_t stream, StreamState *state, Asf
             if (code != SPLITER_OK) return code;
         }
         at = {at.packet + 1, 0};
-        // A frame itself may take more packets than are waited for the next one.
+        // Only packets behind a complete frame count: the frame itself may take more of them.
         scanned = assembly->is_complete() ? scanned + 1 : 0;
-        if (scanned > kMostScannedPackets) break;
+        if (scanned > kMaxScannedPackets) break;
         code = ParseOnePacket(stream, at.packet);
     }
     object->duration = kUnknownDuration;
@@ -81,8 +80,8 @@ uint32_t CASFDataObjectParser::end_of_scan(StreamState *state, const AsfAssembly
                                            uint32_t code) {
     const bool at_end = code == SPLITER_ERR_END_OF_STREAM;
     const bool is_bad = code == SPLITER_ERR_BAD_FORMAT;
-    // The last frame of a whole file is delivered as far as it goes; of one that was cut off, only when all
-    // of it is there. In front of a packet that is to blame, the frame comes first, then the failure.
+    // The last frame of a whole file is delivered as far as it goes; that of a file that was cut off only
+    // when all of it is there. In front of a damaged packet the frame comes first, then the failure.
     const bool is_last = at_end && !is_cut_ && at.packet >= packet_count_;
     const bool deliver = assembly.is_complete() || (assembly.is_started() && is_last);
     if (code == SPLITER_OK || (deliver && (at_end || is_bad))) {

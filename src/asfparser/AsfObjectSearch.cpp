@@ -2,15 +2,13 @@
 
 #include "asfparser/AsfObjectSearch.h"
 
-#include <algorithm>
-
 namespace quorv {
 
 namespace {
 
 // An index entry that is right leads to its key frame at once and past the wanted time within one group of
-// pictures. After so many packets the binary search is quicker.
-constexpr int32_t kMostHintedPackets = 4096;
+// pictures. Beyond this many packets the binary search is quicker.
+constexpr int32_t kMaxHintedPackets = 4096;
 
 }  // namespace
 
@@ -82,9 +80,9 @@ uint32_t AsfObjectSearch::find_backward(int32_t packet, uint32_t time, AsfObject
     return SPLITER_ERR_END_OF_STREAM;
 }
 
-uint32_t AsfObjectSearch::scan_forward(int32_t from, int32_t end, uint32_t time, AsfSeekDirection direction,
-                                       AsfObjectStart *start, bool *found) {
-    const bool forward = direction == AsfSeekDirection::Forward;
+uint32_t AsfObjectSearch::scan_forward(int32_t from, int32_t end, AsfSeekTarget target, AsfObjectStart *start,
+                                       bool *found) {
+    const bool forward = target.direction == AsfSeekDirection::Forward;
     *found = false;
     for (int32_t packet = from; packet < end; ++packet) {
         const uint32_t code = load(packet);
@@ -93,7 +91,7 @@ uint32_t AsfObjectSearch::scan_forward(int32_t from, int32_t end, uint32_t time,
         ASF_DataObjectEntry entry;
         for (int32_t i = 0; parser_.Entries(stream_).GetEntry(&entry, &i) == SPLITER_OK; ++i) {
             if (!entry.starts_object() || !entry.has_time()) continue;
-            const bool is_later = entry.pts > int64_t{time};
+            const bool is_later = entry.pts > int64_t{target.time};
             // No key frame at or before the time lies behind an object that is later.
             if (is_later && !forward) return SPLITER_OK;
             if (!is_wanted(entry)) continue;
@@ -101,33 +99,33 @@ uint32_t AsfObjectSearch::scan_forward(int32_t from, int32_t end, uint32_t time,
             if (is_later && !*found && from != 0) return SPLITER_OK;
             *start = {{packet, i}, entry.pts};
             *found = true;
-            if (forward && entry.pts >= int64_t{time}) return SPLITER_OK;
+            if (forward && entry.pts >= int64_t{target.time}) return SPLITER_OK;
         }
     }
-    // Not known what comes behind the packets that were to be looked at.
+    // What comes behind the packets that were to be looked at is not known.
     if (end != parser_.PacketCount()) *found = false;
     return SPLITER_OK;
 }
 
-uint32_t AsfObjectSearch::find_from(int32_t packet, uint32_t time, AsfSeekDirection direction,
-                                    AsfObjectStart *start, bool *found) {
+uint32_t AsfObjectSearch::find_from(int32_t packet, AsfSeekTarget target, AsfObjectStart *start,
+                                    bool *found) {
     const int32_t count = parser_.PacketCount();
-    const int32_t end = count - packet > kMostHintedPackets ? packet + kMostHintedPackets : count;
-    return scan_forward(packet, end, time, direction, start, found);
+    const int32_t end = count - packet > kMaxHintedPackets ? packet + kMaxHintedPackets : count;
+    return scan_forward(packet, end, target, start, found);
 }
 
-uint32_t AsfObjectSearch::find(uint32_t time, AsfSeekDirection direction, AsfObjectStart *start) {
+uint32_t AsfObjectSearch::find(AsfSeekTarget target, AsfObjectStart *start) {
     const int32_t count = parser_.PacketCount();
     int32_t from = 0;
     if (count != INT32_MAX) {
-        uint32_t code = find_boundary(time, &from);
-        if (code == SPLITER_OK) code = find_backward(from, time, start);
-        if (direction == AsfSeekDirection::Backward) return code;
+        uint32_t code = find_boundary(target.time, &from);
+        if (code == SPLITER_OK) code = find_backward(from, target.time, start);
+        if (target.direction == AsfSeekDirection::Backward) return code;
         if (code != SPLITER_OK && code != SPLITER_ERR_END_OF_STREAM) return code;
         from = code == SPLITER_OK ? start->position.packet : 0;
     }
     bool found = false;
-    const uint32_t code = scan_forward(from, count, time, direction, start, &found);
+    const uint32_t code = scan_forward(from, count, target, start, &found);
     if (code != SPLITER_OK) return code;
     return found ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
 }

@@ -11,6 +11,11 @@ enum class AsfSeekDirection {
     Forward    // the first one at or after it, or the last one of all
 };
 
+struct AsfSeekTarget {
+    uint32_t time;  // milliseconds
+    AsfSeekDirection direction;
+};
+
 struct AsfObjectStart {
     AsfPosition position;
     int32_t pts;
@@ -23,7 +28,7 @@ constexpr uint32_t asf_reported_time(int32_t pts) {
 
 // Key frames have rising times in file order; other objects may fall back a little, as B pictures do. All
 // functions return SPLITER_ERR_END_OF_STREAM when there is no such object, or the code of a failed read.
-// Damaged packets count as empty. What a stream's parsed packet is must not be relied on afterwards.
+// Damaged packets count as empty. A search leaves any packet of the stream parsed.
 class AsfObjectSearch {
 public:
     enum class Wanted { AnyObject, KeyFrames };
@@ -32,20 +37,19 @@ public:
         : parser_(*parser), stream_(stream), wanted_(wanted) {}
 
     // By binary search, and from there packet by packet to a wanted object.
-    uint32_t find(uint32_t time, AsfSeekDirection direction, AsfObjectStart *start);
+    uint32_t find(AsfSeekTarget target, AsfObjectStart *start);
 
     // Forward from a packet that should hold the object, or one before it. *found is false when that did not
     // prove true, or after too many packets: no wanted object at or before the time lies there.
-    uint32_t find_from(int32_t packet, uint32_t time, AsfSeekDirection direction, AsfObjectStart *start,
-                       bool *found);
+    uint32_t find_from(int32_t packet, AsfSeekTarget target, AsfObjectStart *start, bool *found);
 
 private:
     uint32_t load(int32_t packet);
     uint32_t find_boundary(uint32_t time, int32_t *packet);
     uint32_t first_time(int32_t from, int32_t end, int32_t *packet, int32_t *time);
     uint32_t find_backward(int32_t packet, uint32_t time, AsfObjectStart *start);
-    uint32_t scan_forward(int32_t from, int32_t end, uint32_t time, AsfSeekDirection direction,
-                          AsfObjectStart *start, bool *found);
+    uint32_t scan_forward(int32_t from, int32_t end, AsfSeekTarget target, AsfObjectStart *start,
+                          bool *found);
     bool is_wanted(const ASF_DataObjectEntry &entry) const;
 
     CASFDataObjectParser &parser_;

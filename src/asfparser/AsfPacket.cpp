@@ -17,7 +17,7 @@ constexpr uint32_t kKeyFrame = 0x80;
 // Values of the replicated data length that are no length of full replicated data.
 constexpr uint32_t kNoReplicatedData = 0;
 constexpr uint32_t kCompressedPayload = 1;
-constexpr uint32_t kLeastReplicatedData = 8;
+constexpr uint32_t kMinReplicatedData = 8;
 
 constexpr uint32_t length_type(uint32_t flags, uint32_t shift) {
     return flags >> shift & 3;
@@ -93,7 +93,7 @@ bool AsfPacketWalk::read_payload(AsfPayload *payload) {
 void AsfPacketWalk::read_replicated_data(AsfPayload *payload) {
     const uint32_t length = field(length_type(property_flags_, 0));
     payload->compressed = length == kCompressedPayload;
-    payload->has_replicated_data = length >= kLeastReplicatedData;
+    payload->has_replicated_data = length >= kMinReplicatedData;
     payload->object_size = payload->time = payload->time_delta = 0;
     if (payload->compressed) {
         payload->time = payload->offset_into_object;

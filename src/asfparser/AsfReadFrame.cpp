@@ -1,4 +1,4 @@
-// Frames with what goes in front of the first one; see the header.
+// Frames with what goes in front of the first one; see AsfPlayback.h.
 
 #include <string.h>
 

@@ -6,9 +6,6 @@ namespace quorv {
 
 namespace {
 
-// As a wanted time: the next key frame.
-constexpr uint32_t kNextKeyFrame = UINT32_MAX;
-
 uint32_t find_key_frame(AsfContext *context, uint32_t time, AsfSeekDirection direction,
                         AsfObjectStart *start) {
     CASFDataObjectParser &parser = *context->data_parser;

@@ -2,8 +2,6 @@
 
 #include "asfparser/AsfStreamProperties.h"
 
-#include <iterator>
-
 namespace quorv {
 
 namespace {
@@ -38,11 +36,11 @@ constexpr uint32_t kUpToCompression = 31;
 constexpr uint32_t kUpToCodecData = 51;
 
 void read_codec_data(AsfHeaderReader *reader, uint32_t length, AsfCodecData *data) {
-    data->length = reader->bytes_up_to(data->bytes, kAsfMostCodecData, length);
+    data->length = reader->bytes_up_to(data->bytes, kAsfMaxCodecData, length);
 }
 
 uint32_t read_known_video(AsfHeaderReader *reader, uint64_t start, uint32_t length, AsfVideoStream *video) {
-    if (length < kUpToCodecData || length - kUpToCodecData > kAsfMostCodecData) return SPLITER_ERR_BAD_FORMAT;
+    if (length < kUpToCodecData || length - kUpToCodecData > kAsfMaxCodecData) return SPLITER_ERR_BAD_FORMAT;
     video->present = true;
     reader->skip(kUpToCodecData - kUpToCompression);
     read_codec_data(reader, length - kUpToCodecData, &video->codec_data);

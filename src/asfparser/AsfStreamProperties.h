@@ -2,6 +2,7 @@
 #ifndef QUORV_SRC_ASFPARSER_ASFSTREAMPROPERTIES_H
 #define QUORV_SRC_ASFPARSER_ASFSTREAMPROPERTIES_H
 
+#include "asfparser/AsfContext.h"
 #include "asfparser/AsfHeaderReader.h"
 
 namespace quorv {

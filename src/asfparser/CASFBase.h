@@ -1,5 +1,4 @@
-// The way of every ASF class to the bytes of the file: readers on the caller's stream and little-endian
-// reads.
+// How the ASF classes get at the bytes of the file: readers on the caller's stream, and little-endian reads.
 #ifndef QUORV_SRC_ASFPARSER_CASFBASE_H
 #define QUORV_SRC_ASFPARSER_CASFBASE_H
 
@@ -10,12 +9,17 @@
 
 namespace quorv {
 
+// Times in a file are mostly counted in units of 100 nanoseconds.
+inline constexpr uint32_t kAsfUnitsPerMillisecond = 10000;
+
 // Several readers may be open on one source, each with a position of its own. All functions return 0 or the
 // callback's code unless they say otherwise.
 class CASFBase {
 public:
     // The record must outlive this object.
     explicit CASFBase(const SplitterStreamSource *source) : source_(source) {}
+    // Virtual, as in CASFDataObjectParser and CASFSimpleIndexObjectParser: these objects begin with a pointer
+    // to a virtual table, although nothing is derived from them.
     virtual ~CASFBase();
     CASFBase(const CASFBase &) = delete;
     CASFBase &operator=(const CASFBase &) = delete;
@@ -47,8 +51,8 @@ public:
 
     // The bytes that a packet field of a length type takes.
     static constexpr uint32_t WidthOfType(uint32_t type) { return (1u << type) / 2; }
-    // A packet field in memory; all its bytes must be there. SPLITER_ERR_INVALID_PARAM and 0 for a type above
-    // 3.
+    // Reads a packet field in memory; all its bytes must be there. SPLITER_ERR_INVALID_PARAM, and the value
+    // 0, for a type above 3.
     static uint32_t ReadFromMemByType(const uint8_t *bytes, uint32_t *value, uint32_t type);
 
 private:

@@ -22,14 +22,14 @@ struct ASF_DataObjectEntry {
 };
 
 inline constexpr uint32_t kAsfKeyFrame = 0x80;
-// Of payloads without replicated data.
+// The time of payloads without replicated data.
 inline constexpr int32_t kAsfNoTime = INT32_MIN;
 
 inline bool ASF_DataObjectEntry::has_time() const {
     return pts != kAsfNoTime;
 }
 
-// As many entries as a packet's payloads can reasonably be; a full block drops what comes.
+// Room for as many entries as a packet can reasonably have payloads; a full block drops further ones.
 class CASFDataObjectEntryBlockMgr {
 public:
     static constexpr int32_t kCapacity = 100;

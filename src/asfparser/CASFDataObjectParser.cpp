@@ -1,5 +1,4 @@
-// Packets into entries, and positions among them; see the header. Frames are put together in
-// AsfLoadObject.cpp.
+// Packets into entries, and positions among them; see the header. AsfLoadObject.cpp puts frames together.
 
 #include "asfparser/CASFDataObjectParser.h"
 
@@ -11,9 +10,9 @@ namespace quorv {
 
 namespace {
 
-// No writer makes packets of more than 64 KB.
-constexpr uint32_t kLargestPacket = uint32_t{64} << 20;
-// Of packets that are kept, beyond the first.
+// Far beyond the packets of writers, which have up to 64 KB.
+constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
+// Packets are kept up to this size in all; one is kept whatever its size.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
 // The code with which sources say that a read has met the end.
@@ -29,7 +28,7 @@ CASFDataObjectParser::~CASFDataObjectParser() {
 }
 
 uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
-    if (layout.packet_size == 0 || layout.packet_size > kLargestPacket) return SPLITER_ERR_BAD_FORMAT;
+    if (layout.packet_size == 0 || layout.packet_size > kMaxPacketSize) return SPLITER_ERR_BAD_FORMAT;
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
     uint32_t code = base_->CreateReader(&audio_.reader, StreamAccess::ReadShared);
@@ -51,15 +50,15 @@ uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
 // Room for one packet at least, but for none that the file is too short to hold.
 bool CASFDataObjectParser::allocate_packets() {
     const auto fitting = static_cast<int32_t>(std::max(kBufferBytes / layout_.packet_size, 1u));
-    buffered_count_ = std::min({fitting, kMostBufferedPackets, packet_count_});
-    std::fill_n(buffered_, kMostBufferedPackets, -1);
+    buffered_count_ = std::min({fitting, kMaxBufferedPackets, packet_count_});
+    std::fill_n(buffered_, kMaxBufferedPackets, -1);
     const size_t size = static_cast<size_t>(buffered_count_) * layout_.packet_size;
     packets_ = static_cast<uint8_t *>(MMemAlloc(nullptr, std::max<size_t>(size, 1)));
     return packets_ != nullptr;
 }
 
 // A live recording does not say how many there are; then the end of the media data tells. A file that was cut
-// off has fewer than it says. What a download has got so far means nothing.
+// off has fewer than it says. How much of a download has arrived means nothing.
 void CASFDataObjectParser::count_packets(uint64_t stream_size) {
     const auto packets_before = [this](uint64_t end) {
         const uint64_t packets = (end - layout_.first_packet) / layout_.packet_size;
@@ -219,8 +218,8 @@ uint32_t CASFDataObjectParser::SeekAudio(uint32_t *time) {
     AsfObjectSearch search(this, layout_.audio_stream, AsfObjectSearch::Wanted::AnyObject);
     const int32_t base_before = time_base_;
     AsfObjectStart start = {};
-    uint32_t code = search.find(*time, AsfSeekDirection::Backward, &start);
-    if (code == SPLITER_ERR_END_OF_STREAM) code = search.find(*time, AsfSeekDirection::Forward, &start);
+    uint32_t code = search.find({*time, AsfSeekDirection::Backward}, &start);
+    if (code == SPLITER_ERR_END_OF_STREAM) code = search.find({*time, AsfSeekDirection::Forward}, &start);
     if (code != SPLITER_OK) {
         time_base_ = base_before;
         state_of(layout_.audio_stream).parsed_packet = -1;

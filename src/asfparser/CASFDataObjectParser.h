@@ -18,7 +18,7 @@ struct AsfPosition {
 struct AsfDataLayout {
     uint64_t first_packet;  // position in the file
     uint64_t data_end;      // of the media data; not after first_packet when it is not known
-    bool is_cut;            // that is the end of the stream, and there should be more
+    bool is_cut;            // data_end is the end of the stream, and there should be more
     uint32_t total_packets;
     uint32_t packet_size;
     uint32_t audio_stream, video_stream;  // kAsfNoStream when there is none
@@ -50,7 +50,7 @@ public:
     uint32_t InitParser(const AsfDataLayout &layout);
     bool IsReady() const { return packets_ != nullptr; }
     const AsfDataLayout &Layout() const { return layout_; }
-    // Of the packets that the file can hold; INT32_MAX when that is not known.
+    // How many packets the file can hold; INT32_MAX when that is not known.
     int32_t PacketCount() const { return packet_count_; }
 
     // Parses one packet into the entries of that stream. SPLITER_ERR_END_OF_STREAM behind the last packet,
@@ -91,7 +91,7 @@ private:
     };
 
     StreamState &state_of(uint32_t stream) { return stream == layout_.video_stream ? video_ : audio_; }
-    static constexpr int32_t kMostBufferedPackets = 16;
+    static constexpr int32_t kMaxBufferedPackets = 16;
 
     void count_packets(uint64_t stream_size);
     bool allocate_packets();
@@ -114,8 +114,8 @@ private:
     // The latest packets, each at its number modulo how many there are: the streams follow each other.
     uint8_t *packets_ = nullptr;
     int32_t buffered_count_ = 0;
-    int32_t buffered_[kMostBufferedPackets] = {};  // -1 for none
-    const uint8_t *packet_ = nullptr;              // the one that is parsed
+    int32_t buffered_[kMaxBufferedPackets] = {};  // -1 for none
+    const uint8_t *packet_ = nullptr;             // the one that is parsed
     uint64_t packet_offset_ = 0;
     StreamState audio_, video_;
 };

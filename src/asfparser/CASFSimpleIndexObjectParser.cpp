@@ -8,15 +8,14 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kObjectHeader = 24;
+// The object's header and fields, in front of the entries.
 constexpr uint32_t kIndexHeader = 56;
 // A 32-bit packet number and a 16-bit packet count.
 constexpr uint32_t kEntryBytes = 6;
-constexpr uint32_t kUnitsPerMillisecond = 10000;
 // What is reported when the number of key frames is not known.
 constexpr uint32_t kUnknownCount = 1000;
 // Files have a handful of objects behind the media data.
-constexpr uint32_t kMostObjects = 1000;
+constexpr uint32_t kMaxObjects = 1000;
 
 }  // namespace
 
@@ -45,7 +44,7 @@ uint32_t CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t d
 uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t position,
                                                   uint64_t *size) const {
     const uint64_t end = base_->GetStreamSize(reader);
-    for (uint32_t i = 0; i < kMostObjects; ++i) {
+    for (uint32_t i = 0; i < kMaxObjects; ++i) {
         if (position > end || end - position < kIndexHeader) break;
         uint32_t code = reader->move_to(static_cast<int64_t>(position));
         AsfGuid guid = {};
@@ -54,7 +53,7 @@ uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t
         if (code == SPLITER_OK) code = base_->ReadQWORD(reader, &low, &high);
         if (code != SPLITER_OK) return code;
         *size = uint64_t{high} << 32 | low;
-        if (*size < kObjectHeader || *size > end - position) break;
+        if (*size < kAsfObjectHeaderBytes || *size > end - position) break;
         if (CASFBase::CompareGUID(guid, kAsfSimpleIndexObject)) return SPLITER_OK;
         position += *size;
     }
@@ -68,7 +67,7 @@ uint32_t CASFSimpleIndexObjectParser::read_entries(StreamSource *reader, uint64_
     if (code == SPLITER_OK) code = base_->SkipNBytes(reader, 4);  // maximum packet count
     if (code == SPLITER_OK) code = base_->ReadDWORD(reader, &count);
     if (code != SPLITER_OK) return code;
-    const uint64_t interval = (uint64_t{high} << 32 | low) / kUnitsPerMillisecond;
+    const uint64_t interval = (uint64_t{high} << 32 | low) / kAsfUnitsPerMillisecond;
     const uint64_t bytes = uint64_t{count} * kEntryBytes;
     const bool usable = interval > 0 && interval <= UINT32_MAX && count >= 2 && bytes <= UINT32_MAX &&
                         object_size >= kIndexHeader && bytes <= object_size - kIndexHeader;
@@ -120,10 +119,11 @@ uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirecti
     if (looked_up == SPLITER_ERR_END_OF_STREAM) return looked_up;
     if (looked_up == SPLITER_OK && packet < static_cast<uint32_t>(data_parser_->PacketCount())) {
         bool found = false;
-        const uint32_t code = search.find_from(static_cast<int32_t>(packet), time, direction, start, &found);
+        const uint32_t code =
+            search.find_from(static_cast<int32_t>(packet), {time, direction}, start, &found);
         if (code != SPLITER_OK || found) return code;
     }
-    return search.find(time, direction, start);
+    return search.find({time, direction}, start);
 }
 
 }  // namespace quorv

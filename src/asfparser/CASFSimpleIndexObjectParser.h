@@ -17,13 +17,12 @@ public:
     static void *operator new(size_t size) noexcept { return MMemAlloc(nullptr, size); }
     static void operator delete(void *object) noexcept { MMemFree(nullptr, object); }
 
-    // Looks behind the media data for the first Simple Index Object and reads it whole. Of the times in a
-    // file, `time_offset` milliseconds lie before the first frame. SPLITER_ERR_UNSUPPORTED when there is no
-    // usable index, SPLITER_ERR_NO_MEMORY, or the code of a failed read.
+    // Looks behind the media data for the first Simple Index Object and reads it whole. The index counts time
+    // from `time_offset` milliseconds before the first frame. SPLITER_ERR_UNSUPPORTED when there is no usable
+    // index, SPLITER_ERR_NO_MEMORY, or the code of a failed read.
     uint32_t LoadIndex(StreamSource *reader, uint64_t data_end, uint32_t time_offset);
     bool IsLoaded() const { return entry_count_ != 0; }
-    // The different packets that the index leads to; 1000 when there is no usable index; 0 before it was
-    // looked for.
+    // The different packets that the index leads to; 1000 without a usable index, 0 before that is known.
     uint32_t KeyFrameCount() const { return key_frame_count_; }
 
     // The video key frame for a time. SPLITER_ERR_END_OF_STREAM when there is none, or when the index ends

@@ -9,7 +9,6 @@
 #include "aviparser/AviFrame.h"
 #include "aviparser/AviHeader.h"
 #include "aviparser/AviIndex.h"
-#include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
 #include "aviparser/AviSeek.h"
 

@@ -1,4 +1,5 @@
-// Assertions of the splitter's own invariants: nothing in a file can make one fail.
+// Assertions of the splitter's own invariants: nothing in a file can make one fail. Their texts and file
+// names are fixed; they do not follow when the source is moved or renamed.
 #ifndef QUORV_SRC_AVIPARSER_AVIASSERT_H
 #define QUORV_SRC_AVIPARSER_AVIASSERT_H
 

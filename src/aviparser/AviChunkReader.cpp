@@ -2,11 +2,11 @@
 
 #include "aviparser/AviChunkReader.h"
 
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
 
+#include "aviparser/AviMemory.h"
 #include "aviparser/AviUtils.h"
 
 namespace quorv {

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
+#include "aviparser/AviRiff.h"
 #include "aviparser/AviSegments.h"
-#include "aviparser/AviUtils.h"
 
 namespace quorv {
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kListHeaderBytes = 12;
 constexpr uint32_t kResyncLimit = 0x20000;
-// So many single bytes without a chunk, and the search reads ahead: one of them may be just a pad byte.
+// After this many single bytes without a chunk the search reads ahead: one of them may be just a pad byte.
 constexpr uint32_t kReadAheadAfter = 2;
 // A palette change of 256 entries has 4 + 1024 bytes.
 constexpr uint32_t kPaletteChunkLimit = 1029;
@@ -71,7 +71,7 @@ uint32_t AviChunkSearch::fill() {
     uint32_t code = context_.source.move_to(window_start_ + filled_);
     if (code == 0) code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
     filled_ += delivered;
-    // A failure beyond the header at hand matters only to those who come as far.
+    // A failure behind the header at hand matters only when the search comes as far.
     if (filled_ >= kAviChunkHeaderBytes) return SPLITER_OK;
     return code != 0 ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
 }
@@ -118,55 +118,81 @@ void AviChunkSearch::jump(int64_t position) {
     filled_ = 0;
 }
 
+// At the end of the media data. SPLITER_OK when it has moved on, to the end of a further segment.
+uint32_t AviChunkSearch::enter_next_segment() {
+    bool extended = false;
+    const uint32_t code = avi_extend_media(&context_, &extended);
+    // Behind the end of a source of unknown size every read may fail.
+    if (code != SPLITER_OK && context_.source_size > 0) return code;
+    if (extended) return SPLITER_OK;
+    reached_end_ = true;
+    return SPLITER_ERR_END_OF_STREAM;
+}
+
+// The header at the position when it is known as that of a chunk; else null.
+const uint8_t *AviChunkSearch::find_seen_header() {
+    // In front of a known chunk, an odd position is that of a pad byte.
+    if (bytes_in_a_row_ == 0 && (position() & 1) != 0 &&
+        context_.seen_headers.find(position() + 1) != nullptr)
+        jump(position() + 1);
+    const uint8_t *header = context_.seen_headers.find(position());
+    return header != nullptr && classify(header) != Step::Byte ? header : nullptr;
+}
+
+// Looks closer at what seems to be the header of a further segment.
+uint32_t AviChunkSearch::check_riff(const uint8_t *header, Step *step) {
+    if (!is_riff(header)) return SPLITER_OK;
+    bool is_segment = false;
+    const uint32_t code = avi_is_segment(&context_, position(), &is_segment);
+    if (code != SPLITER_OK && context_.source_size > 0) return code;
+    if (!is_segment) *step = Step::Byte;
+    return SPLITER_OK;
+}
+
+// Tells what lies at the position, which may move over a pad byte.
+uint32_t AviChunkSearch::look(Header *header) {
+    const uint8_t *bytes = find_seen_header();
+    const bool seen = bytes != nullptr;
+    if (!seen) {
+        const uint32_t code = fill();
+        if (code != SPLITER_OK) return code;
+        bytes = window_ + offset_;
+    }
+    *header = {classify(bytes), avi_le32(bytes + 4), position() + kAviChunkHeaderBytes};
+    if (!seen) {
+        const uint32_t code = check_riff(bytes, &header->step);
+        if (code != SPLITER_OK) return code;
+    }
+    if (header->step != Step::Byte) context_.seen_headers.add(position(), bytes);
+    return SPLITER_OK;
+}
+
 uint32_t AviChunkSearch::next(AviChunk *chunk) {
     while (lost_bytes_ <= kResyncLimit) {
-        if (context_.media_end - position() < kAviChunkHeaderBytes) {
-            bool extended = false;
-            const uint32_t code = avi_extend_media(&context_, &extended);
-            // Behind the end of a source of unknown size every read may fail.
-            if (code != SPLITER_OK && context_.source_size > 0) return code;
-            if (extended) continue;
-            reached_end_ = true;
-            return SPLITER_ERR_END_OF_STREAM;
-        }
-        // In front of a known chunk, an odd position is that of a pad byte.
-        if (bytes_in_a_row_ == 0 && (position() & 1) != 0 &&
-            context_.seen_headers.find(position() + 1) != nullptr)
-            jump(position() + 1);
-        const uint8_t *header = context_.seen_headers.find(position());
-        const bool seen = header != nullptr && classify(header) != Step::Byte;
-        if (!seen) {
-            const uint32_t code = fill();
-            if (code != 0) return code;
-            header = window_ + offset_;
-        }
-        const uint32_t size = avi_le32(header + 4);
-        const int64_t data_position = position() + kAviChunkHeaderBytes;
-        Step step = classify(header);
-        if (!seen && is_riff(header)) {
-            bool is_segment = false;
-            const uint32_t code = avi_is_segment(&context_, position(), &is_segment);
-            if (code != SPLITER_OK && context_.source_size > 0) return code;
-            if (!is_segment) step = Step::Byte;
-        }
-        if (step != Step::Byte) context_.seen_headers.add(position(), header);
-        switch (step) {
+        const bool at_end = context_.media_end - position() < kAviChunkHeaderBytes;
+        Header header = {};
+        uint32_t code = at_end ? enter_next_segment() : look(&header);
+        if (code != SPLITER_OK) return code;
+        if (at_end) continue;
+        const int64_t data_end = header.data_position + header.size;
+        switch (header.step) {
             case Step::Byte:
                 skip_byte();
                 break;
             case Step::ListHeader:
-                jump(data_position + (kListHeaderBytes - kAviChunkHeaderBytes));
+                jump(header.data_position + (kListHeaderBytes - kAviChunkHeaderBytes));
                 break;
             case Step::Palette:
-                if (const uint32_t failure = read_palette(data_position, size); failure != 0) return failure;
-                jump(data_position + size);
+                code = read_palette(header.data_position, header.size);
+                if (code != SPLITER_OK) return code;
+                jump(data_end);
                 break;
             case Step::Chunk:
-                jump(data_position + size);
+                jump(data_end);
                 break;
             case Step::Accept:
-                *chunk = {data_position, size};
-                jump(data_position + size);
+                *chunk = {header.data_position, header.size};
+                jump(data_end);
                 return SPLITER_OK;
         }
     }

@@ -30,10 +30,19 @@ public:
 private:
     // What to do with the bytes at the position.
     enum class Step { Byte, ListHeader, Chunk, Palette, Accept };
+    struct Header {
+        Step step;
+        uint32_t size;
+        int64_t data_position;
+    };
 
     int64_t position() const { return window_start_ + offset_; }
+    uint32_t enter_next_segment();
+    uint32_t look(Header *header);
+    const uint8_t *find_seen_header();
     uint32_t fill();
     Step classify(const uint8_t *header) const;
+    uint32_t check_riff(const uint8_t *header, Step *step);
     void skip_byte();
     void jump(int64_t position);
     uint32_t read_palette(int64_t position, uint32_t size);

@@ -2,7 +2,8 @@
 
 #include "aviparser/AviCodecTags.h"
 
-#include "aviparser/AviContext.h"
+#include "aviparser/AviRiff.h"
+#include "splitter/Splitter.h"
 
 namespace quorv {
 

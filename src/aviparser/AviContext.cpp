@@ -2,11 +2,8 @@
 
 #include "aviparser/AviContext.h"
 
-#include <quorv/platform/memory.h>
-#include <string.h>
-
 #include "aviparser/AviIndexArray.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviMemory.h"
 #include "splitter/NewRecord.h"
 
 namespace quorv {

@@ -10,12 +10,6 @@
 
 namespace quorv {
 
-// A tag as it stands in the file, read as a little-endian integer.
-constexpr uint32_t avi_tag(const char (&text)[5]) {
-    return uint32_t{static_cast<uint8_t>(text[3])} << 24 | uint32_t{static_cast<uint8_t>(text[2])} << 16 |
-           uint32_t{static_cast<uint8_t>(text[1])} << 8 | uint32_t{static_cast<uint8_t>(text[0])};
-}
-
 // Track numbers in chunk identifiers have two decimal digits.
 inline constexpr uint32_t kAviMaxTracks = 100;
 inline constexpr uint32_t kAviPaletteBytes = 1024;
@@ -28,7 +22,7 @@ struct AviIndexEntry {
     int64_t pos;              // of the chunk's header in the stream
     int64_t timestamp;        // in time-base units; bytes for streams with a sample size
     uint32_t flags_and_size;  // bits 0-1: flags (bit 0 = key frame), bits 2-31: size of the chunk's data
-    int32_t distance;
+    int32_t distance;         // part of the fixed layout; 0 in every entry that the splitter makes
 };
 static_assert(sizeof(AviIndexEntry) == 24);
 

@@ -8,13 +8,14 @@
 
 #include "aviparser/AviCodecTags.h"
 #include "aviparser/AviMath.h"
+#include "aviparser/AviPacket.h"
 #include "videoheader/Mpeg4Header.h"
 
 namespace quorv {
 
 namespace {
 
-// The first frame of an MPEG-4 track shows its headers within so many bytes.
+// The first frame of an MPEG-4 track shows its headers within this many bytes.
 constexpr uint32_t kVolSearchBytes = 256;
 
 bool has_vol(const AviPacket &packet) {

@@ -2,7 +2,8 @@
 #ifndef QUORV_SRC_AVIPARSER_AVIFRAME_H
 #define QUORV_SRC_AVIPARSER_AVIFRAME_H
 
-#include "aviparser/AviPacket.h"
+#include "aviparser/AviContext.h"
+#include "aviparser/AviPacketRecord.h"
 
 namespace quorv {
 

@@ -12,6 +12,7 @@
 #include "aviparser/AviIndex.h"
 #include "aviparser/AviMath.h"
 #include "aviparser/AviOpenDml.h"
+#include "aviparser/AviRiff.h"
 #include "aviparser/AviSegments.h"
 #include "aviparser/AviSpecData.h"
 #include "aviparser/AviStreamFormat.h"
@@ -23,8 +24,6 @@ namespace {
 
 // A chunk of the header that is larger than this and has no known tag is media data without a "movi" list.
 constexpr uint32_t kHeaderChunkLimit = 1000000;
-// Leaves room to add a chunk's size to a position.
-constexpr int64_t kMaxPosition = INT64_MAX - (int64_t{1} << 34);
 // In the main header's flags: the frames can only be found through the index.
 constexpr uint32_t kMustUseIndex = 0x20;
 
@@ -85,7 +84,7 @@ uint32_t HeaderWalk::run() {
             return SPLITER_ERR_IO;
         }
         const int64_t data_start = avi_url_fstell(&source_);
-        if (data_start < 0 || data_start > kMaxPosition) return SPLITER_ERR_IO;
+        if (data_start < 0 || data_start > kAviMaxPosition) return SPLITER_ERR_IO;
         // A source that reports success and delivers nothing would be walked for ever.
         if (data_start <= position) return SPLITER_ERR_END_OF_STREAM;
         if (zero_run.too_long(tag, size)) return SPLITER_ERR_END_OF_STREAM;

@@ -5,9 +5,9 @@
 #include <stdint.h>
 #include <string.h>
 
-namespace quorv {
+#include "aviparser/AviRiff.h"
 
-inline constexpr uint32_t kAviChunkHeaderBytes = 8;
+namespace quorv {
 
 // Every track reads through the interleaved chunks of all others on its own. With tracks that are read side
 // by side, most of the headers in its way were just read for another one.

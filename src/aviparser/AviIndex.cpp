@@ -8,6 +8,7 @@
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
+#include "aviparser/AviRiff.h"
 #include "aviparser/AviSegments.h"
 #include "aviparser/AviUtils.h"
 
@@ -128,8 +129,8 @@ uint32_t avi_read_idx1(AviContext *context) {
     for (uint32_t at = 0; delivered - at >= kEntryBytes; at += kEntryBytes) {
         if (add_entry(context, parse_entry(context->idx1_block + at))) any_known = true;
     }
-    // Behind the chunk, a block in which nothing looks like an entry ends it: the rest of the file may be
-    // huge.
+    // Behind the chunk, a block in which nothing looks like an entry ends the index: what is left of the file
+    // may be huge.
     if (!any_known && start >= context->idx1_declared_end) context->index_complete = true;
     return code;
 }

@@ -8,6 +8,8 @@
 
 namespace quorv {
 
+// Exact rescaling, in every mode; the splitter's own times are converted by the functions further down.
+
 // Rounding modes of avi_rescale_rnd; the values are fixed and 4 is none.
 enum AviRounding : uint32_t {
     kAviRoundZero = 0,     // toward zero
@@ -28,7 +30,8 @@ int64_t avi_rescale_q(int64_t a, AviRational bq, AviRational cq);
 // exact, 0 when it is an approximation.
 int avi_reduce(int32_t *out_num, int32_t *out_den, int64_t num, int64_t den, int64_t max);
 
-// Sets the track's time base to num / den seconds, reduced; 0/0 when a term of the result would be 0.
+// Sets the track's time base to num / den seconds, reduced; 0/0 when a term of the result would be 0. Time
+// stamps do not wrap, whatever `wrap_bits` says.
 void avi_set_pts_info(AviTrack *track, uint32_t wrap_bits, int64_t num, int64_t den);
 
 // The track's duration rule, shared by chunks and index entries: how far `size` bytes move its time stamp.

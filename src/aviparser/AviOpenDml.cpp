@@ -6,7 +6,8 @@
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviPacketRecord.h"
+#include "aviparser/AviRiff.h"
 
 namespace quorv {
 
@@ -16,8 +17,6 @@ namespace {
 constexpr uint32_t kIndexHeaderBytes = 24;
 constexpr uint32_t kSuperEntryBytes = 16;
 constexpr uint32_t kBlockBytes = 65536;
-// Leaves room to add a chunk's size to a position.
-constexpr int64_t kMaxPosition = INT64_MAX - (int64_t{1} << 34);
 constexpr uint32_t kNotKeyFrame = 0x80000000;
 
 enum IndexType : uint8_t { kIndexOfIndexes = 0, kIndexOfChunks = 1 };
@@ -71,8 +70,7 @@ bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *
 }
 
 bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
-    // Indexes may name the same chunks over and over; a file cannot make more entries of it than it has
-    // chunks.
+    // Indexes may name the same chunks again and again; entries are limited to what the file has room for.
     if (entries_left_-- == 0) return false;
     AviStreamState &state = *track->state;
     const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
@@ -122,12 +120,12 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
             return false;
         const auto chunk_start = static_cast<int64_t>(avi_le64(entry));
-        if (chunk_start > kMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
+        if (chunk_start > kAviMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
         IndexHeader inner = {};
         const uint32_t chunk_size = avi_le32(chunk + 4);
         if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;
-        // The index chunks of a stream follow each other. None counts twice: a small file could make a huge
-        // index.
+        // The index chunks of a stream follow each other, and none counts twice: a small file could otherwise
+        // make a huge index.
         if (chunk_start < previous_end) return false;
         previous_end = chunk_start + kAviChunkHeaderBytes + chunk_size;
         // One level only: an index of indexes that points to another could point to itself.

@@ -16,7 +16,7 @@ namespace quorv {
 namespace {
 
 constexpr uint32_t kMaxPiece = INT32_MAX;
-// Streams of samples smaller than this are read in pieces of so many samples.
+// Samples from this size on are pieces of their own; smaller ones are read several at a time.
 constexpr uint32_t kLargeSample = 32;
 constexpr uint32_t kSamplesPerPiece = 1024;
 

@@ -6,15 +6,14 @@
 #define QUORV_SRC_AVIPARSER_AVIPACKET_H
 
 #include "aviparser/AviContext.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviPacketRecord.h"
 
 namespace quorv {
 
 // Delivers the track's next piece into packet->data, whose capacity is packet->size.
 //
-// SPLITER_ERR_BUFFER_TOO_SMALL: packet->size is what is needed, as a 32-bit unsigned value, and the same
-// piece comes at the next call. SPLITER_ERR_END_OF_STREAM or a callback's code leave the track where it was,
-// too.
+// SPLITER_ERR_BUFFER_TOO_SMALL: packet->size is what is needed, as a 32-bit unsigned value. After this and
+// any other failure (SPLITER_ERR_END_OF_STREAM, a callback's code) the track is where it was.
 uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *packet);
 
 // Whether a search may read on in the legacy index when it has come to the index's end.

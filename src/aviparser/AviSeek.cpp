@@ -57,9 +57,8 @@ uint32_t stamp_to_ms(const AviTrack &track, int64_t timestamp) {
     return clamp_to_u32(avi_units_to_ms(track, timestamp / avi_time_stamp_divisor(*track.state)));
 }
 
-// Moves a track behind the pieces of its chunk that end at or before the wanted time, of which there is at
-// least one. All but the last piece of a chunk are equally long, so a huge chunk needs no walk over all of
-// them.
+// Moves a track behind the pieces of its chunk that end at or before the wanted time; there must be one. All
+// but the last piece of a chunk are equally long, so a huge chunk needs no walk over all of its pieces.
 void take_pieces_before(AviTrack *track, uint32_t wanted) {
     AviStreamState &state = *track->state;
     const uint32_t size = avi_piece_size(state);
@@ -137,7 +136,7 @@ uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, ui
     const int64_t divisor = avi_time_stamp_divisor(*track->state);
     int64_t target = avi_ms_to_units(*track, wanted);
     bool backward = mode != SPLITER_SEEK_FORWARD;
-    if (wanted == kAviNextKeyFrame) {
+    if (wanted == kNextKeyFrame) {
         target = track->state->frame_offset / divisor + 1;
         backward = false;
     }
@@ -155,7 +154,7 @@ uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, ui
     move_track(track, entry.pos, entry.timestamp);
     uint32_t reached = stamp_to_ms(*track, entry.timestamp);
     const bool refine =
-        track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD && wanted != kAviNextKeyFrame;
+        track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD && wanted != kNextKeyFrame;
     if (refine && wanted > reached) reached = refine_audio(context, track, reached, wanted);
     *time = reached;
     return SPLITER_OK;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviRiff.h"
 
 namespace quorv {
 

@@ -2,14 +2,16 @@
 
 #include "aviparser/AviSpecData.h"
 
-#include <quorv/platform/memory.h>
+#include <stddef.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "aviparser/AviCodecTags.h"
-#include "aviparser/AviMath.h"
+#include "aviparser/AviMemory.h"
 #include "aviparser/AviPacket.h"
+#include "videoheader/H264Header.h"
+#include "videoheader/Mpeg4Header.h"
 #include "videoheader/StartCode.h"
 
 namespace quorv {
@@ -19,25 +21,19 @@ namespace {
 // Headers stand at the very start; a frame is not read further than this to find them.
 constexpr uint32_t kSearchBytes = 65536;
 
-// Start code values of ISO/IEC 14496-2, table 6-3.
-constexpr uint8_t kFirstVolCode = 0x20, kLastVolCode = 0x2F, kGroupOfVopCode = 0xB3, kVopCode = 0xB6;
-// nal_unit_type values of ITU-T H.264, table 7-1.
-constexpr uint8_t kFirstSlice = 1, kLastSlice = 5, kSei = 6, kSequenceParameters = 7, kPictureParameters = 8,
-                  kDelimiter = 9;
-
 // What one start code means for the run of headers.
 enum class Unit { Header, Other, Picture, Foreign };
 
 Unit mpeg4_unit(uint8_t code) {
-    if (code >= kFirstVolCode && code <= kLastVolCode) return Unit::Header;
-    return code == kVopCode || code == kGroupOfVopCode ? Unit::Picture : Unit::Other;
+    if (code >= kMpeg4FirstVol && code <= kMpeg4LastVol) return Unit::Header;
+    return code == kMpeg4Vop || code == kMpeg4GroupOfVop ? Unit::Picture : Unit::Other;
 }
 
 Unit h264_unit(uint8_t nal_header) {
-    const uint8_t type = nal_header & 0x1F;
-    if (type == kSequenceParameters || type == kPictureParameters) return Unit::Header;
-    if (type == kSei || type == kDelimiter) return Unit::Other;
-    return type >= kFirstSlice && type <= kLastSlice ? Unit::Picture : Unit::Foreign;
+    const uint32_t type = nal_unit_type(nal_header);
+    if (type == kNalSps || type == kNalPps) return Unit::Header;
+    if (type == kNalSei || type == kNalDelimiter) return Unit::Other;
+    return type >= kNalSlice && type <= kNalIdrSlice ? Unit::Picture : Unit::Foreign;
 }
 
 // The bytes in front of the first picture, when a header is among them; else 0.

@@ -2,14 +2,13 @@
 
 #include "aviparser/AviStreamFormat.h"
 
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "aviparser/AviChunkReader.h"
 #include "aviparser/AviCodecTags.h"
-#include "aviparser/AviUtils.h"
+#include "aviparser/AviMemory.h"
 
 namespace quorv {
 
@@ -26,8 +25,7 @@ uint32_t read_codec_data(AviTrack *track, AviChunkReader *reader, uint32_t size)
     return reader->read_bytes(size, &track->codec_data, &track->codec_data_length);
 }
 
-// Marks uncompressed pictures, whose lines are stored from the bottom up; the text's final zero belongs to
-// it.
+// Marks uncompressed pictures, whose lines are stored from the bottom up, with a text and its final zero.
 uint32_t append_bottom_up(AviTrack *track) {
     static constexpr char kText[] = "BottomUp";
     const size_t length = track->codec_data_length;

@@ -6,8 +6,8 @@
 
 namespace quorv {
 
-// Both return SPLITER_ERR_IO for a failed read and SPLITER_ERR_NO_MEMORY; they leave the stream anywhere in
-// the chunk.
+// Both return SPLITER_ERR_IO for a failed read, and SPLITER_ERR_NO_MEMORY. Where in the chunk they leave the
+// stream is open.
 
 // Reads a "strf" chunk of `size` bytes by the track's type.
 uint32_t avi_read_stream_format(AviContext *context, AviTrack *track, uint32_t size);

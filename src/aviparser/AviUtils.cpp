@@ -1,8 +1,6 @@
-// The byte reader of the AVI splitter, stream positioning and packets; see the header.
+// The byte reader of the AVI splitter and stream positioning; see the header.
 
 #include "aviparser/AviUtils.h"
-
-#include <string.h>
 
 namespace quorv {
 
@@ -106,44 +104,6 @@ int64_t avi_url_fsize(StreamSource *source) {
     int64_t length = 0;
     if (source->size(&length) == 0) return length;
     return static_cast<int32_t>(source->size(&length));
-}
-
-void avi_init_packet(AviPacket *packet) {
-    *packet = AviPacket{};
-    packet->pts = kAviNoTimeStamp;
-    packet->dts = kAviNoTimeStamp;
-    packet->position = -1;
-}
-
-uint32_t avi_new_packet(AviPacket *packet, int32_t size) {
-    avi_init_packet(packet);
-    if (size < 0) return SPLITER_ERR_NO_MEMORY;
-    auto *data = static_cast<uint8_t *>(MMemAlloc(nullptr, static_cast<size_t>(size) + kAviSpareBytes));
-    if (data == nullptr) return SPLITER_ERR_NO_MEMORY;
-    memset(data + size, 0, kAviSpareBytes);
-    packet->data = data;
-    packet->size = size;
-    packet->destruct = avi_destruct_packet;
-    return SPLITER_OK;
-}
-
-uint32_t avi_get_packet(StreamSource *source, AviPacket *packet, int32_t size) {
-    const uint32_t code = avi_new_packet(packet, size);
-    if (code != 0) return code;
-    packet->position = avi_url_fstell(source);
-    return avi_get_buffer(source, packet->data, static_cast<uint32_t>(size));
-}
-
-void avi_destruct_packet(AviPacket *packet) {
-    avi_freep(&packet->data);
-    packet->size = 0;
-}
-
-void avi_free_packet(AviPacket *packet) {
-    if (packet == nullptr) return;
-    if (packet->destruct != nullptr) packet->destruct(packet);
-    packet->data = nullptr;
-    packet->size = 0;
 }
 
 }  // namespace quorv

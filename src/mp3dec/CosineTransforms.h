@@ -5,8 +5,8 @@
 //
 // A DCT-II splits into a DCT-II of the sums x[k] + x[N-1-k] and a DCT-IV of the differences; a DCT-IV into
 // two DCT-II of half the size, behind rotations of x[k] and x[N-1-k]. Rotations neither amplify rounding
-// errors nor need headroom, as factors of 1/cos would; a DCT-II of 32 takes 23 of them and 11 single
-// products.
+// errors nor need headroom, as factors of 1/cos would. A DCT-II of 32 takes 23 rotations and 11 single
+// products of a value and a factor.
 #ifndef QUORV_SRC_MP3DEC_COSINETRANSFORMS_H
 #define QUORV_SRC_MP3DEC_COSINETRANSFORMS_H
 

@@ -1,5 +1,4 @@
-// The widest group of values that the transforms handle at once: `Lanes`, and how groups are loaded and
-// stored.
+// `Lanes`, the widest group of values that the transforms handle at once, and its loading and storing.
 //
 // The results are the same on every machine, to the last bit.
 #ifndef QUORV_SRC_MP3DEC_LANES_H

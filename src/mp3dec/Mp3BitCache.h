@@ -1,10 +1,11 @@
 // Fast reader for coded samples: upcoming bits at the top of a machine word.
 //
 // What lies at and beyond the end reads as zero bits and is counted like any other bit, so a decoding loop
-// needs no checks but the one of what it consumed in the end.
+// needs a single check in the end, of what it consumed.
 #ifndef QUORV_SRC_MP3DEC_MP3BITCACHE_H
 #define QUORV_SRC_MP3DEC_MP3BITCACHE_H
 
+#include <stddef.h>
 #include <string.h>
 
 #include <type_traits>
@@ -17,7 +18,7 @@ class Mp3BitCache {
 public:
     using Word = uintptr_t;
     static constexpr uint32_t kBits = sizeof(Word) * 8;
-    // After refill() at least so many bits are there; no read takes more.
+    // After refill() at least this many bits are there; no read takes more.
     static constexpr uint32_t kRefilled = kBits / 2;
 
     // Starts at the reader's position.

@@ -2,6 +2,8 @@
 
 #include "mp3dec/Mp3BitReader.h"
 
+#include <stddef.h>
+
 #include <array>
 
 namespace quorv {

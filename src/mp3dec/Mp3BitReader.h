@@ -5,7 +5,6 @@
 #ifndef QUORV_SRC_MP3DEC_MP3BITREADER_H
 #define QUORV_SRC_MP3DEC_MP3BITREADER_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 namespace quorv {

@@ -10,8 +10,6 @@ namespace quorv {
 
 namespace {
 
-// Error codes from here on mean a bad frame that was skipped; those below want more input or memory.
-constexpr uint32_t kFirstSkippingError = 256;
 constexpr QuMp3Config kDefaultConfig = {2, 3, 0};
 
 bool is_complete(const Mp3Decoder *decoder) {
@@ -32,8 +30,8 @@ void drop_pending(Mp3Decoder *decoder) {
 
 bool initialize(Mp3Decoder *decoder) {
     const QuMp3Config &config = decoder->config;
-    return buffer_init(&decoder->input, 0) == 0 &&
-           frame_init(&decoder->frame, config.frame_value, config.synthesis_value, 1) == 0 &&
+    return buffer_init(&decoder->input, false) == 0 &&
+           frame_init(&decoder->frame, config.frame_value, config.synthesis_value, true) == 0 &&
            synth_init_zev(&decoder->synthesis, config.synthesis_value, mp3_rate_ratio(decoder->rate_word)) ==
                0;
 }
@@ -53,7 +51,7 @@ int32_t decode_frames(Mp3Decoder *decoder, QuMp3Buffer *input, const Mp3InputByt
             return QU_MP3_OK;
         }
         drop_pending(decoder);
-        if (decoder->input.error < kFirstSkippingError) break;
+        if (decoder->input.error < kMp3FirstSkippingError) break;
         done = decoder->input.read_position;
     }
     // The start of the current frame is still that of the last one when there are no bytes behind that.
@@ -100,7 +98,7 @@ int32_t QU_MP3_decoder_reset(QuMp3Decoder handle) {
     drop_pending(decoder);
     frame_reset(&decoder->frame);
     header_init(&decoder->frame.header);
-    return buffer_init(&decoder->input, 1);
+    return buffer_init(&decoder->input, true);
 }
 
 void QU_MP3_decoder_close(QuMp3Decoder handle) {
@@ -135,7 +133,7 @@ int32_t QU_MP3_decoder_error(QuMp3Decoder handle) {
 int32_t QU_MP3_decoder_EQ_enabled(uint32_t enable, uint32_t value, QuMp3Decoder handle) {
     auto *decoder = static_cast<Mp3Decoder *>(handle);
     if (!is_complete(decoder)) return -1;
-    decoder->frame.equalizer_enabled = enable;
+    decoder->frame.equalizer_enabled = enable != 0;
     decoder->frame.equalizer_value = value;
     return 0;
 }

@@ -13,8 +13,6 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kFirstHardError = 256;
-
 int32_t decode_layer(Mp3Frame *frame, Mp3InputBuffer *state, Mp3Synthesis *output) {
     if (frame->header.layer == 3) return layer3_decode(state, frame, output);
     const int32_t result =
@@ -29,10 +27,10 @@ int32_t decode_layer(Mp3Frame *frame, Mp3InputBuffer *state, Mp3Synthesis *outpu
 
 }  // namespace
 
-int32_t frame_init(Mp3Frame *frame, uint32_t, uint32_t, uint32_t allocate) {
+int32_t frame_init(Mp3Frame *frame, uint32_t /*max_channels*/, uint32_t /*highest_layer*/, bool allocate) {
     *frame = {};
     header_init(&frame->header);
-    if (allocate == 0) return 0;
+    if (!allocate) return 0;
     frame->stores = static_cast<Mp3Stores *>(MMemAlloc(nullptr, sizeof(Mp3Stores)));
     if (frame->stores == nullptr) return -1;
     frame_reset(frame);
@@ -52,7 +50,7 @@ int32_t frame_decode(Mp3Frame *frame, Mp3InputBuffer *state, Mp3Synthesis *outpu
     frame->header.options = state->options;
     if (header_decode(&frame->header, state) != 0) return -1;
     if (decode_layer(frame, state, output) == 0) return 0;
-    if (state->error < kFirstHardError) state->read_position = state->frame_start;
+    if (state->error < kMp3FirstSkippingError) state->read_position = state->frame_start;
     state->leftover_bits = 0;
     return -1;
 }

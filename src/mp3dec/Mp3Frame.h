@@ -15,14 +15,14 @@ struct Mp3Stores;  // mp3dec/Mp3Stores.h
 
 struct Mp3Frame {
     Mp3FrameHeader header;
-    Mp3Stores *stores;           // owned
-    uint32_t equalizer_enabled;  // read by the synthesis of the next frame
-    uint32_t equalizer_value;    // the preset; one that is not there is flat
+    Mp3Stores *stores;         // owned
+    bool equalizer_enabled;    // read by the synthesis of the next frame
+    uint32_t equalizer_value;  // the preset; one that is not there is flat
 };
 
-// Empties the state and, with allocate set, allocates the working stores, zeroed. The two values, largest
-// channel count and highest layer, are not used: the stores have room for everything. 0 or -1.
-int32_t frame_init(Mp3Frame *frame, uint32_t max_channels, uint32_t highest_layer, uint32_t allocate);
+// Empties the state and, with `allocate`, allocates the working stores, zeroed. The two values are those of
+// the decoder's configuration and not used: the stores have room for everything. 0 or -1.
+int32_t frame_init(Mp3Frame *frame, uint32_t max_channels, uint32_t highest_layer, bool allocate);
 
 // Zeroes the working stores for a new position in the stream.
 void frame_reset(Mp3Frame *frame);

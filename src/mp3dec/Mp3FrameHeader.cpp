@@ -8,8 +8,8 @@ namespace quorv {
 
 namespace {
 
-// kbit/s by row and bit rate index: MPEG-1 Layers I, II and III, low sampling rates Layer I, Layers II and
-// III.
+// kbit/s by row and bit rate index. Rows: MPEG-1 Layer I, II, III; low sampling rates Layer I, then Layers II
+// and III together.
 constexpr uint16_t kBitrates[5][15] = {
     {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
     {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
@@ -23,8 +23,8 @@ constexpr uint32_t kSampleRates[3] = {44100, 48000, 32000};
 constexpr uint32_t kFreeFormatTooLow = 7;
 constexpr uint32_t kFreeFormatTooHigh = 641;
 // How far the next header is waited for, in bytes: 640 kbit/s at 32 kHz take 2880. A chance header in other
-// data must not make the decoder ask for more input than a caller's pieces are gathered to.
-constexpr uint64_t kLargestFreeFormat = 3000;
+// data must not make the decoder ask for more input than it ever gathers.
+constexpr uint64_t kMaxFreeFormatBytes = 3000;
 
 // Parses the header that the header reader stands on; 0 or an error code.
 uint32_t parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
@@ -82,7 +82,7 @@ uint32_t format_key(const Mp3FrameHeader &header) {
     return header.sample_rate * 4 + header.layer;
 }
 
-// The bit rate of a frame of this kind that is so many bytes long, in kbit/s.
+// The bit rate of a frame of this kind and length, in kbit/s.
 uint64_t bitrate_of_distance(const Mp3FrameHeader &header, uint64_t distance) {
     const uint64_t rate = header.sample_rate, pad = padding(header);
     if (header.layer == 1) return (4 - 4 * pad + distance) * rate / 48000;
@@ -105,11 +105,10 @@ uint32_t measure_distance(const Mp3FrameHeader &header, Mp3InputBuffer *state, u
             bitrate_of_distance(header, *distance) > kFreeFormatTooLow)
             return 0;
     }
-    // Behind the largest frame that is to be expected there is none; before that, more input may show its
-    // end.
+    // Within the size of the largest frame, more input may show its end; beyond it there is no frame.
     const uint64_t seen = buffer_left(*state, state->frame_start);
     const bool may_follow =
-        seen < kLargestFreeFormat && bitrate_of_distance(header, seen) < kFreeFormatTooHigh;
+        seen < kMaxFreeFormatBytes && bitrate_of_distance(header, seen) < kFreeFormatTooHigh;
     return may_follow ? MP3_ERR_NEED_INPUT : MP3_ERR_SYNC;
 }
 
@@ -128,8 +127,7 @@ uint32_t measure_free_format(const Mp3FrameHeader &header, Mp3InputBuffer *state
     return 0;
 }
 
-// Gives a free-format frame its bit rate: the one of the frames before it, or the measured one. 0 or an error
-// code.
+// Gives a free-format frame the bit rate of the frames before it, or the measured one. 0 or an error code.
 uint32_t find_free_format_rate(Mp3FrameHeader *header, Mp3InputBuffer *state) {
     const bool known = state->free_format_bitrate != 0 && state->in_sync != 0 &&
                        (header->layer != 3 || state->free_format_bitrate < kFreeFormatTooHigh);
@@ -263,6 +261,11 @@ void header_init(Mp3FrameHeader *header) {
 int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state) {
     if (state->read_position == nullptr) return mp3_fail(state, MP3_ERR_NO_INPUT);
     return state->in_sync != 0 ? decode_in_sync(header, state) : search_frame(header, state);
+}
+
+bool mp3_crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits) {
+    if (!mp3_has_flag(header, MP3_FLAG_CRC) || (header.options & kMp3IgnoreCrc) != 0) return true;
+    return bit_crc(&reader, bits, header.computed_crc) == header.stored_crc;
 }
 
 }  // namespace quorv

@@ -9,7 +9,7 @@
 
 namespace quorv {
 
-// Bit 0 of Mp3FrameHeader.options.
+// Bit 0 of Mp3FrameHeader.options. Clear by default, and no exported function sets it.
 inline constexpr uint32_t kMp3IgnoreCrc = 1;
 
 // Empties the record.
@@ -21,6 +21,9 @@ void header_init(Mp3FrameHeader *header);
 //
 // Out of sync, a frame counts only when two more sync words follow it at the distances that the headers tell.
 int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state);
+
+// Whether the check word is that of the header and the `bits` bits behind it; true for a frame without one.
+bool mp3_crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits);
 
 constexpr bool mp3_has_flag(const Mp3FrameHeader &header, uint32_t flag) {
     return (header.flags & flag) != 0;
@@ -35,9 +38,13 @@ constexpr uint32_t mp3_channels(const Mp3FrameHeader &header) {
 }
 
 // Samples of one channel in a frame.
+constexpr uint32_t mp3_samples_per_frame(uint32_t layer, bool low_rate) {
+    if (layer == 1) return 384;
+    return layer == 3 && low_rate ? 576 : 1152;
+}
+
 constexpr uint32_t mp3_samples_per_frame(const Mp3FrameHeader &header) {
-    if (header.layer == 1) return 384;
-    return header.layer == 3 && mp3_is_low_rate(header) ? 576 : 1152;
+    return mp3_samples_per_frame(header.layer, mp3_is_low_rate(header));
 }
 
 // The mode extension counts in joint stereo only; encoders leave bits there in other modes.

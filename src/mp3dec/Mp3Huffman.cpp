@@ -1,9 +1,9 @@
 // Huffman decoding of Layer III spectra; see the header.
 //
-// huffTable holds a tree for each table. A level of a tree begins with an entry whose low 4 bits tell how
-// many bits are looked up, w; 2^w entries follow. One below kLeaf is a link to the level so many entries
-// behind the current level's begin; a leaf holds the number of its bits, y, x, and how many of the two are
-// not zero.
+// huffTable holds a tree for each table. A level of a tree begins with an entry whose low 4 bits are the
+// number of bits to look up, w; 2^w entries follow. An entry below kLeaf leads to another level: it is the
+// distance from the beginning of this one. A leaf holds the number of its bits, y, x, and how many of the two
+// values are not zero.
 
 #include "mp3dec/Mp3Huffman.h"
 
@@ -148,7 +148,7 @@ uint32_t dechuffquads(Mp3BitCache *bits, uint32_t table, uint32_t available, int
 }
 
 int32_t mp3_dechuff(Mp3BitCache *bits, const Mp3FrameHeader &header, const Mp3Granule &granule,
-                    uint32_t available, int32_t *spectrum) {
+                    uint32_t available, int32_t spectrum[kMp3GranuleLines]) {
     uint32_t starts[2];
     find_regions(header, granule, starts);
     const uint32_t big_values = min(2u * granule.big_values, kMp3GranuleLines);

@@ -14,8 +14,7 @@ namespace {
 constexpr uint32_t kLines = 18;  // of a subband
 constexpr uint32_t kButterflies = 8;
 
-// Alias reduction at the lower edges of subbands 1 to edges: the lines at equal distances from an edge are
-// rotated.
+// Alias reduction at the lower edges of subbands 1 to `edges`: rotates lines at equal distances from an edge.
 void reduce_alias(int32_t *spectrum, uint32_t edges) {
     for (uint32_t edge = 1; edge <= edges; ++edge) {
         int32_t *const upper = spectrum + size_t{edge} * kLines;

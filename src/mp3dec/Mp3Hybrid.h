@@ -8,8 +8,8 @@
 
 namespace quorv {
 
-// What is known of a spectrum: the lines up to the last that is not zero, and its fractional bits beyond
-// kSpectrumBits.
+// What is known of a spectrum: the number of lines up to the last that is not zero, and the fractional bits
+// that it has beyond kSpectrumBits.
 struct Mp3Extent {
     uint32_t count, extra_bits;
 };

@@ -8,37 +8,17 @@
 
 #include "mp3dec/Mp3FrameHeader.h"
 #include "mp3dec/Mp3InputBuffer.h"
-#include "mp3dec/Mp3Stream.h"
+#include "mp3dec/Mp3Tag.h"
 
 namespace quorv {
-
-intptr_t mp3_skip_tag(MStream stream) {
-    uint8_t head[10];
-    const intptr_t start = MStreamTell(stream);
-    if (start < 0 || MStreamRead(stream, head, sizeof head) != sizeof head) return -1;
-    if (memcmp(head, "ID3", 3) != 0) return MStreamSeek(stream, MSTREAM_SEEK_START, start) == 0 ? 0 : -1;
-    // Seven bits a byte, so that no byte of the size looks like a sync word.
-    intptr_t size = 0;
-    for (int i = 6; i < 10; ++i)
-        size = size << 7 | (head[i] & 0x7F);
-    if (MStreamSeek(stream, MSTREAM_SEEK_CURRENT, size) != 0) return -1;
-    return size + static_cast<intptr_t>(sizeof head);
-}
 
 namespace {
 
 constexpr uint32_t kBufferBytes = 32000;
-constexpr uint32_t kPadding = kMp3LookAhead + 1;  // behind the last frame
-constexpr uint32_t kFirstSkippingError = 256;
-constexpr uint32_t kLargestStandardBitrate = 448;  // kbit/s
+constexpr uint32_t kMaxStandardBitrate = 448;  // kbit/s
 
 uint32_t saturate(uint64_t value) {
     return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
-}
-
-uint32_t samples_per_frame(uint32_t layer, bool low_rate) {
-    if (layer == 1) return 384;
-    return layer == 3 && low_rate ? 576 : 1152;
 }
 
 uint32_t version_of(const Mp3FrameHeader &header) {
@@ -54,7 +34,7 @@ struct Mp3Scan {
     QuMp3Info info;
     uint32_t lowest, highest;  // bit rates
     uint64_t bytes;            // from the start of the audio to the end of the last frame counted
-    uint8_t buffer[kBufferBytes + kPadding];
+    uint8_t buffer[kBufferBytes + kMp3EndPadding];
 };
 
 bool is_same_format(const QuMp3Info &a, const QuMp3Info &b) {
@@ -82,7 +62,7 @@ uint32_t scan_buffer(Mp3Scan *scan, uint32_t filled, uint64_t offset, uint32_t l
         if (header_decode(&scan->header, &scan->input) == 0) {
             count_frame(scan);
             scan->bytes = offset + static_cast<uint64_t>(scan->input.read_position - scan->buffer);
-        } else if (scan->input.error < kFirstSkippingError) {
+        } else if (scan->input.error < kMp3FirstSkippingError) {
             done = std::max(done, scan->input.frame_start);
             break;
         }
@@ -94,7 +74,7 @@ uint32_t scan_buffer(Mp3Scan *scan, uint32_t filled, uint64_t offset, uint32_t l
 }
 
 void scan_stream(Mp3Scan *scan, uint32_t limit) {
-    scan->lowest = kLargestStandardBitrate;
+    scan->lowest = kMaxStandardBitrate;
     uint32_t held = 0;
     uint64_t offset = 0;
     for (bool is_last = false; !is_last && (limit == 0 || scan->info.frame_count < limit);) {
@@ -134,14 +114,14 @@ int32_t scan_audio(Mp3Scan *scan, uint32_t limit) {
     }
     if (MStreamSeek(scan->stream, MSTREAM_SEEK_START, 0) != 0) return -1;
     const intptr_t tag = mp3_skip_tag(scan->stream);
-    if (tag < 0 || buffer_init(&scan->input, 0) != 0) return -1;
+    if (tag < 0 || buffer_init(&scan->input, false) != 0) return -1;
     header_init(&scan->header);
     scan_stream(scan, limit);
     buffer_close(&scan->input);
     QuMp3Info *info = &scan->info;
     if (info->frame_count == 0 || info->sample_rate == 0) return -1;
 
-    const uint32_t samples = samples_per_frame(info->layer, info->version != 0);
+    const uint32_t samples = mp3_samples_per_frame(info->layer, info->version != 0);
     info->bitrate = (scan->highest & 0xFFFF) | scan->lowest << 16;
     set_whole_duration(scan, samples);
     if (limit != 0) estimate(scan, static_cast<uint64_t>(std::max<intptr_t>(size - tag, 0)), samples);
@@ -187,14 +167,14 @@ int32_t QU_MP3_get_info(void *stream, uint32_t *duration, uint32_t *frame_count,
 
 int32_t QU_MP3_min_input_buffer_size(const QuMp3Info *info) {
     if (info == nullptr) return -1;
-    const uint32_t samples = samples_per_frame(info->layer, info->version != 0);
+    const uint32_t samples = mp3_samples_per_frame(info->layer, info->version != 0);
     return static_cast<int32_t>(input_size(info->sample_rate, samples, info->bitrate & 0xFFFF));
 }
 
 int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *header) {
-    constexpr uint32_t kSmallest = 32, kLargest = 1464;
+    constexpr uint32_t kMinSize = 32, kMaxSize = 1464;
     if (header == nullptr) return -1;
-    if (header->sample_rate == 0) return kLargest;
+    if (header->sample_rate == 0) return kMaxSize;
     const uint32_t size = input_size(header->sample_rate, mp3_samples_per_frame(*header), header->bitrate);
-    return static_cast<int32_t>(std::clamp(size, kSmallest, kLargest));
+    return static_cast<int32_t>(std::clamp(size, kMinSize, kMaxSize));
 }

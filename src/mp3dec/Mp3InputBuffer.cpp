@@ -15,11 +15,11 @@ Mp3BitReader *new_reader() {
 
 }  // namespace
 
-int32_t buffer_init(Mp3InputBuffer *state, uint32_t again) {
+int32_t buffer_init(Mp3InputBuffer *state, bool again) {
     Mp3InputBuffer fresh{};
-    fresh.header_reader = again != 0 ? state->header_reader : new_reader();
-    fresh.main_reader = again != 0 ? state->main_reader : new_reader();
-    if (again != 0) fresh.reservoir = state->reservoir;
+    fresh.header_reader = again ? state->header_reader : new_reader();
+    fresh.main_reader = again ? state->main_reader : new_reader();
+    if (again) fresh.reservoir = state->reservoir;
     *state = fresh;
     if (state->header_reader == nullptr || state->main_reader == nullptr) {
         buffer_close(state);

@@ -11,7 +11,11 @@ namespace quorv {
 
 // Bytes that must lie behind a frame before it is taken: room to look at the next frame's start.
 inline constexpr size_t kMp3LookAhead = 8;
+// What is put behind the end of a stream, so that its last frame passes even when a byte of it is missing.
+inline constexpr uint32_t kMp3EndPadding = kMp3LookAhead + 1;
 inline constexpr uint32_t kMp3ReservoirSize = 2567;
+// Error codes from here on mean a bad frame that was skipped; those below want more input or memory.
+inline constexpr uint32_t kMp3FirstSkippingError = 256;
 
 struct Mp3InputBuffer {
     const uint8_t *start;  // the caller's bytes
@@ -33,9 +37,9 @@ struct Mp3InputBuffer {
     uint32_t free_format_key;
 };
 
-// Makes an empty state and allocates the readers; with again set, empties a state that was made before, which
+// Makes an empty state and allocates the readers; with `again`, empties a state that was made before, which
 // cannot fail. 0 or -1.
-int32_t buffer_init(Mp3InputBuffer *state, uint32_t again);
+int32_t buffer_init(Mp3InputBuffer *state, bool again);
 
 // Points the state at new bytes, which must stay until the next call.
 void buffer_set(Mp3InputBuffer *state, const uint8_t *data, size_t length);

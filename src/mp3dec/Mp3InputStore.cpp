@@ -7,19 +7,19 @@
 
 #include <algorithm>
 
+#include "mp3dec/Mp3InputBuffer.h"
+
 namespace quorv {
 
 namespace {
 
-// One more than the look-ahead: the last frame passes it even when a byte of it is missing.
-constexpr uint32_t kPadding = 9;
-// Two frames of the largest size and what must lie behind them fit; who needs more has no frame.
-constexpr uint32_t kLargestToGrow = 6912;
+// Two frames of the largest size and what must lie behind them fit; input that needs more is not a frame.
+constexpr uint32_t kGrowthLimit = 6912;
 constexpr uint64_t kGrowth = 4;
 
 uint8_t *allocate(uint64_t size, uint32_t *capacity) {
-    *capacity = static_cast<uint32_t>(std::min<uint64_t>(size, UINT32_MAX - kPadding));
-    return static_cast<uint8_t *>(MMemAlloc(nullptr, size_t{*capacity} + kPadding));
+    *capacity = static_cast<uint32_t>(std::min<uint64_t>(size, UINT32_MAX - kMp3EndPadding));
+    return static_cast<uint8_t *>(MMemAlloc(nullptr, size_t{*capacity} + kMp3EndPadding));
 }
 
 void append(Mp3InputStore *store, const void *bytes, uint32_t count) {
@@ -31,18 +31,18 @@ void append(Mp3InputStore *store, const void *bytes, uint32_t count) {
 
 void pad_end(Mp3InputStore *store) {
     // Once an end: a caller may ask again and again.
-    if (store->padded != 0) return;
-    constexpr uint8_t kZeros[kPadding] = {};
-    append(store, kZeros, kPadding);
-    store->padded = 1;
+    if (store->padded) return;
+    constexpr uint8_t kZeros[kMp3EndPadding] = {};
+    append(store, kZeros, kMp3EndPadding);
+    store->padded = true;
 }
 
 // The stream goes on after all; what is left of the padding would tear its bytes apart.
 void remove_padding(Mp3InputStore *store) {
-    const uint32_t count = store->padded != 0 ? std::min(kPadding, store->unconsumed) : 0;
+    const uint32_t count = store->padded ? std::min(kMp3EndPadding, store->unconsumed) : 0;
     store->held -= count;
     store->unconsumed -= count;
-    store->padded = 0;
+    store->padded = false;
 }
 
 // Appends what fits of the piece's rest.
@@ -68,7 +68,7 @@ int32_t make_copy(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *posit
 int32_t grow_copy(Mp3InputStore *store, QuMp3Buffer *input) {
     uint32_t capacity = 0;
     uint8_t *grown = nullptr;
-    if (store->capacity < kLargestToGrow) {
+    if (store->capacity < kGrowthLimit) {
         const uint64_t total = uint64_t{store->held} + (input->length - input->result);
         grown = allocate(kGrowth * total, &capacity);
     }

@@ -1,5 +1,4 @@
-// The bytes that a decoder works on: the caller's own, or a private copy once a piece was too short for a
-// frame.
+// The bytes that a decoder works on: the caller's own, or a copy once a piece was too short for a frame.
 #ifndef QUORV_SRC_MP3DEC_MP3INPUTSTORE_H
 #define QUORV_SRC_MP3DEC_MP3INPUTSTORE_H
 
@@ -13,7 +12,7 @@ struct Mp3InputStore {
     uint32_t held;        // bytes in the copy
     uint32_t unconsumed;  // of those, the last ones
     uint32_t capacity;    // beside which there is always room for the padding of the end
-    uint32_t padded;      // the end of the stream was signalled and padded
+    bool padded;          // the end of the stream was signalled and padded
 };
 
 // What to decode next.

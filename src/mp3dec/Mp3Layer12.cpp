@@ -46,11 +46,6 @@ uint32_t open_frame(Mp3InputBuffer *state) {
     return bytes > 0 ? static_cast<uint32_t>(bytes) * 8 : 0;
 }
 
-bool crc_fails(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits) {
-    if (!mp3_has_flag(header, MP3_FLAG_CRC) || (header.options & kMp3IgnoreCrc) != 0) return false;
-    return bit_crc(&reader, bits, header.computed_crc) != header.stored_crc;
-}
-
 // What a sample's code is multiplied with.
 struct Scale {
     uint32_t levels;
@@ -247,7 +242,7 @@ int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
     const Mp3BitReader start = *state->header_reader;
     const uint32_t used = read_allocation_1(state->header_reader, &work);
     if (used > available) return mp3_fail(state, MP3_ERR_SIDE_INFO);
-    if (crc_fails(header, start, used)) return mp3_fail(state, MP3_ERR_CRC);
+    if (!mp3_crc_matches(header, start, used)) return mp3_fail(state, MP3_ERR_CRC);
 
     Mp3BitCache bits(*state->header_reader);
     for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
@@ -274,7 +269,7 @@ int32_t layer2_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
     const Mp3BitReader start = *state->header_reader;
     const uint32_t used = read_allocation_2(state->header_reader, table, &work);
     if (used > available) return mp3_fail(state, MP3_ERR_SIDE_INFO);
-    if (crc_fails(header, start, used)) return mp3_fail(state, MP3_ERR_CRC);
+    if (!mp3_crc_matches(header, start, used)) return mp3_fail(state, MP3_ERR_CRC);
 
     Mp3BitCache bits(*state->header_reader);
     read_factors_2(&bits, &work);

@@ -6,8 +6,8 @@
 
 namespace quorv {
 
-// Decode the frame behind the header reader into the subband samples of the working stores. 0, or -1 with
-// state->error.
+// Decode the frame behind the header reader into the subband samples of the working stores. Return 0, or -1
+// with state->error.
 int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame);
 int32_t layer2_decode(Mp3InputBuffer *state, Mp3Frame *frame);
 

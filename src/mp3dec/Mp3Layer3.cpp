@@ -26,11 +26,6 @@ struct Layer3Frame {
     uint32_t left_bits;  // of the main data
 };
 
-bool crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader) {
-    if (!mp3_has_flag(header, MP3_FLAG_CRC) || (header.options & kMp3IgnoreCrc) != 0) return true;
-    return bit_crc(&reader, mp3_side_info_size(header) * 8, header.computed_crc) == header.stored_crc;
-}
-
 // Scale factors and spectrum of one channel. 0 or an error code.
 uint32_t read_channel(Layer3Frame *frame, uint32_t g, uint32_t ch, Mp3Spectrum *spectrum) {
     const Mp3FrameHeader &header = *frame->header;
@@ -103,11 +98,13 @@ int32_t layer3_decode(Mp3InputBuffer *state, Mp3Frame *frame, Mp3Synthesis *outp
     work.main = state->main_reader;
     if (reservoir_create(state) != 0) return mp3_fail(state, MP3_ERR_NO_MEMORY);
     const uint8_t *const side_start = bit_position(*state->header_reader);
-    if (state->read_position - side_start < static_cast<ptrdiff_t>(mp3_side_info_size(frame->header))) {
+    const uint32_t side_size = mp3_side_info_size(frame->header);
+    if (state->read_position - side_start < static_cast<ptrdiff_t>(side_size)) {
         state->reservoir_fill = 0;
         return mp3_fail(state, MP3_ERR_SIDE_INFO);
     }
-    uint32_t error = crc_matches(frame->header, *state->header_reader) ? 0 : uint32_t{MP3_ERR_CRC};
+    const bool intact = mp3_crc_matches(frame->header, *state->header_reader, side_size * 8);
+    uint32_t error = intact ? 0 : uint32_t{MP3_ERR_CRC};
     const uint32_t side_error = mp3_read_side_info(&frame->header, state->header_reader, &work.side);
     if (error == 0) error = side_error;
 

@@ -17,7 +17,6 @@ inline constexpr uint32_t kMp3Stereo = 2;  // one channel is doubled, unless the
 // mode in the high half.
 inline constexpr uint32_t kMp3NoRequest = 0xFFFFFFFF;
 inline constexpr uint32_t kMp3SameRate = 128;
-inline constexpr uint32_t kMp3HalfRate = 256;  // from here on the synthesis runs at half the stream's rate
 
 uint32_t mp3_output_rate_word(uint32_t stream_rate, const QuMp3OutputRequest *request);
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "mp3dec/Mp3Decoder.h"
-#include "mp3dec/Mp3Stream.h"
+#include "mp3dec/Mp3Tag.h"
 
 namespace quorv {
 
@@ -17,7 +17,7 @@ struct Mp3Player {
     QuMp3Buffer output;  // as QU_MP3_player_read_append recorded it
     uint8_t *buffer;     // owned
     uint32_t capacity;
-    uint32_t ended;  // the end of the stream was signalled
+    bool ended;  // the end of the stream was signalled
     QuMp3Decoder decoder;
 };
 
@@ -38,27 +38,27 @@ int32_t drain(Mp3Player *player, QuMp3Buffer *output) {
 // What a whole-stream run needs beside its decoder.
 struct Mp3FileRun {
     QuMp3Buffer input;
-    uint32_t ended;
+    bool ended;
     uint8_t bytes[0x8000];
     uint8_t samples[0x8000];
 };
 
 void read_piece(Mp3FileRun *run, MStream from) {
     const int32_t got = MStreamRead(from, run->bytes, sizeof run->bytes);
-    run->ended = got <= 0 ? 1 : 0;
+    run->ended = got <= 0;
     run->input = {run->bytes, static_cast<uint32_t>(std::max(got, 0)), 0};
 }
 
 int32_t decode_stream(Mp3FileRun *run, QuMp3Decoder decoder, MStream from, MStream to) {
     for (;;) {
-        if (run->input.length == 0 && run->ended == 0) read_piece(run, from);
+        if (run->input.length == 0 && !run->ended) read_piece(run, from);
         QuMp3Buffer output = {run->samples, sizeof run->samples, 0};
         const int32_t code = QU_MP3_decoder_read(decoder, &run->input, &output);
         run->input.data = static_cast<uint8_t *>(run->input.data) + run->input.result;
         run->input.length -= run->input.result;
         const auto produced = static_cast<int32_t>(output.result);
         if (code == QU_MP3_ERROR || MStreamWrite(to, run->samples, produced) != produced) return -1;
-        if (run->ended != 0 && run->input.length == 0 && code == QU_MP3_NEED_INPUT) return 0;
+        if (run->ended && run->input.length == 0 && code == QU_MP3_NEED_INPUT) return 0;
     }
 }
 
@@ -73,7 +73,7 @@ int32_t QU_MP3_decoder_file(QuMp3Decoder decoder, void *input_stream, void *outp
     auto *run = static_cast<Mp3FileRun *>(MMemAlloc(nullptr, sizeof(Mp3FileRun)));
     if (run == nullptr) return -1;
     run->input = {};
-    run->ended = 0;
+    run->ended = false;
     // A stream too short for a tag has no frame either.
     const int32_t result =
         mp3_skip_tag(from) < 0 ? 0 : decode_stream(run, decoder, from, static_cast<MStream>(output_stream));
@@ -104,7 +104,7 @@ QuMp3Player QU_MP3_player_init(uint32_t value, uint32_t input_size) {
 int32_t QU_MP3_player_input(QuMp3Player handle, const void *data, uint32_t length) {
     auto *player = static_cast<Mp3Player *>(handle);
     if (player == nullptr || (data == nullptr && length != 0)) return -1;
-    player->ended = length == 0 ? 1 : 0;
+    player->ended = length == 0;
     const uint32_t room = std::min<uint32_t>(player->capacity - player->input.length, INT32_MAX);
     const uint32_t count = std::min(length, room);
     if (count != 0) memcpy(player->buffer + player->input.length, data, count);
@@ -126,15 +126,15 @@ int32_t QU_MP3_player_read(QuMp3Player handle, uint32_t *produced) {
     for (QuMp3Buffer output = player->output;;) {
         player->input.data = player->buffer;
         player->input.result = 0;
-        const bool is_end = player->input.length == 0 && player->ended != 0;
+        const bool is_end = player->input.length == 0 && player->ended;
         const int32_t code = player->input.length == 0 && !is_end
                                  ? drain(player, &output)
                                  : QU_MP3_decoder_read(player->decoder, &player->input, &output);
         drop_consumed(player);
         *produced += output.result;
-        // At the end, what the decoder leaves is the last frame: it takes that over and then hears of the
-        // end.
-        if (code != QU_MP3_NEED_INPUT || player->ended == 0 || is_end) return code;
+        // What the decoder leaves at the end is the last frame, too short by the look-ahead: the next turn
+        // tells it of the end.
+        if (code != QU_MP3_NEED_INPUT || !player->ended || is_end) return code;
         output.data = static_cast<uint8_t *>(output.data) + output.result;
         output.length -= output.result;
     }

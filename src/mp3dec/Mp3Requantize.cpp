@@ -6,6 +6,7 @@
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3FrameHeader.h"
+#include "mp3dec/Mp3Stores.h"
 #include "mp3dec/tables/RequantizeTables.h"
 #include "mp3dec/tables/ScaleFactorBands.h"
 
@@ -79,8 +80,8 @@ void dequant_short_band(int32_t *lines, uint32_t width, const int32_t exponents[
     }
 }
 
-// Exponents count attenuation in quarters of a bit; this one is without scale factors, which attenuate
-// further.
+// Exponents count attenuation in quarters of a bit. This one does not include the scale factors, which
+// attenuate further.
 int32_t base_exponent(const Mp3FrameHeader &header, const Mp3Granule &granule) {
     return kUnity - granule.global_gain + (mp3_has_middle_side(header) ? kMiddleSideSteps : 0);
 }
@@ -90,11 +91,11 @@ int32_t base_exponent(const Mp3FrameHeader &header, const Mp3Granule &granule) {
 constexpr uint8_t kRoom[15] = {12, 12, 12, 12, 17, 23, 28, 34, 39, 44, 50, 55, 60, 66, 66};
 
 constexpr int32_t kSpareBits = 2;   // that kRoom leaves
-constexpr int32_t kProbeBits = 12;  // more than any stream that was turned up by mistake
+constexpr int32_t kProbeBits = 12;  // more than a stream needs that was turned up by mistake
 
 // Bits of the largest magnitude.
 uint32_t magnitude_width(const Mp3Spectrum &spectrum) {
-    // By eights, which vectors like; what follows the last line is zero.
+    // Eight at a time, for vector units; what follows the last line is zero.
     uint32_t any[8] = {}, all = 0;
     for (uint32_t i = 0; i < spectrum.count; i += 8) {
         for (uint32_t k = 0; k < 8; ++k)
@@ -142,7 +143,7 @@ struct Scale {
 void dequant_long_bands(const uint16_t *boundaries, uint32_t bands, Scale scale,
                         const Mp3ScaleFactors &factors, Mp3Spectrum *spectrum) {
     for (uint32_t band = 0; band < bands && boundaries[band] < spectrum->count; ++band) {
-        const int32_t factor = factors.long_bands[band] + (factors.preflag != 0 ? kPretab[band] : 0);
+        const int32_t factor = factors.long_bands[band] + (factors.preflag ? kPretab[band] : 0);
         const uint32_t start = boundaries[band], width = boundaries[band + 1] - start;
         const uint32_t any = dequant(spectrum->lines + start, width, scale.base + (factor << scale.shift));
         if (any != 0) spectrum->last_long = static_cast<int32_t>(band);
@@ -207,8 +208,8 @@ int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
     if (steps >= 0) return steps / 4 < kMaxExtraBits ? steps / 4 : kMaxExtraBits;
     if (steps >= -4 * kSpareBits) return 0;
 
-    // It may be overloaded, unless scale factors turn the loud lines down: requantise a copy far lower to
-    // see.
+    // It may be overloaded, unless scale factors turn the loud lines down. A copy that is requantised far
+    // lower tells.
     int32_t lines[kMp3GranuleLines];
     MMemCpy(lines, spectrum.lines, sizeof lines);
     Mp3Spectrum probe = spectrum;

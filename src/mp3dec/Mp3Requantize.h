@@ -4,7 +4,6 @@
 
 #include "mp3dec/Mp3ScaleFactors.h"
 #include "mp3dec/Mp3SideInfo.h"
-#include "mp3dec/Mp3Stores.h"
 
 namespace quorv {
 
@@ -20,17 +19,17 @@ struct Mp3Spectrum {
 
 // How many fractional bits beyond kSpectrumBits the channel's spectrum may have without its largest line
 // coming near the limits: 0 to kMaxExtraBits, or below 0 for one so much louder than full scale that the
-// transforms could not hold it. It is then played lower by so many bits, which still saturates.
+// transforms could not hold it. It is then played lower by that many bits, which still saturates.
 int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
                        const Mp3ScaleFactors &factors, const Mp3Spectrum &spectrum);
 
-// Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated. Not 0
-// is returned when a line is not zero.
+// Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated.
+// Returns 0 when all lines are zero, else another value.
 uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent);
 
-// Requantises the spectrum of a granule and channel, sqrt(2) louder than the standard: the factor of
-// middle/side stereo is so much for frames that have it, and the same is done to all others. Both channels of
-// a granule get the same extra bits.
+// Requantises the spectrum of a granule and channel, sqrt(2) louder than the standard: frames with
+// middle/side stereo need that factor, and so all others get it, too. The extra bits must be the same for
+// both channels of a granule.
 void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
                     int32_t extra_bits, Mp3Spectrum *spectrum);
 

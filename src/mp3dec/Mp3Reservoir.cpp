@@ -2,6 +2,7 @@
 
 #include "mp3dec/Mp3Reservoir.h"
 
+#include <quorv/mp3_decoder.h>
 #include <quorv/platform/memory.h>
 
 namespace quorv {

@@ -2,8 +2,6 @@
 #ifndef QUORV_SRC_MP3DEC_MP3RESERVOIR_H
 #define QUORV_SRC_MP3DEC_MP3RESERVOIR_H
 
-#include <quorv/mp3_decoder.h>
-
 #include "mp3dec/Mp3InputBuffer.h"
 
 namespace quorv {
@@ -20,8 +18,8 @@ struct Mp3MainData {
 // Allocates the reservoir if that was not done yet. 0 or -1.
 int32_t reservoir_create(Mp3InputBuffer *state);
 
-// Measures the frame's data. The header reader stands behind the side information, the read position at the
-// next frame.
+// Measures the frame's data. The header reader must stand behind the side information, the read position at
+// the next frame.
 Mp3MainData reservoir_measure(const Mp3InputBuffer &state, uint32_t main_data_begin);
 
 // Puts the main reader on the frame's data, made contiguous. 0 or MP3_ERR_RESERVOIR.

@@ -76,7 +76,7 @@ void mp3_read_scale_factors(Mp3BitCache *bits, const Mp3Granule &granule, uint32
                             Mp3ScaleFactors *factors) {
     const uint8_t *const lengths = sflen_table[granule.scalefac_compress];
     if (scfsi == 0) *factors = {};
-    factors->preflag = (granule.flags & kMp3Preflag) != 0 ? 1 : 0;
+    factors->preflag = (granule.flags & kMp3Preflag) != 0;
     MMemSet(factors->long_illegal, kMpeg1Illegal, sizeof factors->long_illegal);
     MMemSet(factors->short_illegal, kMpeg1Illegal, sizeof factors->short_illegal);
     if (!mp3_is_short(granule)) {
@@ -102,7 +102,7 @@ void mp3_read_scale_factors_low_rate(Mp3BitCache *bits, const Mp3Granule &granul
     const Partitions partitions = intensity_right ? partitions_of_positions(granule.scalefac_compress)
                                                   : partitions_of(granule.scalefac_compress);
     *factors = {};
-    factors->preflag = partitions.range == 2 ? 1 : 0;
+    factors->preflag = partitions.range == 2;
     const uint32_t kind = !mp3_is_short(granule) ? 0 : mp3_is_mixed(granule) ? 2 : 1;
     uint32_t n = 0;
     for (uint32_t part = 0; part < 4; ++part) {

@@ -10,14 +10,14 @@ namespace quorv {
 inline constexpr uint32_t kMp3LongBands = 22;   // the last one has no scale factor: 0
 inline constexpr uint32_t kMp3ShortBands = 13;  // likewise
 
-// Of one channel. In the right channel of intensity stereo they are intensity positions, too.
+// The scale factors of one channel; in the right one of intensity stereo they are its positions as well.
 struct Mp3ScaleFactors {
     uint8_t long_bands[kMp3LongBands];
     uint8_t short_bands[kMp3ShortBands][3];  // by window
     // The position that stands for "no intensity stereo" in the band.
     uint8_t long_illegal[kMp3LongBands];
     uint8_t short_illegal[kMp3ShortBands];
-    uint8_t preflag;  // the pre-emphasis table is added
+    bool preflag;  // the pre-emphasis table is added
 };
 
 // MPEG-1. scfsi is 0 in the first granule; else its bits keep bands of the granule before.

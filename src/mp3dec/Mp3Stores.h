@@ -13,8 +13,8 @@ inline constexpr uint32_t kMp3GranuleLines = 576;
 inline constexpr uint32_t kMp3GranuleSlots = 18;  // samples of a subband in a granule
 
 struct Mp3Stores {
-    // Of one granule, by channel: sign and magnitude as decoded, then signed with kSpectrumBits fractional
-    // bits.
+    // One granule's lines by channel: sign and magnitude as decoded, then signed, with kSpectrumBits
+    // fractional bits or more.
     alignas(16) int32_t spectrum[2][kMp3GranuleLines];
     // By channel and group of subbands: what the last granule adds to the next one.
     alignas(16) int32_t overlap[2][kMp3Subbands / Lanes::kCount][kMp3GranuleSlots][Lanes::kCount];

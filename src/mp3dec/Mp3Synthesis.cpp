@@ -15,7 +15,6 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kHalfRateRatio = 256;
 constexpr uint32_t kPresets = sizeof equalizerGain / sizeof equalizerGain[0];
 
 void equalize(int32_t (*samples)[kMp3MaxSlots], uint32_t slots, const int32_t gains[kMp3Subbands]) {
@@ -57,8 +56,8 @@ void put_stereo(const int16_t *left, const int16_t *right, uint32_t step, uint32
 
 }  // namespace
 
-int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t, uint32_t ratio) {
-    synthesis->half_rate = ratio >= kHalfRateRatio ? 1 : 0;
+int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t /*highest_layer*/, uint32_t ratio) {
+    synthesis->half_rate = ratio >= kMp3HalfRate;
     synthesis->pcm = static_cast<Mp3PcmStore *>(MMemAlloc(nullptr, sizeof(Mp3PcmStore)));
     if (synthesis->pcm == nullptr) return -1;
     MMemSet(synthesis->pcm, 0, sizeof *synthesis->pcm);
@@ -74,11 +73,11 @@ void mp3_subsynth(Mp3Frame *frame, uint32_t slots, Mp3Synthesis *synthesis) {
     Mp3Stores *const stores = frame->stores;
     Mp3PcmStore *const pcm = synthesis->pcm;
     const uint32_t channels = mp3_channels(frame->header);
-    const uint32_t step = synthesis->half_rate != 0 ? 2 : 1;
+    const uint32_t step = synthesis->half_rate ? 2 : 1;
     for (uint32_t ch = 0; ch < channels; ++ch) {
-        const uint32_t preset = frame->equalizer_enabled != 0 ? frame->equalizer_value : 0;
+        const uint32_t preset = frame->equalizer_enabled ? frame->equalizer_value : 0;
         if (preset != 0 && preset < kPresets) equalize(stores->samples[ch], slots, equalizerGain[preset]);
-        if (synthesis->half_rate != 0) drop_upper_subbands(stores->samples[ch]);
+        if (synthesis->half_rate) drop_upper_subbands(stores->samples[ch]);
         transform(stores->samples[ch], slots, &stores->history[ch]);
     }
     const uint32_t count = kMp3Subbands / step;

@@ -8,6 +8,8 @@ namespace quorv {
 
 inline constexpr uint32_t kMp3Subbands = 32;
 inline constexpr uint32_t kMp3MaxSamples = 1152;  // of one channel in a frame
+// Ratio of the stream's rate to the output's, in 1/128, from which on the synthesis runs at half rate.
+inline constexpr uint32_t kMp3HalfRate = 256;
 
 // Decoded samples of one frame on their way to the caller.
 struct Mp3PcmStore {
@@ -21,14 +23,14 @@ struct Mp3PcmStore {
 
 // What lasts over the whole stream beside the filter's history, which is with the frame's working stores.
 struct Mp3Synthesis {
-    Mp3PcmStore *pcm;    // owned
-    uint32_t half_rate;  // not 0: the lower 16 subbands only, every second sample
+    Mp3PcmStore *pcm;  // owned
+    bool half_rate;    // the lower 16 subbands only, every second sample
 };
 
 struct Mp3Frame;
 
-// Allocates the PCM store. highest_layer is not used: the store has room for every layer. ratio is the output
-// rate in 1/128 units; from 256 on the synthesis runs at half rate. 0 or -1.
+// Allocates the PCM store. `highest_layer` is a value of the decoder's configuration and not used: the store
+// has room for every layer. `ratio` is that of the rates in 1/128. 0 or -1.
 int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t highest_layer, uint32_t ratio);
 
 // Synthesises the first `slots` time slots of all channels, an even number, from the subband samples in the

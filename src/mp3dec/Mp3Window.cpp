@@ -4,7 +4,6 @@
 
 #include <quorv/platform/memory.h>
 
-#include "mp3dec/FixedPoint.h"
 #include "mp3dec/tables/SynthesisTables.h"
 
 namespace quorv {
@@ -12,8 +11,6 @@ namespace quorv {
 #if !defined(__SSE2__)
 
 namespace {
-
-constexpr int kOutputShift = kSampleBits + 16 - 15;  // samples and window to 16-bit PCM
 
 Mp3WindowSlot *slot_at(Mp3WindowHistory *history, uint32_t slot) {
     return &history->slots[slot % 2][kMp3PastSlots + slot / 2];
@@ -29,7 +26,7 @@ int64_t sum_of_pairs(const Mp3WindowSlot *newest, uint32_t j, const int32_t taps
 }
 
 int16_t to_pcm(int64_t sum) {
-    const int64_t rounded = (sum + (int64_t{1} << (kOutputShift - 1))) >> kOutputShift;
+    const int64_t rounded = (sum + (int64_t{1} << (kMp3OutputShift - 1))) >> kMp3OutputShift;
     return static_cast<int16_t>(rounded > INT16_MAX ? INT16_MAX : rounded < INT16_MIN ? INT16_MIN : rounded);
 }
 

@@ -2,19 +2,20 @@
 //
 // Each time slot brings t[0..31], the DCT-II of its 32 subband samples. With A[j] = t[16 + j] (A[16] = 0) and
 // B[j] = -t[16 - j], for j from 0 to 16, the standard's V vector of a slot is A, then A mirrored and negated,
-// then B, then B mirrored. An output sample is a sum over eight pairs of A of one slot and B of the slot
-// before it, every second slot back:
+// then B, then B mirrored. With the standard's window D, the output samples of slot n are sums over eight
+// pairs (p from 0 to 7) of A of one slot and B of the slot before it, every second slot back:
 //
-//   out[j]      = sum over p of  D[j + 64p]      A[j] of slot n - 2p  +  D[j + 32 + 64p] B[j] of slot n - 2p
-//   - 1 out[32 - m] = sum over p of -D[32 - m + 64p] A[m] of slot n - 2p  +  D[64 - m + 64p] B[m] of slot n -
-//   2p - 1
+//   out[j]      = sum of  D[j + 64p]      A[j] of n - 2p + D[j + 32 + 64p] B[j] of n - 2p - 1
+//   out[32 - m] = sum of -D[32 - m + 64p] A[m] of n - 2p + D[64 - m + 64p] B[m] of n - 2p - 1
 //
-// Slots are therefore kept as such pairs, even and odd slots apart, so that the eight lie side by side.
+// for j from 0 to 15 and m from 1 to 16. Slots are therefore kept as such pairs, even and odd slots apart, so
+// that the eight lie side by side.
 #ifndef QUORV_SRC_MP3DEC_MP3WINDOW_H
 #define QUORV_SRC_MP3DEC_MP3WINDOW_H
 
 #include <stdint.h>
 
+#include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3Synthesis.h"
 
 namespace quorv {
@@ -22,6 +23,8 @@ namespace quorv {
 inline constexpr uint32_t kMp3MaxSlots = 36;    // of a frame; every frame has an even number
 inline constexpr uint32_t kMp3WindowPairs = 8;  // of an output sample
 inline constexpr uint32_t kMp3PastSlots = kMp3WindowPairs - 1;
+// From subband samples times window to 16-bit PCM.
+inline constexpr int kMp3OutputShift = kSampleBits + 16 - 15;
 
 // [j][A, B] for j from 0 to 16.
 struct Mp3WindowSlot {

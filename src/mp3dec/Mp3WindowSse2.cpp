@@ -8,16 +8,14 @@
 #if defined(__SSE2__)
 
 #include <emmintrin.h>
-#include <quorv/platform/memory.h>
+#include <stddef.h>
 
-#include "mp3dec/FixedPoint.h"
 #include "mp3dec/tables/SynthesisTables.h"
 
 namespace quorv {
 
 namespace {
 
-constexpr int kOutputShift = kSampleBits + 16 - 15;  // samples and window to 16-bit PCM
 constexpr int kLowBits = 15;
 constexpr uint32_t kWide = 3;  // pairs 3 and 4 have taps of more than 16 bits
 
@@ -71,11 +69,11 @@ Sum sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps) {
 // Four output samples in 32 bits, rounded but not saturated.
 inline __m128i four_samples(const Mp3WindowSlot *newest, uint32_t first, const SynthesisTaps &taps) {
     const Sum high = sum_of_pairs(newest->high + first, taps), low = sum_of_pairs(newest->low + first, taps);
-    const __m128i rounding = _mm_set1_epi32(1 << (kOutputShift - 1));
+    const __m128i rounding = _mm_set1_epi32(1 << (kMp3OutputShift - 1));
     const __m128i low_sum = _mm_srai_epi32(
         _mm_add_epi32(low.wide, _mm_srai_epi32(_mm_add_epi32(low.narrow, rounding), 2)), kLowBits - 2);
     const __m128i sum = _mm_add_epi32(high.wide, _mm_srai_epi32(_mm_add_epi32(high.narrow, low_sum), 2));
-    return _mm_srai_epi32(sum, kOutputShift - kLowBits - 2);
+    return _mm_srai_epi32(sum, kMp3OutputShift - kLowBits - 2);
 }
 
 __m128i reverse16(__m128i value) {

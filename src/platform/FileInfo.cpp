@@ -1,17 +1,13 @@
-// File information, creation and removal of directories, and comparison of paths.
+// File information and comparison of paths.
 
 #include "platform/FileInfo.h"
 
-#include <dirent.h>
 #include <quorv/platform/strings.h>
-#include <unistd.h>
 
 #include "platform/NarrowPath.h"
 
 namespace quorv {
 namespace {
-
-constexpr mode_t kDirectoryPermissions = 0775;
 
 uint32_t attributes_of(mode_t mode) {
     if (S_ISDIR(mode)) return MFILE_DIRECTORY;
@@ -39,33 +35,6 @@ int32_t MGetFileInfoS(MFileInfo *info, const char *path) {
 
 int32_t MGetFileInfoW(MFileInfo *info, const uint16_t *path) {
     return MGetFileInfoS(info, NarrowPath(path).get());
-}
-
-int32_t MDirectoryCreateS(const char *path) {
-    return path != nullptr && mkdir(path, kDirectoryPermissions) == 0 ? 1 : 0;
-}
-
-int32_t MDirectoryCreateW(const uint16_t *path) {
-    return MDirectoryCreateS(NarrowPath(path).get());
-}
-
-int32_t MDirectoryRemoveS(const char *path) {
-    return path != nullptr && rmdir(path) == 0 ? 1 : 0;
-}
-
-int32_t MDirectoryRemoveW(const uint16_t *path) {
-    return MDirectoryRemoveS(NarrowPath(path).get());
-}
-
-int32_t MIsDirectoryS(const char *path) {
-    DIR *const stream = path == nullptr ? nullptr : opendir(path);
-    if (stream == nullptr) return 0;
-    closedir(stream);
-    return 1;
-}
-
-int32_t MIsDirectoryW(const uint16_t *path) {
-    return MIsDirectoryS(NarrowPath(path).get());
 }
 
 int32_t MIsSameFileS(const char *a, const char *b) {

@@ -27,9 +27,8 @@ inline bool is_from_file(IniState state) {
     return state != IniState::New && state != IniState::NewRemoved;
 }
 
-// Where a line lies in the file: offsets of its first byte and of the first byte behind its ending. A new key
-// has the offset of the section line it goes before in both; a new line that goes to the end of the file has
-// 0.
+// Where a line lies in the file: offsets of its first byte and of the first byte behind its ending. For a new
+// key, both are the offset of the section line that it goes before; for a new line at the end of the file, 0.
 struct IniPlace {
     intptr_t start;
     intptr_t end;
@@ -108,8 +107,8 @@ IniKey *find_ini_key(IniSection *section, std::string_view name, IniSearch searc
 // Frees all nodes and their texts.
 void free_ini_nodes(MIniFile *ini);
 
-// Reads the source into sections and keys; false when it cannot be read, a line is too long, or without
-// memory.
+// Reads the source into sections and keys; false when it cannot be read, when a line is too long, and when
+// there is no memory.
 bool parse_ini_file(MIniFile *ini);
 
 // Whether there is certainly no such file, as opposed to one that cannot be looked at.

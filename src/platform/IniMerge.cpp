@@ -45,7 +45,7 @@ void IniDigest::add(const char *bytes, size_t count) {
 
 IniComparison compare_with_file(MIniFile *ini) {
     MStreamRecord *const file = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
-    // Of a file that is gone, the stream that is still open has what was read.
+    // When the file is gone, the stream that is still open has what was read.
     if (file == nullptr) return is_missing(ini->path) ? IniComparison::Same : IniComparison::Unknown;
     IniDigest digest;
     int32_t got;

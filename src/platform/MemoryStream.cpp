@@ -53,9 +53,8 @@ bool enter_next_block(MStream stream) {
     return true;
 }
 
-// Links a new block behind the current one, which must be the last; false when the stream cannot grow.
-// Blocks start out as zeroes: the size can be set beyond what was written, and must not show old heap
-// contents.
+// Links a new block behind the current one, which must be the last; false when the stream cannot grow. Blocks
+// begin as zeros: the size can be set beyond what was written, and must not show what the heap held before.
 bool append_block(MStream stream) {
     BlockChain *const chain = chain_of(stream);
     if (chain == nullptr || stream->capacity > INTPTR_MAX - kBlockCapacity) return false;

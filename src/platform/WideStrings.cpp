@@ -1,5 +1,4 @@
-// Wide strings: functions on 16-bit units, and the three that hand the platform's own wide characters to the
-// C library.
+// Wide strings: functions on 16-bit units, and three on the wide characters of the C library.
 
 #include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>

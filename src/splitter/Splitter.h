@@ -1,5 +1,5 @@
-// What both splitters share: the public records with their pinned layout, FourCC values and safe
-// conversion of computed times to the integers of the interface.
+// What both splitters share: the public records with their pinned layout, FourCC values, and safe conversion
+// of computed times to the integers of the interface.
 #ifndef QUORV_SRC_SPLITTER_SPLITTER_H
 #define QUORV_SRC_SPLITTER_SPLITTER_H
 
@@ -47,6 +47,9 @@ constexpr int64_t clamp_to_s64(double value) {
 constexpr uint32_t saturate_to_u32(uint64_t value) {
     return value > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(value);
 }
+
+// As the wanted time of a seek: the next key frame.
+inline constexpr uint32_t kNextKeyFrame = 0xFFFFFFFF;
 
 // Bytes of one 4:2:0 picture.
 constexpr uint32_t picture_bytes(uint32_t width, uint32_t height) {

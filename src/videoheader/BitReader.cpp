@@ -2,6 +2,8 @@
 
 #include "videoheader/BitReader.h"
 
+#include <stddef.h>
+
 namespace quorv {
 
 namespace {

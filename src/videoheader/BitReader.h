@@ -6,7 +6,6 @@
 #ifndef QUORV_SRC_VIDEOHEADER_BITREADER_H
 #define QUORV_SRC_VIDEOHEADER_BITREADER_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 namespace quorv {
@@ -28,7 +27,7 @@ uint32_t bs_get_bits_utility(bs_utility *bs, uint32_t n);
 uint32_t bs_get_1bit_utility(bs_utility *bs);
 // Consumes n bits, n from 0 to 16.
 void bs_skip_bits_utility(bs_utility *bs, uint32_t n);
-// Consumes what is left of a byte that was begun.
+// Consumes what is left of a byte that was begun. The headers that are parsed here need none of it.
 void bs_bytealign_utility(bs_utility *bs);
 uint32_t bs_get_16bits_utility(bs_utility *bs);
 // Returns the next 32 bits without consuming them.

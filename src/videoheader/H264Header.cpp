@@ -16,10 +16,6 @@ namespace {
 constexpr uint32_t kMinLength = 4;
 constexpr ptrdiff_t kNalBytes = 4;  // start code prefix and NAL header
 
-constexpr uint32_t kNalSlice = 1;
-constexpr uint32_t kNalIdrSlice = 5;
-constexpr uint32_t kNalSps = 7;
-
 constexpr uint32_t kProfileBaseline = 66;
 constexpr uint32_t kProfileMain = 77;
 constexpr uint32_t kProfileExtended = 88;
@@ -38,10 +34,6 @@ constexpr uint32_t kCropUnit = 2;
 
 constexpr uint32_t kSliceI = 2;
 constexpr uint32_t kSliceTypes = 5;  // slice_type 5 to 9 repeat 0 to 4 for pictures of one kind
-
-uint32_t nal_unit_type(uint8_t header) {
-    return header & 0x1F;
-}
 
 // Opens the reader behind the NAL header of the first NAL unit, which must be a sequence parameter set.
 bool open_sps(bs_utility *bs, const uint8_t *data, uint32_t length) {

@@ -2,6 +2,8 @@
 
 #include "videoheader/Mpeg4Header.h"
 
+#include <stddef.h>
+
 #include <algorithm>
 #include <bit>
 
@@ -20,9 +22,6 @@ const uint16_t zigzag_scan_table_utitlity[64] = {
 namespace {
 
 constexpr ptrdiff_t kStartCodeBytes = 4;
-constexpr uint8_t kVolFirst = 0x20;
-constexpr uint8_t kVolLast = 0x2F;
-constexpr uint8_t kVop = 0xB6;
 
 constexpr uint32_t kShapeRectangular = 0;
 constexpr uint32_t kShapeBinaryOnly = 2;
@@ -173,7 +172,7 @@ int32_t find_vop(const uint8_t *data, uint32_t length, const ZevVideoParam *para
                  VopHeader *vop) {
     if (data == nullptr || param == nullptr || out == nullptr) return VIDHDR_ERR_INVALID_ARG;
     bs_utility bs;
-    if (!open_behind_start_code(&bs, data, length, length, kVop, kVop)) return VIDHDR_ERR_NO_VOP;
+    if (!open_behind_start_code(&bs, data, length, length, kMpeg4Vop, kMpeg4Vop)) return VIDHDR_ERR_NO_VOP;
     *vop = parse_vop(&bs, param->time_increment_bits);
     return VIDHDR_OK;
 }
@@ -197,7 +196,7 @@ void mpeg4_read_quant_matrix(bs_utility *bs, uint8_t (&matrix)[64]) {
 int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_limit, ZevVideoParam *param) {
     *param = {};
     bs_utility bs;
-    if (!open_behind_start_code(&bs, data, length, search_limit, kVolFirst, kVolLast)) {
+    if (!open_behind_start_code(&bs, data, length, search_limit, kMpeg4FirstVol, kMpeg4LastVol)) {
         return VIDHDR_ERR_NO_VOL;
     }
     return parse_vol(&bs, param);

@@ -8,6 +8,10 @@
 
 namespace quorv {
 
+// Start code values (ISO/IEC 14496-2, table 6-3). Those of layers are a range.
+inline constexpr uint8_t kMpeg4FirstVol = 0x20, kMpeg4LastVol = 0x2F;
+inline constexpr uint8_t kMpeg4GroupOfVop = 0xB3, kMpeg4Vop = 0xB6;
+
 // ZEV_MPEG4_GetVideoParam for a start code that must begin within the first search_limit bytes, while the
 // header behind it is read up to the end of the data. `data` may be null only when length is 0.
 int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_limit, ZevVideoParam *param);

@@ -2,6 +2,7 @@
 
 #include "videoheader/StartCode.h"
 
+#include <stddef.h>
 #include <string.h>
 
 #if defined(__SSE2__)

@@ -2,15 +2,14 @@
 #ifndef QUORV_SRC_VIDEOHEADER_STARTCODE_H
 #define QUORV_SRC_VIDEOHEADER_STARTCODE_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 namespace quorv {
 
 constexpr uint32_t kStartCodePrefixBytes = 3;
 
-// Returns the first byte of the first complete 00 00 01 in [begin, end), or end. Of 00 00 00 01 the last
-// three bytes are it.
+// Returns the first byte of the first complete 00 00 01 in [begin, end), or end. In 00 00 00 01 that is the
+// second byte.
 const uint8_t *find_start_code(const uint8_t *begin, const uint8_t *end);
 
 // The same for processors without a vector unit.

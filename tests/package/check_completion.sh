@@ -15,7 +15,7 @@ offered() {
 }
 expect() { [ "$1" = "$2" ] || { printf 'expected:\n%s\ngot:\n%s\n' "$1" "$2"; exit 1; }; }
 
-for command in $("$quorv" --help | awk '/^$/ { on = 0 } on { print $1 } /^Subcommands:/ { on = 1 }'); do
+for command in $("$quorv" --help | awk '/^$/ { on = 0 } on { print $1 } /^Commands:/ { on = 1 }'); do
   for option in $("$quorv" "$command" --help | sed -nE 's/^  (-[a-z],)?(--[a-z0-9-]+).*/\2/p'); do
     expect "$command" "$(offered "$command")"
     expect "$option" "$(offered "$command" "$option" | grep -x -- "$option")"

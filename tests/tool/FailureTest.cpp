@@ -27,6 +27,7 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
     };
     const Case cases[] = {
         {"missing.avi", 3, "No such file"},
+        {"''", 3, "No such file"},
         {"/tmp", 3, "directory"},
         {"empty.avi", 1, "empty"},
         {"notes.txt", 1, "text"},
@@ -57,12 +58,17 @@ TEST(Failure, OtherFilesAreStillShownAndTheWorstDecides) {
 
 TEST(Failure, WrongUsageIsExplained) {
     const std::pair<const char *, const char *> cases[] = {
-        {"quorv", "subcommand"},
+        {"quorv", "a command is required: info, frames, extract, headers, decode"},
         {"quorv dance", "dance"},
         {"quorv info", "FILE"},
         {"quorv info --dance $SAMPLE", "--dance"},
+        {"quorv info -dash.avi", "./-dash.avi"},
+        {"quorv frames -x $SAMPLE", "no option '-x'"},
         {"quorv frames $SAMPLE second", "second"},
-        {"quorv frames $SAMPLE --track 0", "--track"},
+        {"quorv frames $SAMPLE --track 0", "--track: 0 is less than 1"},
+        {"quorv frames $SAMPLE --track x", "--track: 'x' is not a whole number"},
+        {"quorv frames $SAMPLE --track", "--track needs a value"},
+        {"quorv frames $SAMPLE --track 1 --track 2", "--track is given more than once"},
         {"quorv frames $SAMPLE --track 3", "2 tracks"},
         {"quorv frames $SAMPLE --from 4294967295", "--from"},
         {"quorv frames $SAMPLE --mode next", "--from"},

@@ -10,13 +10,13 @@ namespace {
 
 constexpr uint64_t kObjectHeader = 24;
 // Files have a header, the media data and a few indexes.
-constexpr int kMostObjects = 1000;
+constexpr int kMaxObjects = 1000;
 
 }  // namespace
 
 std::string find_asf_damage(FileSource &file) {
     uint64_t end = 0;
-    for (int i = 0; i < kMostObjects && end < file.size(); ++i) {
+    for (int i = 0; i < kMaxObjects && end < file.size(); ++i) {
         std::array<uint8_t, kObjectHeader> bytes;
         if (file.read_at(end, bytes) < bytes.size()) break;
         uint64_t size = 0;

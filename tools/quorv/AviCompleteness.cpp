@@ -14,7 +14,7 @@ constexpr uint64_t kChunkHeader = 8;
 constexpr uint64_t kRiffHeader = 12;
 // Writers count the outermost header in, or forget a pad byte; nothing is missing then.
 constexpr uint64_t kTolerance = 16;
-// Real files have less than twenty outermost chunks; this is for those that only look like one.
+// Real files have fewer than twenty outermost chunks; the limit is for those that only look like one.
 constexpr int kMaxChunks = 10000;
 
 struct ChunkHeader {
@@ -22,7 +22,7 @@ struct ChunkHeader {
     uint32_t size;
 
     bool is(const char *name) const { return std::memcmp(tag, name, sizeof tag) == 0; }
-    // As writers leave it that cannot go back, or did not come to it.
+    // As left by writers that cannot go back, or were interrupted.
     bool is_open() const { return size == 0 || size == UINT32_MAX; }
 };
 
@@ -80,12 +80,6 @@ uint64_t ChunkWalk::declared_end() {
 
 std::string find_avi_damage(FileSource &file) {
     return compare_length(ChunkWalk(file).declared_end(), file);
-}
-
-std::string compare_length(uint64_t declared, const FileSource &file) {
-    if (declared <= file.size()) return {};
-    return "truncated: its header declares " + std::to_string(declared) + " bytes, the file has " +
-           std::to_string(file.size());
 }
 
 }  // namespace quorv::tool

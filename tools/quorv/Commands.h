@@ -26,14 +26,15 @@ void add_extract_command(Session &session);
 void add_headers_command(Session &session);
 void add_decode_command(Session &session);
 
-// Does the work on one input file. A Failure ends it with a line on standard error that names the file;
-// failures to write are no matter of the input and pass.
+// Does the work on one input file. A Failure ends it with a line on standard error that names the file,
+// except for a WriteFailure, which is not the input's: it passes through.
 ExitCode run_on_file(OutputStream &out, const std::string &file, const std::function<void()> &work);
 
-// Checks an option's number; says nothing in the help text, where the limits of 32 bits help nobody.
-inline CLI::Validator in_range(uint32_t first, uint32_t last) {
-    return CLI::Range(first, last).description("");
-}
+// Adds a command with its line in the list of them.
+CLI::App *add_command(Session &session, const std::string &name, const std::string &description);
+
+// Checks an option's number. Says nothing in the help text: the limits of 32 bits are of no use there.
+CLI::Validator in_range(uint32_t first, uint32_t last);
 
 // How messages call an input.
 std::string input_name(const std::string &file);

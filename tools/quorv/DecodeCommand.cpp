@@ -9,7 +9,6 @@
 #include "OutputFile.h"
 #include "PcmReader.h"
 #include "Progress.h"
-#include "Text.h"
 
 namespace quorv::tool {
 
@@ -22,8 +21,9 @@ struct DecodeOptions {
     PcmFormat format;    // zeros: as in the file
 };
 
-// The smallest frames are 24 bytes (free format, 8 kbit/s at 48 kHz) and give 1152 samples of two channels.
-constexpr uint64_t kMostBytesAByte = 1152 * 4 / 24;
+// Bytes of samples to a byte of MPEG audio: the smallest frames have 24 bytes (free format, 8 kbit/s at
+// 48 kHz) and give 1152 samples of two channels.
+constexpr uint64_t kMaxExpansion = 1152 * 4 / 24;
 
 const Track &find_track(const Container &container, uint32_t number) {
     if (number != 0) {
@@ -87,9 +87,9 @@ uint64_t Decoding::decode(bool write) {
     return count;
 }
 
-// The sizes are filled in when they are known. No file is given room for large ones that cannot need it.
+// The sizes are filled in when they are known. Room for large ones is left only where they are possible.
 void Decoding::write_to_file() {
-    const bool room = file_.size() > std::numeric_limits<uint32_t>::max() / kMostBytesAByte;
+    const bool room = file_.size() > std::numeric_limits<uint32_t>::max() / kMaxExpansion;
     output_.stream().write(wav_header(reader_->format(), 0, room));
     bytes_ = decode(true);
     output_.rewrite_start(wav_header(reader_->format(), bytes_, room));
@@ -127,7 +127,7 @@ void Decoding::run() {
 
 void add_decode_command(Session &session) {
     auto options = std::make_shared<DecodeOptions>();
-    CLI::App *command = session.app.add_subcommand("decode", "Decode MPEG audio (MP3) to a WAV file");
+    CLI::App *command = add_command(session, "decode", "Decode MPEG audio (MP3) to a WAV file");
     command
         ->add_option("FILE", options->file, "An MP3 file or one with such a track, or - for standard input")
         ->type_name("")

@@ -59,7 +59,7 @@ void extract(const ExtractOptions &options) {
 
 void add_extract_command(Session &session) {
     auto options = std::make_shared<ExtractOptions>();
-    CLI::App *command = session.app.add_subcommand("extract", "Write one track as a raw elementary stream");
+    CLI::App *command = add_command(session, "extract", "Write one track as a raw elementary stream");
     command->add_option("FILE", options->file, "The file, or - for standard input")
         ->type_name("")
         ->required();

@@ -28,7 +28,7 @@ inline Failure io_failure(int error_number) {
     return {ExitCode::Io, std::strerror(error_number)};
 }
 
-// An output that could not be written. Named here, as the input is what messages name otherwise.
+// An output that could not be written. It brings its name, as messages otherwise name the input.
 class WriteFailure : public Failure {
 public:
     WriteFailure(std::string output_name, int error_number)

@@ -45,7 +45,7 @@ public:
     // Copies a pipe to a temporary file; until then only head() is known of it.
     void make_seekable();
     uint64_t size() const { return size_; }
-    // Under which the library opens a file of this kind once more, at its start.
+    // The path under which the library can open this file once more, at its start.
     std::string path_to_open() const { return "/dev/fd/" + std::to_string(file_.get()); }
     // Whether a file's fstat is that of this one.
     bool is_same_file(const struct stat &other) const;

@@ -1,6 +1,5 @@
 // quorv frames: every frame of a file, track after track.
 
-#include <algorithm>
 #include <cstdio>
 #include <limits>
 #include <memory>
@@ -153,6 +152,14 @@ void FrameLister::write_line(const Track &track, uint64_t index, const Frame &fr
     out_.write(std::string_view(line, static_cast<size_t>(length)));
 }
 
+CLI::Validator mode_validator() {
+    const auto check = [](const std::string &mode) -> std::string {
+        if (mode == "prev" || mode == "next") return {};
+        return "'" + mode + "' is neither prev nor next";
+    };
+    return {check, ""};
+}
+
 ExitCode run(OutputStream &out, const FramesOptions &options) {
     return run_on_file(out, options.file, [&] {
         FileSource file(options.file);
@@ -165,7 +172,7 @@ ExitCode run(OutputStream &out, const FramesOptions &options) {
 
 void add_frames_command(Session &session) {
     auto options = std::make_shared<FramesOptions>();
-    CLI::App *command = session.app.add_subcommand("frames", "List the frames of a file, track after track");
+    CLI::App *command = add_command(session, "frames", "List the frames of a file, track after track");
     command->add_option("FILE", options->file, "The file, or - for standard input")
         ->type_name("")
         ->required();
@@ -182,7 +189,7 @@ void add_frames_command(Session &session) {
         ->add_option("--mode", options->mode,
                      "With --from: the key frame at or before the time, or the next one")
         ->type_name("prev|next")
-        ->check(CLI::IsMember({"prev", "next"}).description(""))
+        ->check(mode_validator())
         ->needs(from);
     command->footer(
         "Examples:\n"

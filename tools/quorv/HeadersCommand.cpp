@@ -211,7 +211,7 @@ void HeaderLister::write_json(const Unit &unit, const UnitFacts &facts) {
 
 void add_headers_command(Session &session) {
     auto options = std::make_shared<HeadersOptions>();
-    CLI::App *command = session.app.add_subcommand("headers", "List the headers in MPEG-4 and H.264 video");
+    CLI::App *command = add_command(session, "headers", "List the headers in MPEG-4 and H.264 video");
     command
         ->add_option("FILE", options->file, "Raw video or a file with such tracks, or - for standard input")
         ->type_name("")

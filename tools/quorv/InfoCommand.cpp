@@ -116,7 +116,7 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
 
 void add_info_command(Session &session) {
     auto options = std::make_shared<InfoOptions>();
-    CLI::App *command = session.app.add_subcommand("info", "List the tracks of media files");
+    CLI::App *command = add_command(session, "info", "List the tracks of media files");
     command->add_option("FILE", options->files, "Files, or - for standard input")->type_name("")->required();
     command->add_flag("--json", options->json, "One JSON object a file, each on a line");
     command->footer(

@@ -25,7 +25,7 @@ uint32_t codec_of(uint32_t layer) {
     return uint32_t{'m'} << 24 | uint32_t{'p'} << 16 | (uint32_t{'0'} + layer) << 8 | ' ';
 }
 
-// Of an ID3v2 tag with its header; 0 when there is none.
+// The size of an ID3v2 tag with its header; 0 when there is none.
 uint64_t tag_bytes(std::span<const uint8_t> head) {
     if (head.size() < 10 || !std::equal(head.begin(), head.begin() + 3, "ID3")) return 0;
     uint64_t size = 0;

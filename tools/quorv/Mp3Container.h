@@ -6,8 +6,7 @@
 
 namespace quorv::tool {
 
-// Whether MPEG audio frames can be found in the first bytes of a file: three in a row, as the decoder asks
-// for.
+// Whether the first bytes of a file hold MPEG audio frames: three in a row, as the decoder demands them.
 bool has_mpeg_audio(std::span<const uint8_t> head);
 
 // Nothing says where a frame ends but the frames before it, so what is read as frames are pieces of the file

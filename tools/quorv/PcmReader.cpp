@@ -5,6 +5,8 @@
 #include <quorv/mp3_decoder.h>
 #include <quorv/platform/stream.h>
 
+#include <memory>
+
 #include "Failure.h"
 #include "Text.h"
 
@@ -14,8 +16,8 @@ namespace {
 
 constexpr size_t kOutputBytes = 0x10000;
 // How far the first frame is searched for, and with how much the search begins.
-constexpr size_t kMostFirstBytes = size_t{1} << 20;
-constexpr size_t kFewestFirstBytes = 4096;
+constexpr size_t kMaxFirstBytes = size_t{1} << 20;
+constexpr size_t kMinFirstBytes = 4096;
 // The library's channel modes.
 constexpr uint32_t kMono = 1, kStereo = 2;
 
@@ -57,9 +59,9 @@ PcmReader::~PcmReader() {
 // The frames themselves say it; what a container says of them may be wrong.
 PcmReader::StreamFormat PcmReader::find_stream_format() {
     QuMp3Info info = {};
-    size_t enough = kFewestFirstBytes;
+    size_t enough = kMinFirstBytes;
     Frame frame;
-    while (first_bytes_.size() < kMostFirstBytes && container_.read_frame(track_, frame)) {
+    while (first_bytes_.size() < kMaxFirstBytes && container_.read_frame(track_, frame)) {
         first_bytes_.insert(first_bytes_.end(), frame.data.begin(), frame.data.end());
         if (first_bytes_.size() < enough) continue;
         if (get_info(first_bytes_, info)) return {info.sample_rate, info.channels};

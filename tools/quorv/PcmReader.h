@@ -2,8 +2,6 @@
 #ifndef QUORV_TOOLS_QUORV_PCMREADER_H
 #define QUORV_TOOLS_QUORV_PCMREADER_H
 
-#include <memory>
-
 #include "Container.h"
 #include "Wav.h"
 

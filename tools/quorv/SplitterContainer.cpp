@@ -16,7 +16,7 @@ namespace quorv::tool {
 namespace {
 
 constexpr uint64_t kFirstCapacity = 0x40000;
-// A frame may carry a palette of that size which the file holds in a shorter form.
+// A frame may carry a palette of this size, which the file holds in a shorter form.
 constexpr uint64_t kPaletteBytes = 1024;
 
 const Splitter kAvi = {

@@ -2,8 +2,6 @@
 #ifndef QUORV_TOOLS_QUORV_SPLITTERCONTAINER_H
 #define QUORV_TOOLS_QUORV_SPLITTERCONTAINER_H
 
-#include <functional>
-
 #include "Container.h"
 
 namespace quorv::tool {

@@ -43,6 +43,7 @@ std::string fourcc_text(uint32_t fourcc) {
 }
 
 std::string printable(std::string_view name) {
+    if (name.empty()) return "''";
     std::string text(name);
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');

@@ -20,7 +20,7 @@ std::string size_text(uint64_t bytes);
 // Four characters; "" for 0; as "0x00FFFFFF" when one of them cannot be printed.
 std::string fourcc_text(uint32_t fourcc);
 
-// A file's name as it is safe to print: control characters become '?'.
+// A file's name as it is safe to print: control characters become '?', an empty one becomes ''.
 std::string printable(std::string_view name);
 
 // Escape sequences that emphasise text; empty when the output is no terminal, or the user wants none.

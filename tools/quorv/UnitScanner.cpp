@@ -5,6 +5,7 @@
 #include <quorv/video_header.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace quorv::tool {

@@ -2,7 +2,6 @@
 #ifndef QUORV_TOOLS_QUORV_UNITSCANNER_H
 #define QUORV_TOOLS_QUORV_UNITSCANNER_H
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>

@@ -6,36 +6,14 @@
 
 #include <csignal>
 #include <iostream>
-#include <new>
 #include <string_view>
 #include <vector>
 
 #include "Commands.h"
 #include "Text.h"
+#include "Usage.h"
 
 namespace quorv::tool {
-
-std::string input_name(const std::string &file) {
-    return file == "-" ? "standard input" : file;
-}
-
-ExitCode run_on_file(OutputStream &out, const std::string &file, const std::function<void()> &work) {
-    const auto report = [&](const char *reason, ExitCode code) {
-        out.flush();
-        complain(input_name(file), reason);
-        return code;
-    };
-    try {
-        work();
-        return ExitCode::Ok;
-    } catch (const WriteFailure &) {
-        throw;
-    } catch (const Failure &failure) {
-        return report(failure.what(), failure.code);
-    } catch (const std::bad_alloc &) {
-        return report("out of memory", ExitCode::Io);
-    }
-}
 
 namespace {
 
@@ -51,10 +29,6 @@ void hold_standard_streams() {
         if (fcntl(number, F_GETFD) == -1)
             static_cast<void>(::open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY));
     }
-}
-
-void complain_of_usage(const std::string &reason) {
-    std::cerr << "quorv: " << printable(reason) << " (try 'quorv --help')\n";
 }
 
 // As the parser wants them: last first, without the program's name. It would take a name in brackets for a
@@ -73,6 +47,8 @@ void describe(CLI::App &app) {
     app.description("Takes media files apart: lists tracks and frames, extracts and decodes streams.");
     app.set_version_flag("--version", version_text());
     app.require_subcommand(1);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("Positionals", "Arguments");
     app.footer(
         "Examples:\n"
         "  quorv info holiday.avi\n"
@@ -103,9 +79,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
         out.write(version_text() + "\n");
         return ExitCode::Ok;
     } catch (const CLI::ParseError &error) {
-        const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
-        complain_of_usage(unknown ? "there is no command or option '" + app.remaining().front() + "'"
-                                  : error.what());
+        std::cerr << "quorv: " << printable(explain_usage(app, error)) << "\n";
         return ExitCode::Usage;
     }
     return session.action();
@@ -126,7 +100,7 @@ int main(int argc, char **argv) {
         code = run(argc, argv, out);
         out.flush();
     } catch (const OutputClosed &) {
-        // Whoever reads has seen enough; what had failed before that was said.
+        // Whoever reads has seen enough. What failed before that has been reported.
     } catch (const WriteFailure &failure) {
         complain(failure.output, failure.what());
         code = failure.code;

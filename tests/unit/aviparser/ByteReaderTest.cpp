@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "aviparser/AviPacketRecord.h"
 #include "aviparser/AviUtils.h"
 #include "support/TestSource.h"
 
