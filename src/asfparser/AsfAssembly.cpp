@@ -11,7 +11,7 @@ namespace quorv {
 void AsfAssembly::start(const ASF_DataObjectEntry &entry, int32_t expected_pts) {
     started_ = true;
     object_number_ = entry.object_number;
-    pts_ = entry.has_time() ? entry.pts : expected_pts;
+    pts_ = entry.has_time() ? entry.pts : expected_pts != kAsfNoTime ? expected_pts : 0;
 }
 
 bool AsfAssembly::ends_before(const ASF_DataObjectEntry &entry) const {

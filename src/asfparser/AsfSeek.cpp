@@ -15,7 +15,7 @@ uint32_t find_key_frame(AsfContext *context, uint32_t time, AsfSeekDirection dir
     const int32_t base_before = parser.TimeBase();
     const AsfPosition position = parser.Position(context->header.video.stream_number);
     const uint32_t code = context->index_parser->FindKeyFrame(time, direction, start);
-    if (code != SPLITER_OK) parser.RestoreTimeBase(base_before);
+    if (code != SPLITER_OK) parser.MoveTimeBase(base_before);
     // The search has used the stream's entries.
     parser.SetPosition(context->header.video.stream_number, position);
     return code;

@@ -88,7 +88,7 @@ void CASFDataObjectParser::SetPosition(uint32_t stream, AsfPosition position) {
     StreamState &state = state_of(stream);
     state.position = position;
     state.parsed_packet = -1;
-    state.expected_pts = 0;
+    state.expected_pts = kAsfNoTime;
 }
 
 uint32_t CASFDataObjectParser::ParseOnePacket(uint32_t stream, int32_t index) {
@@ -131,6 +131,17 @@ int32_t CASFDataObjectParser::relative_time(uint32_t time) const {
     return static_cast<int32_t>(time - static_cast<uint32_t>(time_base_));
 }
 
+// What is kept of times counts from the base, that of the other stream, too.
+void CASFDataObjectParser::MoveTimeBase(int32_t time_base) {
+    const int32_t shift = time_base_ - time_base;
+    if (shift == 0) return;
+    for (StreamState *state : {&audio_, &video_}) {
+        state->entries.ShiftTimes(shift);
+        state->expected_pts = asf_shifted_time(state->expected_pts, shift);
+    }
+    time_base_ = time_base;
+}
+
 // The time base is the lowest time seen. All entries of a packet count from the base that holds behind it, so
 // that a packet gives the same times whenever it is parsed again.
 uint32_t CASFDataObjectParser::collect_entries(uint32_t stream, CASFDataObjectEntryBlockMgr *entries) {
@@ -145,8 +156,7 @@ uint32_t CASFDataObjectParser::collect_entries(uint32_t stream, CASFDataObjectEn
         if (payload.stream_number == stream && !add_entries(payload, entries)) return SPLITER_ERR_BAD_FORMAT;
     }
     if (code != SPLITER_OK) return code;
-    if (lowest != time_base_) entries->ShiftTimes(time_base_ - lowest);
-    time_base_ = lowest;
+    MoveTimeBase(lowest);
     return SPLITER_OK;
 }
 
@@ -210,7 +220,7 @@ uint32_t CASFDataObjectParser::GetObjectInterval(uint32_t stream, uint32_t *inte
             has_first = true;
         }
     }
-    if (code != SPLITER_OK) time_base_ = base_before;
+    if (code != SPLITER_OK) MoveTimeBase(base_before);
     state_of(stream).parsed_packet = -1;
     return code;
 }
@@ -222,7 +232,7 @@ uint32_t CASFDataObjectParser::SeekAudio(uint32_t *time) {
     uint32_t code = search.find(*time, AsfSeekDirection::Backward, &start);
     if (code == SPLITER_ERR_END_OF_STREAM) code = search.find(*time, AsfSeekDirection::Forward, &start);
     if (code != SPLITER_OK) {
-        time_base_ = base_before;
+        MoveTimeBase(base_before);
         state_of(layout_.audio_stream).parsed_packet = -1;
         return code;
     }

@@ -179,5 +179,28 @@ TEST(AsfFormat, LongFramesAndLongGaps) {
     }
 }
 
+// The base drops in the middle of a frame, by the other stream's payload or by reading that stream.
+TEST(AsfFormat, FramesStayWholeWhereTheTimeBaseDrops) {
+    for (const uint32_t interval : {0u, 40u}) {
+        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+            AsfStream video = asf_video(1), audio = asf_audio(2);
+            video.frame_interval = audio.frame_interval = interval;
+            AsfBuilder builder({video, audio}, {}, AsfIndex::None);
+            builder.frame(0, 520, 60).frame(1, 510, 20).frame(0, 540, 300).frame(1, 300, 30);
+            builder.frame(0, 580, 300).frame(1, 200, 30).frame(0, 620, 40);
+            const Bytes bytes = patched(builder.build(), kPreroll, le64(3500));
+            OpenedAsf asf(bytes, kind);
+            for (const auto &[track, i] :
+                 {std::pair{2u, 0u}, {3u, 0u}, {3u, 1u}, {2u, 1u}, {2u, 2u}, {2u, 3u}})
+                EXPECT_EQ(asf.file.read(track).data, builder.truth(track - 2)[i].data) << track << ' ' << i;
+            OpenedAsf other(bytes, kind);
+            for (size_t i = 0; i < 4; ++i)
+                EXPECT_EQ(other.file.read(2).data, builder.truth(0)[i].data) << i;
+            EXPECT_EQ(other.file.read(2).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+            EXPECT_EQ(other.file.read(3).info.time_stamp, 310u);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
