@@ -202,5 +202,17 @@ TEST(AsfFormat, FramesStayWholeWhereTheTimeBaseDrops) {
     }
 }
 
+// Also where the header has both intervals, so that nothing needs to be measured.
+TEST(AsfFormat, TheFirstPacketIsInTheTimeBase) {
+    AsfStream video = asf_video(1), audio = asf_audio(2);
+    video.frame_interval = audio.frame_interval = 40;
+    AsfBuilder builder({video, audio}, {.multiple = false}, AsfIndex::None);
+    const Bytes bytes = patched(builder.frame(1, 300, 20).frame(0, 500, 20).build(), kPreroll, le64(3400));
+    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+        OpenedAsf asf(bytes, kind);
+        EXPECT_EQ(asf.file.read(2).info.time_stamp, 200u);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
