@@ -123,7 +123,11 @@ uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirecti
         const uint32_t code = search.find_from(static_cast<int32_t>(packet), time, direction, start, &found);
         if (code != SPLITER_OK || found) return code;
     }
-    return search.find(time, direction, start);
+    const uint32_t code = search.find(time, direction, start);
+    // In front of the first key frame, that one is meant.
+    return code == SPLITER_ERR_END_OF_STREAM && direction == AsfSeekDirection::Backward
+               ? search.find(time, AsfSeekDirection::Forward, start)
+               : code;
 }
 
 }  // namespace quorv
