@@ -178,8 +178,9 @@ QUORV_API uint32_t ASF_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, con
  * @retval SPLITER_ERR_END_OF_STREAM     no further frame, or the track's duration is reached; stays so until
  *                                       the track is sought
  * @retval SPLITER_ERR_BAD_FORMAT        a packet is damaged; the next call goes on behind it
- * @retval SPLITER_ERR_DATA_PENDING      progressive: the bytes have not arrived, or a Seek that returned this
- *                                       code has not been repeated yet
+ * @retval SPLITER_ERR_DATA_PENDING      progressive: the bytes have not arrived, or the latest Seek on either
+ *                                       track returned this code; any other result of a Seek ends that, and
+ *                                       so does ASF_SPLITER_Reset
  * @retval SPLITER_ERR_INVALID_PARAM     a null argument, or a number that is no track's
  * @retval SPLITER_ERR_NO_PARSER         the handle was not opened
  * @return otherwise the callback's code; the read position is unchanged
@@ -207,7 +208,8 @@ QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  * @retval SPLITER_ERR_END_OF_STREAM  the time is at or behind the end, the index ends before it, or there is
  *                                    no key frame; a video track of a local source then stands at its end.
  *                                    Or there is no next key frame; then nothing has moved
- * @retval SPLITER_ERR_DATA_PENDING   progressive: repeat the call later; until then ReadFrame gives this code
+ * @retval SPLITER_ERR_DATA_PENDING   progressive: repeat the call later; until a Seek has another result,
+ *                                    ReadFrame gives this code
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a number that is no track's
  * @retval SPLITER_ERR_NO_PARSER      the handle was not opened
  * @return otherwise the callback's code

@@ -83,9 +83,7 @@ uint32_t dispatch(AsfContext *context, uint32_t track, uint32_t *time, bool forw
 uint32_t asf_seek(AsfContext *context, uint32_t track, uint32_t *time, bool forward) {
     if (context->header.duration == 0) return SPLITER_ERR_UNSUPPORTED;
     if (context->waiting && *time == kNextKeyFrame) return SPLITER_ERR_UNSUPPORTED;
-    const uint32_t code = dispatch(context, track, time, forward);
-    context->waiting = !context->base->IsLocal() && code == SPLITER_ERR_DATA_PENDING;
-    return code;
+    return dispatch(context, track, time, forward);
 }
 
 uint32_t asf_next_key_frame_time(AsfContext *context, uint32_t *time) {

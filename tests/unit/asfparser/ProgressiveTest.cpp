@@ -112,5 +112,32 @@ TEST_P(AsfProgressive, HttpParamSaysWhetherTheIndexIsThere) {
         expect_frames(file, sample.builder, track);
 }
 
+// Every result of a seek but the one that began it, and a rewind.
+TEST(AsfWaiting, EndsWithAnyOtherResult) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
+    for (uint32_t i = 0; i < 12; ++i)
+        builder.frame(0, i * 40, 120, i % 4 == 0).frame(1, i * 40, 25);
+    OpenedAsf asf(builder.build(), SPLITER_SOURCE_PROGRESSIVE);
+    SplitterFile &file = asf.file;
+    const struct {
+        uint32_t track, time, code;
+    } seeks[] = {{2, UINT32_MAX, SPLITER_ERR_UNSUPPORTED},
+                 {9, 5, SPLITER_ERR_INVALID_PARAM},
+                 {2, 5000, SPLITER_ERR_END_OF_STREAM},
+                 {3, 0, 0}};
+    for (size_t i = 0; i <= std::size(seeks); ++i) {
+        asf.source.faults.arrived = builder.data_start() + 600;
+        ASSERT_EQ(file.seek(2, 400, 0), kNotArrived);
+        ASSERT_EQ(file.read(3).code, kNotArrived);
+        if (i == std::size(seeks)) {
+            ASSERT_EQ(file.reset(), 0u);
+        } else {
+            ASSERT_EQ(file.seek(seeks[i].track, seeks[i].time, 0), seeks[i].code);
+        }
+        asf.source.faults.arrived = UINT64_MAX;
+        EXPECT_EQ(file.read(3).code, 0u) << i;
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
