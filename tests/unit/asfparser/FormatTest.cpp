@@ -214,5 +214,21 @@ TEST(AsfFormat, TheFirstPacketIsInTheTimeBase) {
     }
 }
 
+// Later fragments that come without replicated data do not take away what the first one has said.
+TEST(AsfFormat, TheObjectSizeNeedsToBeSaidOnce) {
+    AsfLayout layout = {.packet_size = 100, .multiple = false};
+    layout.replicated_once = true;
+    AsfBuilder builder({asf_video(1)}, layout, AsfIndex::None);
+    Bytes bytes = builder.frame(0, 0, 100000).frame(0, 40, 500).build();
+    bytes.resize(bytes.size() - 150);
+    OpenedAsf asf(bytes);
+    Bytes buffer(100);
+    SplitterFrameInfo info;
+    EXPECT_EQ(kAsfSplitter.read_frame(asf.file.handle(), 2, buffer.data(), 100, &info), kSmall);
+    EXPECT_EQ(info.size, 100000u);
+    EXPECT_EQ(asf.file.read(2).data, builder.truth(0)[0].data);
+    EXPECT_EQ(asf.file.read(2).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+}
+
 }  // namespace
 }  // namespace quorv::test
