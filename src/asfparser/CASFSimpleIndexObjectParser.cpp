@@ -44,7 +44,10 @@ uint32_t CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t d
 // Leaves the reader behind the object's header. *size does not exceed what the stream holds.
 uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t position,
                                                   uint64_t *size) const {
-    const uint64_t end = base_->GetStreamSize(reader);
+    uint32_t size_code = SPLITER_OK;
+    const uint64_t end = base_->GetStreamSize(reader, &size_code);
+    // Where the stream ends may become known later.
+    if (size_code == SPLITER_ERR_DATA_PENDING) return size_code;
     for (uint32_t i = 0; i < kMostObjects; ++i) {
         if (position > end || end - position < kIndexHeader) break;
         uint32_t code = reader->move_to(static_cast<int64_t>(position));

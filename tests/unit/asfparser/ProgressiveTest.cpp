@@ -139,5 +139,18 @@ TEST(AsfWaiting, EndsWithAnyOtherResult) {
     }
 }
 
+TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
+    AsfSample sample = std::move(asf_sample_files()[0]);
+    OpenedAsf asf(sample.bytes, SPLITER_SOURCE_PROGRESSIVE, {.code = kNotArrived, .size = SizeAnswer::Fails});
+    const uint32_t load = 1;
+    for (const uint32_t code : {kNotArrived, uint32_t{SPLITER_OK}}) {
+        EXPECT_EQ(asf.file.is_seekable(2), 0u);
+        EXPECT_EQ(kAsfSplitter.set_config(asf.file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load),
+                  code);
+        asf.source.faults.size = SizeAnswer::Known;
+    }
+    EXPECT_EQ(asf.file.is_seekable(2), 1u);
+}
+
 }  // namespace
 }  // namespace quorv::test
