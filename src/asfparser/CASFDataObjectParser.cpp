@@ -204,6 +204,11 @@ uint32_t CASFDataObjectParser::GetObjectInterval(uint32_t stream, uint32_t *inte
     uint32_t code = SPLITER_OK;
     for (int32_t packet = 0; packet < packets && *interval == 0; ++packet) {
         code = ParseOnePacket(stream, packet);
+        if (code == SPLITER_ERR_BAD_FORMAT) {
+            // Objects may be lost with it, so what comes behind it is not measured from what came before.
+            code = SPLITER_OK;
+            has_first = false;
+        }
         if (code != SPLITER_OK) break;
         ASF_DataObjectEntry entry;
         for (int32_t i = 0; state_of(stream).entries.GetEntry(&entry, &i) == SPLITER_OK; ++i) {

@@ -230,5 +230,14 @@ TEST(AsfFormat, TheObjectSizeNeedsToBeSaidOnce) {
     EXPECT_EQ(asf.file.read(2).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
 }
 
+TEST(AsfFormat, ADamagedPacketDoesNotHideTheFrameRate) {
+    AsfBuilder builder = small_file();
+    const Bytes good = builder.build();
+    for (const size_t packet : {0u, 1u}) {
+        OpenedAsf asf(patched(good, builder.data_start() + packet * 200 + 4, {0xFF}));
+        EXPECT_EQ(asf.file.video_info(2).frame_rate, 25u);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
