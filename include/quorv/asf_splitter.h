@@ -129,6 +129,7 @@ QUORV_API uint32_t ASF_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t trac
  * @retval SPLITER_ERR_END_OF_STREAM     next key frame: there is none
  * @retval SPLITER_ERR_UNSUPPORTED       next key frame, type-specific data: the track is not video; any other
  *                                       identifier
+ * @retval SPLITER_ERR_NO_PARSER         next key frame: the handle was not opened
  * @return otherwise the code of a callback
  */
 QUORV_API uint32_t ASF_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size);
@@ -211,7 +212,7 @@ QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  * @retval SPLITER_ERR_DATA_PENDING   progressive: repeat the call later; until a Seek has another result,
  *                                    ReadFrame gives this code
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a number that is no track's
- * @retval SPLITER_ERR_NO_PARSER      the handle was not opened
+ * @retval SPLITER_ERR_NO_PARSER      the handle was not opened; time 0 needs no more than the header
  * @return otherwise the callback's code
  */
 QUORV_API uint32_t ASF_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode);

@@ -24,7 +24,6 @@ uint32_t find_key_frame(AsfContext *context, uint32_t time, AsfSeekDirection dir
 // The first key frame behind the read position.
 uint32_t find_next_key_frame(AsfContext *context, AsfObjectStart *start) {
     const uint32_t position = context->video.position;
-    if (position >= context->header.duration) return SPLITER_ERR_END_OF_STREAM;
     const uint32_t code = find_key_frame(context, position + 1, AsfSeekDirection::Forward, start);
     if (code != SPLITER_OK) return code;
     return asf_reported_time(start->pts) > position ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
@@ -33,6 +32,7 @@ uint32_t find_next_key_frame(AsfContext *context, AsfObjectStart *start) {
 uint32_t seek_video(AsfContext *context, uint32_t *time, bool forward) {
     AsfObjectStart start = {};
     if (*time == kNextKeyFrame) {
+        if (context->video.position >= context->header.duration) return SPLITER_ERR_END_OF_STREAM;
         const uint32_t code = find_next_key_frame(context, &start);
         if (code != SPLITER_OK) return code;
     } else {

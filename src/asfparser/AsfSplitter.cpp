@@ -156,9 +156,13 @@ uint32_t codec_data(const AsfContext *context, void *value, uint32_t *size) {
 }
 
 uint32_t video_type_data(const AsfContext *context, void *value, uint32_t *size) {
+    // Here the track is checked before the rest of the record.
+    uint32_t track = 0;
+    if (*size < sizeof(track)) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    memcpy(&track, value, sizeof(track));
+    if (!context->is_video(track)) return SPLITER_ERR_UNSUPPORTED;
     auto *record = take_record<SplitterTrackData>(value, size);
     if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    if (!context->is_video(record->track)) return SPLITER_ERR_UNSUPPORTED;
     set_data(record, context->header.video.type_data, context->header.video.type_data_length);
     return SPLITER_OK;
 }

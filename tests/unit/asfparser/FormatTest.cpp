@@ -239,5 +239,25 @@ TEST(AsfFormat, ADamagedPacketDoesNotHideTheFrameRate) {
     }
 }
 
+TEST(AsfFormat, WhatWorksWithoutADurationOrBeforeOpening) {
+    OpenedAsf asf(patched(small_file().build(), kPlayDuration, le64(0)));
+    uint32_t time = 0, size = 4;
+    EXPECT_EQ(asf.file.next_key_time(2, &time), 0u);
+    EXPECT_EQ(time, 160u);
+    for (const auto &[track, code] : {std::pair{2u, kSmall}, {3u, kNothing}, {9u, kNothing}}) {
+        SplitterTrackData data = {track, nullptr, 0};
+        EXPECT_EQ(kAsfSplitter.get_config(asf.file.handle(), SPLITER_CFG_VIDEO_TYPE_DATA, &data, &size),
+                  code);
+    }
+    OpenedAsf other(small_file().build());
+    const SplitterStreamSource record = other.source.record();
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param;
+    ASSERT_EQ(ASF_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    SplitterFile unopened(kAsfSplitter, handle);
+    EXPECT_EQ(unopened.seek(2, 0, 0), 0u);
+    EXPECT_EQ(unopened.seek(2, 1, 0), uint32_t{SPLITER_ERR_NO_PARSER});
+}
+
 }  // namespace
 }  // namespace quorv::test
