@@ -65,9 +65,9 @@ QUORV_API uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, 
  * @retval SPLITER_OK                 the file is open
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument
  * @retval SPLITER_ERR_BAD_FORMAT     the file does not begin with a Header Object that a Data Object follows;
- *                                    an object of less than 24 bytes; packets of 0 bytes or more than 64 MB;
- *                                    a known video codec with less than 51 or more than 307 bytes of
- *                                    type-specific data
+ *                                    an object of less than 24 bytes; packets of less than 10 bytes or more
+ *                                    than 64 MB; a known video codec with less than 51 or more than 307 bytes
+ *                                    of type-specific data
  * @retval SPLITER_ERR_NO_MEMORY      an allocation failed
  * @return otherwise the code of a callback
  */

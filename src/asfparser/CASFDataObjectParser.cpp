@@ -11,8 +11,10 @@ namespace quorv {
 
 namespace {
 
+// Flags of 2 bytes, time and duration; a stream number; one byte of data.
+constexpr uint32_t kMinPacketSize = 2 + 4 + 2 + 1 + 1;
 // No writer makes packets of more than 64 KB.
-constexpr uint32_t kLargestPacket = uint32_t{64} << 20;
+constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
 // Of packets that are kept, beyond the first.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
@@ -29,7 +31,8 @@ CASFDataObjectParser::~CASFDataObjectParser() {
 }
 
 uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
-    if (layout.packet_size == 0 || layout.packet_size > kLargestPacket) return SPLITER_ERR_BAD_FORMAT;
+    if (layout.packet_size < kMinPacketSize || layout.packet_size > kMaxPacketSize)
+        return SPLITER_ERR_BAD_FORMAT;
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
     uint32_t code = base_->CreateReader(&audio_.reader, StreamAccess::ReadShared);

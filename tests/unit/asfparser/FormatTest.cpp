@@ -259,5 +259,11 @@ TEST(AsfFormat, WhatWorksWithoutADurationOrBeforeOpening) {
     EXPECT_EQ(unopened.seek(2, 1, 0), uint32_t{SPLITER_ERR_NO_PARSER});
 }
 
+TEST(AsfFormat, PacketsHaveRoomForAPayload) {
+    const Bytes good = small_file().build();
+    for (const auto &[size, code] : {std::pair{1u, kBad}, {9u, kBad}, {10u, 0u}})
+        EXPECT_EQ(OpenedAsf(patched(good, kPacketSize, le32(size))).file.open_code, code) << size;
+}
+
 }  // namespace
 }  // namespace quorv::test
