@@ -6,9 +6,6 @@ namespace quorv {
 
 namespace {
 
-// As a wanted time: the next key frame.
-constexpr uint32_t kNextKeyFrame = UINT32_MAX;
-
 uint32_t find_key_frame(AsfContext *context, uint32_t time, AsfSeekDirection direction,
                         AsfObjectStart *start) {
     CASFDataObjectParser &parser = *context->data_parser;
@@ -31,7 +28,7 @@ uint32_t find_next_key_frame(AsfContext *context, AsfObjectStart *start) {
 
 uint32_t seek_video(AsfContext *context, uint32_t *time, bool forward) {
     AsfObjectStart start = {};
-    if (*time == kNextKeyFrame) {
+    if (*time == SPLITER_TIME_NEXT_KEYFRAME) {
         if (context->video.position >= context->header.duration) return SPLITER_ERR_END_OF_STREAM;
         const uint32_t code = find_next_key_frame(context, &start);
         if (code != SPLITER_OK) return code;
@@ -55,7 +52,7 @@ uint32_t seek_video(AsfContext *context, uint32_t *time, bool forward) {
 
 uint32_t seek_audio(AsfContext *context, uint32_t *time) {
     AsfPlayback &audio = context->audio;
-    if (*time == kNextKeyFrame) {
+    if (*time == SPLITER_TIME_NEXT_KEYFRAME) {
         *time = audio.position;
         audio.position += context->audio_interval;
         return SPLITER_OK;
@@ -82,7 +79,7 @@ uint32_t dispatch(AsfContext *context, uint32_t track, uint32_t *time, bool forw
 
 uint32_t asf_seek(AsfContext *context, uint32_t track, uint32_t *time, bool forward) {
     if (context->header.duration == 0) return SPLITER_ERR_UNSUPPORTED;
-    if (context->waiting && *time == kNextKeyFrame) return SPLITER_ERR_UNSUPPORTED;
+    if (context->waiting && *time == SPLITER_TIME_NEXT_KEYFRAME) return SPLITER_ERR_UNSUPPORTED;
     return dispatch(context, track, time, forward);
 }
 

@@ -18,8 +18,6 @@ constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
 // Of packets that are kept, beyond the first.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
-// The code with which sources say that a read has met the end.
-constexpr uint32_t kSourceAtEnd = 0x1003;
 
 }  // namespace
 
@@ -123,7 +121,7 @@ uint32_t CASFDataObjectParser::read_packet(StreamState *state, int32_t index) {
     if (code != SPLITER_OK) return code;
     uint32_t delivered = 0;
     code = base_->ReadData(&state->reader, packet, layout_.packet_size, &delivered);
-    if (code == kSourceAtEnd) return SPLITER_ERR_END_OF_STREAM;
+    if (code == SPLITER_SOURCE_AT_END) return SPLITER_ERR_END_OF_STREAM;
     if (code != SPLITER_OK) return code;
     if (delivered < layout_.packet_size) return SPLITER_ERR_END_OF_STREAM;
     buffered_[slot] = index;
