@@ -265,5 +265,53 @@ TEST(AsfFormat, PacketsHaveRoomForAPayload) {
         EXPECT_EQ(OpenedAsf(patched(good, kPacketSize, le32(size))).file.open_code, code) << size;
 }
 
+// A download that is over too early.
+TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
+    Bytes bytes = small_file().build();
+    bytes.resize(bytes.size() - 300);
+    for (const auto &[end, code] : {std::pair{SPLITER_SOURCE_AT_END, uint32_t{SPLITER_ERR_END_OF_STREAM}},
+                                    {kSourceFailed, kSourceFailed}})
+        EXPECT_EQ(OpenedAsf(bytes, SPLITER_SOURCE_PROGRESSIVE, {.end_code = end}).file.read_all(2).end_code,
+                  code);
+}
+
+// Error correction data; records with names behind the fields, and more of them than are kept.
+TEST(AsfFormat, WhatFollowsTheFieldsOfHeaderObjectsIsPassedOver) {
+    const auto extended = [](uint32_t stream, uint32_t interval) {
+        return asf_object("14E6A5CB-C672-4332-8399-A96952065B5A",
+                          join({Bytes(48), le16(stream), le16(0), le64(interval * 10000), Bytes(34, 0xDD)}));
+    };
+    const Bytes records = join({extended(9, 70), extended(1, 50), extended(2, 7)});
+    const AsfStream audio = asf_audio(8);
+    AsfBuilder builder = small_file();
+    builder.header_extra =
+        join({asf_object("B7DC0791-A9B7-11CF-8EE6-00C00C205365",
+                         join({audio.type, Bytes(24), le32(static_cast<uint32_t>(audio.format.size())),
+                               le32(11), le16(8), le32(0), audio.format, Bytes(11, 0xEE)})),
+              asf_object("5FBF03B5-A92E-11CF-8EE3-00C00C205365",
+                         join({Bytes(18), le32(static_cast<uint32_t>(records.size())), records}))});
+    OpenedAsf asf(builder.build());
+    EXPECT_EQ(asf.file.video_info(2).frame_rate, 20u);
+    uint32_t reached = 0;
+    asf.file.seek(3, UINT32_MAX, 0);
+    EXPECT_EQ(asf.file.seek(3, UINT32_MAX, 0, &reached), 0u);
+    EXPECT_EQ(reached, 40u);  // measured
+    for (const SplitterTrackEntry &track : asf.file.tracks())
+        expect_frames(asf.file, builder, track);
+}
+
+TEST(AsfFormat, APacketGivesItsFirstHundredFramesOfAStream) {
+    AsfStream audio = asf_audio(2);
+    audio.compressed = true;
+    AsfBuilder builder({asf_video(1), audio}, {.packet_size = 2000}, AsfIndex::None);
+    for (uint32_t i = 0; i < 150; ++i)
+        builder.frame(1, i * 10, 2);
+    const FrameRun run = OpenedAsf(builder.build()).file.read_all(3);
+    ASSERT_EQ(run.frames.size(), 100u);
+    EXPECT_EQ(run.end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    for (size_t i = 0; i < 100; ++i)
+        EXPECT_EQ(run.frames[i].data, builder.truth(1)[i].data);
+}
+
 }  // namespace
 }  // namespace quorv::test
