@@ -53,7 +53,7 @@ uint32_t TestSource::read(int64_t &at, void *buffer, uint32_t *count) {
     if (wrong) take = 0;
     if (*count > 0 && left == 0 && !faults.end_is_success) {
         *count = 0;
-        return faults.end_code;
+        return kSourceAtEnd;
     }
     if (position >= faults.arrived || faults.arrived - position < take) {
         *count = 0;

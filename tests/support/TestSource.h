@@ -28,8 +28,7 @@ struct Faults {
     uint32_t code = kSourceFailed;
     uint32_t longest_read = UINT32_MAX;  // a read delivers at most this many bytes, as a success
     SizeAnswer size = SizeAnswer::Known;
-    bool end_is_success = false;  // a read at the end gives 0 bytes and success, not end_code
-    uint32_t end_code = kSourceAtEnd;
+    bool end_is_success = false;       // a read at the end gives 0 bytes and success, not kSourceAtEnd
     uint64_t arrived = UINT64_MAX;     // bytes that have arrived; reading further gives kNotArrived
     uint64_t call_limit = UINT64_MAX;  // more callbacks than this are a hang: the process aborts
 };

@@ -112,45 +112,5 @@ TEST_P(AsfProgressive, HttpParamSaysWhetherTheIndexIsThere) {
         expect_frames(file, sample.builder, track);
 }
 
-// Every result of a seek but the one that began it, and a rewind.
-TEST(AsfWaiting, EndsWithAnyOtherResult) {
-    AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
-    for (uint32_t i = 0; i < 12; ++i)
-        builder.frame(0, i * 40, 120, i % 4 == 0).frame(1, i * 40, 25);
-    OpenedAsf asf(builder.build(), SPLITER_SOURCE_PROGRESSIVE);
-    SplitterFile &file = asf.file;
-    const struct {
-        uint32_t track, time, code;
-    } seeks[] = {{2, UINT32_MAX, SPLITER_ERR_UNSUPPORTED},
-                 {9, 5, SPLITER_ERR_INVALID_PARAM},
-                 {2, 5000, SPLITER_ERR_END_OF_STREAM},
-                 {3, 0, 0}};
-    for (size_t i = 0; i <= std::size(seeks); ++i) {
-        asf.source.faults.arrived = builder.data_start() + 600;
-        ASSERT_EQ(file.seek(2, 400, 0), kNotArrived);
-        ASSERT_EQ(file.read(3).code, kNotArrived);
-        if (i == std::size(seeks)) {
-            ASSERT_EQ(file.reset(), 0u);
-        } else {
-            ASSERT_EQ(file.seek(seeks[i].track, seeks[i].time, 0), seeks[i].code);
-        }
-        asf.source.faults.arrived = UINT64_MAX;
-        EXPECT_EQ(file.read(3).code, 0u) << i;
-    }
-}
-
-TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
-    AsfSample sample = std::move(asf_sample_files()[0]);
-    OpenedAsf asf(sample.bytes, SPLITER_SOURCE_PROGRESSIVE, {.code = kNotArrived, .size = SizeAnswer::Fails});
-    const uint32_t load = 1;
-    for (const uint32_t code : {kNotArrived, uint32_t{SPLITER_OK}}) {
-        EXPECT_EQ(asf.file.is_seekable(2), 0u);
-        EXPECT_EQ(kAsfSplitter.set_config(asf.file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load),
-                  code);
-        asf.source.faults.size = SizeAnswer::Known;
-    }
-    EXPECT_EQ(asf.file.is_seekable(2), 1u);
-}
-
 }  // namespace
 }  // namespace quorv::test

@@ -204,7 +204,7 @@ TEST(AsfSeekEnds, FilesWithALateKeyFrameOrNone) {
                 AsfBuilder builder({asf_video(1)}, {}, index);
                 for (uint32_t i = 0; i < 10; ++i)
                     builder.frame(0, i * 40, 60, i >= first_key);
-                OpenedAsf asf(builder.build(), kind);
+                OpenedBytesOf<kAsfSplitter> asf(builder.build(), kind);
                 EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_BACKWARD), first_key == 5 ? 0u : kEnd);
                 // After a failure a file's track is at its end, that of a download where it was.
                 const Frame frame = asf.file.read(kVideo);
