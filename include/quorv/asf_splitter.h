@@ -65,9 +65,9 @@ QUORV_API uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, 
  * @retval SPLITER_OK                 the file is open
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument
  * @retval SPLITER_ERR_BAD_FORMAT     the file does not begin with a Header Object that a Data Object follows;
- *                                    an object of less than 24 bytes; packets of 0 bytes or more than 64 MB;
- *                                    a known video codec with less than 51 or more than 307 bytes of
- *                                    type-specific data
+ *                                    an object of less than 24 bytes; packets of less than 10 bytes or more
+ *                                    than 64 MB; a known video codec with less than 51 or more than 307 bytes
+ *                                    of type-specific data
  * @retval SPLITER_ERR_NO_MEMORY      an allocation failed
  * @return otherwise the code of a callback
  */
@@ -129,6 +129,7 @@ QUORV_API uint32_t ASF_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t trac
  * @retval SPLITER_ERR_END_OF_STREAM     next key frame: there is none
  * @retval SPLITER_ERR_UNSUPPORTED       next key frame, type-specific data: the track is not video; any other
  *                                       identifier
+ * @retval SPLITER_ERR_NO_PARSER         next key frame: the handle was not opened
  * @return otherwise the code of a callback
  */
 QUORV_API uint32_t ASF_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size);
@@ -178,8 +179,9 @@ QUORV_API uint32_t ASF_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, con
  * @retval SPLITER_ERR_END_OF_STREAM     no further frame, or the track's duration is reached; stays so until
  *                                       the track is sought
  * @retval SPLITER_ERR_BAD_FORMAT        a packet is damaged; the next call goes on behind it
- * @retval SPLITER_ERR_DATA_PENDING      progressive: the bytes have not arrived, or a Seek that returned this
- *                                       code has not been repeated yet
+ * @retval SPLITER_ERR_DATA_PENDING      progressive: the bytes have not arrived, or the latest Seek on either
+ *                                       track returned this code; any other result of a Seek ends that, and
+ *                                       so does ASF_SPLITER_Reset
  * @retval SPLITER_ERR_INVALID_PARAM     a null argument, or a number that is no track's
  * @retval SPLITER_ERR_NO_PARSER         the handle was not opened
  * @return otherwise the callback's code; the read position is unchanged
@@ -198,18 +200,19 @@ QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  *                        SPLITER_TIME_NEXT_KEYFRAME is the next key frame of a video track; of an audio
  *                        track it reports the position and counts it on by one frame without moving
  * @param[in]     mode    video: SPLITER_SEEK_FORWARD for the first key frame at or after the time (or the
- *                        last one of all), every other value for the last one at or before it; audio goes to
- *                        the last frame at or before the time either way
+ *                        last one of all), every other value for the last one at or before it (or the first
+ *                        one of all); audio goes to the last frame at or before the time either way
  *
  * @retval SPLITER_OK                 the track has been moved
  * @retval SPLITER_ERR_UNSUPPORTED    the file does not say how long it is; or the next key frame was wanted
  *                                    after a Seek that returned SPLITER_ERR_DATA_PENDING
  * @retval SPLITER_ERR_END_OF_STREAM  the time is at or behind the end, the index ends before it, or there is
- *                                    no such key frame; a video track of a local source then stands at its
- *                                    end
- * @retval SPLITER_ERR_DATA_PENDING   progressive: repeat the call later; until then ReadFrame gives this code
+ *                                    no key frame; a video track of a local source then stands at its end.
+ *                                    Or there is no next key frame; then nothing has moved
+ * @retval SPLITER_ERR_DATA_PENDING   progressive: repeat the call later; until a Seek has another result,
+ *                                    ReadFrame gives this code
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a number that is no track's
- * @retval SPLITER_ERR_NO_PARSER      the handle was not opened
+ * @retval SPLITER_ERR_NO_PARSER      the handle was not opened; time 0 needs no more than the header
  * @return otherwise the callback's code
  */
 QUORV_API uint32_t ASF_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode);

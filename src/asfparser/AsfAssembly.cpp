@@ -11,7 +11,7 @@ namespace quorv {
 void AsfAssembly::start(const ASF_DataObjectEntry &entry, int32_t expected_pts) {
     started_ = true;
     object_number_ = entry.object_number;
-    pts_ = entry.has_time() ? entry.pts : expected_pts;
+    pts_ = entry.has_time() ? entry.pts : expected_pts != kAsfNoTime ? expected_pts : 0;
 }
 
 bool AsfAssembly::ends_before(const ASF_DataObjectEntry &entry) const {
@@ -29,7 +29,8 @@ uint8_t *AsfAssembly::make_room(const ASF_DataObjectEntry &entry) {
     const auto length = static_cast<uint32_t>(entry.data_length);
     // Both are below 2^31.
     if (offset + length > capacity_) {
-        needed_size_ = std::max(offset + length, static_cast<uint32_t>(std::max(entry.object_size, 0)));
+        const int32_t stated = std::max({entry.object_size, object_size_, 0});
+        needed_size_ = std::max(offset + length, static_cast<uint32_t>(stated));
         return nullptr;
     }
     if (offset > written_end_) memset(buffer_ + written_end_, 0, offset - written_end_);
@@ -40,7 +41,8 @@ void AsfAssembly::add(const ASF_DataObjectEntry &entry) {
     const auto end = static_cast<uint32_t>(entry.offset_into_object + entry.data_length);
     bytes_ += static_cast<uint32_t>(entry.data_length);
     written_end_ = std::max(written_end_, end);
-    object_size_ = entry.object_size;
+    // Later fragments need not repeat it.
+    if (entry.object_size >= 0) object_size_ = entry.object_size;
     key_frame_ = entry.key_frame != 0;
 }
 

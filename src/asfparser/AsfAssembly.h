@@ -11,9 +11,11 @@ class AsfAssembly {
 public:
     AsfAssembly(uint8_t *buffer, uint32_t capacity) : buffer_(buffer), capacity_(capacity) {}
 
-    // The first fragment; one without a time gets the expected one.
+    // The first fragment; one without a time gets the expected one, or 0.
     void start(const ASF_DataObjectEntry &entry, int32_t expected_pts);
     bool is_started() const { return started_; }
+    // The time base has dropped since.
+    void shift_time(int32_t milliseconds) { pts_ = asf_shifted_time(pts_, milliseconds); }
     // Whether the entry belongs to the next frame.
     bool ends_before(const ASF_DataObjectEntry &entry) const;
     // Whether all of the object has come, as far as the file says how much that is.

@@ -71,7 +71,7 @@ struct _tagASFSpliter {
     bool header_parsed;
     bool opened;   // all readers are open
     bool primed;   // the first packets have been looked at
-    bool waiting;  // a seek has met data that has not arrived yet
+    bool waiting;  // the latest seek has met data that has not arrived yet
     AsfHeader header;
     uint32_t audio_interval, video_interval;  // milliseconds from frame to frame, 0 when they are not known
     AsfPlayback audio, video;

@@ -30,7 +30,7 @@ uint32_t CASFDataObjectParser::LoadObject(uint32_t stream, uint8_t *buffer, uint
     const uint32_t code = assemble(stream, &state, &assembly, object);
     if (code != SPLITER_OK) {
         // The next call must find everything as this one did.
-        time_base_ = base_before;
+        MoveTimeBase(base_before);
         state.parsed_packet = -1;
         if (code == SPLITER_ERR_BUFFER_TOO_SMALL) object->size = assembly.needed_size();
         return code;
@@ -69,7 +69,9 @@ uint32_t CASFDataObjectParser::assemble(uint32_t stream, StreamState *state, Asf
         // Only packets behind a complete frame count: the frame itself may take more of them.
         scanned = assembly->is_complete() ? scanned + 1 : 0;
         if (scanned > kMaxScannedPackets) break;
+        const int32_t base_before = time_base_;
         code = ParseOnePacket(stream, at.packet);
+        assembly->shift_time(base_before - time_base_);
     }
     object->duration = kUnknownDuration;
     return end_of_scan(state, *assembly, at, code);

@@ -17,9 +17,10 @@ uint32_t interval_in_header(const AsfHeader &header, uint32_t stream_number) {
     return 0;
 }
 
+// Looks at the first packet in any case: the first times must not count from a base that soon drops.
 uint32_t find_interval(AsfContext *context, uint32_t stream_number, uint32_t *interval) {
     *interval = interval_in_header(context->header, stream_number);
-    return *interval != 0 ? uint32_t{SPLITER_OK}
+    return *interval != 0 ? context->data_parser->ParseOnePacket(stream_number, 0)
                           : context->data_parser->GetObjectInterval(stream_number, interval);
 }
 
@@ -42,11 +43,15 @@ uint32_t asf_prime(AsfContext *context) {
     if (context->primed) return SPLITER_OK;
     if (!context->opened) return SPLITER_ERR_NO_PARSER;
     const AsfHeader &header = context->header;
+    const int32_t base_before = context->data_parser->TimeBase();
     uint32_t video = 0, audio = 0, code = SPLITER_OK;
     if (header.video.present) code = find_interval(context, header.video.stream_number, &video);
     if (code != SPLITER_ERR_DATA_PENDING && header.audio.present)
         code = find_interval(context, header.audio.stream_number, &audio);
-    if (code == SPLITER_ERR_DATA_PENDING) return code;
+    if (code == SPLITER_ERR_DATA_PENDING) {
+        context->data_parser->MoveTimeBase(base_before);
+        return code;
+    }
     context->primed = true;
     if (!context->base->IsLocal()) return SPLITER_OK;
     context->video_interval = video;

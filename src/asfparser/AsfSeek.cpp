@@ -12,7 +12,7 @@ uint32_t find_key_frame(AsfContext *context, uint32_t time, AsfSeekDirection dir
     const int32_t base_before = parser.TimeBase();
     const AsfPosition position = parser.Position(context->header.video.stream_number);
     const uint32_t code = context->index_parser->FindKeyFrame(time, direction, start);
-    if (code != SPLITER_OK) parser.RestoreTimeBase(base_before);
+    if (code != SPLITER_OK) parser.MoveTimeBase(base_before);
     // The search has used the stream's entries.
     parser.SetPosition(context->header.video.stream_number, position);
     return code;
@@ -21,7 +21,6 @@ uint32_t find_key_frame(AsfContext *context, uint32_t time, AsfSeekDirection dir
 // The first key frame behind the read position.
 uint32_t find_next_key_frame(AsfContext *context, AsfObjectStart *start) {
     const uint32_t position = context->video.position;
-    if (position >= context->header.duration) return SPLITER_ERR_END_OF_STREAM;
     const uint32_t code = find_key_frame(context, position + 1, AsfSeekDirection::Forward, start);
     if (code != SPLITER_OK) return code;
     return asf_reported_time(start->pts) > position ? SPLITER_OK : SPLITER_ERR_END_OF_STREAM;
@@ -29,7 +28,8 @@ uint32_t find_next_key_frame(AsfContext *context, AsfObjectStart *start) {
 
 uint32_t seek_video(AsfContext *context, uint32_t *time, bool forward) {
     AsfObjectStart start = {};
-    if (*time == kNextKeyFrame) {
+    if (*time == SPLITER_TIME_NEXT_KEYFRAME) {
+        if (context->video.position >= context->header.duration) return SPLITER_ERR_END_OF_STREAM;
         const uint32_t code = find_next_key_frame(context, &start);
         if (code != SPLITER_OK) return code;
     } else {
@@ -52,7 +52,7 @@ uint32_t seek_video(AsfContext *context, uint32_t *time, bool forward) {
 
 uint32_t seek_audio(AsfContext *context, uint32_t *time) {
     AsfPlayback &audio = context->audio;
-    if (*time == kNextKeyFrame) {
+    if (*time == SPLITER_TIME_NEXT_KEYFRAME) {
         *time = audio.position;
         audio.position += context->audio_interval;
         return SPLITER_OK;
@@ -79,10 +79,8 @@ uint32_t dispatch(AsfContext *context, uint32_t track, uint32_t *time, bool forw
 
 uint32_t asf_seek(AsfContext *context, uint32_t track, uint32_t *time, bool forward) {
     if (context->header.duration == 0) return SPLITER_ERR_UNSUPPORTED;
-    if (context->waiting && *time == kNextKeyFrame) return SPLITER_ERR_UNSUPPORTED;
-    const uint32_t code = dispatch(context, track, time, forward);
-    context->waiting = !context->base->IsLocal() && code == SPLITER_ERR_DATA_PENDING;
-    return code;
+    if (context->waiting && *time == SPLITER_TIME_NEXT_KEYFRAME) return SPLITER_ERR_UNSUPPORTED;
+    return dispatch(context, track, time, forward);
 }
 
 uint32_t asf_next_key_frame_time(AsfContext *context, uint32_t *time) {

@@ -156,9 +156,13 @@ uint32_t codec_data(const AsfContext *context, void *value, uint32_t *size) {
 }
 
 uint32_t video_type_data(const AsfContext *context, void *value, uint32_t *size) {
+    // Here the track is checked before the rest of the record.
+    uint32_t track = 0;
+    if (*size < sizeof(track)) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    memcpy(&track, value, sizeof(track));
+    if (!context->is_video(track)) return SPLITER_ERR_UNSUPPORTED;
     auto *record = take_record<SplitterTrackData>(value, size);
     if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    if (!context->is_video(record->track)) return SPLITER_ERR_UNSUPPORTED;
     set_data(record, context->header.video.type_data, context->header.video.type_data_length);
     return SPLITER_OK;
 }
@@ -273,8 +277,12 @@ uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
 uint32_t ASF_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode) {
     if (handle == nullptr || time == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AsfContext *context = context_of(handle);
-    if (!context->is_video(track) && !context->is_audio(track)) return SPLITER_ERR_INVALID_PARAM;
-    return asf_seek(context, track, time, mode == SPLITER_SEEK_FORWARD);
+    uint32_t code = SPLITER_ERR_INVALID_PARAM;
+    if (context->is_video(track) || context->is_audio(track))
+        code = asf_seek(context, track, time, mode == SPLITER_SEEK_FORWARD);
+    // Every other result ends the waiting, too, those for refused arguments among them.
+    context->waiting = !context->base->IsLocal() && code == SPLITER_ERR_DATA_PENDING;
+    return code;
 }
 
 uint32_t ASF_SPLITER_Reset(SplitterHandle handle) {

@@ -28,10 +28,11 @@ uint32_t CASFBase::DestroyReader(StreamSource *reader) const {
     return reader->close();
 }
 
-uint64_t CASFBase::GetStreamSize(StreamSource *reader) const {
+uint64_t CASFBase::GetStreamSize(StreamSource *reader, uint32_t *code) const {
     int64_t length = 0;
-    if (reader->size(&length) != 0 || length < 0) return 0;
-    return static_cast<uint64_t>(length);
+    const uint32_t result = reader->size(&length);
+    if (code != nullptr) *code = result;
+    return result == 0 && length > 0 ? static_cast<uint64_t>(length) : 0;
 }
 
 int64_t CASFBase::MStreamTell_RO(StreamSource *reader) const {

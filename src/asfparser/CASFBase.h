@@ -31,8 +31,8 @@ public:
     uint32_t CreateReader(StreamSource *reader, StreamAccess access) const;
     uint32_t DestroyReader(StreamSource *reader) const;
 
-    // 0 when it is not known.
-    uint64_t GetStreamSize(StreamSource *reader) const;
+    // 0 when it is not known; *code gets the reason, for callers that can wait.
+    uint64_t GetStreamSize(StreamSource *reader, uint32_t *code = nullptr) const;
     int64_t MStreamTell_RO(StreamSource *reader) const;
     uint32_t MStreamSeek_RO(StreamSource *reader, SeekOrigin origin, int64_t offset) const;
     uint32_t SkipNBytes(StreamSource *reader, int32_t count) const;

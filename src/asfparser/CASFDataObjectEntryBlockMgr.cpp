@@ -20,13 +20,8 @@ uint32_t CASFDataObjectEntryBlockMgr::GetEntry(ASF_DataObjectEntry *entry, int32
 }
 
 void CASFDataObjectEntryBlockMgr::ShiftTimes(int32_t milliseconds) {
-    for (int32_t i = 0; i < count_; ++i) {
-        ASF_DataObjectEntry &entry = entries_[i];
-        if (!entry.has_time()) continue;
-        // Times are counted modulo 2^32, as the file does.
-        entry.pts =
-            static_cast<int32_t>(static_cast<uint32_t>(entry.pts) + static_cast<uint32_t>(milliseconds));
-    }
+    for (int32_t i = 0; i < count_; ++i)
+        entries_[i].pts = asf_shifted_time(entries_[i].pts, milliseconds);
 }
 
 }  // namespace quorv

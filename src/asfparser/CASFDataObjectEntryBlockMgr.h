@@ -29,6 +29,14 @@ inline bool ASF_DataObjectEntry::has_time() const {
     return pts != kAsfNoTime;
 }
 
+// A time, where there is one, from a base that lies so much lower. Times are counted modulo 2^32, as the file
+// does.
+constexpr int32_t asf_shifted_time(int32_t pts, int32_t milliseconds) {
+    return pts == kAsfNoTime
+               ? pts
+               : static_cast<int32_t>(static_cast<uint32_t>(pts) + static_cast<uint32_t>(milliseconds));
+}
+
 // Room for as many entries as a packet can reasonably have payloads; a full block drops further ones.
 class CASFDataObjectEntryBlockMgr {
 public:

@@ -10,13 +10,13 @@ namespace quorv {
 
 namespace {
 
+// Flags of 2 bytes, time and duration; a stream number; one byte of data.
+constexpr uint32_t kMinPacketSize = 2 + 4 + 2 + 1 + 1;
 // Far beyond the packets of writers, which have up to 64 KB.
 constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
 // Packets are kept up to this size in all; one is kept whatever its size.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
-// The code with which sources say that a read has met the end.
-constexpr uint32_t kSourceAtEnd = 0x1003;
 
 }  // namespace
 
@@ -28,7 +28,8 @@ CASFDataObjectParser::~CASFDataObjectParser() {
 }
 
 uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
-    if (layout.packet_size == 0 || layout.packet_size > kMaxPacketSize) return SPLITER_ERR_BAD_FORMAT;
+    if (layout.packet_size < kMinPacketSize || layout.packet_size > kMaxPacketSize)
+        return SPLITER_ERR_BAD_FORMAT;
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
     uint32_t code = base_->CreateReader(&audio_.reader, StreamAccess::ReadShared);
@@ -87,7 +88,7 @@ void CASFDataObjectParser::SetPosition(uint32_t stream, AsfPosition position) {
     StreamState &state = state_of(stream);
     state.position = position;
     state.parsed_packet = -1;
-    state.expected_pts = 0;
+    state.expected_pts = kAsfNoTime;
 }
 
 uint32_t CASFDataObjectParser::ParseOnePacket(uint32_t stream, int32_t index) {
@@ -119,7 +120,7 @@ uint32_t CASFDataObjectParser::read_packet(StreamState *state, int32_t index) {
     if (code != SPLITER_OK) return code;
     uint32_t delivered = 0;
     code = base_->ReadData(&state->reader, packet, layout_.packet_size, &delivered);
-    if (code == kSourceAtEnd) return SPLITER_ERR_END_OF_STREAM;
+    if (code == SPLITER_SOURCE_AT_END) return SPLITER_ERR_END_OF_STREAM;
     if (code != SPLITER_OK) return code;
     if (delivered < layout_.packet_size) return SPLITER_ERR_END_OF_STREAM;
     buffered_[slot] = index;
@@ -128,6 +129,17 @@ uint32_t CASFDataObjectParser::read_packet(StreamState *state, int32_t index) {
 
 int32_t CASFDataObjectParser::relative_time(uint32_t time) const {
     return static_cast<int32_t>(time - static_cast<uint32_t>(time_base_));
+}
+
+// What is kept of times counts from the base, that of the other stream, too.
+void CASFDataObjectParser::MoveTimeBase(int32_t time_base) {
+    const int32_t shift = time_base_ - time_base;
+    if (shift == 0) return;
+    for (StreamState *state : {&audio_, &video_}) {
+        state->entries.ShiftTimes(shift);
+        state->expected_pts = asf_shifted_time(state->expected_pts, shift);
+    }
+    time_base_ = time_base;
 }
 
 // The time base is the lowest time seen. All entries of a packet count from the base that holds behind it, so
@@ -144,8 +156,7 @@ uint32_t CASFDataObjectParser::collect_entries(uint32_t stream, CASFDataObjectEn
         if (payload.stream_number == stream && !add_entries(payload, entries)) return SPLITER_ERR_BAD_FORMAT;
     }
     if (code != SPLITER_OK) return code;
-    if (lowest != time_base_) entries->ShiftTimes(time_base_ - lowest);
-    time_base_ = lowest;
+    MoveTimeBase(lowest);
     return SPLITER_OK;
 }
 
@@ -193,6 +204,11 @@ uint32_t CASFDataObjectParser::GetObjectInterval(uint32_t stream, uint32_t *inte
     uint32_t code = SPLITER_OK;
     for (int32_t packet = 0; packet < packets && *interval == 0; ++packet) {
         code = ParseOnePacket(stream, packet);
+        if (code == SPLITER_ERR_BAD_FORMAT) {
+            // Objects may be lost with it, so what comes behind it is not measured from what came before.
+            code = SPLITER_OK;
+            has_first = false;
+        }
         if (code != SPLITER_OK) break;
         ASF_DataObjectEntry entry;
         for (int32_t i = 0; state_of(stream).entries.GetEntry(&entry, &i) == SPLITER_OK; ++i) {
@@ -209,7 +225,7 @@ uint32_t CASFDataObjectParser::GetObjectInterval(uint32_t stream, uint32_t *inte
             has_first = true;
         }
     }
-    if (code != SPLITER_OK) time_base_ = base_before;
+    if (code != SPLITER_OK) MoveTimeBase(base_before);
     state_of(stream).parsed_packet = -1;
     return code;
 }
@@ -221,7 +237,7 @@ uint32_t CASFDataObjectParser::SeekAudio(uint32_t *time) {
     uint32_t code = search.find({*time, AsfSeekDirection::Backward}, &start);
     if (code == SPLITER_ERR_END_OF_STREAM) code = search.find({*time, AsfSeekDirection::Forward}, &start);
     if (code != SPLITER_OK) {
-        time_base_ = base_before;
+        MoveTimeBase(base_before);
         state_of(layout_.audio_stream).parsed_packet = -1;
         return code;
     }

@@ -74,8 +74,8 @@ public:
     uint32_t GetObjectInterval(uint32_t stream, uint32_t *interval);
 
     int32_t TimeBase() const { return time_base_; }
-    // Takes back what a failed call has found.
-    void RestoreTimeBase(int32_t time_base) { time_base_ = time_base; }
+    // To a lower one, or back when the call that has found that fails.
+    void MoveTimeBase(int32_t time_base);
 
     void Reset();
     void ResetAudio() { SetPosition(layout_.audio_stream, {0, 0}); }
@@ -85,7 +85,7 @@ private:
     struct StreamState {
         AsfPosition position = {0, 0};
         int32_t parsed_packet = -1;  // the one that the entries are of
-        int32_t expected_pts = 0;
+        int32_t expected_pts = kAsfNoTime;
         StreamSource reader = {};
         CASFDataObjectEntryBlockMgr entries;
     };

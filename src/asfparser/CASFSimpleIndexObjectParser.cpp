@@ -43,7 +43,10 @@ uint32_t CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t d
 // Leaves the reader behind the object's header. *size does not exceed what the stream holds.
 uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t position,
                                                   uint64_t *size) const {
-    const uint64_t end = base_->GetStreamSize(reader);
+    uint32_t size_code = SPLITER_OK;
+    const uint64_t end = base_->GetStreamSize(reader, &size_code);
+    // Where the stream ends may become known later.
+    if (size_code == SPLITER_ERR_DATA_PENDING) return size_code;
     for (uint32_t i = 0; i < kMaxObjects; ++i) {
         if (position > end || end - position < kIndexHeader) break;
         uint32_t code = reader->move_to(static_cast<int64_t>(position));
@@ -123,7 +126,11 @@ uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirecti
             search.find_from(static_cast<int32_t>(packet), {time, direction}, start, &found);
         if (code != SPLITER_OK || found) return code;
     }
-    return search.find({time, direction}, start);
+    const uint32_t code = search.find({time, direction}, start);
+    // In front of the first key frame, that one is meant.
+    return code == SPLITER_ERR_END_OF_STREAM && direction == AsfSeekDirection::Backward
+               ? search.find({time, AsfSeekDirection::Forward}, start)
+               : code;
 }
 
 }  // namespace quorv

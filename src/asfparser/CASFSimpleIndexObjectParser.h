@@ -25,8 +25,8 @@ public:
     // The different packets that the index leads to; 1000 without a usable index, 0 before that is known.
     uint32_t KeyFrameCount() const { return key_frame_count_; }
 
-    // The video key frame for a time. SPLITER_ERR_END_OF_STREAM when there is none, or when the index ends
-    // before the time.
+    // The video key frame for a time; backward, in front of the first one, that. SPLITER_ERR_END_OF_STREAM
+    // when there is none, or when the index ends before the time.
     uint32_t FindKeyFrame(uint32_t time, AsfSeekDirection direction, AsfObjectStart *start) const;
 
 private:

@@ -7,8 +7,8 @@
 
 namespace quorv {
 
-enum class SeekOrigin : uint16_t { Start = 0, Current = 2 };
-enum class StreamAccess : uint32_t { Read = 1, ReadShared = 2 };
+enum class SeekOrigin : uint16_t { Start = SPLITER_ORIGIN_START, Current = SPLITER_ORIGIN_CURRENT };
+enum class StreamAccess : uint32_t { Read = SPLITER_ACCESS_READ, ReadShared = SPLITER_ACCESS_READER };
 
 // All functions return 0 or the callback's code. Their outputs are always defined, whatever the callback
 // left in them.

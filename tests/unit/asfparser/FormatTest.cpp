@@ -179,5 +179,199 @@ TEST(AsfFormat, LongFramesAndLongGaps) {
     }
 }
 
+// The base drops in the middle of a frame, by the other stream's payload or by reading that stream.
+TEST(AsfFormat, FramesStayWholeWhereTheTimeBaseDrops) {
+    for (const uint32_t interval : {0u, 40u}) {
+        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+            AsfStream video = asf_video(1), audio = asf_audio(2);
+            video.frame_interval = audio.frame_interval = interval;
+            AsfBuilder builder({video, audio}, {}, AsfIndex::None);
+            builder.frame(0, 520, 60).frame(1, 510, 20).frame(0, 540, 300).frame(1, 300, 30);
+            builder.frame(0, 580, 300).frame(1, 200, 30).frame(0, 620, 40);
+            const Bytes bytes = patched(builder.build(), kPreroll, le64(3500));
+            OpenedBytesOf<kAsfSplitter> asf(bytes, kind);
+            for (const auto &[track, i] :
+                 {std::pair{2u, 0u}, {3u, 0u}, {3u, 1u}, {2u, 1u}, {2u, 2u}, {2u, 3u}})
+                EXPECT_EQ(asf.file.read(track).data, builder.truth(track - 2)[i].data) << track << ' ' << i;
+            OpenedBytesOf<kAsfSplitter> other(bytes, kind);
+            for (size_t i = 0; i < 4; ++i)
+                EXPECT_EQ(other.file.read(2).data, builder.truth(0)[i].data) << i;
+            EXPECT_EQ(other.file.read(2).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+            EXPECT_EQ(other.file.read(3).info.time_stamp, 310u);
+        }
+    }
+}
+
+// Also where the header has both intervals, so that nothing needs to be measured.
+TEST(AsfFormat, TheFirstPacketIsInTheTimeBase) {
+    AsfStream video = asf_video(1), audio = asf_audio(2);
+    video.frame_interval = audio.frame_interval = 40;
+    AsfBuilder builder({video, audio}, {.multiple = false}, AsfIndex::None);
+    const Bytes bytes = patched(builder.frame(1, 300, 20).frame(0, 500, 20).build(), kPreroll, le64(3400));
+    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+        OpenedBytesOf<kAsfSplitter> asf(bytes, kind);
+        EXPECT_EQ(asf.file.read(2).info.time_stamp, 200u);
+    }
+}
+
+// Later fragments that come without replicated data do not take away what the first one has said.
+TEST(AsfFormat, TheObjectSizeNeedsToBeSaidOnce) {
+    AsfLayout layout = {.packet_size = 100, .multiple = false};
+    layout.replicated_once = true;
+    AsfBuilder builder({asf_video(1)}, layout, AsfIndex::None);
+    Bytes bytes = builder.frame(0, 0, 100000).frame(0, 40, 500).build();
+    bytes.resize(bytes.size() - 150);
+    OpenedBytesOf<kAsfSplitter> asf(bytes);
+    Bytes buffer(100);
+    SplitterFrameInfo info;
+    EXPECT_EQ(kAsfSplitter.read_frame(asf.file.handle(), 2, buffer.data(), 100, &info), kSmall);
+    EXPECT_EQ(info.size, 100000u);
+    EXPECT_EQ(asf.file.read(2).data, builder.truth(0)[0].data);
+    EXPECT_EQ(asf.file.read(2).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+}
+
+TEST(AsfFormat, ADamagedPacketDoesNotHideTheFrameRate) {
+    AsfBuilder builder = small_file();
+    const Bytes good = builder.build();
+    for (const size_t packet : {0u, 1u}) {
+        OpenedBytesOf<kAsfSplitter> asf(patched(good, builder.data_start() + packet * 200 + 4, {0xFF}));
+        EXPECT_EQ(asf.file.video_info(2).frame_rate, 25u);
+    }
+}
+
+TEST(AsfFormat, WhatWorksWithoutADurationOrBeforeOpening) {
+    OpenedBytesOf<kAsfSplitter> asf(patched(small_file().build(), kPlayDuration, le64(0)));
+    uint32_t time = 0, size = 4;
+    EXPECT_EQ(asf.file.next_key_time(2, &time), 0u);
+    EXPECT_EQ(time, 160u);
+    for (const auto &[track, code] : {std::pair{2u, kSmall}, {3u, kNothing}, {9u, kNothing}}) {
+        SplitterTrackData data = {track, nullptr, 0};
+        EXPECT_EQ(kAsfSplitter.get_config(asf.file.handle(), SPLITER_CFG_VIDEO_TYPE_DATA, &data, &size),
+                  code);
+    }
+    OpenedBytesOf<kAsfSplitter> other(small_file().build());
+    const SplitterStreamSource record = other.source.record();
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param;
+    ASSERT_EQ(ASF_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    SplitterFile unopened(kAsfSplitter, handle);
+    EXPECT_EQ(unopened.seek(2, 0, 0), 0u);
+    EXPECT_EQ(unopened.seek(2, 1, 0), uint32_t{SPLITER_ERR_NO_PARSER});
+}
+
+TEST(AsfFormat, PacketsHaveRoomForAPayload) {
+    const Bytes good = small_file().build();
+    for (const auto &[size, code] : {std::pair{1u, kBad}, {9u, kBad}, {10u, 0u}})
+        EXPECT_EQ(OpenedBytesOf<kAsfSplitter>(patched(good, kPacketSize, le32(size))).file.open_code, code)
+            << size;
+}
+
+// A download that is over too early.
+TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
+    Bytes bytes = small_file().build();
+    bytes.resize(bytes.size() - 300);
+    const MemoryStore store(bytes);
+    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+    SplitterStreamSource record = source.record();
+    EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, kSourceAtEnd);
+    static const auto read = record.read;
+    record.read = [](void *user, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
+        const uint32_t code = read(user, stream, buffer, count);
+        return code == kSourceAtEnd ? SPLITER_SOURCE_AT_END : code;
+    };
+    EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+}
+
+// Error correction data; records with names behind the fields, and more of them than are kept.
+TEST(AsfFormat, WhatFollowsTheFieldsOfHeaderObjectsIsPassedOver) {
+    const auto object = [](uint32_t first_group, const Bytes &rest_of_guid, const Bytes &body) {
+        return join({le32(first_group), rest_of_guid, le64(24 + body.size()), body});
+    };
+    const auto extended = [&](uint32_t stream, uint32_t interval) {
+        return object(0x14E6A5CB, Bytes(12),
+                      join({Bytes(48), le16(stream), le16(0), le64(interval * 10000), Bytes(34, 0xDD)}));
+    };
+    const Bytes records = join({extended(9, 70), extended(1, 50), extended(2, 7)});
+    const AsfStream audio = asf_audio(8);
+    const Bytes extra =
+        join({object(0xB7DC0791, {0xB7, 0xA9, 0xCF, 0x11, 0x8E, 0xE6, 0, 0xC0, 0x0C, 0x20, 0x53, 0x65},
+                     join({audio.type, Bytes(24), le32(static_cast<uint32_t>(audio.format.size())), le32(11),
+                           le16(8), le32(0), audio.format, Bytes(11, 0xEE)})),
+              object(0x5FBF03B5, Bytes(12),
+                     join({Bytes(18), le32(static_cast<uint32_t>(records.size())), records}))});
+    AsfBuilder builder = small_file();
+    const Bytes good = builder.build();
+    const auto end = good.begin() + static_cast<std::ptrdiff_t>(builder.data_start()) - 50;
+    const Bytes bytes = join({Bytes(good.begin(), end), extra, Bytes(end, good.end())});
+    const uint64_t size = builder.data_start() - 50 + extra.size();
+    OpenedBytesOf<kAsfSplitter> asf(patched(bytes, kHeaderSize, le64(size)));
+    EXPECT_EQ(asf.file.video_info(2).frame_rate, 20u);
+    uint32_t reached = 0;
+    asf.file.seek(3, UINT32_MAX, 0);
+    EXPECT_EQ(asf.file.seek(3, UINT32_MAX, 0, &reached), 0u);
+    EXPECT_EQ(reached, 40u);  // measured
+    EXPECT_EQ(asf.file.read_all(2).frames.size(), 12u);
+}
+
+TEST(AsfFormat, APacketGivesItsFirstHundredFramesOfAStream) {
+    AsfStream audio = asf_audio(2);
+    audio.compressed = true;
+    AsfBuilder builder({asf_video(1), audio}, {.packet_size = 2000}, AsfIndex::None);
+    for (uint32_t i = 0; i < 150; ++i)
+        builder.frame(1, i * 10, 2);
+    const FrameRun run = OpenedBytesOf<kAsfSplitter>(builder.build()).file.read_all(3);
+    ASSERT_EQ(run.frames.size(), 100u);
+    EXPECT_EQ(run.end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    for (size_t i = 0; i < 100; ++i)
+        EXPECT_EQ(run.frames[i].data, builder.truth(1)[i].data);
+}
+
+// Every result of a seek but the one that began it, and a rewind.
+TEST(AsfWaiting, EndsWithAnyOtherResult) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
+    for (uint32_t i = 0; i < 12; ++i)
+        builder.frame(0, i * 40, 120, i % 4 == 0).frame(1, i * 40, 25);
+    OpenedBytesOf<kAsfSplitter> asf(builder.build(), SPLITER_SOURCE_PROGRESSIVE);
+    SplitterFile &file = asf.file;
+    const struct {
+        uint32_t track, time, code;
+    } seeks[] = {{2, UINT32_MAX, SPLITER_ERR_UNSUPPORTED},
+                 {9, 5, SPLITER_ERR_INVALID_PARAM},
+                 {2, 5000, SPLITER_ERR_END_OF_STREAM},
+                 {3, 0, 0}};
+    for (size_t i = 0; i <= std::size(seeks); ++i) {
+        asf.source.faults.arrived = builder.data_start() + 600;
+        ASSERT_EQ(file.seek(2, 400, 0), kNotArrived);
+        ASSERT_EQ(file.read(3).code, kNotArrived);
+        if (i == std::size(seeks)) {
+            ASSERT_EQ(file.reset(), 0u);
+        } else {
+            ASSERT_EQ(file.seek(seeks[i].track, seeks[i].time, 0), seeks[i].code);
+        }
+        asf.source.faults.arrived = UINT64_MAX;
+        EXPECT_EQ(file.read(3).code, 0u) << i;
+    }
+}
+
+TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
+    const AsfSample sample = std::move(asf_sample_files()[0]);
+    const MemoryStore store(sample.bytes);
+    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+    SplitterStreamSource record = source.record();
+    static int64_t size = -1;
+    record.size = [](void *, SplitterStream, int64_t *length) {
+        *length = size;
+        return size < 0 ? kNotArrived : uint32_t{SPLITER_OK};
+    };
+    SplitterFile file(kAsfSplitter, record);
+    const uint32_t load = 1;
+    for (const uint32_t code : {kNotArrived, uint32_t{SPLITER_OK}}) {
+        EXPECT_EQ(file.is_seekable(2), 0u);
+        EXPECT_EQ(kAsfSplitter.set_config(file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load), code);
+        size = static_cast<int64_t>(sample.bytes.size());
+    }
+    EXPECT_EQ(file.is_seekable(2), 1u);
+}
+
 }  // namespace
 }  // namespace quorv::test

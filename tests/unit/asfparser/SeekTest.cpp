@@ -88,7 +88,7 @@ TEST_P(AsfSeek, WalksFromKeyFrameToKeyFrame) {
     EXPECT_EQ(asf.file.read(kVideo).info.time_stamp, 117u * 40);
 }
 
-TEST(AsfSeekEnds, TimesBehindTheEndAndThoseWithoutKeyFrames) {
+TEST(AsfSeekEnds, TimesBehindTheEndAndBeforeTheFirstKeyFrame) {
     AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
     for (uint32_t i = 0; i < 10; ++i)
         builder.frame(0, i * 40, 30, i > 4).frame(1, i * 40 + 7, 20);
@@ -96,9 +96,8 @@ TEST(AsfSeekEnds, TimesBehindTheEndAndThoseWithoutKeyFrames) {
     for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
         OpenedAsf asf(bytes, kind);
         uint32_t reached = 0;
-        EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_BACKWARD), kEnd);
-        // A file's track is at its end then, that of a download where it was.
-        EXPECT_EQ(asf.file.read(kVideo).code, kind == SPLITER_SOURCE_LOCAL ? kEnd : 0u);
+        EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_BACKWARD, &reached), 0u);
+        EXPECT_EQ(reached, 200u);
         EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_FORWARD, &reached), 0u);
         EXPECT_EQ(reached, 200u);
         EXPECT_EQ(asf.file.seek(kAudio, 3, 0, &reached), 0u);
@@ -194,6 +193,24 @@ TEST(AsfSeekCost, AMillionPacketsWithoutIndex) {
             EXPECT_EQ(reached, (key + (next ? 300 : 0)) * 40);
             const uint64_t scan = packet - key + 1 + (next ? 301 : 0);
             EXPECT_LE(source.reads, scan + 64) << time;
+        }
+    }
+}
+
+TEST(AsfSeekEnds, FilesWithALateKeyFrameOrNone) {
+    for (const AsfIndex index : {AsfIndex::None, AsfIndex::Right, AsfIndex::Late}) {
+        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+            for (const uint32_t first_key : {5u, 10u}) {
+                AsfBuilder builder({asf_video(1)}, {}, index);
+                for (uint32_t i = 0; i < 10; ++i)
+                    builder.frame(0, i * 40, 60, i >= first_key);
+                OpenedBytesOf<kAsfSplitter> asf(builder.build(), kind);
+                EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_BACKWARD), first_key == 5 ? 0u : kEnd);
+                // After a failure a file's track is at its end, that of a download where it was.
+                const Frame frame = asf.file.read(kVideo);
+                EXPECT_EQ(frame.code, first_key == 10 && kind == SPLITER_SOURCE_LOCAL ? kEnd : 0u);
+                EXPECT_EQ(frame.info.time_stamp, first_key == 5 ? 200u : 0u);
+            }
         }
     }
 }
