@@ -73,7 +73,8 @@ bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *
 bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
     // Indexes may name the same chunks over and over; a file cannot make more entries of it than it has
     // chunks.
-    if (entries_left_-- == 0) return false;
+    if (entries_left_ == 0) return false;
+    --entries_left_;
     AviStreamState &state = *track->state;
     const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
     const uint32_t length = size & ~kNotKeyFrame;

@@ -129,5 +129,28 @@ TEST(AviOpenDml, LegacyIndexIsIgnoredBesideIt) {
     expect_frames(avi.file, avi.builder, 0);
 }
 
+// Several tracks that share one index chunk have no more entries than the file can have chunks.
+TEST(AviOpenDml, TracksThatShareAnIndexChunk) {
+    constexpr uint32_t kEntries = 4000;
+    AviBuilder builder(std::vector<AviStream>(3, video_stream(tag("MJPG"))), IndexKind::None);
+    builder.frame(0, size_t{40});
+    Bytes index = join({le16(2), Bytes{0, 1}, le32(kEntries), text("00dc"), le64(0), le32(0)});
+    for (uint32_t i = 0; i < kEntries; ++i)
+        index = join({index, le32(100 + i), le32(10)});
+    builder.after = chunk(tag("ix00"), index);
+    uint64_t position = 0;
+    for (int pass = 0; pass < 2; ++pass) {
+        for (AviStream &stream : builder.streams)
+            stream.after_format =
+                chunk(tag("indx"), join({le16(4), Bytes{0, 0}, le32(1), Bytes(16), le64(position), Bytes(8)}));
+        position = builder.build().size() - builder.after.size();
+    }
+    OpenedAvi avi(builder);
+    uint32_t seekable = 0;
+    for (uint32_t track = 1; track <= 3; ++track)
+        seekable += avi.file.is_seekable(track);
+    EXPECT_EQ(seekable, 1u);
+}
+
 }  // namespace
 }  // namespace quorv::test
