@@ -90,6 +90,7 @@ struct AviTrack {
     int64_t opendml_position;  // of the data of the track's "indx" chunk
     uint32_t opendml_size;     // 0 when there is none
     bool has_opendml_index;
+    bool has_dropped_frames;  // its index counts frames that have no chunk
 };
 
 inline constexpr int32_t kAviNoChunk = -1;

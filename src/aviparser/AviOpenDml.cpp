@@ -78,6 +78,12 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     AviStreamState &state = *track->state;
     const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
     const uint32_t length = size & ~kNotKeyFrame;
+    // A frame that was dropped may have an entry without a chunk: only its time passes.
+    if (offset == 0 && length == 0) {
+        state.index_timestamp += avi_piece_duration(state, 0);
+        track->has_dropped_frames = true;
+        return true;
+    }
     // Entries point to the data; positions in the index are those of the chunks' headers.
     int64_t position = 0;
     if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kAviChunkHeaderBytes, &position) ||
@@ -162,6 +168,7 @@ uint32_t avi_read_opendml_indexes(AviContext *context) {
         if (track->opendml_size != 0 && !reader.read_track(track)) {
             avi_clear_index(&track->index);
             track->state->index_timestamp = 0;
+            track->has_dropped_frames = false;
         }
         track->has_opendml_index = track->index.count > 0;
         all = all && track->has_opendml_index;

@@ -141,8 +141,8 @@ TEST(AviOpenDml, TracksThatShareAnIndexChunk) {
     uint64_t position = 0;
     for (int pass = 0; pass < 2; ++pass) {
         for (AviStream &stream : builder.streams)
-            stream.after_format =
-                chunk(tag("indx"), join({le16(4), Bytes{0, 0}, le32(1), Bytes(16), le64(position), Bytes(8)}));
+            stream.after_format = chunk(
+                tag("indx"), join({le16(4), Bytes{0, 0}, le32(1), Bytes(16), le64(position), Bytes(8)}));
         position = builder.build().size() - builder.after.size();
     }
     OpenedAvi avi(builder);
@@ -150,6 +150,29 @@ TEST(AviOpenDml, TracksThatShareAnIndexChunk) {
     for (uint32_t track = 1; track <= 3; ++track)
         seekable += avi.file.is_seekable(track);
     EXPECT_EQ(seekable, 1u);
+}
+
+// An entry of zeros is a frame that was dropped: it has no chunk, but its time passes.
+TEST(AviOpenDml, DroppedFrames) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{10}).frame(0, size_t{12}).frame(0, size_t{14});
+    const Bytes entries = join({le32(12), le32(10), Bytes(8), le32(30), le32(12), Bytes(4), le32(0x80000000),
+                                le32(50), le32(0x8000000E)});
+    for (int pass = 0; pass < 2; ++pass) {
+        const Bytes head = join({le16(2), Bytes{0, 1}, le32(5), text("00dc"), le64(builder.media_start())});
+        builder.streams[0].after_format = chunk(tag("indx"), join({head, Bytes(4), entries}));
+        builder.build();
+    }
+    OpenedAvi avi(builder);
+    const FrameRun run = avi.file.read_all(1);
+    ASSERT_EQ(run.frames.size(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(run.frames[i].data, avi.builder.truth(0)[i].data);
+        EXPECT_EQ(run.frames[i].info.time_stamp, 80 * i);
+        EXPECT_EQ(run.frames[i].info.key_frame, i < 2 ? 1u : 0u);
+    }
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    EXPECT_EQ(avi.file.read(1), run.frames[1]);
 }
 
 }  // namespace
