@@ -242,7 +242,7 @@ uint32_t HeaderWalk::parse_stream_fields(AviTrack *track, uint32_t type, AviChun
     }
 }
 
-uint32_t finish_track(AviContext *context, AviTrack *track) {
+uint32_t finish_track(AviContext *context, AviTrack *track, uint32_t *reads_left) {
     const uint32_t suggested = track->state->suggested_buffer_size;
     track->chunk_state = kAviNoChunk;
     track->read_position = context->media_start;
@@ -257,7 +257,7 @@ uint32_t finish_track(AviContext *context, AviTrack *track) {
     SplitterVideoInfo &video = track->video;
     video.duration = saturate_to_u32(track->duration);
     video.max_frame_size = suggested != 0 ? suggested : picture_bytes(video.width, video.height);
-    return avi_read_specdat(context, track);
+    return avi_read_specdat(context, track, reads_left);
 }
 
 uint32_t finish_header(AviContext *context, uint32_t walk_code) {
@@ -270,8 +270,9 @@ uint32_t finish_header(AviContext *context, uint32_t walk_code) {
         return walk_code;
     }
     context->non_interleaved = false;
+    uint32_t reads_left = kAviSpecDataReads;
     for (uint32_t i = 0; i < context->track_count; ++i) {
-        const uint32_t code = finish_track(context, context->tracks[i]);
+        const uint32_t code = finish_track(context, context->tracks[i], &reads_left);
         if (code != SPLITER_OK) return code;
     }
     return SPLITER_OK;

@@ -97,13 +97,13 @@ uint32_t avi_piece_size(const AviStreamState &state) {
     return static_cast<uint32_t>(std::min({limit, uint64_t{state.bytes_left}, uint64_t{kMaxPiece}}));
 }
 
-uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth,
-                        int64_t *empty_duration) {
+uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, int64_t *empty_duration,
+                        uint32_t *reads_left) {
     *empty_duration = 0;
     if (avi_in_chunk(*track)) return SPLITER_OK;
     if (is_exhausted(*context, *track)) return SPLITER_ERR_END_OF_STREAM;
     AviStreamState &state = *track->state;
-    AviChunkSearch search(context, track, search_start(*context, *track, empty_duration));
+    AviChunkSearch search(context, track, search_start(*context, *track, empty_duration), reads_left);
     AviChunk chunk = {};
     for (;;) {
         const uint32_t code = search.next(&chunk);

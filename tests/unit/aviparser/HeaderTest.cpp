@@ -311,5 +311,19 @@ TEST(AviHeader, HuffmanTablesOfMotionJpeg) {
     }
 }
 
+// Tracks whose first frame lies behind thousands of chunks: opening the file does not read them all.
+TEST(AviHeader, FirstFramesAreNotSoughtForEver) {
+    for (const size_t tracks : {1u, 50u}) {
+        AviBuilder builder(std::vector<AviStream>(tracks, video_stream(tag("XVID"))), IndexKind::None);
+        Bytes empty;
+        for (int i = 0; i < 60000; ++i)
+            empty.insert(empty.end(), {'0', '0', 'd', 'c', 0, 0, 0, 0});
+        OpenedAvi avi(builder.raw(empty).frame(0, size_t{40}));
+        EXPECT_EQ(avi.file.open_code, 0u);
+        EXPECT_LT(avi.source.calls(), tracks == 1 ? 10000u : 50000u);
+        EXPECT_EQ(avi.file.read(1).info.time_stamp, 60000u * 40);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
