@@ -16,6 +16,7 @@
 #include "aviparser/AviSpecData.h"
 #include "aviparser/AviStreamFormat.h"
 #include "aviparser/AviUtils.h"
+#include "aviparser/AviZeroRun.h"
 
 namespace quorv {
 
@@ -77,7 +78,6 @@ uint32_t HeaderWalk::run() {
     const uint32_t opened = open_riff();
     if (opened != SPLITER_OK) return opened;
     int64_t position = 12;
-    AviZeroRun zero_run;
     while (position < context_.file_end) {
         uint32_t tag = 0, size = 0;
         if (source_.move_to(position) != 0 || avi_get_le32(&source_, &tag) != 0 ||
@@ -88,7 +88,10 @@ uint32_t HeaderWalk::run() {
         if (data_start < 0 || data_start > kMaxPosition) return SPLITER_ERR_IO;
         // A source that reports success and delivers nothing would be walked for ever.
         if (data_start <= position) return SPLITER_ERR_END_OF_STREAM;
-        if (zero_run.too_long(tag, size)) return SPLITER_ERR_END_OF_STREAM;
+        if (avi_is_zero_header(tag, size)) {
+            position = avi_skip_zeros(&context_, position, context_.file_end);
+            continue;
+        }
 
         int64_t next = data_start + avi_padded(size);
         bool found_media = false;

@@ -10,6 +10,7 @@
 #include "aviparser/AviMath.h"
 #include "aviparser/AviSegments.h"
 #include "aviparser/AviUtils.h"
+#include "aviparser/AviZeroRun.h"
 
 namespace quorv {
 
@@ -80,7 +81,6 @@ uint32_t start_index(AviContext *context) {
 uint32_t search_idx1(AviContext *context) {
     StreamSource &source = context->source;
     int64_t position = context->movi_end;
-    AviZeroRun zero_run;
     while (context->file_end - position >= kAviChunkHeaderBytes) {
         uint8_t header[kAviChunkHeaderBytes];
         uint32_t delivered = 0;
@@ -89,7 +89,11 @@ uint32_t search_idx1(AviContext *context) {
         const uint32_t tag = avi_le32(header), size = avi_le32(header + 4);
         // What the source's size promises and does not come has not arrived yet.
         if (delivered < sizeof(header) && context->source_size > 0) return SPLITER_OK;
-        if (delivered < sizeof(header) || zero_run.too_long(tag, size)) break;
+        if (delivered < sizeof(header)) break;
+        if (avi_is_zero_header(tag, size)) {
+            position = avi_skip_zeros(context, position, context->file_end);
+            continue;
+        }
         if (tag == avi_tag("idx1")) {
             context->idx1_position = position + kAviChunkHeaderBytes;
             context->idx1_declared_end = context->idx1_position + size;

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "aviparser/AviUtils.h"
+#include "aviparser/AviZeroRun.h"
 
 namespace quorv {
 
@@ -51,12 +52,15 @@ uint32_t read_segment_header(AviContext *context, int64_t position, ListHeader *
 uint32_t find_movi(AviContext *context, int64_t position, int64_t segment_end, int64_t *movi_end,
                    bool *found) {
     *found = false;
-    AviZeroRun zero_run;
     while (position < segment_end) {
         ListHeader chunk = {};
         bool whole = false;
         const uint32_t code = read_list_header(context, position, &chunk, &whole);
-        if (!whole || zero_run.too_long(chunk.tag, chunk.size)) return code;
+        if (!whole) return code;
+        if (avi_is_zero_header(chunk.tag, chunk.size)) {
+            position = avi_skip_zeros(context, position, std::min(segment_end, source_limit(*context)));
+            continue;
+        }
         position += 8 + avi_padded(chunk.size);
         if (chunk.tag == avi_tag("LIST") && chunk.type == avi_tag("movi")) {
             *movi_end = std::min(position, source_limit(*context));

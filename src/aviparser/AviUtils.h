@@ -84,19 +84,6 @@ constexpr uint64_t avi_le64(const uint8_t *bytes) {
     return avi_le32(bytes) | uint64_t{avi_le32(bytes + 4)} << 32;
 }
 
-// Watches a walk over chunks for zero bytes in their place. They are stepped over, but only so many: a
-// preallocated file may hold gigabytes of them.
-class AviZeroRun {
-public:
-    bool too_long(uint32_t tag, uint32_t size) {
-        bytes_ = tag == 0 && size == 0 ? bytes_ + 8 : 0;
-        return bytes_ > 0x20000;
-    }
-
-private:
-    uint32_t bytes_ = 0;
-};
-
 // The length of a chunk's data with its pad byte.
 constexpr int64_t avi_padded(uint32_t size) {
     return int64_t{size} + (size & 1);

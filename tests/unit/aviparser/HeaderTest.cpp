@@ -325,5 +325,26 @@ TEST(AviHeader, FirstFramesAreNotSoughtForEver) {
     }
 }
 
+// Zeros between two chunks are stepped over in large reads. What may hold nothing else is given up: a sparse
+// file after 64 MB, a source of unknown size after 128 KB.
+TEST(AviHeader, RunsOfZeros) {
+    AviBuilder builder = one_stream(video_stream(tag("MJPG")));
+    builder.between = builder.after = Bytes(300004);
+    for (const uint32_t kind : kKinds) {
+        OpenedAvi avi(builder, kind);
+        EXPECT_LT(avi.source.calls(), 1000u);
+        expect_frames(avi.file, avi.builder, 0);
+    }
+    OpenedAvi unknown(builder, SPLITER_SOURCE_LOCAL, {.size = SizeAnswer::Zero});
+    EXPECT_LT(unknown.source.bytes_read, 140000u);
+    EXPECT_EQ(unknown.file.read(1).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    SparseStore sparse;
+    sparse.append(join({text("RIFF"), le32(0), text("AVI ")}));
+    sparse.append_zeros(uint64_t{1} << 40);
+    TestSource source(sparse);
+    EXPECT_EQ(SplitterFile(kAviSplitter, source.record()).open_code, 0u);
+    EXPECT_LT(source.bytes_read, 68000000u);
+}
+
 }  // namespace
 }  // namespace quorv::test
