@@ -175,5 +175,37 @@ TEST(AviOpenDml, DroppedFrames) {
     EXPECT_EQ(avi.file.read(1), run.frames[1]);
 }
 
+// A recorder that was cut off leaves sizes of 0 in its last segment.
+TEST(AviOpenDml, SegmentsWithoutSizes) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{40}).frame(0, size_t{41});
+    const uint64_t start = builder.build().size();
+    builder.segment().frame(0, size_t{42}).frame(0, size_t{43});
+    for (const unsigned zeroed : {1u, 2u, 3u}) {
+        SparseStore bytes = builder.build();
+        if ((zeroed & 1) != 0) bytes.patch(start + 4, le32(0));
+        if ((zeroed & 2) != 0) bytes.patch(start + 16, le32(0));
+        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+            SCOPED_TRACE(zeroed);
+            TestSource source(bytes, kind);
+            SplitterFile file(kAviSplitter, source.record());
+            expect_frames(file, builder, 0);
+        }
+    }
+}
+
+TEST(AviOpenDml, ZerosInFrontOfASegmentsMedia) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    const Bytes first = builder.frame(0, size_t{40}).build().flatten(), zeros(300004), frame(42, 7);
+    const auto offset = static_cast<uint32_t>(first.size() - builder.media_start() + 12 + zeros.size() + 12);
+    const Bytes media = list(tag("movi"), chunk(tag("00dc"), frame));
+    const Bytes index =
+        join({text("00dc"), le32(0x10), le32(4), le32(40), text("00dc"), le32(0x10), le32(offset), le32(42)});
+    OpenedBytes avi(
+        join({first, chunk(tag("RIFF"), join({text("AVIX"), zeros, media})), chunk(tag("idx1"), index)}));
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    EXPECT_EQ(avi.file.read(1).data, frame);
+}
+
 }  // namespace
 }  // namespace quorv::test
