@@ -111,8 +111,9 @@ uint32_t HeaderWalk::parse_list(int64_t data_start, uint32_t size, int64_t *next
         *found_media = true;
         return SPLITER_OK;
     }
-    // Writers that were cut off, and those of AMV files, leave the sizes of lists at 0.
-    list_end_ = size == 0 ? context_.file_end : std::min(data_start + int64_t{size}, context_.file_end);
+    // Writers of AMV files leave the sizes of lists at 0.
+    const bool has_end = size != 0 || !context_.amv;
+    list_end_ = has_end ? std::min(data_start + int64_t{size}, context_.file_end) : context_.file_end;
     // Nothing of the information list reaches the interface; the other lists are walked chunk by chunk.
     if (type != avi_tag("INFO")) *next = data_start + 4;
     return SPLITER_OK;

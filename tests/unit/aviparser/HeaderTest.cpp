@@ -346,5 +346,19 @@ TEST(AviHeader, RunsOfZeros) {
     EXPECT_LT(source.bytes_read, 68000000u);
 }
 
+// What lies behind the end of its list is not read; only in AMV files a list of size 0 has no end.
+TEST(AviHeader, ListsWithoutSizes) {
+    const Bytes type = text("strl");
+    for (const uint32_t form : {tag("AVI "), tag("AMV ")}) {
+        AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
+        builder.form = form;
+        Bytes bytes = builder.build().flatten();
+        for (auto at = bytes.begin();
+             (at = std::search(at, bytes.end(), type.begin(), type.end())) != bytes.end(); ++at)
+            std::fill(at - 4, at, uint8_t{0});
+        EXPECT_EQ(OpenedBytes(bytes).file.audio_info(2).sample_rate, form == tag("AMV ") ? 8000u : 0u);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
