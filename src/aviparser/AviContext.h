@@ -116,6 +116,7 @@ struct AviContext {
     int64_t next_segment;  // where a further RIFF chunk may begin; 0 when there is none
 
     // Legacy index.
+    int64_t idx1_search;        // where the search for the chunk goes on, 0 before it has begun
     int64_t idx1_position;      // next unread byte, 0 while the chunk has not been found
     int64_t idx1_end;           // where reading entries ends
     int64_t idx1_declared_end;  // where the chunk itself says that it ends

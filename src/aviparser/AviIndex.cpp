@@ -80,7 +80,9 @@ uint32_t start_index(AviContext *context) {
 
 uint32_t search_idx1(AviContext *context) {
     StreamSource &source = context->source;
-    int64_t position = context->movi_end;
+    // A source that is still arriving is asked over and over: what was passed once is not passed again.
+    int64_t &position = context->idx1_search;
+    position = std::max(position, context->movi_end);
     while (context->file_end - position >= kAviChunkHeaderBytes) {
         uint8_t header[kAviChunkHeaderBytes];
         uint32_t delivered = 0;
