@@ -123,7 +123,9 @@ uint32_t avi_read_idx1(AviContext *context) {
     if (code != SPLITER_OK) return code;
     code = source.read_fully(context->idx1_block, size, &delivered);
     context->idx1_position += delivered;
-    context->index_read_failed = delivered < size;
+    // A source of unknown size just ends: nobody has promised more.
+    const bool may_fall_short = code == SPLITER_OK && context->source_size <= 0;
+    context->index_read_failed = delivered < size && !may_fall_short;
     if (delivered < kBlockBytes) context->index_complete = true;
 
     if (context->idx1_base == kUnset && delivered >= kEntryBytes) {

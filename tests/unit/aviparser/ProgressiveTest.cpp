@@ -91,5 +91,19 @@ TEST(AviProgressive, SearchForTheIndexGoesOnWhereItStopped) {
     EXPECT_NE(avi.file.is_seekable(1), 0u);
 }
 
+TEST(AviProgressive, IndexOfASourceWithoutAnySize) {
+    AviBuilder builder = small_file(IndexKind::Legacy);
+    SparseStore bytes = builder.build();
+    bytes.patch(4, le32(0));
+    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Zero, .end_is_success = true});
+    const SplitterStreamSource record = source.record();
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param = {};
+    EXPECT_EQ(AVI_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    EXPECT_EQ(param.index_flag, 1u);
+    SplitterFile file(kAviSplitter, handle);
+    expect_frames(file, builder, 0);
+}
+
 }  // namespace
 }  // namespace quorv::test
