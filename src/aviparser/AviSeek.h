@@ -6,9 +6,6 @@
 
 namespace quorv {
 
-// The time that means the next key frame.
-inline constexpr uint32_t kAviNextKeyFrame = 0xFFFFFFFF;
-
 // AVI_SPLITER_Seek for a track that exists. *time is written only on success.
 uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, uint32_t mode);
 
