@@ -24,11 +24,12 @@ extern "C" {
  * Parses the header of a source that may still be arriving and reads its legacy index to the end.
  *
  * Optional, before AVI_SPLITER_Open. When it fails, a handle that this call made is freed and *handle stays
- * null; one that came in stays valid, and the call can be repeated after more bytes have arrived.
+ * null; one that came in stays valid, and the call can be repeated after more bytes have arrived. An index of
+ * which only a part has arrived ends there for good: index_flag stays 0, and seeks reach what was read of it.
  *
  * @param[in]     source  the caller's stream callbacks; copied
  * @param[out]    param   index_flag is 1 when an "idx1" index was found and read completely; 0 with
- *                        SPLITER_OK also when it has not arrived yet, so that a later call may find it;
+ *                        SPLITER_OK also when none of it has arrived yet, so that a later call may find it;
  *                        zeroed on failure
  * @param[in,out] handle  null, and a handle is stored that AVI_SPLITER_Open then takes over; or a handle of
  *                        an earlier call

@@ -112,8 +112,9 @@ using namespace quorv;
 
 uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHttpParam *param,
                                   SplitterHandle *handle) {
-    if (source == nullptr || param == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
+    if (source == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AviContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;
@@ -138,8 +139,9 @@ uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode, Spl
 }
 
 uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
-    if (handle == nullptr || list == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (list == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *list = {};
+    if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AviContext *context = context_of(handle);
     if (context->track_count == 0) return SPLITER_ERR_UNSUPPORTED;
     if (context->track_list == nullptr) {

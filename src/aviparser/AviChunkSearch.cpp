@@ -52,12 +52,16 @@ bool is_other_chunk(const uint8_t *id) {
 
 }  // namespace
 
-AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t start)
-    : context_(*context), track_(*track), window_start_(start) {}
+AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *reads_left)
+    : context_(*context), track_(*track), reads_left_(reads_left), window_start_(start) {}
 
 // Makes sure that a whole header lies in the window at the position.
 uint32_t AviChunkSearch::fill() {
     if (filled_ - offset_ >= kAviChunkHeaderBytes) return SPLITER_OK;
+    if (reads_left_ != nullptr) {
+        if (*reads_left_ == 0) return SPLITER_ERR_END_OF_STREAM;
+        --*reads_left_;
+    }
     memmove(window_, window_ + offset_, filled_ - offset_);
     window_start_ += offset_;
     filled_ -= offset_;

@@ -18,10 +18,11 @@ struct AviChunk {
 // until one does or too many bytes belonged to none.
 class AviChunkSearch {
 public:
-    AviChunkSearch(AviContext *context, AviTrack *track, int64_t start);
+    // The search takes what it reads off *reads_left, and ends when nothing is left; null: without a bound.
+    AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *reads_left);
 
     // The next chunk of the track, empty ones included. SPLITER_ERR_END_OF_STREAM when there is none within
-    // the media data and the resynchronisation limit; a callback's code.
+    // the media data and the limits of the search; a callback's code.
     uint32_t next(AviChunk *chunk);
 
     // Whether the search has come to the end of the media data, with nothing left to be read.
@@ -49,6 +50,7 @@ private:
 
     AviContext &context_;
     AviTrack &track_;
+    uint32_t *reads_left_;
     uint8_t window_[1024];
     int64_t window_start_;
     uint32_t offset_ = 0;  // of the position in the window

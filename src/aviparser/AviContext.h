@@ -84,6 +84,7 @@ struct AviTrack {
     int64_t opendml_position;  // of the data of the track's "indx" chunk
     uint32_t opendml_size;     // 0 when there is none
     bool has_opendml_index;
+    bool has_dropped_frames;  // its index counts frames that have no chunk
 };
 
 inline constexpr int32_t kAviNoChunk = -1;
@@ -109,6 +110,7 @@ struct AviContext {
     int64_t next_segment;  // where a further RIFF chunk may begin; 0 when there is none
 
     // Legacy index.
+    int64_t idx1_search;        // where the search for the chunk goes on, 0 before it has begun
     int64_t idx1_position;      // next unread byte, 0 while the chunk has not been found
     int64_t idx1_end;           // where reading entries ends
     int64_t idx1_declared_end;  // where the chunk itself says that it ends

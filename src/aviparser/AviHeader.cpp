@@ -17,6 +17,7 @@
 #include "aviparser/AviSpecData.h"
 #include "aviparser/AviStreamFormat.h"
 #include "aviparser/AviUtils.h"
+#include "aviparser/AviZeroRun.h"
 
 namespace quorv {
 
@@ -76,7 +77,6 @@ uint32_t HeaderWalk::run() {
     const uint32_t opened = open_riff();
     if (opened != SPLITER_OK) return opened;
     int64_t position = 12;
-    AviZeroRun zero_run;
     while (position < context_.file_end) {
         uint32_t tag = 0, size = 0;
         if (source_.move_to(position) != 0 || avi_get_le32(&source_, &tag) != 0 ||
@@ -87,7 +87,10 @@ uint32_t HeaderWalk::run() {
         if (data_start < 0 || data_start > kAviMaxPosition) return SPLITER_ERR_IO;
         // A source that reports success and delivers nothing would be walked for ever.
         if (data_start <= position) return SPLITER_ERR_END_OF_STREAM;
-        if (zero_run.too_long(tag, size)) return SPLITER_ERR_END_OF_STREAM;
+        if (avi_is_zero_header(tag, size)) {
+            position = avi_skip_zeros(&context_, position, context_.file_end);
+            continue;
+        }
 
         int64_t next = data_start + avi_padded(size);
         bool found_media = false;
@@ -107,8 +110,9 @@ uint32_t HeaderWalk::parse_list(int64_t data_start, uint32_t size, int64_t *next
         *found_media = true;
         return SPLITER_OK;
     }
-    // Writers that were cut off, and those of AMV files, leave the sizes of lists at 0.
-    list_end_ = size == 0 ? context_.file_end : std::min(data_start + int64_t{size}, context_.file_end);
+    // Writers of AMV files leave the sizes of lists at 0.
+    const bool has_end = size != 0 || !context_.amv;
+    list_end_ = has_end ? std::min(data_start + int64_t{size}, context_.file_end) : context_.file_end;
     // Nothing of the information list reaches the interface; the other lists are walked chunk by chunk.
     if (type != avi_tag("INFO")) *next = data_start + 4;
     return SPLITER_OK;
@@ -241,7 +245,7 @@ uint32_t HeaderWalk::parse_stream_fields(AviTrack *track, uint32_t type, AviChun
     }
 }
 
-uint32_t finish_track(AviContext *context, AviTrack *track) {
+uint32_t finish_track(AviContext *context, AviTrack *track, uint32_t *reads_left) {
     const uint32_t suggested = track->state->suggested_buffer_size;
     track->chunk_state = kAviNoChunk;
     track->read_position = context->media_start;
@@ -256,7 +260,7 @@ uint32_t finish_track(AviContext *context, AviTrack *track) {
     SplitterVideoInfo &video = track->video;
     video.duration = saturate_to_u32(track->duration);
     video.max_frame_size = suggested != 0 ? suggested : picture_bytes(video.width, video.height);
-    return avi_read_specdat(context, track);
+    return avi_read_specdat(context, track, reads_left);
 }
 
 uint32_t finish_header(AviContext *context, uint32_t walk_code) {
@@ -269,8 +273,9 @@ uint32_t finish_header(AviContext *context, uint32_t walk_code) {
         return walk_code;
     }
     context->non_interleaved = false;
+    uint32_t reads_left = kAviSpecDataReads;
     for (uint32_t i = 0; i < context->track_count; ++i) {
-        const uint32_t code = finish_track(context, context->tracks[i]);
+        const uint32_t code = finish_track(context, context->tracks[i], &reads_left);
         if (code != SPLITER_OK) return code;
     }
     return SPLITER_OK;

@@ -11,6 +11,7 @@
 #include "aviparser/AviRiff.h"
 #include "aviparser/AviSegments.h"
 #include "aviparser/AviUtils.h"
+#include "aviparser/AviZeroRun.h"
 
 namespace quorv {
 
@@ -80,8 +81,9 @@ uint32_t start_index(AviContext *context) {
 
 uint32_t search_idx1(AviContext *context) {
     StreamSource &source = context->source;
-    int64_t position = context->movi_end;
-    AviZeroRun zero_run;
+    // A source that is still arriving is asked over and over: what was passed once is not passed again.
+    int64_t &position = context->idx1_search;
+    position = std::max(position, context->movi_end);
     while (context->file_end - position >= kAviChunkHeaderBytes) {
         uint8_t header[kAviChunkHeaderBytes];
         uint32_t delivered = 0;
@@ -90,7 +92,11 @@ uint32_t search_idx1(AviContext *context) {
         const uint32_t tag = avi_le32(header), size = avi_le32(header + 4);
         // What the source's size promises and does not come has not arrived yet.
         if (delivered < sizeof(header) && context->source_size > 0) return SPLITER_OK;
-        if (delivered < sizeof(header) || zero_run.too_long(tag, size)) break;
+        if (delivered < sizeof(header)) break;
+        if (avi_is_zero_header(tag, size)) {
+            position = avi_skip_zeros(context, position, context->file_end);
+            continue;
+        }
         if (tag == avi_tag("idx1")) {
             context->idx1_position = position + kAviChunkHeaderBytes;
             context->idx1_declared_end = context->idx1_position + size;
@@ -118,7 +124,9 @@ uint32_t avi_read_idx1(AviContext *context) {
     if (code != SPLITER_OK) return code;
     code = source.read_fully(context->idx1_block, size, &delivered);
     context->idx1_position += delivered;
-    context->index_read_failed = delivered < size;
+    // A source of unknown size just ends: nobody has promised more.
+    const bool may_fall_short = code == SPLITER_OK && context->source_size <= 0;
+    context->index_read_failed = delivered < size && !may_fall_short;
     if (delivered < kBlockBytes) context->index_complete = true;
 
     if (context->idx1_base == kUnset && delivered >= kEntryBytes) {

@@ -71,10 +71,17 @@ bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *
 
 bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
     // Indexes may name the same chunks again and again; entries are limited to what the file has room for.
-    if (entries_left_-- == 0) return false;
+    if (entries_left_ == 0) return false;
+    --entries_left_;
     AviStreamState &state = *track->state;
     const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
     const uint32_t length = size & ~kNotKeyFrame;
+    // A frame that was dropped may have an entry without a chunk: only its time passes.
+    if (offset == 0 && length == 0) {
+        state.index_timestamp += avi_piece_duration(state, 0);
+        track->has_dropped_frames = true;
+        return true;
+    }
     // Entries point to the data; positions in the index are those of the chunks' headers.
     int64_t position = 0;
     if (__builtin_add_overflow(header.base_offset, int64_t{offset} - kAviChunkHeaderBytes, &position) ||
@@ -159,6 +166,7 @@ uint32_t avi_read_opendml_indexes(AviContext *context) {
         if (track->opendml_size != 0 && !reader.read_track(track)) {
             avi_clear_index(&track->index);
             track->state->index_timestamp = 0;
+            track->has_dropped_frames = false;
         }
         track->has_opendml_index = track->index.count > 0;
         all = all && track->has_opendml_index;

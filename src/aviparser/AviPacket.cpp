@@ -27,16 +27,17 @@ uint32_t first_entry_from(const AviIndexArray &index, int64_t position) {
     return static_cast<uint32_t>(std::lower_bound(begin, end, position, begins_before) - begin);
 }
 
-// Where the search for the track's next chunk starts. In a file that is not interleaved the index says it,
-// and also how many frames it has no chunk for before that.
+// Where the search for the track's next chunk starts. In a file that is not interleaved the index says it.
+// The index also says how many frames have no chunk before that.
 int64_t search_start(const AviContext &context, const AviTrack &track, int64_t *skipped) {
     *skipped = 0;
-    if (!context.non_interleaved || track.index.out_of_file_order) return track.read_position;
+    const bool follows_index = context.non_interleaved || track.has_dropped_frames;
+    if (!follows_index || track.index.out_of_file_order) return track.read_position;
     const uint32_t number = first_entry_from(track.index, track.read_position);
     if (number == track.index.count) return track.read_position;
     const AviIndexEntry &next = track.index.entries[number];
     *skipped = std::max<int64_t>(next.timestamp - track.state->frame_offset, 0);
-    return next.pos;
+    return context.non_interleaved ? next.pos : track.read_position;
 }
 
 bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {
@@ -96,13 +97,13 @@ uint32_t avi_piece_size(const AviStreamState &state) {
     return static_cast<uint32_t>(std::min({limit, uint64_t{state.bytes_left}, uint64_t{kMaxPiece}}));
 }
 
-uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth,
-                        int64_t *empty_duration) {
+uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, int64_t *empty_duration,
+                        uint32_t *reads_left) {
     *empty_duration = 0;
     if (avi_in_chunk(*track)) return SPLITER_OK;
     if (is_exhausted(*context, *track)) return SPLITER_ERR_END_OF_STREAM;
     AviStreamState &state = *track->state;
-    AviChunkSearch search(context, track, search_start(*context, *track, empty_duration));
+    AviChunkSearch search(context, track, search_start(*context, *track, empty_duration), reads_left);
     AviChunk chunk = {};
     for (;;) {
         const uint32_t code = search.next(&chunk);

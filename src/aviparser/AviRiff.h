@@ -36,21 +36,6 @@ constexpr int64_t avi_padded(uint32_t size) {
 // Positions up to this one leave room to add a chunk's size.
 inline constexpr int64_t kAviMaxPosition = INT64_MAX - (int64_t{1} << 34);
 
-// Watches a walk over chunks for zero bytes in their place. They are stepped over, but only up to a limit: a
-// preallocated file may hold gigabytes of them.
-class AviZeroRun {
-public:
-    bool too_long(uint32_t tag, uint32_t size) {
-        bytes_ = tag == 0 && size == 0 ? bytes_ + kAviChunkHeaderBytes : 0;
-        return bytes_ > kMaxBytes;
-    }
-
-private:
-    static constexpr uint32_t kMaxBytes = 0x20000;
-
-    uint32_t bytes_ = 0;
-};
-
 }  // namespace quorv
 
 #endif

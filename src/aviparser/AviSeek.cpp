@@ -136,7 +136,7 @@ uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, ui
     const int64_t divisor = avi_time_stamp_divisor(*track->state);
     int64_t target = avi_ms_to_units(*track, wanted);
     bool backward = mode != SPLITER_SEEK_FORWARD;
-    if (wanted == kNextKeyFrame) {
+    if (wanted == SPLITER_TIME_NEXT_KEYFRAME) {
         target = track->state->frame_offset / divisor + 1;
         backward = false;
     }
@@ -153,8 +153,8 @@ uint32_t avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, ui
     const AviIndexEntry entry = track->index.entries[number];
     move_track(track, entry.pos, entry.timestamp);
     uint32_t reached = stamp_to_ms(*track, entry.timestamp);
-    const bool refine =
-        track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD && wanted != kNextKeyFrame;
+    const bool refine = track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD &&
+                        wanted != SPLITER_TIME_NEXT_KEYFRAME;
     if (refine && wanted > reached) reached = refine_audio(context, track, reached, wanted);
     *time = reached;
     return SPLITER_OK;

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "aviparser/AviRiff.h"
+#include "aviparser/AviZeroRun.h"
 
 namespace quorv {
 
@@ -20,6 +21,16 @@ struct ListHeader {
 // A source of unknown size is asked for what the file's headers promise.
 int64_t source_limit(const AviContext &context) {
     return context.source_size > 0 ? context.source_size : INT64_MAX;
+}
+
+// Recorders that were cut off leave sizes of 0: such a list reaches to the end of the source, when that is
+// known.
+bool has_no_size(const AviContext &context, const ListHeader &header) {
+    return header.size == 0 && context.source_size > 0;
+}
+
+int64_t list_end(const AviContext &context, int64_t position, const ListHeader &header) {
+    return has_no_size(context, header) ? context.source_size : position + 8 + avi_padded(header.size);
 }
 
 // All of these return a callback's code, or SPLITER_ERR_END_OF_STREAM for bytes that have not arrived; *found
@@ -41,8 +52,8 @@ uint32_t read_list_header(AviContext *context, int64_t position, ListHeader *hea
 
 uint32_t read_segment_header(AviContext *context, int64_t position, ListHeader *header, bool *found) {
     const uint32_t code = read_list_header(context, position, header, found);
-    const bool segment =
-        header->tag == avi_tag("RIFF") && header->type == avi_tag("AVIX") && header->size >= 4;
+    const bool segment = header->tag == avi_tag("RIFF") && header->type == avi_tag("AVIX") &&
+                         (header->size >= 4 || has_no_size(*context, *header));
     *found = *found && segment;
     return code;
 }
@@ -51,18 +62,21 @@ uint32_t read_segment_header(AviContext *context, int64_t position, ListHeader *
 uint32_t find_movi(AviContext *context, int64_t position, int64_t segment_end, int64_t *movi_end,
                    bool *found) {
     *found = false;
-    AviZeroRun zero_run;
     while (position < segment_end) {
         ListHeader chunk = {};
         bool whole = false;
         const uint32_t code = read_list_header(context, position, &chunk, &whole);
-        if (!whole || zero_run.too_long(chunk.tag, chunk.size)) return code;
-        position += 8 + avi_padded(chunk.size);
+        if (!whole) return code;
+        if (avi_is_zero_header(chunk.tag, chunk.size)) {
+            position = avi_skip_zeros(context, position, std::min(segment_end, source_limit(*context)));
+            continue;
+        }
         if (chunk.tag == avi_tag("LIST") && chunk.type == avi_tag("movi")) {
-            *movi_end = std::min(position, source_limit(*context));
+            *movi_end = std::min(list_end(*context, position, chunk), source_limit(*context));
             *found = true;
             return SPLITER_OK;
         }
+        position += 8 + avi_padded(chunk.size);
     }
     return SPLITER_OK;
 }
@@ -90,7 +104,7 @@ uint32_t avi_extend_media(AviContext *context, bool *extended) {
         if (code != SPLITER_OK) return code;
         if (!found) break;
 
-        const int64_t end = start + 8 + avi_padded(riff.size);
+        const int64_t end = list_end(*context, start, riff);
         int64_t movi_end = 0;
         code = find_movi(context, start + 12, end, &movi_end, &found);
         if (code != SPLITER_OK) return code;

@@ -18,6 +18,8 @@ namespace quorv {
 
 namespace {
 
+// One track may not take all the reads that the others need, too.
+constexpr uint32_t kReadsPerTrack = kAviSpecDataReads / 4;
 // Headers stand at the very start; a frame is not read further than this to find them.
 constexpr uint32_t kSearchBytes = 65536;
 
@@ -87,11 +89,14 @@ uint32_t take_headers(AviContext *context, AviTrack *track, int64_t empty_durati
 
 }  // namespace
 
-uint32_t avi_read_specdat(AviContext *context, AviTrack *track) {
+uint32_t avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left) {
     const bool wanted = avi_is_mpeg4(track->video.codec) || track->video.codec == fourcc("264 ");
     if (!wanted || track->codec_data_length != 0) return SPLITER_OK;
     int64_t empty_duration = 0;
-    uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration);
+    const uint32_t reads = std::min(*reads_left, kReadsPerTrack);
+    uint32_t unused = reads;
+    uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration, &unused);
+    *reads_left -= reads - unused;
     if (code == SPLITER_OK) {
         code = take_headers(context, track, empty_duration);
     } else if (code == SPLITER_ERR_END_OF_STREAM) {

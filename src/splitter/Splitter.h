@@ -48,9 +48,6 @@ constexpr uint32_t saturate_to_u32(uint64_t value) {
     return value > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(value);
 }
 
-// As the wanted time of a seek: the next key frame.
-inline constexpr uint32_t kNextKeyFrame = 0xFFFFFFFF;
-
 // Bytes of one 4:2:0 picture.
 constexpr uint32_t picture_bytes(uint32_t width, uint32_t height) {
     // Half of the product's triple may need more than 64 bits.

@@ -233,5 +233,42 @@ TEST(AviCodecData, HeadersOfTheFirstFrame) {
     }
 }
 
+TEST(AviFrontEnd, RecordsAreZeroedOnFailure) {
+    const SplitterStreamSource source = {};
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param = {7, 7}, other = {7, 7};
+    SplitterTrackList list = {7, nullptr};
+    EXPECT_EQ(AVI_SPLITER_GetHTTPParam(nullptr, &param, &handle), kBad);
+    EXPECT_EQ(AVI_SPLITER_GetHTTPParam(&source, &other, nullptr), kBad);
+    EXPECT_EQ(AVI_SPLITER_EnumTrack(nullptr, &list), kBad);
+    EXPECT_EQ(param.index_flag | param.reserved | other.index_flag | other.reserved | list.count, 0u);
+}
+
+TEST(AviSeek, FailureChangesNothing) {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
+    builder.frame(0, size_t{40}).frame(1, size_t{64000}).frame(0, size_t{41});
+    OpenedAvi avi(builder);
+    for (uint32_t stream = 0; stream < 2; ++stream) {
+        expect_frames(avi.file, avi.builder, stream, {.count = 1});
+        uint32_t time = 0;
+        EXPECT_EQ(avi.file.seek(stream + 1, 5000, SPLITER_SEEK_FORWARD, &time), kEnd);
+        EXPECT_EQ(time, 5000u);
+        expect_frames(avi.file, avi.builder, stream, {.from = 1});
+    }
+}
+
+TEST(AviMpeg4, InterruptedSearchForTheLayerHeaderGoesOn) {
+    AviBuilder builder({video_stream(tag("XVID"))});
+    builder.frame(0, kVop).frame(0, kVop, false).frame(0, join({kVol, kVop})).frame(0, kVop, false);
+    bool failed = true;
+    for (uint64_t at = 1; failed; ++at) {
+        OpenedAvi avi(builder);
+        avi.source.faults.at = avi.source.calls() + at;
+        failed = avi.file.read(1).code != 0;
+        avi.source.faults.at = 0;
+        if (failed) expect_frames(avi.file, avi.builder, 0, {.from = 2});
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test

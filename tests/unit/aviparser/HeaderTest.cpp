@@ -311,5 +311,54 @@ TEST(AviHeader, HuffmanTablesOfMotionJpeg) {
     }
 }
 
+// Tracks whose first frame lies behind thousands of chunks: opening the file does not read them all.
+TEST(AviHeader, FirstFramesAreNotSoughtForEver) {
+    for (const size_t tracks : {1u, 50u}) {
+        AviBuilder builder(std::vector<AviStream>(tracks, video_stream(tag("XVID"))), IndexKind::None);
+        Bytes empty;
+        for (int i = 0; i < 60000; ++i)
+            empty.insert(empty.end(), {'0', '0', 'd', 'c', 0, 0, 0, 0});
+        OpenedAvi avi(builder.raw(empty).frame(0, size_t{40}));
+        EXPECT_EQ(avi.file.open_code, 0u);
+        EXPECT_LT(avi.source.calls(), tracks == 1 ? 10000u : 50000u);
+        EXPECT_EQ(avi.file.read(1).info.time_stamp, 60000u * 40);
+    }
+}
+
+// Zeros between two chunks are stepped over in large reads. What may hold nothing else is given up: a sparse
+// file after 64 MB, a source of unknown size after 128 KB.
+TEST(AviHeader, RunsOfZeros) {
+    AviBuilder builder = one_stream(video_stream(tag("MJPG")));
+    builder.between = builder.after = Bytes(300004);
+    for (const uint32_t kind : kKinds) {
+        OpenedAvi avi(builder, kind);
+        EXPECT_LT(avi.source.calls(), 1000u);
+        expect_frames(avi.file, avi.builder, 0);
+    }
+    OpenedAvi unknown(builder, SPLITER_SOURCE_LOCAL, {.size = SizeAnswer::Zero});
+    EXPECT_LT(unknown.source.bytes_read, 140000u);
+    EXPECT_EQ(unknown.file.read(1).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    SparseStore sparse;
+    sparse.append(join({text("RIFF"), le32(0), text("AVI ")}));
+    sparse.append_zeros(uint64_t{1} << 40);
+    TestSource source(sparse);
+    EXPECT_EQ(SplitterFile(kAviSplitter, source.record()).open_code, 0u);
+    EXPECT_LT(source.bytes_read, 68000000u);
+}
+
+// What lies behind the end of its list is not read; only in AMV files a list of size 0 has no end.
+TEST(AviHeader, ListsWithoutSizes) {
+    const Bytes type = text("strl");
+    for (const uint32_t form : {tag("AVI "), tag("AMV ")}) {
+        AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
+        builder.form = form;
+        Bytes bytes = builder.build().flatten();
+        for (auto at = bytes.begin();
+             (at = std::search(at, bytes.end(), type.begin(), type.end())) != bytes.end(); ++at)
+            std::fill(at - 4, at, uint8_t{0});
+        EXPECT_EQ(OpenedBytes(bytes).file.audio_info(2).sample_rate, form == tag("AMV ") ? 8000u : 0u);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test

@@ -205,5 +205,18 @@ TEST(AviIndex, FailedBlockIsReportedOnce) {
     }
 }
 
+// What follows the index in a further segment looks like entries; it is none.
+TEST(AviIndex, EndsWhereAFurtherSegmentBegins) {
+    AviBuilder builder({video_stream(tag("MJPG"))});
+    builder.frame(0, size_t{16}).frame(0, size_t{16}).segment();
+    for (int i = 0; i < 20; ++i)
+        builder.frame(0, size_t{16});
+    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+        OpenedAvi avi(builder, kind);
+        EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_FORWARD), uint32_t{SPLITER_ERR_END_OF_STREAM});
+        expect_frames(avi.file, avi.builder, 0, {.keys = false});
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test

@@ -129,5 +129,83 @@ TEST(AviOpenDml, LegacyIndexIsIgnoredBesideIt) {
     expect_frames(avi.file, avi.builder, 0);
 }
 
+// Several tracks that share one index chunk have no more entries than the file can have chunks.
+TEST(AviOpenDml, TracksThatShareAnIndexChunk) {
+    constexpr uint32_t kEntries = 4000;
+    AviBuilder builder(std::vector<AviStream>(3, video_stream(tag("MJPG"))), IndexKind::None);
+    builder.frame(0, size_t{40});
+    Bytes index = join({le16(2), Bytes{0, 1}, le32(kEntries), text("00dc"), le64(0), le32(0)});
+    for (uint32_t i = 0; i < kEntries; ++i)
+        index = join({index, le32(100 + i), le32(10)});
+    builder.after = chunk(tag("ix00"), index);
+    uint64_t position = 0;
+    for (int pass = 0; pass < 2; ++pass) {
+        for (AviStream &stream : builder.streams)
+            stream.after_format = chunk(
+                tag("indx"), join({le16(4), Bytes{0, 0}, le32(1), Bytes(16), le64(position), Bytes(8)}));
+        position = builder.build().size() - builder.after.size();
+    }
+    OpenedAvi avi(builder);
+    uint32_t seekable = 0;
+    for (uint32_t track = 1; track <= 3; ++track)
+        seekable += avi.file.is_seekable(track);
+    EXPECT_EQ(seekable, 1u);
+}
+
+// An entry of zeros is a frame that was dropped: it has no chunk, but its time passes.
+TEST(AviOpenDml, DroppedFrames) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{10}).frame(0, size_t{12}).frame(0, size_t{14});
+    const Bytes entries = join({le32(12), le32(10), Bytes(8), le32(30), le32(12), Bytes(4), le32(0x80000000),
+                                le32(50), le32(0x8000000E)});
+    for (int pass = 0; pass < 2; ++pass) {
+        const Bytes head = join({le16(2), Bytes{0, 1}, le32(5), text("00dc"), le64(builder.media_start())});
+        builder.streams[0].after_format = chunk(tag("indx"), join({head, Bytes(4), entries}));
+        builder.build();
+    }
+    OpenedAvi avi(builder);
+    const FrameRun run = avi.file.read_all(1);
+    ASSERT_EQ(run.frames.size(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(run.frames[i].data, avi.builder.truth(0)[i].data);
+        EXPECT_EQ(run.frames[i].info.time_stamp, 80 * i);
+        EXPECT_EQ(run.frames[i].info.key_frame, i < 2 ? 1u : 0u);
+    }
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    EXPECT_EQ(avi.file.read(1), run.frames[1]);
+}
+
+// A recorder that was cut off leaves sizes of 0 in its last segment.
+TEST(AviOpenDml, SegmentsWithoutSizes) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{40}).frame(0, size_t{41});
+    const uint64_t start = builder.build().size();
+    builder.segment().frame(0, size_t{42}).frame(0, size_t{43});
+    for (const unsigned zeroed : {1u, 2u, 3u}) {
+        SparseStore bytes = builder.build();
+        if ((zeroed & 1) != 0) bytes.patch(start + 4, le32(0));
+        if ((zeroed & 2) != 0) bytes.patch(start + 16, le32(0));
+        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+            SCOPED_TRACE(zeroed);
+            TestSource source(bytes, kind);
+            SplitterFile file(kAviSplitter, source.record());
+            expect_frames(file, builder, 0);
+        }
+    }
+}
+
+TEST(AviOpenDml, ZerosInFrontOfASegmentsMedia) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    const Bytes first = builder.frame(0, size_t{40}).build().flatten(), zeros(300004), frame(42, 7);
+    const auto offset = static_cast<uint32_t>(first.size() - builder.media_start() + 12 + zeros.size() + 12);
+    const Bytes media = list(tag("movi"), chunk(tag("00dc"), frame));
+    const Bytes index =
+        join({text("00dc"), le32(0x10), le32(4), le32(40), text("00dc"), le32(0x10), le32(offset), le32(42)});
+    OpenedBytes avi(
+        join({first, chunk(tag("RIFF"), join({text("AVIX"), zeros, media})), chunk(tag("idx1"), index)}));
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    EXPECT_EQ(avi.file.read(1).data, frame);
+}
+
 }  // namespace
 }  // namespace quorv::test

@@ -74,5 +74,36 @@ TEST(AviProgressive, FramesWaitForTheirBytes) {
         expect_frames(file, builder, stream);
 }
 
+// While the index has not arrived, no frame pays for what lies between it and the media data again.
+TEST(AviProgressive, SearchForTheIndexGoesOnWhereItStopped) {
+    AviBuilder builder = small_file(IndexKind::Legacy);
+    builder.frame(0, size_t{50});
+    for (int i = 0; i < 1000; ++i)
+        builder.after.insert(builder.after.end(), {'J', 'U', 'N', 'K', 0, 0, 0, 0});
+    OpenedAvi avi(builder, SPLITER_SOURCE_PROGRESSIVE, {.arrived = builder.build().size() - 300});
+    expect_frames(avi.file, avi.builder, 0, {.count = 1, .keys = false});
+    const uint64_t before = avi.source.calls();
+    EXPECT_GT(before, 1000u);
+    expect_frames(avi.file, avi.builder, 0, {.from = 1, .count = 5, .keys = false});
+    EXPECT_LT(avi.source.calls() - before, 100u);
+    avi.source.faults.arrived = UINT64_MAX;
+    expect_frames(avi.file, avi.builder, 0, {.from = 6});
+    EXPECT_NE(avi.file.is_seekable(1), 0u);
+}
+
+TEST(AviProgressive, IndexOfASourceWithoutAnySize) {
+    AviBuilder builder = small_file(IndexKind::Legacy);
+    SparseStore bytes = builder.build();
+    bytes.patch(4, le32(0));
+    TestSource source(bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Zero, .end_is_success = true});
+    const SplitterStreamSource record = source.record();
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param = {};
+    EXPECT_EQ(AVI_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    EXPECT_EQ(param.index_flag, 1u);
+    SplitterFile file(kAviSplitter, handle);
+    expect_frames(file, builder, 0);
+}
+
 }  // namespace
 }  // namespace quorv::test
