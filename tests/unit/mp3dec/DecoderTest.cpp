@@ -220,5 +220,14 @@ TEST(Mp3Hostile, WhatIsFarOverFullScaleSaturates) {
     }
 }
 
+TEST(Mp3Hostile, FreeFormatFramesEndWhereNoneCanBeLonger) {
+    for (const auto &[length, frames] : {std::pair(1000u, 9u), {3000u, 0u}}) {
+        Bytes stream(size_t{9} * length);
+        for (size_t at = 0; at < stream.size(); at += length)
+            stream[at] = stream[at + 1] = 0xFF;  // Layer I at 44100 Hz: 919 or 2757 kbit/s
+        EXPECT_EQ(decode(stream).size(), frames * 384 * 4u);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
