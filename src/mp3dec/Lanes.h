@@ -108,6 +108,31 @@ inline void rotate(Lane4 a, Lane4 b, Factor c, Factor s, Lane4 *p, Lane4 *q) {
     *q = difference_of_products(x, fs, y, fc);
 }
 
+// Sums of magnitudes: in the upper halves of lanes, saturated. The lower halves mean nothing.
+struct LaneSums {
+    __m128i value;
+};
+
+template <uint32_t N>
+inline LaneSums sum_magnitudes(const Lane4 *x) {
+    __m128i sum = _mm_setzero_si128();
+#pragma GCC unroll 32
+    for (uint32_t k = 0; k < N; ++k)
+        sum = _mm_adds_epi16(sum, _mm_xor_si128(x[k].value, _mm_srai_epi16(x[k].value, 15)));
+    return {sum};
+}
+
+inline uint32_t lanes_above(LaneSums sums, uint32_t limit) {
+    const __m128i above = _mm_cmpgt_epi16(sums.value, _mm_set1_epi16(static_cast<int16_t>(limit)));
+    return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(above)));
+}
+
+inline uint32_t total_of(LaneSums sums) {
+    const __m128i upper = _mm_srli_epi32(sums.value, 16);
+    const __m128i pairs = _mm_add_epi32(upper, _mm_unpackhi_epi64(upper, upper));
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(pairs, _mm_shuffle_epi32(pairs, 1))));
+}
+
 inline Lane4 reverse(Lane4 a) {
     return {_mm_shuffle_epi32(a.value, _MM_SHUFFLE(0, 1, 2, 3))};
 }

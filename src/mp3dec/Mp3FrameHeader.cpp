@@ -22,6 +22,7 @@ constexpr uint32_t kSampleRates[3] = {44100, 48000, 32000};
 // Free format: rates that no frame can have.
 constexpr uint32_t kFreeFormatTooLow = 7;
 constexpr uint32_t kFreeFormatTooHigh = 641;
+constexpr uint32_t kMostBitrate = 1600;  // more than the samples of Layers I and II can take
 // How far the next header is waited for, in bytes: 640 kbit/s at 32 kHz take 2880. A chance header in other
 // data must not make the decoder ask for more input than it ever gathers.
 constexpr uint64_t kMaxFreeFormatBytes = 3000;
@@ -89,6 +90,12 @@ uint64_t bitrate_of_distance(const Mp3FrameHeader &header, uint64_t distance) {
     return (1 - pad + distance) * rate / slots_per_kbit(header) / 1000;
 }
 
+// The most bytes that a frame of this kind can take.
+uint64_t largest_distance(const Mp3FrameHeader &header) {
+    const uint64_t bitrate = header.layer == 3 ? kFreeFormatTooHigh : kMostBitrate;
+    return bitrate * (header.layer == 1 ? 48 : slots_per_kbit(header)) * 1000 / header.sample_rate;
+}
+
 bool parses_as_same_kind(const Mp3FrameHeader &header, Mp3BitReader *reader) {
     Mp3FrameHeader candidate = header;
     return parse_header(&candidate, reader) == 0 && format_key(candidate) == format_key(header);
@@ -97,9 +104,13 @@ bool parses_as_same_kind(const Mp3FrameHeader &header, Mp3BitReader *reader) {
 // Measures the distance from the frame start to the next header of the same kind. 0 or an error code; the
 // header reader moves.
 uint32_t measure_distance(const Mp3FrameHeader &header, Mp3InputBuffer *state, uint64_t *distance) {
+    // Each of many headers in a large input might be looked behind to its end otherwise.
+    Mp3InputBuffer near = *state;
+    const uint64_t reach = largest_distance(header) + kMp3LookAhead;
+    if (reach < buffer_left(*state, state->frame_start)) near.end = state->frame_start + reach;
     for (;;) {
         bit_skip(state->header_reader, 8);
-        if (buffer_sync(state) != 0) break;
+        if (buffer_sync(&near) != 0) break;
         *distance = static_cast<uint64_t>(state->header_reader->byte - state->frame_start);
         if (parses_as_same_kind(header, state->header_reader) &&
             bitrate_of_distance(header, *distance) > kFreeFormatTooLow)

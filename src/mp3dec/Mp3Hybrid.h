@@ -8,13 +8,14 @@
 
 namespace quorv {
 
-// What is known of a spectrum: the number of lines up to the last that is not zero, and the fractional bits
-// that it has beyond kSpectrumBits.
+// What is known of a spectrum: the lines up to the last that is not zero, and its fractional bits beyond
+// kSpectrumBits, below 0 for fewer. Lines stay below 2^30.
 struct Mp3Extent {
-    uint32_t count, extra_bits;
+    uint32_t count;
+    int32_t extra_bits;
 };
 
-// Turns a granule of one channel into subband samples: 18 slots from `slot` on.
+// Turns a granule of one channel into subband samples, saturated: 18 slots from `slot` on.
 void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, Mp3Extent extent,
                uint32_t slot);
 

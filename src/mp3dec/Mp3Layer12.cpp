@@ -60,6 +60,11 @@ Scale scale_of(uint32_t quantizer, uint32_t scale_factor) {
             kUnscaled + layer2Shift[kind] + scale_factor / 3};
 }
 
+// The largest sample with this scale factor, in units of 2^16, rounded up.
+uint32_t largest_of(uint32_t scale_factor) {
+    return (1u << (kSampleBits + 1 - 16) >> scale_factor / 3) + 1;
+}
+
 // (2 code + 1 - levels) / levels times the scale factor.
 int32_t dequantize(uint32_t code, const Scale &scale) {
     const int64_t numerator = 2 * int64_t{code} + 1 - int64_t{scale.levels};
@@ -127,6 +132,18 @@ uint32_t read_allocation_1(Mp3BitReader *reader, SubbandFrame *frame) {
         if (own < frame->channels) frame->quantizer[1][sb] = frame->quantizer[0][sb];
     }
     return used;
+}
+
+void read_factors_1(Mp3BitCache *bits, SubbandFrame *frame, Mp3Stores *stores) {
+    uint32_t sums[2] = {};
+    for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
+        for (uint32_t ch = 0; ch < frame->channels; ++ch) {
+            if (frame->quantizer[ch][sb] == 0) continue;
+            frame->factor[ch][sb][0] = static_cast<uint8_t>(bits->read(6));
+            sums[ch] += largest_of(frame->factor[ch][sb][0]);
+            if (sums[ch] > kMp3SafeSum) stores->is_loud[ch] = 1;
+        }
+    }
 }
 
 void read_samples_1(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *stores) {
@@ -220,10 +237,14 @@ void read_samples_2(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *sto
     for (uint32_t part = 0; part < kParts; ++part) {
         Scale scales[2][kMp3Subbands] = {};
         for (uint32_t ch = 0; ch < frame.channels; ++ch) {
+            uint32_t sum = 0;
             for (uint32_t sb = 0; sb < frame.subbands; ++sb) {
                 const uint32_t quantizer = frame.quantizer[ch][sb];
-                if (quantizer != 0) scales[ch][sb] = scale_of(quantizer, frame.factor[ch][sb][part]);
+                if (quantizer == 0) continue;
+                scales[ch][sb] = scale_of(quantizer, frame.factor[ch][sb][part]);
+                sum += largest_of(frame.factor[ch][sb][part]);
             }
+            if (sum > kMp3SafeSum) stores->is_loud[ch] = 1;
         }
         for (uint32_t slot = part * kPartSlots; slot < (part + 1) * kPartSlots; slot += kGroup)
             read_group_2(bits, frame, scales, slot, stores);
@@ -245,11 +266,7 @@ int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
     if (!mp3_crc_matches(header, start, used)) return mp3_fail(state, MP3_ERR_CRC);
 
     Mp3BitCache bits(*state->header_reader);
-    for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
-        for (uint32_t ch = 0; ch < work.channels; ++ch) {
-            if (work.quantizer[ch][sb] != 0) work.factor[ch][sb][0] = static_cast<uint8_t>(bits.read(6));
-        }
-    }
+    read_factors_1(&bits, &work, frame->stores);
     clear_silent(frame->stores, work);
     read_samples_1(&bits, work, frame->stores);
     return finish(state, bits, available, used);

@@ -2,6 +2,8 @@
 
 #include "mp3dec/Mp3Layer3.h"
 
+#include <quorv/platform/memory.h>
+
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3FrameHeader.h"
 #include "mp3dec/Mp3Huffman.h"
@@ -49,6 +51,46 @@ uint32_t read_channel(Layer3Frame *frame, uint32_t g, uint32_t ch, Mp3Spectrum *
     return 0;
 }
 
+// Requantises all channels. Returns the redundant sign bits of the largest line.
+int32_t requantize_with(const Layer3Frame &frame, uint32_t g, int32_t extra_bits, Mp3Spectrum spectra[2]) {
+    int32_t headroom = 31;
+    for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch) {
+        const int32_t own = mp3_deqchannel(*frame.header, frame.side.granules[g][ch], frame.factors[ch],
+                                           extra_bits, &spectra[ch]);
+        if (own < headroom) headroom = own;
+    }
+    return headroom;
+}
+
+// Requantises all channels with as many extra bits as they have room for, which are returned.
+int32_t requantize(const Layer3Frame &frame, uint32_t g, Mp3Spectrum spectra[2]) {
+    constexpr int32_t kProbeBits = 27;  // with so many fewer no line that can be coded saturates
+    int32_t extra_bits = kMaxExtraBits;
+    for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch) {
+        const int32_t own = mp3_extra_bits(*frame.header, frame.side.granules[g][ch], spectra[ch]);
+        if (own < extra_bits) extra_bits = own;
+    }
+    if (extra_bits >= 0) {
+        requantize_with(frame, g, extra_bits, spectra);
+        return extra_bits;
+    }
+
+    // None may do, as scale factors turn lines down. If not, far fewer tell how many do.
+    int32_t decoded[2][kMp3GranuleLines];
+    MMemCpy(decoded, frame.stores->spectrum, sizeof decoded);
+    const uint32_t counts[2] = {spectra[0].count, spectra[1].count};
+    const auto again = [&](int32_t bits) {
+        MMemCpy(frame.stores->spectrum, decoded, sizeof decoded);
+        spectra[0].count = counts[0];
+        spectra[1].count = counts[1];
+        return requantize_with(frame, g, bits, spectra);
+    };
+    if (requantize_with(frame, g, 0, spectra) >= kMp3LineHeadroom) return 0;
+    extra_bits = again(-kProbeBits) - kProbeBits - kMp3LineHeadroom;
+    again(extra_bits);
+    return extra_bits;
+}
+
 uint32_t decode_granule(Layer3Frame *frame, uint32_t g) {
     const Mp3FrameHeader &header = *frame->header;
     const uint32_t channels = mp3_channels(header);
@@ -58,18 +100,10 @@ uint32_t decode_granule(Layer3Frame *frame, uint32_t g) {
         const uint32_t error = read_channel(frame, g, ch, &spectra[ch]);
         if (error != 0) return error;
     }
-    int32_t extra_bits = kMaxExtraBits;
-    for (uint32_t ch = 0; ch < channels; ++ch) {
-        const int32_t bits =
-            mp3_extra_bits(header, frame->side.granules[g][ch], frame->factors[ch], spectra[ch]);
-        if (bits < extra_bits) extra_bits = bits;
-    }
-    for (uint32_t ch = 0; ch < channels; ++ch)
-        mp3_deqchannel(header, frame->side.granules[g][ch], frame->factors[ch], extra_bits, &spectra[ch]);
+    const int32_t extra_bits = requantize(*frame, g, spectra);
     if (channels == 2) mp3_stereo(header, frame->side.granules[g][1], frame->factors[1], spectra);
-    const uint32_t fraction_bits = extra_bits < 0 ? 0 : static_cast<uint32_t>(extra_bits);
     for (uint32_t ch = 0; ch < channels; ++ch)
-        mp3_imdct(frame->stores, ch, frame->side.granules[g][ch], {spectra[ch].count, fraction_bits},
+        mp3_imdct(frame->stores, ch, frame->side.granules[g][ch], {spectra[ch].count, extra_bits},
                   g * kMp3GranuleSlots);
     return 0;
 }

@@ -22,9 +22,7 @@ constexpr uint32_t kSmall = 16;  // magnitudes below come from mp3dec_pow43_14
 constexpr int kSmallBits = 25;
 constexpr uint32_t kDirect = 1028;  // magnitudes below come from mp3dec_pow43
 
-// The largest result: two channels' sum stays within 32 bits.
-constexpr int32_t kLineBits = 30;
-constexpr uint64_t kMaxMagnitude = (1u << kLineBits) - 1;
+constexpr uint64_t kMaxMagnitude = (1u << 30) - 1;  // the largest result
 
 constexpr int32_t kUnity = 208;  // global_gain of a factor of 1, sqrt(2) included
 constexpr int32_t kMiddleSideSteps = 2;
@@ -86,19 +84,18 @@ int32_t base_exponent(const Mp3FrameHeader &header, const Mp3Granule &granule) {
     return kUnity - granule.global_gain + (mp3_has_middle_side(header) ? kMiddleSideSteps : 0);
 }
 
-// By the width of the largest magnitude in bits: the exponent that puts it below 4.0, which leaves room for a
+// By the width of the largest magnitude in bits: the exponent that puts it below 2.0, which leaves room for a
 // sum of two channels and for the transforms, but at least one with a bit left to shift in dequant().
 constexpr uint8_t kRoom[15] = {12, 12, 12, 12, 17, 23, 28, 34, 39, 44, 50, 55, 60, 66, 66};
 
-constexpr int32_t kSpareBits = 2;   // that kRoom leaves
-constexpr int32_t kProbeBits = 12;  // more than a stream needs that was turned up by mistake
+constexpr int32_t kSpareBits = 1;  // that kRoom leaves beyond kMp3LineHeadroom
 
 // Bits of the largest magnitude.
 uint32_t magnitude_width(const Mp3Spectrum &spectrum) {
-    // Eight at a time, for vector units; what follows the last line is zero.
-    uint32_t any[8] = {}, all = 0;
-    for (uint32_t i = 0; i < spectrum.count; i += 8) {
-        for (uint32_t k = 0; k < 8; ++k)
+    // Sixteen at a time, for vector units; what follows the last line is zero.
+    uint32_t any[16] = {}, all = 0;
+    for (uint32_t i = 0; i < spectrum.count; i += 16) {
+        for (uint32_t k = 0; k < 16; ++k)
             any[k] |= static_cast<uint32_t>(spectrum.lines[i + k]);
     }
     for (const uint32_t bits : any)
@@ -140,19 +137,25 @@ struct Scale {
     int32_t shift;
 };
 
-void dequant_long_bands(const uint16_t *boundaries, uint32_t bands, Scale scale,
-                        const Mp3ScaleFactors &factors, Mp3Spectrum *spectrum) {
+// All magnitudes, or'ed.
+uint32_t dequant_long_bands(const uint16_t *boundaries, uint32_t bands, Scale scale,
+                            const Mp3ScaleFactors &factors, Mp3Spectrum *spectrum) {
+    uint32_t all = 0;
     for (uint32_t band = 0; band < bands && boundaries[band] < spectrum->count; ++band) {
         const int32_t factor = factors.long_bands[band] + (factors.preflag ? kPretab[band] : 0);
         const uint32_t start = boundaries[band], width = boundaries[band + 1] - start;
         const uint32_t any = dequant(spectrum->lines + start, width, scale.base + (factor << scale.shift));
         if (any != 0) spectrum->last_long = static_cast<int32_t>(band);
+        all |= any;
     }
+    return all;
 }
 
-void dequant_short_bands(const uint16_t *boundaries, uint32_t first, Scale scale, const Mp3Granule &granule,
-                         const Mp3ScaleFactors &factors, Mp3Spectrum *spectrum) {
+uint32_t dequant_short_bands(const uint16_t *boundaries, uint32_t first, Scale scale,
+                             const Mp3Granule &granule, const Mp3ScaleFactors &factors,
+                             Mp3Spectrum *spectrum) {
     const uint32_t decoded = spectrum->count;
+    uint32_t all = 0;
     for (uint32_t band = first; band < kMp3ShortBands && 3u * boundaries[band] < decoded; ++band) {
         int32_t exponents[3];
         uint32_t nonzero[3];
@@ -163,10 +166,12 @@ void dequant_short_bands(const uint16_t *boundaries, uint32_t first, Scale scale
         dequant_short_band(spectrum->lines + size_t{3} * boundaries[band], width, exponents, nonzero);
         for (uint32_t w = 0; w < 3; ++w) {
             if (nonzero[w] != 0) spectrum->last_short[w] = static_cast<int32_t>(band);
+            all |= nonzero[w];
         }
         // Interleaving spreads the lines over the whole band.
         spectrum->count = 3u * boundaries[band + 1];
     }
+    return all;
 }
 
 }  // namespace
@@ -197,32 +202,20 @@ uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent) {
         _mm_storeu_si128(at, _mm_sub_epi32(_mm_xor_si128(scaled, sign), sign));
         all = _mm_or_si128(all, scaled);
     }
-    if (_mm_movemask_epi8(_mm_cmpgt_epi32(all, _mm_setzero_si128())) != 0) any |= 1;
+    const __m128i pairs = _mm_or_si128(all, _mm_unpackhi_epi64(all, all));
+    any |= static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_or_si128(pairs, _mm_shuffle_epi32(pairs, 1))));
 #endif
     return any | dequant_lines(lines + i, count - i, small, shift, exponent);
 }
 
-int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
-                       const Mp3ScaleFactors &factors, const Mp3Spectrum &spectrum) {
+int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3Spectrum &spectrum) {
     const int32_t steps = base_exponent(header, granule) - kRoom[magnitude_width(spectrum)];
     if (steps >= 0) return steps / 4 < kMaxExtraBits ? steps / 4 : kMaxExtraBits;
-    if (steps >= -4 * kSpareBits) return 0;
-
-    // It may be overloaded, unless scale factors turn the loud lines down. A copy that is requantised far
-    // lower tells.
-    int32_t lines[kMp3GranuleLines];
-    MMemCpy(lines, spectrum.lines, sizeof lines);
-    Mp3Spectrum probe = spectrum;
-    probe.lines = lines;
-    mp3_deqchannel(header, granule, factors, -kProbeBits, &probe);
-    for (int32_t &line : lines)
-        line = line < 0 ? -line : line;
-    const int32_t width = static_cast<int32_t>(magnitude_width(probe)) + kProbeBits;
-    return width > kLineBits ? kLineBits - width : 0;
+    return steps >= -4 * kSpareBits ? 0 : -1;
 }
 
-void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
-                    int32_t extra_bits, Mp3Spectrum *spectrum) {
+int32_t mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                       const Mp3ScaleFactors &factors, int32_t extra_bits, Mp3Spectrum *spectrum) {
     spectrum->last_long = -1;
     for (int32_t &last : spectrum->last_short)
         last = -1;
@@ -231,13 +224,13 @@ void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, con
     scale.shift = (granule.flags & kMp3ScaleFactorScale) != 0 ? 2 : 1;
     const uint16_t *const long_bands = header.scale_factor_bands;
     const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
-    if (!mp3_is_short(granule)) {
-        dequant_long_bands(long_bands, kMp3LongBands, scale, factors, spectrum);
-        return;
-    }
-    const bool mixed = mp3_is_mixed(granule);
-    if (mixed) dequant_long_bands(long_bands, mp3_mixed_long_bands(header), scale, factors, spectrum);
-    dequant_short_bands(short_bands, mixed ? kMp3MixedFirstShortBand : 0, scale, granule, factors, spectrum);
+    const bool is_short = mp3_is_short(granule), mixed = is_short && mp3_is_mixed(granule);
+    const uint32_t bands = !is_short ? kMp3LongBands : mixed ? mp3_mixed_long_bands(header) : 0;
+    uint32_t all = dequant_long_bands(long_bands, bands, scale, factors, spectrum);
+    if (is_short)
+        all |= dequant_short_bands(short_bands, mixed ? kMp3MixedFirstShortBand : 0, scale, granule, factors,
+                                   spectrum);
+    return all == 0 ? 31 : __builtin_clz(all) - 1;
 }
 
 }  // namespace quorv

@@ -17,21 +17,24 @@ struct Mp3Spectrum {
     int32_t last_short[3];
 };
 
+// Redundant sign bits of the largest line that is put up with: the sum of two channels, rotated, stays within
+// 32 bits.
+inline constexpr int32_t kMp3LineHeadroom = 2;
+
 // How many fractional bits beyond kSpectrumBits the channel's spectrum may have without its largest line
-// coming near the limits: 0 to kMaxExtraBits, or below 0 for one so much louder than full scale that the
-// transforms could not hold it. It is then played lower by that many bits, which still saturates.
-int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule,
-                       const Mp3ScaleFactors &factors, const Mp3Spectrum &spectrum);
+// coming near the limits, 0 to kMaxExtraBits. -1: it may have to have fewer than none.
+int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3Spectrum &spectrum);
 
 // Requantises lines with kSpectrumBits fractional bits: magnitude^(4/3) * 2^(-exponent / 4), saturated.
-// Returns 0 when all lines are zero, else another value.
+// Returns the magnitudes or'ed.
 uint32_t dequant(int32_t *lines, uint32_t count, int32_t exponent);
 
 // Requantises the spectrum of a granule and channel, sqrt(2) louder than the standard: frames with
-// middle/side stereo need that factor, and so all others get it, too. The extra bits must be the same for
-// both channels of a granule.
-void mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3ScaleFactors &factors,
-                    int32_t extra_bits, Mp3Spectrum *spectrum);
+// middle/side stereo need that factor, and so all others get it, too. Both channels of a granule get the same
+// extra bits. Returns the redundant sign bits of the largest line, 31 when all are
+// zero.
+int32_t mp3_deqchannel(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                       const Mp3ScaleFactors &factors, int32_t extra_bits, Mp3Spectrum *spectrum);
 
 }  // namespace quorv
 

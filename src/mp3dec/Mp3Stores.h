@@ -11,6 +11,9 @@ namespace quorv {
 
 inline constexpr uint32_t kMp3GranuleLines = 576;
 inline constexpr uint32_t kMp3GranuleSlots = 18;  // samples of a subband in a granule
+// A slot whose subband samples have magnitudes that add up to more, in units of 2^16, may need more than 32
+// bits in the synthesis.
+inline constexpr uint32_t kMp3SafeSum = INT16_MAX - kMp3Subbands - 1;
 
 struct Mp3Stores {
     // One granule's lines by channel: sign and magnitude as decoded, then signed, with kSpectrumBits
@@ -24,6 +27,12 @@ struct Mp3Stores {
     alignas(16) Mp3WindowHistory history[2];
     // By channel: groups of subbands from here on have no overlap.
     uint32_t overlap_groups[2];
+    // By channel, a bit for each subband: whether adding to its overlap may take more than 32 bits.
+    uint32_t loud_overlaps[2];
+    // By channel: a bound of one slot's overlap, all subbands together, in units of 2^16.
+    uint32_t overlap_sum[2];
+    // By channel: not 0 when a slot's samples may add up to more than kMp3SafeSum.
+    uint32_t is_loud[2];
 };
 
 }  // namespace quorv

@@ -11,6 +11,10 @@
 #include "mp3dec/Mp3Stores.h"
 #include "mp3dec/tables/SynthesisTables.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace quorv {
 
 namespace {
@@ -18,9 +22,11 @@ namespace {
 constexpr uint32_t kPresets = sizeof equalizerGain / sizeof equalizerGain[0];
 
 void equalize(int32_t (*samples)[kMp3MaxSlots], uint32_t slots, const int32_t gains[kMp3Subbands]) {
+    constexpr int kGainBits = 28;
+    constexpr int64_t kHalf = int64_t{1} << (kGainBits - 1);
     for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
         for (uint32_t slot = 0; slot < slots; ++slot)
-            samples[sb][slot] = mul_shift<28>(samples[sb][slot], gains[sb]);
+            samples[sb][slot] = saturate((int64_t{samples[sb][slot]} * gains[sb] + kHalf) >> kGainBits);
     }
 }
 
@@ -29,14 +35,41 @@ void drop_upper_subbands(int32_t (*samples)[kMp3MaxSlots]) {
     MMemSet(samples[kMp3Subbands / 2], 0, kMp3Subbands / 2 * sizeof samples[0]);
 }
 
-void transform(const int32_t (*samples)[kMp3MaxSlots], uint32_t slots, Mp3WindowHistory *history) {
+constexpr int kLoudShift = 5;  // makes every slot safe
+
+// Turns down those slots, of as many as there are lanes, that may need more than 32 bits. A bit for each.
+uint32_t lower_loud(int32_t (*samples)[kMp3MaxSlots], uint32_t slot) {
+    Lanes x[kMp3Subbands];
+    for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
+        x[sb] = load_lanes(&samples[sb][slot]);
+    const uint32_t loud = lanes_above(sum_magnitudes<kMp3Subbands>(x), kMp3SafeSum);
+    for (uint32_t i = 0; i < Lanes::kCount; ++i) {
+        if ((loud >> i & 1) == 0) continue;
+        for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
+            samples[sb][slot + i] = mul_shift<kLoudShift>(samples[sb][slot + i], 1);
+    }
+    return loud;
+}
+
+void raise_loud(uint32_t loud, int32_t (*t)[kMp3Subbands]) {
+    for (uint32_t i = 0; i < Lanes::kCount; ++i) {
+        if ((loud >> i & 1) == 0) continue;
+        for (uint32_t k = 0; k < kMp3Subbands; ++k)
+            t[i][k] = saturate(int64_t{t[i][k]} << kLoudShift, kMp3LargestT);
+    }
+}
+
+void transform(int32_t (*samples)[kMp3MaxSlots], uint32_t slots, bool may_be_loud,
+               Mp3WindowHistory *history) {
     for (uint32_t slot = 0; slot < slots; slot += Lanes::kCount) {
+        const uint32_t loud = may_be_loud ? lower_loud(samples, slot) : 0;
         Lanes x[kMp3Subbands];
         for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
             x[sb] = load_lanes(&samples[sb][slot]);
         dct2<kMp3Subbands>(x);
         int32_t t[Lanes::kCount][kMp3Subbands];
         store_columns<kMp3Subbands>(x, t[0], kMp3Subbands);
+        if (loud != 0) raise_loud(loud, t);
         // The lanes behind the last slot hold nothing of meaning.
         for (uint32_t i = 0; i < Lanes::kCount && slot + i < slots; ++i)
             window_enter(history, slot + i, t[i]);
@@ -49,7 +82,16 @@ void put_mono(const int16_t *samples, uint32_t step, int16_t *pcm) {
 }
 
 void put_stereo(const int16_t *left, const int16_t *right, uint32_t step, uint32_t *pcm) {
-    for (uint32_t i = 0; i < kMp3Subbands; i += step)
+    uint32_t i = 0;
+#if defined(__SSE2__)
+    for (; step == 1 && i < kMp3Subbands; i += 8, pcm += 8) {
+        const __m128i l = _mm_loadu_si128(reinterpret_cast<const __m128i *>(left + i)),
+                      r = _mm_loadu_si128(reinterpret_cast<const __m128i *>(right + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(pcm), _mm_unpacklo_epi16(l, r));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(pcm + 4), _mm_unpackhi_epi16(l, r));
+    }
+#endif
+    for (; i < kMp3Subbands; i += step)
         *pcm++ = static_cast<uint16_t>(left[i]) | static_cast<uint32_t>(static_cast<uint16_t>(right[i]))
                                                       << 16;
 }
@@ -76,9 +118,12 @@ void mp3_subsynth(Mp3Frame *frame, uint32_t slots, Mp3Synthesis *synthesis) {
     const uint32_t step = synthesis->half_rate ? 2 : 1;
     for (uint32_t ch = 0; ch < channels; ++ch) {
         const uint32_t preset = frame->equalizer_enabled ? frame->equalizer_value : 0;
-        if (preset != 0 && preset < kPresets) equalize(stores->samples[ch], slots, equalizerGain[preset]);
+        const bool equalized = preset != 0 && preset < kPresets;
+        if (equalized) equalize(stores->samples[ch], slots, equalizerGain[preset]);
         if (synthesis->half_rate) drop_upper_subbands(stores->samples[ch]);
-        transform(stores->samples[ch], slots, &stores->history[ch]);
+        const bool may_be_loud = stores->is_loud[ch] != 0 || equalized;
+        transform(stores->samples[ch], slots, may_be_loud, &stores->history[ch]);
+        stores->is_loud[ch] = 0;
     }
     const uint32_t count = kMp3Subbands / step;
     for (uint32_t slot = 0; slot < slots; ++slot) {

@@ -42,7 +42,10 @@ struct Mp3WindowHistory {
     int32_t last_b[17];  // B of the slot before the frame's first
 };
 
-// Enters a slot: t with kSampleBits fractional bits.
+// Nearly 16.0. What is added to round a value must not wrap.
+inline constexpr int32_t kMp3LargestT = INT32_MAX - (1 << 16);
+
+// Enters a slot: t with kSampleBits fractional bits, up to kMp3LargestT in size.
 void window_enter(Mp3WindowHistory *history, uint32_t slot, const int32_t t[kMp3Subbands]);
 
 // The 32 output samples of a slot, rounded and saturated.

@@ -1,7 +1,7 @@
 // The windowed sum at the end of the polyphase synthesis, with 16-bit products; see Mp3Window.h.
 //
-// A value v is kept as high * 2^15 + low, a tap as 4 q + r where it needs more than 16 bits, so that the sum
-// is exact in 32 bits: sum = 2^15 * (4 hq + hr) + 4 lq + lr.
+// A value v is kept as high * 2^16 + low, a tap as 4 q + r where it needs more than 16 bits, so that the sum
+// is exact in 32 bits: sum = 2^16 * (4 hq + hr) + 4 lq + lr.
 
 #include "mp3dec/Mp3Window.h"
 
@@ -16,7 +16,7 @@ namespace quorv {
 
 namespace {
 
-constexpr int kLowBits = 15;
+constexpr int kLowBits = 16;
 constexpr uint32_t kWide = 3;  // pairs 3 and 4 have taps of more than 16 bits
 
 __m128i load(const void *from) {
@@ -27,18 +27,16 @@ void store(void *to, __m128i value) {
     _mm_storeu_si128(static_cast<__m128i *>(to), value);
 }
 
-__m128i high_part(__m128i value) {
-    return _mm_srai_epi32(_mm_add_epi32(value, _mm_set1_epi32(1 << (kLowBits - 1))), kLowBits);
+// Four pairs of high parts out of two times four values.
+__m128i high_pairs(__m128i a, __m128i b) {
+    const __m128i rounding = _mm_set1_epi32(1 << (kLowBits - 1)), upper = _mm_set1_epi32(-(1 << kLowBits));
+    return _mm_or_si128(_mm_srli_epi32(_mm_add_epi32(a, rounding), kLowBits),
+                        _mm_and_si128(_mm_add_epi32(b, rounding), upper));
 }
 
-__m128i low_part(__m128i value) {
-    return _mm_sub_epi32(value, _mm_slli_epi32(high_part(value), kLowBits));
-}
-
-// Four pairs of 16 bits out of two times four values.
-__m128i pairs_of(__m128i a, __m128i b) {
-    const __m128i packed = _mm_packs_epi32(a, b);
-    return _mm_unpacklo_epi16(packed, _mm_srli_si128(packed, 8));
+__m128i low_pairs(__m128i a, __m128i b) {
+    const __m128i lower = _mm_set1_epi32((1 << kLowBits) - 1);
+    return _mm_or_si128(_mm_and_si128(a, lower), _mm_slli_epi32(b, kLowBits));
 }
 
 __m128i reverse32(__m128i value) {
@@ -88,13 +86,13 @@ void window_enter(Mp3WindowHistory *history, uint32_t slot, const int32_t t[kMp3
     Mp3WindowSlot *const to = &history->slots[slot % 2][kMp3PastSlots + slot / 2];
     for (uint32_t j = 0; j < 16; j += 4) {
         const __m128i a = load(t + 16 + j), b = load(history->last_b + j);
-        store(to->high[j], pairs_of(high_part(a), high_part(b)));
-        store(to->low[j], pairs_of(low_part(a), low_part(b)));
+        store(to->high[j], high_pairs(a, b));
+        store(to->low[j], low_pairs(a, b));
         store(history->last_b + j, _mm_sub_epi32(_mm_setzero_si128(), reverse32(load(t + 13 - j))));
     }
     const __m128i zero = _mm_setzero_si128(), last = _mm_cvtsi32_si128(history->last_b[16]);
-    store(to->high[16], pairs_of(zero, high_part(last)));
-    store(to->low[16], pairs_of(zero, low_part(last)));
+    store(to->high[16], high_pairs(zero, last));
+    store(to->low[16], low_pairs(zero, last));
     history->last_b[16] = wrap_sub(0, t[0]);
 }
 

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <cmath>
 #include <thread>
 
 #include "support/Mp3Streams.h"
@@ -194,6 +195,38 @@ TEST(Mp3Hostile, FlippedBitsCutsAndNoiseAreSurvived) {
     for (uint8_t &byte : noise)
         byte = static_cast<uint8_t>(random() % 4 == 0 ? 0xFF : random());
     decode(noise, random_calls(1, 5000, 5000));
+}
+
+// Every frame of the sample file turned up, 1.5 dB a step, as tools do that do not decode.
+TEST(Mp3Hostile, WhatIsFarOverFullScaleSaturates) {
+    const Bytes stream = real_mp3_stream();
+    const std::vector<int16_t> clean = samples_of(decode(stream));
+    for (const uint32_t steps : {6u, 8u, 10u, 12u, 14u, 16u}) {
+        Bytes loud = stream;
+        for (size_t frame = 0; frame < loud.size(); frame += 417u + (loud[frame + 2] >> 1 & 1u)) {
+            for (size_t bit = 73; bit < 73 + 4 * 59; bit += 59) {  // global_gain of each granule and channel
+                uint8_t *const at = &loud[frame + bit / 8];
+                const uint32_t word = at[0] * 256u + at[1] + (steps << (8 - bit % 8));
+                at[0] = static_cast<uint8_t>(word >> 8);
+                at[1] = static_cast<uint8_t>(word);
+            }
+        }
+        const std::vector<int16_t> samples = samples_of(decode(loud));
+        ASSERT_EQ(samples.size(), clean.size());
+        const double factor = std::exp2(steps / 4.0);
+        for (size_t i = 0; i < samples.size(); ++i)
+            ASSERT_NEAR(samples[i], std::clamp(clean[i] * factor, -32768.0, 32767.0), factor / 2 + 1)
+                << steps;
+    }
+}
+
+TEST(Mp3Hostile, FreeFormatFramesEndWhereNoneCanBeLonger) {
+    for (const auto &[length, frames] : {std::pair(1000u, 9u), {3000u, 0u}}) {
+        Bytes stream(size_t{9} * length);
+        for (size_t at = 0; at < stream.size(); at += length)
+            stream[at] = stream[at + 1] = 0xFF;  // Layer I at 44100 Hz: 919 or 2757 kbit/s
+        EXPECT_EQ(decode(stream).size(), frames * 384 * 4u);
+    }
 }
 
 }  // namespace

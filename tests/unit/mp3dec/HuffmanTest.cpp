@@ -115,5 +115,35 @@ TEST(Mp3Huffman, RefusesTablesThatAreNotThereAndLongSpectra) {
     }
 }
 
+TEST(Mp3Huffman, RegionsOfShortAndMixedBlocksEndByTheirBands) {
+    struct Case {
+        uint32_t row;  // of the bands: 44100, 22050 or 8000 Hz
+        uint8_t block_type, flags;
+        uint32_t region0_count, lines;  // of the first region
+    };
+    for (const auto &[row, block_type, flags, region0_count, lines] : {Case{0, 2, 0, 8, 36},
+                                                                       {0, 2, kMp3MixedBlock, 7, 36},
+                                                                       {3, 2, 0, 8, 36},
+                                                                       {3, 2, kMp3MixedBlock, 7, 48},
+                                                                       {8, 2, 0, 8, 72},
+                                                                       {8, 2, kMp3MixedBlock, 7, 96},
+                                                                       {3, 1, 0, 7, 54},
+                                                                       {0, 0, 0, 2, 12}}) {
+        Mp3FrameHeader header{};
+        header.flags = row == 0 ? 0 : uint32_t{MP3_FLAG_LOW_SAMPLING_RATE};
+        header.scale_factor_bands = sfband[row];
+        const Mp3Granule granule{0,  288,           0, 0, block_type != 0, block_type, flags, {1, 0, 0},
+                                 {}, region0_count, 0};
+        const std::vector<uint8_t> ones(36, 0xFF);
+        for (const uint32_t missing : {0u, 1u}) {
+            int32_t spectrum[kMp3GranuleLines];
+            Mp3BitCache cache = cache_of(ones);
+            EXPECT_EQ(mp3_dechuff(&cache, header, granule, lines / 2 - missing, spectrum),
+                      missing == 0 ? 576 : -1)
+                << lines;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test
