@@ -55,7 +55,7 @@ int main(int argc, char **argv) {
         fprintf(stderr, "decode_mp3: %s: is there already\n", argv[2]);
         return 1;
     }
-    in = MStreamOpenFromFileS(argv[1], 1);
+    in = MStreamOpenFromFileS(argv[1], MSTREAM_OPEN_READ);
     if (in != NULL) out = MStreamFileCreateS(argv[2]);
     if (out != NULL) problem = decode(in, out);
     if (in != NULL) MStreamClose(in);

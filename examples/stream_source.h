@@ -5,13 +5,12 @@
 #include <quorv/platform/stream.h>
 #include <quorv/splitter.h>
 
-/* Any code of 0x100 or more that the library does not use: it comes back unchanged from the call that failed.
- */
+/* Any code that the library does not use: it comes back unchanged from the call that failed. */
 enum { SOURCE_FAILED = 0x100 };
 
 static uint32_t source_open(void *path, SplitterStream *stream, uint32_t access_mode) {
     (void)access_mode;
-    *stream = (SplitterStream)MStreamOpenFromFileS((const char *)path, 1);
+    *stream = (SplitterStream)MStreamOpenFromFileS((const char *)path, MSTREAM_OPEN_READ);
     return *stream ? 0 : SOURCE_FAILED;
 }
 
@@ -30,7 +29,8 @@ static uint32_t source_read(void *path, SplitterStream stream, void *buffer, uin
 static uint32_t source_seek(void *path, SplitterStream stream, uint16_t origin, int64_t offset) {
     (void)path;
     if (offset != (intptr_t)offset) return SOURCE_FAILED;
-    return MStreamSeek((MStream)stream, origin == 0 ? MSTREAM_SEEK_START : MSTREAM_SEEK_CURRENT,
+    return MStreamSeek((MStream)stream,
+                       origin == SPLITER_ORIGIN_START ? MSTREAM_SEEK_START : MSTREAM_SEEK_CURRENT,
                        (intptr_t)offset)
                ? SOURCE_FAILED
                : 0;

@@ -22,6 +22,8 @@ constexpr size_t kLargeRead = 16384;
 constexpr size_t kReadBehind = 1024;
 // What the first small read after a large one or a jump fills; reading on doubles it.
 constexpr size_t kFirstFilling = 4096;
+// What stays when the buffer is filled anew: a reader of packets goes back into the latest one.
+constexpr size_t kReadBefore = 16384;
 
 FileStream &reader(SplitterStream stream) {
     return *reinterpret_cast<FileStream *>(stream);
@@ -39,7 +41,7 @@ FileStream::FileStream(const std::string &path, bool buffered)
     : path_(path),
       file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)),
       buffered_(buffered),
-      buffer_(kBufferBytes) {
+      buffer_(kReadBefore + kBufferBytes) {
     if (file_ < 0) {
         perror(path.c_str());
         exit(EXIT_FAILURE);
@@ -69,11 +71,16 @@ size_t FileStream::read_past_buffer(uint8_t *to, size_t count) {
 }
 
 size_t FileStream::fill_buffer() {
-    const bool reading_on = position_ == start_ + static_cast<int64_t>(filled_);
+    const int64_t end = start_ + static_cast<int64_t>(filled_);
+    const int64_t skipped = position_ - end;
+    const bool reading_on = skipped >= 0 && skipped <= static_cast<int64_t>(read_ahead_);
     read_ahead_ = std::clamp(reading_on ? 2 * read_ahead_ : 0, kFirstFilling, kBufferBytes);
-    start_ = position_;
-    filled_ = checked(pread(file_, buffer_.data(), read_ahead_, position_));
-    return filled_;
+    const size_t kept = skipped == 0 ? std::min(filled_, kReadBefore) : 0;
+    memmove(buffer_.data(), buffer_.data() + filled_ - kept, kept);
+    const size_t got = checked(pread(file_, &buffer_[kept], read_ahead_, position_));
+    start_ = position_ - static_cast<int64_t>(kept);
+    filled_ = kept + got;
+    return got;
 }
 
 uint32_t FileStream::read(uint8_t *to, uint32_t *count) {

@@ -194,16 +194,16 @@ QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  *
  * @param[in]     handle  an open file
  * @param[in]     track   the track's number
- * @param[in,out] time    wanted time in milliseconds; out: the time stamp of the frame that comes next. Of a
- *                        video track 0xFFFFFFFF is the next key frame; of an audio track it reports the
- *                        position and counts it on by one frame without moving
+ * @param[in,out] time    wanted time in milliseconds; out: the time stamp of the frame that comes next.
+ *                        SPLITER_TIME_NEXT_KEYFRAME is the next key frame of a video track; of an audio
+ *                        track it reports the position and counts it on by one frame without moving
  * @param[in]     mode    video: SPLITER_SEEK_FORWARD for the first key frame at or after the time (or the
  *                        last one of all), every other value for the last one at or before it; audio goes to
  *                        the last frame at or before the time either way
  *
  * @retval SPLITER_OK                 the track has been moved
- * @retval SPLITER_ERR_UNSUPPORTED    the file does not say how long it is; or 0xFFFFFFFF after a Seek that
- *                                    returned SPLITER_ERR_DATA_PENDING
+ * @retval SPLITER_ERR_UNSUPPORTED    the file does not say how long it is; or the next key frame was wanted
+ *                                    after a Seek that returned SPLITER_ERR_DATA_PENDING
  * @retval SPLITER_ERR_END_OF_STREAM  the time is at or behind the end, the index ends before it, or there is
  *                                    no such key frame; a video track of a local source then stands at its
  *                                    end

@@ -170,8 +170,7 @@ QUORV_API uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  *
  * @param[in]     handle  an open file
  * @param[in]     track   from 1
- * @param[in,out] time    wanted time in milliseconds, or 0xFFFFFFFF for the next key frame; out: the time
- *                        reached
+ * @param[in,out] time    wanted time in milliseconds, or SPLITER_TIME_NEXT_KEYFRAME; out: the time reached
  * @param[in]     mode    SPLITER_SEEK_FORWARD, or SPLITER_SEEK_BACKWARD; every other value is backward, too,
  *                        and leaves an audio track on the key frame
  *

@@ -70,9 +70,16 @@ typedef struct QuMp3Config {
     uint32_t sample_rate;     /**< of the stream in hertz, 0 when unknown; the output's is relative to it */
 } QuMp3Config;
 
+/** Channels of the output. */
+enum {
+    QU_MP3_CHANNELS_OWN = 0,   /**< the stream's own */
+    QU_MP3_CHANNELS_MONO = 1,  /**< two are mixed to one */
+    QU_MP3_CHANNELS_STEREO = 2 /**< one is doubled */
+};
+
 /** What comes out; null keeps the stream's own rate and channels. */
 typedef struct QuMp3OutputRequest {
-    uint32_t channel_mode; /**< 1 mixes two channels to one, 2 doubles one, else the stream's own */
+    uint32_t channel_mode; /**< QU_MP3_CHANNELS_*; any other value: the stream's own */
     uint32_t sample_rate;  /**< wanted in hertz; rates above the stream's, and 0, keep the stream's */
 } QuMp3OutputRequest;
 

@@ -28,7 +28,8 @@ extern "C" {
 
 /**
  * Result codes of every exported splitter function, unless the function says otherwise. A callback's own
- * nonzero code is passed on unchanged, except by the AVI header walk.
+ * nonzero code is passed on unchanged, except by the AVI header walk, which reports SPLITER_ERR_IO, and for
+ * SPLITER_SOURCE_AT_END.
  */
 enum {
     SPLITER_OK = 0,                     /**< success */
@@ -56,11 +57,32 @@ enum {
     SPLITER_SOURCE_PROGRESSIVE = 2 /**< bytes arrive over time, such as a download */
 };
 
+/** How a stream callback is asked to open a stream. */
+enum {
+    SPLITER_ACCESS_READ = 1,  /**< the splitter's own stream */
+    SPLITER_ACCESS_READER = 2 /**< ASF: one of the readers of the data packets */
+};
+
+/** Where a seek callback counts from. */
+enum {
+    SPLITER_ORIGIN_START = 0,  /**< the stream's first byte */
+    SPLITER_ORIGIN_CURRENT = 2 /**< the position */
+};
+
+/**
+ * A read callback may return this at the end of its source. ASF_SPLITER_ReadFrame makes
+ * SPLITER_ERR_END_OF_STREAM of it, when the read was one of a data packet.
+ */
+#define SPLITER_SOURCE_AT_END 0x1003u
+
 /** Seek modes; any value but SPLITER_SEEK_FORWARD is backward. */
 enum {
     SPLITER_SEEK_BACKWARD = 0, /**< the last key frame at or before the time */
     SPLITER_SEEK_FORWARD = 1   /**< the first key frame at or after the time */
 };
+
+/** A time that Seek takes for a video track: that of the next key frame. */
+#define SPLITER_TIME_NEXT_KEYFRAME UINT32_MAX
 
 /** Identifiers of GetConfig and SetConfig; each splitter's functions say which ones they answer. */
 enum {
@@ -91,8 +113,7 @@ typedef struct _tag_Stream_Source_ {
     /** SPLITER_SOURCE_LOCAL or SPLITER_SOURCE_PROGRESSIVE. */
     uint32_t source_kind;
     /**
-     * Opens the stream and stores its handle; access_mode is 1 (read), or 2 for the readers that the ASF
-     * data parser opens for itself.
+     * Opens the stream and stores its handle; access_mode is SPLITER_ACCESS_READ or SPLITER_ACCESS_READER.
      */
     uint32_t (*open)(void *user_context, SplitterStream *stream, uint32_t access_mode);
     /** Closes the stream. */
@@ -102,7 +123,7 @@ typedef struct _tag_Stream_Source_ {
      * may be lower without being an error. A source whose bytes have not arrived yet returns a code.
      */
     uint32_t (*read)(void *user_context, SplitterStream stream, void *buffer, uint32_t *count);
-    /** Moves to a byte offset: with origin 0 from the start of the stream, with 2 from the position. */
+    /** Moves by a byte offset from SPLITER_ORIGIN_START or SPLITER_ORIGIN_CURRENT. */
     uint32_t (*seek)(void *user_context, SplitterStream stream, uint16_t origin, int64_t offset);
     /** Stores the position in bytes from the start. */
     uint32_t (*tell)(void *user_context, SplitterStream stream, int64_t *position);

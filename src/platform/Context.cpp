@@ -21,6 +21,7 @@ bool open_trace(MPlatContext *context, const MPlatInitParams *params) {
     MLogHandle trace;
     if (MSTATIC_MDebugStreamOpenS(params->trace_file, &trace) != ResultOk) return false;
     context->trace_stream = word_of(trace);
+    trace->is_contexts_own = true;
     trace->level_mask = params->trace_level_mask;
     memcpy(trace->buffer, kTraceSignature, sizeof kTraceSignature);
     trace->fill = sizeof kTraceSignature;
@@ -37,6 +38,7 @@ bool make_tables(MPlatContext *context) {
 bool open_log(MPlatContext *context, const MPlatInitParams *params) {
     MLogHandle log;
     if (MLogOpenS(params->log_file, &log) != ResultOk) return false;
+    log->is_contexts_own = true;
     log->level_mask = params->log_level_mask;
     context->log_stream = word_of(log);
     return true;

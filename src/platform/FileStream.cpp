@@ -104,9 +104,9 @@ MStream MStreamOpenFromFileW(const uint16_t *path, uint32_t mode) {
 }
 
 MStream MStreamFileCreateS(const char *path) {
-    return MStreamOpenFromFileS(path, 2);
+    return MStreamOpenFromFileS(path, MSTREAM_OPEN_CREATE);
 }
 
 MStream MStreamFileCreateW(const uint16_t *path) {
-    return MStreamOpenFromFileW(path, 2);
+    return MStreamOpenFromFileW(path, MSTREAM_OPEN_CREATE);
 }

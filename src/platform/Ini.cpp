@@ -1,9 +1,11 @@
 // The INI functions: opening and closing, queries and edits.
 
 #include <errno.h>
+#include <limits.h>
 #include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 
@@ -15,33 +17,37 @@ namespace {
 
 constexpr char kTemporarySuffix[] = "_tmp";
 constexpr char kDefaultSection[] = "default";
-constexpr uint32_t kOpenForReading = 1;
-constexpr uint32_t kOpenForReadingAndAppending = 6;
 constexpr size_t kMaxKeyAndValue = 2044;
 
-char *concatenate(const char *a, const char *b) {
-    const size_t size = strlen(a) + strlen(b) + 1;
-    char *const text = static_cast<char *>(MMemAlloc(nullptr, size));
-    if (text != nullptr) snprintf(text, size, "%s%s", a, b);
-    return text;
+// The path of the file itself: a save must neither put a file in the place of a link, nor a temporary file in
+// another folder than the file's. Other paths stay as they were given; they may be shorter than absolute
+// ones.
+bool follow_links(const char *path, char *file_path) {
+    struct stat status;
+    if (lstat(path, &status) != 0) return false;
+    if (S_ISLNK(status.st_mode)) return realpath(path, file_path) != nullptr;
+    return snprintf(file_path, PATH_MAX, "%s", path) < PATH_MAX;
 }
 
 // Opens the file, or creates it empty when there is none. Only a file that is certainly missing is created,
 // and in a mode that empties nothing: a file that merely cannot be opened now must not lose its contents.
 MStream open_source(const char *path) {
-    MStreamRecord *const stream = MStreamOpenFromFileS(path, kOpenForReading);
-    struct stat status;
-    if (stream != nullptr || stat(path, &status) == 0 || errno != ENOENT) return stream;
-    return MStreamOpenFromFileS(path, kOpenForReadingAndAppending);
+    MStreamRecord *const stream = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ);
+    if (stream != nullptr || !is_missing(path)) return stream;
+    return MStreamOpenFromFileS(path, MSTREAM_OPEN_APPEND_READ);
 }
 
 bool start(MIniFile *ini, const char *path) {
     ini->buffer = static_cast<char *>(MMemAlloc(nullptr, kIniBufferSize));
-    ini->path = concatenate(path, "");
-    ini->temporary_path = concatenate(path, kTemporarySuffix);
+    // Before the file is touched: without memory it is not created either.
+    constexpr size_t kTemporaryRoom = PATH_MAX + sizeof kTemporarySuffix;
+    ini->path = static_cast<char *>(MMemAlloc(nullptr, PATH_MAX));
+    ini->temporary_path = static_cast<char *>(MMemAlloc(nullptr, kTemporaryRoom));
     if (ini->buffer == nullptr || ini->path == nullptr || ini->temporary_path == nullptr) return false;
     ini->source = open_source(path);
-    return ini->source != nullptr && parse_ini_file(ini);
+    if (ini->source == nullptr || !follow_links(path, ini->path)) return false;
+    snprintf(ini->temporary_path, kTemporaryRoom, "%s%s", ini->path, kTemporarySuffix);
+    return parse_ini_file(ini);
 }
 
 std::string_view section_name(const char *section) {
@@ -61,9 +67,10 @@ bool contains_any(std::string_view text, const char *characters) {
     return false;
 }
 
-// Names and values of other forms would be read back as something else, or not at all.
+// Names and values of other forms would be read back as something else, or not at all. The empty name of a
+// section reads back as what it is.
 bool is_writable_section(std::string_view name) {
-    return !name.empty() && name.size() + 2 <= kMaxIniText && !contains_any(name, "]\r\n");
+    return name.size() + 2 <= kMaxIniText && !contains_any(name, "]\r\n");
 }
 
 bool is_writable_key(std::string_view name) {
@@ -130,6 +137,12 @@ bool save(MIniFile *ini) {
 }
 
 }  // namespace
+
+bool is_missing(const char *path) {
+    struct stat status;
+    return stat(path, &status) != 0 && errno == ENOENT;
+}
+
 }  // namespace quorv
 
 using namespace quorv;

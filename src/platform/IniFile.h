@@ -74,9 +74,9 @@ using IniKeyPool = IniNodePool<IniKey, 128>;
 
 struct MIniFile {
     MStream source;
-    char *buffer;  // kIniBufferSize bytes
-    char *path;
-    char *temporary_path;
+    char *buffer;          // kIniBufferSize bytes
+    char *path;            // of the file itself, where it was opened through a link
+    char *temporary_path;  // beside it
     quorv::IniSection *first_section;
     quorv::IniSection *last_section;
     quorv::IniSection *cursor;  // of the category search
@@ -111,6 +111,9 @@ void free_ini_nodes(MIniFile *ini);
 // Reads the source into sections and keys; false when it cannot be read, a line is too long, or without
 // memory.
 bool parse_ini_file(MIniFile *ini);
+
+// Whether there is certainly no such file, as opposed to one that cannot be looked at.
+bool is_missing(const char *path);
 
 // Brings the edits to the file, which must be as it was read, and closes the source; false when the file
 // stays without them.

@@ -1,10 +1,6 @@
 // Saving edits of an INI file that somebody else has changed since it was read. The places of its lines are
 // no longer true then, so the edits are made again, to what the file holds now.
 
-#include <errno.h>
-#include <string.h>
-#include <sys/stat.h>
-
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
 #include "platform/StreamKinds.h"
@@ -12,20 +8,28 @@
 namespace quorv {
 namespace {
 
-// Repeats the edits of one section; false when one of them fails. What is to be removed may be gone already.
-bool repeat_edits(const IniSection *section, MIniFile *current) {
-    if (is_removed(section->state)) {
-        MIniRemoveS(current, section->name, nullptr);
-        return true;
-    }
-    for (const IniKey *key = section->first_key; key != nullptr; key = key->next) {
-        if (is_removed(key->state)) {
+// Repeats what was done to a key; false when that fails. What is to be removed may be gone already. What was
+// made and removed again leaves nothing to do: others may have made it since.
+bool repeat_edit(const IniSection *section, const IniKey *key, MIniFile *current) {
+    switch (key->state) {
+        case IniState::Unchanged:
+        case IniState::NewRemoved:
+            break;
+        case IniState::Removed:
             MIniRemoveS(current, section->name, key->name);
-        } else if (key->state != IniState::Unchanged &&
-                   MIniWriteSingleS(current, section->name, key->name, MINI_TYPE_STRING, key->value, 1) ==
-                       0) {
-            return false;
-        }
+            break;
+        case IniState::Changed:
+        case IniState::New:
+            return MIniWriteSingleS(current, section->name, key->name, MINI_TYPE_STRING, key->value, 1) != 0;
+    }
+    return true;
+}
+
+bool repeat_edits(const IniSection *section, MIniFile *current) {
+    if (section->state == IniState::Removed) MIniRemoveS(current, section->name, nullptr);
+    if (is_removed(section->state)) return true;
+    for (const IniKey *key = section->first_key; key != nullptr; key = key->next) {
+        if (!repeat_edit(section, key, current)) return false;
     }
     return true;
 }
@@ -40,13 +44,9 @@ void IniDigest::add(const char *bytes, size_t count) {
 }
 
 IniComparison compare_with_file(MIniFile *ini) {
-    MStreamRecord *const file = MStreamOpenFromFileS(ini->path, 1);
-    if (file == nullptr) {
-        // Of a file that is gone, the stream that is still open has what was read.
-        struct stat status;
-        return stat(ini->path, &status) != 0 && errno == ENOENT ? IniComparison::Same
-                                                                : IniComparison::Unknown;
-    }
+    MStreamRecord *const file = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
+    // Of a file that is gone, the stream that is still open has what was read.
+    if (file == nullptr) return is_missing(ini->path) ? IniComparison::Same : IniComparison::Unknown;
     IniDigest digest;
     int32_t got;
     do {

@@ -26,6 +26,8 @@ private:
     // ending, in the buffer only.
     bool fill() {
         if (filled_ == kIniBufferSize) return false;  // a line that does not fit
+        // A file whose size the offsets cannot hold.
+        if (buffer_offset_ > INTPTR_MAX - static_cast<intptr_t>(kIniBufferSize)) return false;
         const size_t room = kIniBufferSize - filled_;
         const int32_t got = MStreamRead(ini_->source, ini_->buffer + filled_, static_cast<int32_t>(room));
         ini_->digest.add(ini_->buffer + filled_, static_cast<size_t>(got));

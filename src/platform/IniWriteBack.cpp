@@ -1,8 +1,9 @@
 // Writing an INI file back: a temporary file takes the untouched bytes of the old one and the new lines, and
 // replaces the old one when it is complete.
 
-#include <quorv/platform/memory.h>
+#include <limits.h>
 #include <quorv/platform/strings.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
 
@@ -116,7 +117,18 @@ void copy_permissions(const char *from, const char *to) {
     if (stat(from, &status) == 0) chmod(to, status.st_mode & 07777);
 }
 
+// What an earlier save had to leave at the temporary path may be the only whole file there is: it is moved
+// out of the way. False when that fails.
+bool keep_earlier_file(const char *temporary_path) {
+    struct stat status;
+    if (lstat(temporary_path, &status) != 0 || !S_ISREG(status.st_mode)) return true;
+    char kept[PATH_MAX];
+    return snprintf(kept, sizeof kept, "%s_old", temporary_path) < PATH_MAX &&
+           MStreamFileRenameS(temporary_path, kept) != 0;
+}
+
 WriteBackResult write_temporary_file(MIniFile *ini) {
+    if (!keep_earlier_file(ini->temporary_path)) return kNoTemporaryFile;
     MStreamRecord *const out = MStreamFileCreateS(ini->temporary_path);
     if (out == nullptr) return kNoTemporaryFile;
     copy_permissions(ini->path, ini->temporary_path);
@@ -135,14 +147,24 @@ bool copy_over(const char *path, const char *source) {
     return MStreamFileCopyS(wide_path, wide_source) != 0;
 }
 
+// Whether the file can be written, or is gone and can be made again. To take its place by renaming would work
+// for a file that must not be written, too, since that asks for permission to write to the folder alone.
+bool may_be_replaced(const char *path) {
+    MStreamRecord *const file = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ_WRITE);
+    if (file == nullptr) return is_missing(path);
+    MStreamClose(file);
+    return true;
+}
+
 }  // namespace
 
 bool write_back_ini_file(MIniFile *ini) {
     const WriteBackResult result = write_temporary_file(ini);
     MStreamClose(ini->source);
     ini->source = nullptr;
-    if (result != kWritten) {
-        if (result != kNoTemporaryFile) MStreamFileDeleteS(ini->temporary_path);
+    if (result == kNoTemporaryFile) return false;
+    if (result != kWritten || !may_be_replaced(ini->path)) {
+        MStreamFileDeleteS(ini->temporary_path);
         return false;
     }
     // Copying keeps the file's identity (its links and its owner), but a copy that fails leaves it in pieces;

@@ -8,8 +8,6 @@
 namespace quorv {
 namespace {
 
-constexpr uint32_t kOpenForAppending = 3;
-
 // The log that a call works on: the handle it was given, or the context's log, locked while this lives.
 class LogAccess {
 public:
@@ -25,7 +23,7 @@ private:
     MLogHandle log_;
 };
 
-// A log that is about to be closed must not be closed again with the context.
+// A log of the context that is about to be closed must not be closed again with the context.
 void forget_in_context(MLogHandle log) {
     MPlatContext *const context = MSTATIC_MGetContext();
     if (context == nullptr) return;
@@ -39,7 +37,7 @@ void forget_in_context(MLogHandle log) {
 using namespace quorv;
 
 uint32_t MLogOpenS(const char *path, MLogHandle *log) {
-    return open_log_stream(path, kOpenForAppending, log);
+    return open_log_stream(path, MSTREAM_OPEN_APPEND, log);
 }
 
 uint32_t MLogS(MLogHandle log, uint32_t level, const char *format, ...) {
@@ -92,7 +90,8 @@ uint32_t MLogSetConfig(MLogHandle log, const MLogConfig *config) {
 uint32_t MLogClose(MLogHandle log) {
     const LogAccess access(log);
     if (access.log() == nullptr) return ResultFailed;
-    forget_in_context(access.log());
+    // A caller's own log has nothing to do with the context, which may be going away in another thread.
+    if (log == nullptr || log->is_contexts_own) forget_in_context(access.log());
     close_log_stream(access.log());
     return ResultOk;
 }

@@ -68,6 +68,7 @@ uint32_t quorv::open_log_stream(const char *path, uint32_t mode, MLogHandle *log
     made->buffered = 1;
     made->fill = 0;
     made->failed = 0;
+    made->is_contexts_own = false;
     made->file = MStreamOpenFromFileS(path, mode);
     if (made->file == nullptr) {
         MMemFree(nullptr, made);

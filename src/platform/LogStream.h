@@ -20,7 +20,8 @@ struct MLogStream {
     uint32_t buffered;
     MStream file;
     uint32_t fill;
-    uint32_t failed;  // a write came back short; nothing more is written to the file
+    uint32_t failed;       // a write came back short; nothing more is written to the file
+    bool is_contexts_own;  // opened by MPlatInitialize
     char buffer[quorv::kLogBufferSize];
 
     bool passes(uint32_t level) const { return enabled != 0 && (level & level_mask) != 0; }
@@ -37,7 +38,7 @@ static_assert(sizeof(MLogConfig) == 16);
 
 namespace quorv {
 
-// Opens a log on a file, `mode` as for MStreamOpenFromFileS.
+// Opens a log on a file, `mode` is one of MSTREAM_OPEN_*.
 uint32_t open_log_stream(const char *path, uint32_t mode, MLogHandle *log);
 // Flushes, closes and frees.
 void close_log_stream(MLogHandle log);

@@ -151,7 +151,7 @@ int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count) {
 }
 
 int32_t ZEVStreamMemWrite(MStream stream, const void *data, int32_t count) {
-    if (!is_memory_stream(stream) || count < 1) return 0;
+    if (!is_memory_stream(stream) || count < 0) return 0;
     const uint8_t *const in = static_cast<const uint8_t *>(data);
     const uintptr_t wanted = static_cast<uintptr_t>(count);
     uintptr_t done = 0;
@@ -166,6 +166,7 @@ int32_t ZEVStreamMemWrite(MStream stream, const void *data, int32_t count) {
         stream->block_position += piece;
         done += piece;
     }
+    // Also when there was nothing to write: the position may lie behind a size that was set.
     if (position_of(stream) > stream->size) stream->size = position_of(stream);
     return static_cast<int32_t>(done);
 }

@@ -13,12 +13,10 @@
 namespace quorv {
 namespace {
 
-constexpr uint32_t kOpenAfresh = 2;
 constexpr size_t kMaxPrinted = 288;  // the terminator included
 
 // A record's length shares its first word with the record's kind.
 constexpr size_t kMaxRecordLength = 0xFFFF;
-constexpr uint32_t kDataKind = 1;
 constexpr uint32_t kTextHead = 8;
 constexpr uint32_t kDataHead = 20;
 // Beyond this many values the record's fourth value word is not carried.
@@ -90,7 +88,7 @@ int32_t MTraceS(uint32_t level, const char *format, ...) {
 }
 
 uint32_t MSTATIC_MDebugStreamOpenS(const char *path, MLogHandle *log) {
-    return open_log_stream(path, kOpenAfresh, log);
+    return open_log_stream(path, MSTREAM_OPEN_CREATE, log);
 }
 
 uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t length) {
@@ -102,11 +100,13 @@ uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t len
 }
 
 uint32_t MSTATIC_MDebugStreamClose(void) {
-    const MPlatContext *const context = MSTATIC_MGetContext();
+    MPlatContext *const context = MSTATIC_MGetContext();
     if (context == nullptr) return ResultFailed;
     const MutexLock lock(context->trace_mutex);
     if (context->trace_stream == 0) return ResultFailed;
-    return MLogClose(log_of(context->trace_stream));
+    const MLogHandle trace = log_of(context->trace_stream);
+    context->trace_stream = 0;
+    return MLogClose(trace);
 }
 
 uint32_t MSTATIC_MTableOutPutID(uint32_t level, uint32_t kind, const char *text) {
@@ -120,7 +120,7 @@ uint32_t MSTATIC_MLogTraceData(uint32_t level, uint32_t a, uint32_t b, uint32_t 
     const uint32_t length = kDataHead + 4 * count;
     RecordBuffer record(length);
     if (!record.has_memory()) return ResultNoMemory;
-    record.put_word(0, kDataKind << 16 | length);
+    record.put_word(0, uint32_t{MTRACE_DATA} << 16 | length);
     record.put_word(1, a);
     record.put_word(2, b);
     record.put_word(3, c);

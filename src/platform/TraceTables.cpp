@@ -121,7 +121,8 @@ uint32_t write_identifiers(uint32_t level, uint32_t number, const TableNode *nod
 uint32_t write_texts(uint32_t level, uint32_t number, const TableNode *node) {
     uint32_t result = ResultOk;
     for (uint32_t i = 0; i < node->count && result == ResultOk; ++i)
-        result = write_text_record(level, number, node->entries[i].identifier, node->entries[i].text);
+        result = write_text_record(level, MTRACE_TABLE_TEXT + number, node->entries[i].identifier,
+                                   node->entries[i].text);
     return result;
 }
 

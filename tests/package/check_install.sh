@@ -5,6 +5,7 @@
 # usage: check_install.sh BUILD_DIR VERSION SOURCE_DIR   (CMAKE, CPACK, CC, CXX and WORK name tools and a scratch folder)
 set -eu
 build=$1 version=$2 include=$3/include examples=$3/examples sample=$3/samples/h264-mp3.avi
+asf_sample=$3/fuzz/corpus/asf_splitter/bare
 
 fail() {
   echo "check_install: $*" >&2
@@ -54,6 +55,9 @@ for way in pkg_config find_package; do
   cd "$WORK/$way"
   [ "$(./list_tracks "$sample")" = "1 264  3000 ms, 320x240
 2 mp3  3030 ms, 44100 Hz, 2 channels" ] || fail "$way: list_tracks lists something else"
+  [ "$(./list_tracks "$asf_sample")" = "2 m4vs 830 ms, 64x48
+4 mp3  830 ms, 8000 Hz, 2 channels" ] || fail "$way: list_tracks does not list ASF"
+  ./list_tracks "$0" 2>/dev/null && fail "$way: list_tracks takes a script for a media file"
   for track in 1 2; do
     ./extract_track "$sample" $track ours.$track
     env -u LD_LIBRARY_PATH "$root/bin/quorv" extract "$sample" --track $track -o tools.$track

@@ -27,6 +27,28 @@ inline Bytes mpeg4_vol(uint32_t width, uint32_t height) {
     return bits.data();
 }
 
+struct VopFields {
+    uint32_t coding_type = 0;
+    uint32_t seconds = 0;  // modulo_time_base
+    uint32_t increment_bits = 5;
+    uint32_t increment = 0;
+    bool coded = true;
+};
+
+// The header of a video object plane of MPEG-4 Part 2 with its start code.
+inline Bytes vop_bytes(const VopFields &vop) {
+    BitWriter out;
+    out.put(0x1B6, 32);
+    out.put(vop.coding_type, 2);
+    for (uint32_t i = 0; i < vop.seconds; ++i)
+        out.put(1, 1);
+    out.put(0b01, 2);
+    out.put(vop.increment, static_cast<int>(vop.increment_bits));
+    out.marker();
+    out.put(vop.coded, 1);
+    return out.data();
+}
+
 // Parameter sets of H.264 baseline profile (ITU-T H.264 7.3.2) behind Annex B start codes.
 inline Bytes h264_sps(uint32_t width, uint32_t height) {
     BitWriter bits;
@@ -44,6 +66,16 @@ inline Bytes h264_sps(uint32_t width, uint32_t height) {
 inline Bytes h264_pps() {
     // Ids 0, no CABAC, one slice group, one reference each, no weights, offsets 0, no deblocking control.
     return {0, 0, 0, 1, 0x68, 0b11001110, 0b00'111000, 0b1'0000000};
+}
+
+// A NAL unit of an H.264 slice, without start code.
+inline Bytes slice_bytes(uint32_t nal_header, uint32_t first_mb, uint32_t slice_type) {
+    BitWriter out;
+    out.put(nal_header, 8);
+    out.ue(first_mb);
+    out.ue(slice_type);
+    out.put(0xFFFF, 16);
+    return out.data();
 }
 
 }  // namespace quorv::test

@@ -18,7 +18,8 @@ extern "C" {
  * File information, directories, and the search of a directory by a wildcard pattern.
  *
  * Paths are narrow strings; the W forms take 16-bit wide strings and narrow them (each unit cut to its low 8
- * bits): a path of 260 or more characters fails there. Null paths and handles are accepted and fail.
+ * bits): a path of 260 or more characters fails there, and so does one with a unit whose low 8 bits are
+ * zero. Null paths and handles are accepted and fail.
  * @{
  */
 

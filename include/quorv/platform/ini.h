@@ -58,8 +58,9 @@ typedef struct MIniQuery {
  *
  * @param[in] path  of the file; copied
  *
- * @return a handle that MIniEndS frees; null when the file cannot be opened or read, when a line is too long,
- *         for a null path and without memory; the file is then as it was
+ * @return a handle that MIniEndS frees; null when the file cannot be opened or read, when a line is too long
+ *         or the file larger than intptr_t can tell, for a null path and without memory; the file is then as
+ *         it was
  */
 QUORV_API MIniHandle MIniStartS(const char *path);
 
@@ -67,7 +68,14 @@ QUORV_API MIniHandle MIniStartS(const char *path);
  * Writes the edits back, if there are any, and frees the handle in every case.
  *
  * The edited file is first made beside the file, under its name with "_tmp" appended, and the file is only
- * touched when that is complete. Should replacing the file fail then, the complete file stays at that name.
+ * touched when that is complete. It is copied over the file, which keeps its owner and its links. When the
+ * copy fails half-way, or a path that ends with "_tmp" has 260 or more characters, the complete file takes
+ * the place of the old one: it belongs to the process then, and further hard links keep the old contents, or
+ * what the copy made of them. A file that cannot be written is left as it was. A symbolic link stays what it
+ * is; all this is about the file that it led to when it was opened.
+ *
+ * Should replacing the file fail in both ways, the complete file stays at its name. What a later save finds
+ * there it does not overwrite but renames, "_old" appended.
  *
  * @param[in] ini  the file
  *
@@ -100,8 +108,8 @@ QUORV_API int32_t MIniReadS(MIniHandle ini, MIniQuery *query);
  * @param[in] ini    the file
  * @param[in] query  what to write; copied
  *
- * @return 1, or 0 for arguments as for MIniReadS, without memory, and for what could not be read back: names
- *         that are empty, a section name with ']', a key with '=' or that begins with '[', '#', '*' or ';',
+ * @return 1, or 0 for arguments as for MIniReadS, without memory, and for what could not be read back: a
+ *         section name with ']', a key that is empty, with '=' or that begins with '[', '#', '*' or ';',
  *         line breaks anywhere, key and value of together 2045 bytes or more
  */
 QUORV_API int32_t MIniWriteS(MIniHandle ini, const MIniQuery *query);
@@ -149,7 +157,8 @@ QUORV_API int32_t MIniWriteSingleS(MIniHandle ini, const char *section, const ch
 QUORV_API int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key);
 
 /**
- * Gives the name of the first section; MIniFindNextCategoryS gives those behind it, in order.
+ * Gives the name of the first section; MIniFindNextCategoryS gives those behind it, in order. A section with
+ * an empty name ("[]") is passed over.
  *
  * 0 has two meanings. When the name does not fit, or name is null, *size is what it needs, and the next call
  * tries the same section again. At the end name is empty.

@@ -113,7 +113,11 @@ QUORV_API uint32_t MLogGetConfig(MLogHandle log, MLogConfig *config);
 QUORV_API uint32_t MLogSetConfig(MLogHandle log, const MLogConfig *config);
 
 /**
- * Flushes, closes the file and frees the log; the context forgets a log of its own.
+ * Flushes, closes the file and frees the log.
+ *
+ * The context forgets a log that MPlatInitialize opened, whichever way it is closed; by its handle, that is
+ * done without a lock, as everything else is. A log that the caller opened and put into a context is closed
+ * with 0, or with the context: closed by its handle, it would stay there.
  *
  * @param[in] log  the log, 0 for the context's
  *
@@ -135,6 +139,9 @@ QUORV_API uint32_t MLogClose(MLogHandle log);
  *     text  (kind << 16) | record length in bytes, identifier, text, zero byte, zeroes up to a multiple of 4
  *     data  (1 << 16) | record length in bytes, a, b, c, d, values
  *
+ * A reader tells them apart by the kind: MTRACE_TABLE_TEXT and the table's number for the texts of trace
+ * tables, what MSTATIC_MTableOutPutID is given for others, which therefore should not be MTRACE_DATA.
+ *
  * Functions that write to it return ResultFailed when there is no context or it has no trace stream.
  *
  * Trace tables are chains of nodes of up to 256 entries. A node of kind 1 keeps texts, each with the address
@@ -142,6 +149,12 @@ QUORV_API uint32_t MLogClose(MLogHandle log);
  * numbered 1 to 3, whose chains grow as needed; the functions that take a table number lock the trace mutex.
  * @{
  */
+
+/** Kinds of trace records, beside those that callers of MSTATIC_MTableOutPutID make up. */
+enum {
+    MTRACE_DATA = 1,        /**< a data record */
+    MTRACE_TABLE_TEXT = 256 /**< a text of a trace table; the table's number is added */
+};
 
 /**
  * Prints a message to standard output, at once, when the context's trace mask has one of the level bits.
@@ -193,7 +206,7 @@ QUORV_API uint32_t MSTATIC_MDebugStreamClose(void);
  * Writes a text record; its identifier is the low 32 bits of the text's address.
  *
  * @param[in] level  level bits of the message
- * @param[in] kind   the record's kind, 16 bits
+ * @param[in] kind   the record's kind, 16 bits; MTRACE_DATA would make it look like a data record
  * @param[in] text   zero-terminated
  *
  * @retval ResultOk          done; or the level is suppressed
@@ -259,8 +272,8 @@ QUORV_API uint32_t MSTATIC_MTableIDExists(uint32_t kind, const char *text);
 
 /**
  * Writes the entries of one of the context's tables to the trace stream in the order they came: a text record
- * for each text, its kind being the table's number; a data record for each node of identifiers: the table's
- * number, the count, two zeroes, then the identifiers.
+ * for each text, its kind MTRACE_TABLE_TEXT and the table's number; a data record for each node of
+ * identifiers: the table's number, the count, two zeroes, then the identifiers.
  *
  * @param[in] level  level bits of the records
  * @param[in] kind   number of the table, 1 to 3

@@ -21,7 +21,7 @@ extern "C" {
  * A file stream is a buffered file of the C library. A memory stream lies over a buffer of the caller, which
  * it never outgrows, or over a chain of heap blocks that grows as it is written. Paths are narrow strings;
  * the W forms take 16-bit wide strings and narrow them (each unit cut to its low 8 bits): a path of 260 or
- * more characters fails there.
+ * more characters fails there, and so does one with a unit whose low 8 bits are zero.
  *
  * A stream belongs to one thread at a time. A null stream is accepted everywhere and gives 0; a null
  * buffer is allowed where nothing is to be transferred.
@@ -50,12 +50,21 @@ enum {
     MSTREAM_SEEK_CURRENT = 2 /**< the position */
 };
 
+/** How a file is opened, and the C library's mode string for it. */
+enum {
+    MSTREAM_OPEN_READ = 1,        /**< "rb" */
+    MSTREAM_OPEN_CREATE = 2,      /**< "wb" */
+    MSTREAM_OPEN_APPEND = 3,      /**< "ab" */
+    MSTREAM_OPEN_READ_WRITE = 4,  /**< "rb+" */
+    MSTREAM_OPEN_CREATE_READ = 5, /**< "wb+" */
+    MSTREAM_OPEN_APPEND_READ = 6  /**< "ab+" */
+};
+
 /**
  * Opens a file.
  *
  * @param[in] path  of the file
- * @param[in] mode  picks the C library's mode string: 1 "rb", 2 "wb", 3 "ab", 4 "rb+", 5 "wb+", 6 "ab+"; any
- *                  other value "rb"
+ * @param[in] mode  MSTREAM_OPEN_*; any other value reads
  *
  * @return the stream, which MStreamClose ends; null when the file cannot be opened or there is no memory
  */
@@ -68,7 +77,7 @@ QUORV_API MStream MStreamOpenFromFileW(const uint16_t *path, uint32_t mode);
  *
  * @param[in] path  of the file
  *
- * @return as MStreamOpenFromFileS with mode 2
+ * @return as MStreamOpenFromFileS with MSTREAM_OPEN_CREATE
  */
 QUORV_API MStream MStreamFileCreateS(const char *path);
 /** MStreamFileCreateS for a wide path. @copydetails MStreamFileCreateS */
@@ -111,7 +120,8 @@ QUORV_API MStream MStreamOpenFromMemoryBlock(void *buffer, uint32_t size);
 QUORV_API int32_t MStreamRead(MStream stream, void *buffer, int32_t count);
 
 /**
- * Writes at the position and moves it.
+ * Writes at the position and moves it. A memory stream then is at least as large as its position, even when
+ * count is 0.
  *
  * @param[in] stream  the stream
  * @param[in] buffer  count bytes
@@ -233,8 +243,8 @@ QUORV_API uint32_t MStreamFileGetSizeS(const char *path);
  * Copies a file over another.
  *
  * The paths are 16-bit text that ends with a zero unit, of any alignment. A narrow path does not work here in
- * spite of the name: widen it with MCharToWChar first. Paths of 260 or more units fail, and so does copying a
- * file over itself, which leaves it as it is.
+ * spite of the name: widen it with MCharToWChar first. Paths that the W forms refuse fail, and so does
+ * copying a file over itself, which leaves it as it is.
  *
  * @param[in] destination  path of the copy
  * @param[in] source       path of the file
@@ -247,7 +257,8 @@ QUORV_API int32_t MStreamFileCopyS(const void *destination, const void *source);
 QUORV_API int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count);
 
 /**
- * MStreamWrite for memory streams only; others give 0.
+ * MStreamWrite for memory streams only; others give 0. The stream then is at least as large as its position,
+ * even when count is 0.
  *
  * @param[in] stream  the stream
  * @param[in] data    count bytes

@@ -1,8 +1,10 @@
 // Directories and file information; the directory search against fnmatch over names and patterns.
 
+#include <fcntl.h>
 #include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <quorv/platform/directory.h>
+#include <quorv/platform/stream.h>
 #include <quorv/platform/strings.h>
 #include <sys/stat.h>
 
@@ -145,6 +147,33 @@ TEST(Directory, DeadLinksNullHandlesAndNoMemory) {
         EXPECT_EQ(MDirStartFindS(path, MDIR_BOTH), nullptr) << n;
         EXPECT_EQ(heap.live_blocks(), 0u);
     }
+}
+
+TEST(Directory, FilesDatedAfter2038) {
+    const TestFolder folder;
+    const std::string path = folder.put("late", {1, 2, 3});
+    constexpr uint32_t kIn2040 = 2208988800;
+    const timespec times[] = {{kIn2040, 0}, {kIn2040 + 1, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    MFileInfo info = {};
+    EXPECT_EQ(MGetFileInfoS(&info, path.c_str()), 1);
+    EXPECT_EQ(info.access_time, kIn2040);
+    EXPECT_EQ(info.modification_time, kIn2040 + 1);
+    EXPECT_EQ(MStreamFileGetSizeS(path.c_str()), 3u);
+    EXPECT_EQ(found(folder.path("*"), MDIR_FILES), Names{path});
+}
+
+// A backslash ends a directory and, in the names of entries, what is not matched.
+TEST(Directory, BackslashesSeparate) {
+    const TestFolder folder;
+    const std::string directory = folder.path("sub\\");
+    std::filesystem::create_directory(directory);
+    folder.put("sub\\/a.avi", {1});
+    folder.put("sub\\/b\\a.avi", {1});
+    const Names both = {directory + "a.avi", directory + "b\\a.avi"};
+    for (const std::string pattern : {"", "a*", "?.avi"})
+        EXPECT_EQ(found(directory + pattern, MDIR_FILES), both) << pattern;
+    EXPECT_EQ(found(directory + "b*", MDIR_FILES), Names{});
 }
 
 }  // namespace

@@ -2,10 +2,11 @@
 // whatever fails, the file is the old one or the new one, whole.
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <signal.h>
-#include <sys/prctl.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -102,8 +103,8 @@ TEST_F(Ini, EditsInTheFileWhateverItHoldsByThen) {
     const std::string mixed =
         "; head\r\nstray=0\n\n[One] \nA = 1 \r\n# note\nno key\nb=2\n\n [Two]\nc=3\n;end";
     const std::string plain = "[a]\nk=1\nl=2\n[b]\nm=3\n";
-    const std::vector<IniEdit> several = {{"a", "k", "new"}, {"a", "l", {}},  {"b", {}, {}},
-                                          {"c", "n", "5"},   {"c", "o", "6"}, {"c", "o", {}}};
+    const std::vector<IniEdit> several = {{"a", "k", "new"}, {"a", "l", {}}, {"b", {}, {}},   {"c", "n", "5"},
+                                          {"c", "o", "6"},   {"c", "o", {}}, {"d", "p", "1"}, {"d", {}, {}}};
     const struct {
         std::string before;
         std::vector<IniEdit> edits;
@@ -123,6 +124,8 @@ TEST_F(Ini, EditsInTheFileWhateverItHoldsByThen) {
         {plain, several, "[A]\nK=new\r\n[c]\r\nn=5\r\n", "[b]\nm=4\no=5\n[A]\nK=x\nL=y\n"},
         // As long as it was.
         {plain, several, "[a]\nk=new\r\n[c]\r\nn=5\r\n", "[a]\nk=9\nl=2\n[b]\nm=3\n"},
+        // Others made them, too.
+        {plain, several, "[d]\np=7\n[c]\no=8\nn=5\r\n[a]\r\nk=new\r\n", "[d]\np=7\n[c]\no=8\n"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(&c - cases);
@@ -138,9 +141,10 @@ TEST_F(Ini, EditsInTheFileWhateverItHoldsByThen) {
 
 TEST_F(Ini, WhatCouldNotBeReadBackIsRefused) {
     const std::string k(2043, 'k'), v(2043, 'v'), s(2044, 's'), before = "[t]\nk=1\n";
-    std::vector<IniEdit> edits = {{"a[b", "k", "a=[b];#*"}, {"s", k, "v"}, {"s", "k", v}, {s, "k", "v"}};
+    std::vector<IniEdit> edits = {
+        {"a[b", "k", "a=[b];#*"}, {"s", k, "v"}, {"s", "k", v}, {s, "k", "v"}, {" \t", "k", "v"}};
     const size_t accepted = edits.size();
-    for (const std::string &section : {s + "s", std::string(" \t"), std::string("a]b")})
+    for (const std::string &section : {s + "s", std::string("a]b")})
         edits.push_back({section, "k", "v"});
     for (const std::string &key : {k + "k", std::string(" "), std::string("a=b")})
         edits.push_back({"s", key, "v"});
@@ -275,26 +279,81 @@ TEST(IniFailure, EveryLengthOfFileThatCanBeWritten) {
     signal(SIGXFSZ, handler);
 }
 
+// Runs the work in a child process whose view of the folder is a file system of this many bytes, and returns
+// what it returns; -1 where that is not permitted. The work must not use GoogleTest, which is why what it
+// throws ends the child.
+int on_small_file_system(const std::string &folder, size_t bytes, const std::function<int()> &work) noexcept {
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string size = "mode=0777,size=" + std::to_string(bytes);
+        if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(255);
+        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+        if (mount("tmpfs", folder.c_str(), "tmpfs", 0, size.c_str()) != 0) _exit(255);
+        _exit(work());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (!WIFEXITED(status)) return 254;
+    return WEXITSTATUS(status) == 255 ? -1 : WEXITSTATUS(status);
+}
+
+// Through a link, which must stay one; or with something mounted in its place, which cannot be replaced.
+TEST(IniFailure, FullDisk) {
+    const TestFolder folder;
+    const std::string before = old_text(), after = text_after(before);
+    enum Outcome : int { Old, New, Kept, Wrong };
+    for (const std::string by : {"ini", "link", "mounted link"}) {
+        bool seen[4] = {};
+        // From room for the old file alone to room for two new ones; in between the copy over the file fails.
+        for (size_t bytes = 4096 * (before.size() / 4096 + 1);
+             bytes < before.size() + 2 * after.size() + 8192; bytes += 4096) {
+            const int outcome = on_small_file_system(folder.path(""), bytes, [&] {
+                const std::string path = folder.put_text("ini", before), link = folder.path("link");
+                std::filesystem::create_symlink("ini", link);
+                if (by == "mounted link") mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr);
+                const int32_t result = edit_file(by == "ini" ? path : link);
+                const std::string text = folder.get_text("ini");
+                if (!std::filesystem::is_symlink(link)) return int{Wrong};
+                if (folder.names() == Names{"ini", "link"})
+                    return text == after && result == 1    ? int{New}
+                           : text == before && result == 0 ? int{Old}
+                                                           : int{Wrong};
+                edit_file(link);  // what there is of it; the whole file must not get lost by that
+                return folder.get_text("ini_tmp_old") == after && result == 0 ? int{Kept} : int{Wrong};
+            });
+            if (outcome == -1) GTEST_SKIP() << "mounting a file system is not permitted here";
+            ASSERT_LT(outcome, Wrong) << by << ' ' << bytes;
+            seen[outcome] = true;
+        }
+        EXPECT_TRUE(seen[Old] && seen[New] && seen[Kept] == (by == "mounted link")) << by;
+    }
+}
+
 TEST(IniFailure, FilesThatCannotBeMadeOrWrittenOrAreGone) {
     const TestFolder folder;
-    const std::string path = folder.put_text("ini", old_text()), after = text_after(old_text());
+    const std::string path = folder.put_text("ini", old_text());
     std::filesystem::create_directory(folder.path("ini_tmp"));
     EXPECT_EQ(edit_file(path), 0) << "the temporary file's name is taken";
     EXPECT_EQ(folder.get_text("ini"), old_text());
     std::filesystem::remove(folder.path("ini_tmp"));
-
     EXPECT_EQ(edit_file(path, nullptr, [&] { std::filesystem::remove(path); }), 1) << "it is made again";
-    EXPECT_EQ(folder.get_text("ini"), after);
-
-    folder.put_text("ini", old_text());
-    // The superuser may write any file, so nobody has to do it.
-    const uid_t user = geteuid(), nobody = user == 0 ? 65534 : user;
-    ASSERT_EQ(chown(path.c_str(), nobody, gid_t(-1)) | chown(folder.path("").c_str(), nobody, gid_t(-1)), 0);
-    ASSERT_EQ(chmod(path.c_str(), 0400) | seteuid(nobody), 0);
-    EXPECT_EQ(edit_file(path), 1) << "the temporary file takes the place of one that cannot be written";
-    ASSERT_EQ(seteuid(user) | prctl(PR_SET_DUMPABLE, 1), 0);  // or else the leak sanitizer fails
-    EXPECT_EQ(folder.get_text("ini"), after);
+    EXPECT_EQ(folder.get_text("ini"), text_after(old_text()));
     EXPECT_EQ(folder.names(), Names{"ini"});
+    std::filesystem::permissions(folder.path(""), std::filesystem::perms::all);
+    for (const std::string &name : {std::string("ini"), std::string(250, 'i')}) {
+        const std::string read_only = folder.put_text(name, old_text());
+        std::filesystem::permissions(read_only, std::filesystem::perms{0444});
+        const uid_t user = geteuid();
+        // To the superuser nothing is read-only.
+        if (seteuid(user == 0 ? 65534 : user) != 0) GTEST_SKIP() << "there is no other user here";
+        std::vector<bool> succeeded;
+        const int32_t result = edit_file(read_only, &succeeded);
+        ASSERT_EQ(seteuid(user), 0);
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(succeeded, std::vector<bool>(kEdits.size(), true));
+        EXPECT_EQ(folder.get_text(name), old_text());
+        EXPECT_FALSE(std::filesystem::exists(read_only + "_tmp"));
+    }
 }
 
 }  // namespace

@@ -86,6 +86,11 @@ TEST(Stream, WhatTheKindsDoNotShare) {
         EXPECT_EQ(MStreamSetSize(memory, -1), 0);
         EXPECT_EQ(MStreamSetSize(memory, 3), 3);
         EXPECT_EQ(MStreamRead(memory, bytes + 4, 4), 3);
+        EXPECT_EQ(MStreamSetSize(memory, 1), 1);
+        EXPECT_EQ(MStreamWrite(memory, nullptr, -1), 0);
+        EXPECT_EQ(MStreamGetSize(memory), 1);
+        EXPECT_EQ(MStreamWrite(memory, nullptr, 0), 0);
+        EXPECT_EQ(MStreamGetSize(memory), 3) << "it reaches to the position, as after every write";
         EXPECT_EQ(MStreamClose(memory), 1);
     }
     EXPECT_EQ(MStreamSetSize(fixed, 2), 2);
@@ -200,6 +205,19 @@ TEST(StreamFiles, RenameMoveDeleteAndPathsThatDoNotFit) {
     EXPECT_EQ(MStreamOpenFromFileW(units(widen(path)), 1), nullptr);
     EXPECT_EQ(MStreamFileCreateW(units(widen(path))), nullptr);
     EXPECT_EQ(MStreamFileExistsW(units(widen(path))) + MStreamFileExistsW(nullptr), 0);
+}
+
+// Narrowed, their low byte would end the path early and name another file.
+TEST(StreamFiles, PathsWithUnitsOfLowByteZeroFail) {
+    const TestFolder folder;
+    const std::u16string path = widen(folder.put("a", {1, 2, 3}));
+    for (const char16_t unit : {u'\u0100', u'\u4E00'}) {
+        const std::u16string longer = path + unit + u".t";
+        EXPECT_EQ(MStreamFileCreateW(units(longer)), nullptr);
+        EXPECT_EQ(MStreamFileExistsW(units(longer)), 0);
+        EXPECT_EQ(MStreamFileCopyS(longer.c_str(), path.c_str()), 0);
+    }
+    EXPECT_EQ(folder.get("a").size(), 3u);
 }
 
 TEST(Stream, WithoutMemoryNothingOpensLeaksOrIsLost) {

@@ -185,29 +185,6 @@ uint32_t slice_type(const Bytes &data) {
     return ZEV_H264_GetSliceType(data.data(), size_of(data));
 }
 
-// A NAL unit of a slice, without start code.
-Bytes slice_bytes(uint32_t nal_header, uint32_t first_mb, uint32_t type) {
-    BitWriter out;
-    out.put(nal_header, 8);
-    out.ue(first_mb);
-    out.ue(type);
-    out.put(0xFFFF, 16);
-    return out.data();
-}
-
-Bytes vop_bytes(uint32_t coding_type, uint32_t seconds, uint32_t increment_bits, bool coded = true) {
-    BitWriter out;
-    out.put(0x1B6, 32);
-    out.put(coding_type, 2);
-    for (uint32_t i = 0; i < seconds; ++i)
-        out.put(1, 1);
-    out.put(0b01, 2);
-    out.put(0xA5A5, static_cast<int>(increment_bits));
-    out.marker();
-    out.put(coded, 1);
-    return out.data();
-}
-
 void expect_param(const ZevVideoParam &got, const ZevVideoParam &expected, int round) {
     ASSERT_EQ(got.width, expected.width) << "round " << round;
     ASSERT_EQ(got.height, expected.height) << "round " << round;
@@ -291,17 +268,17 @@ TEST(Mpeg4, EveryBranchOfPlanes) {
     for (uint32_t i = 0; i < 4 * 2 * 17 * 4; ++i) {
         const uint32_t type = i % 4, bits = i / 8 % 17;
         const bool coded = i / 4 % 2 != 0;
-        const Vop got(vop_bytes(type, i / 136 * 13, bits, coded), bits);
+        const Vop got(vop_bytes({type, i / 136 * 13, bits, 0xA5A5, coded}), bits);
         EXPECT_EQ(got.result, VIDHDR_OK) << i;
         EXPECT_EQ(got.coding_type, coded ? type : uint32_t{VIDHDR_VOP_NOT_CODED}) << i;
         EXPECT_EQ(got.not_coded, coded ? 0u : 1u) << i;
     }
     // A record that no parser wrote: more bits than a reader takes count as 16.
-    EXPECT_EQ(Vop(vop_bytes(1, 0, 16), UINT32_MAX).coding_type, 1u);
+    EXPECT_EQ(Vop(vop_bytes({1, 0, 16}), UINT32_MAX).coding_type, 1u);
 }
 
 TEST(Mpeg4, WhereStartCodesAreFound) {
-    const Bytes vol = mpeg4_vol(176, 144), vop = vop_bytes(1, 0, 16);
+    const Bytes vol = mpeg4_vol(176, 144), vop = vop_bytes({1, 0, 16});
     const Bytes user_data = {0, 0, 1, 0xB2, 'x', 0, 0};
     constexpr int32_t kNoVol = VIDHDR_ERR_NO_VOL, kNoVop = VIDHDR_ERR_NO_VOP;
     const struct {
@@ -310,7 +287,7 @@ TEST(Mpeg4, WhereStartCodesAreFound) {
     } cases[] = {
         {join({user_data, vol}), 0, kNoVop},
         {join({user_data, vop}), kNoVol, 0},
-        {join({Bytes{0}, vol, mpeg4_vol(8, 8), Bytes{0}, vop, vop_bytes(2, 0, 16)}), 0, 0},
+        {join({Bytes{0}, vol, mpeg4_vol(8, 8), Bytes{0}, vop, vop_bytes({2, 0, 16})}), 0, 0},
         // A start code is passed over with its value: one that begins in the value of another is hidden.
         {join({kPrefix, vol, kPrefix, vop}), kNoVol, kNoVop},
         {Bytes{0}, kNoVol, kNoVop},
