@@ -54,10 +54,11 @@ TEST_F(Log, LevelsAndSwitches) {
         if (c.written) expected += std::to_string(c.level) + " of " + std::to_string(c.mask) + ";dump;";
         EXPECT_EQ(said(), expected) << "without buffering every message is there at once";
     }
-    for (const uint32_t code :
-         {MLogSetConfig(log, nullptr), MLogGetConfig(log, nullptr), MLogDump(log, 1, nullptr, 1),
-          MLogOpenS(nullptr, &log), MLogOpenS(path.c_str(), nullptr)})
+    for (const uint32_t code : {MLogSetConfig(log, nullptr), MLogGetConfig(log, nullptr),
+                                MLogDump(log, 1, nullptr, 1), MLogOpenS(path.c_str(), nullptr)})
         EXPECT_EQ(code, uint32_t{ResultInvalidArg});
+    EXPECT_EQ(MLogClose(log), uint32_t{ResultOk});
+    EXPECT_EQ(MLogOpenS(nullptr, &log), uint32_t{ResultInvalidArg});
     for (const uint32_t code :
          {MLogS(nullptr, 1, "nowhere"), MLogDump(nullptr, 1, "x", 1), MLogFlush(nullptr),
           MLogGetConfig(nullptr, &config), MLogSetConfig(nullptr, &config), MLogClose(nullptr)})
