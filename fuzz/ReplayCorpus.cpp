@@ -1,8 +1,6 @@
 // Runs a fuzz harness over every file of a folder: the normal tests' way to replay a corpus without
 // libFuzzer.
 
-#include <stddef.h>
-#include <stdint.h>
 #include <stdio.h>
 
 #include <filesystem>
@@ -10,15 +8,11 @@
 #include <iterator>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+#include "Harness.h"
 
 int main(int argc, char **argv) {
-    if (argc != 2) {
-        fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
-        return 2;
-    }
     int count = 0;
-    for (const auto &entry : std::filesystem::directory_iterator(argv[1])) {
+    for (const auto &entry : std::filesystem::directory_iterator(argc > 1 ? argv[1] : "")) {
         std::ifstream file(entry.path(), std::ios::binary);
         const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
         const std::vector<uint8_t> input(bytes.begin(), bytes.end());

@@ -2,10 +2,11 @@
 // a file, control bytes behind it, and as the last byte their number. They say how the stream misbehaves and
 // which functions are called in which order; without any the file is opened, read to its end and closed.
 
-#include <algorithm>
+#include <string.h>
+
 #include <span>
 
-#include "ExactCopy.h"
+#include "Harness.h"
 #include "support/SplitterFile.h"
 
 namespace {
@@ -23,19 +24,16 @@ constexpr uint64_t kMostCalls = 10000000;
 constexpr uint32_t kLargestBuffer = 1 << 20;
 
 // Control bytes, zeros behind their end.
-class Control {
-public:
-    Control(const uint8_t *bytes, size_t count) : next_(bytes), end_(bytes + count) {}
-    bool is_empty() const { return next_ == end_; }
-    uint32_t byte() { return is_empty() ? 0 : *next_++; }
+struct Control : std::span<const uint8_t> {
+    uint32_t byte() {
+        const uint32_t first = empty() ? 0 : front();
+        if (!empty()) *this = {subspan(1)};
+        return first;
+    }
     uint32_t word() {
         const uint32_t low = byte();
         return low | byte() << 8;
     }
-
-private:
-    const uint8_t *next_;
-    const uint8_t *const end_;
 };
 
 void require_documented(uint32_t code) {
@@ -62,11 +60,10 @@ Faults take_faults(Control &control) {
 
 uint32_t read_frame(SplitterHandle handle, uint32_t track, uint32_t capacity) {
     for (;;) {
-        uint8_t *const buffer = static_cast<uint8_t *>(malloc(capacity));
+        Bytes buffer(capacity);
         SplitterFrameInfo info;
         memset(&info, 0x5A, sizeof info);
-        const uint32_t code = api.read_frame(handle, track, buffer, capacity, &info);
-        free(buffer);
+        const uint32_t code = api.read_frame(handle, track, buffer.data(), capacity, &info);
         require_documented(code);
         require(code != SPLITER_OK || (info.size <= capacity && info.key_frame <= 1));
         require(code == SPLITER_OK || (info.time_stamp | info.duration | info.key_frame) == 0);
@@ -91,15 +88,12 @@ void query(SplitterHandle handle, uint32_t track) {
     SplitterTrackData data = {track, nullptr, 0};
     uint32_t size = sizeof data;
     require_documented(api.get_config(handle, SPLITER_CFG_CODEC_DATA, &data, &size));
-    require(data.data != nullptr || data.length == 0);
-    const quorv::fuzz::ExactCopy copy(static_cast<const uint8_t *>(data.data), data.length, 0);
+    const uint8_t *const bytes = static_cast<const uint8_t *>(data.data);
+    require(data.length == 0 ||
+            memcmp(quorv::fuzz::exact_copy(bytes, data.length).get(), bytes, data.length) == 0);
     SplitterTrackValue value = {track, 0};
     size = sizeof value;
     require_documented(api.get_config(handle, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size));
-}
-
-void seek(SplitterHandle handle, uint32_t track, uint32_t time, uint32_t mode) {
-    require_documented(api.seek(handle, track, &time, mode));
 }
 
 void open_again(SplitterHandle handle, TestSource &source) {
@@ -111,24 +105,21 @@ void open_again(SplitterHandle handle, TestSource &source) {
     require(same == handle);
 }
 
-void set_config(SplitterHandle handle, Control &control) {
-    const uint32_t value = 0;
-    require_documented(api.set_config(handle, control.byte(), &value, sizeof value));
-}
-
 // One call, chosen by the low half of the byte; the high half is the track.
 void call(SplitterHandle handle, Tracks tracks, TestSource &source, Control &control) {
-    const uint32_t choice = control.byte(), what = choice & 15, track = choice >> 4;
+    const uint32_t choice = control.byte(), what = choice & 15, track = choice >> 4, value = 0;
     if (what == 0) query(handle, track);
     if (what == 1) api.is_seekable(handle, track);
     if (what == 2) require_documented(api.reset(handle));
-    if (what == 3 || what == 4) seek(handle, track, control.word() * 16, choice & 1);
-    if (what == 5) seek(handle, track, UINT32_MAX, 0);
+    if (what >= 3 && what <= 5) {
+        uint32_t time = what == 5 ? UINT32_MAX : control.word() * 16;
+        require_documented(api.seek(handle, track, &time, what == 3));
+    }
     if (what == 6) read_all(handle, tracks);
     if (what == 7) open_again(handle, source);
     if (what == 8) source.faults.at = source.calls() + control.byte();
     if (what == 9) source.faults.arrived = UINT64_MAX;
-    if (what == 10) set_config(handle, control);
+    if (what == 10) require_documented(api.set_config(handle, control.byte(), &value, sizeof value));
     if (what > 10) read_frame(handle, track, what * 8);
 }
 
@@ -141,21 +132,19 @@ void use(SplitterHandle handle, TestSource &source, Control &control) {
         query(handle, entry.track);
     for (uint32_t track = 0; track <= list.count + 1; ++track)
         query(handle, track);
-    if (control.is_empty()) read_all(handle, tracks);
-    while (!control.is_empty())
+    if (control.empty()) read_all(handle, tracks);
+    while (!control.empty())
         call(handle, tracks, source, control);
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0) return 0;
     const size_t control_size = std::min<size_t>(data[size - 1], size - 1);
     const size_t file_size = size - 1 - control_size;
     const MemoryStore store(Bytes(data, data + file_size));
-    Control control(data + file_size, control_size);
+    Control control = {{data + file_size, control_size}};
     const uint32_t start = control.byte();
     TestSource source(store, start & 1 ? SPLITER_SOURCE_PROGRESSIVE : SPLITER_SOURCE_LOCAL,
                       take_faults(control));

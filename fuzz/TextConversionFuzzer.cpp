@@ -2,119 +2,122 @@
 // and as 16-bit units; every conversion gets room from nothing to more than enough, never a byte to spare.
 
 #include <quorv/platform/strings.h>
-#include <stdint.h>
 
-#include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "ExactCopy.h"
-
-namespace {
+#include "Harness.h"
 
 using quorv::fuzz::require;
 
-// A zero-terminated copy with not one byte to spare.
+namespace {
+
+// The units before the first zero, and a zero, with nothing behind them for the sanitizer to miss.
 template <typename Unit>
-std::unique_ptr<Unit[]> text_of(const std::vector<Unit> &units) {
-    std::unique_ptr<Unit[]> text(new Unit[units.size() + 1]());
-    std::copy(units.begin(), units.end(), text.get());
+std::vector<Unit> text_of(const std::vector<Unit> &units) {
+    const auto end = std::find(units.begin(), units.end(), Unit{0});
+    std::vector<Unit> text(static_cast<size_t>(end - units.begin()) + 1);
+    std::copy(units.begin(), end, text.begin());
     return text;
 }
 
-template <typename Unit>
-std::vector<Unit> until_zero(std::vector<Unit> units) {
-    units.erase(std::find(units.begin(), units.end(), Unit{0}), units.end());
-    return units;
-}
-
-// Converts with this much room and returns what was written, the terminator not counted.
+// Converts with this much room and returns what was written.
 template <typename To, typename From>
 std::vector<To> convert(int32_t (*conversion)(const From *, To *, int32_t), const std::vector<From> &from,
                         int32_t room, int32_t expected) {
-    std::vector<To> to(static_cast<size_t>(std::max(room, 0)), To{0x55});
-    To none = 0x55;
-    require(conversion(text_of(from).get(), to.empty() ? &none : to.data(), room) == expected);
-    require(none == 0x55);
-    return until_zero(to);
+    std::vector<To> to(static_cast<size_t>(std::max(room, 1)), To{0x55});
+    require(conversion(from.data(), to.data(), room) == expected);
+    require(room > 0 || to[0] == 0x55);
+    return text_of(to);
 }
 
-void check_units(const std::vector<uint16_t> &units) {
-    const auto text = text_of(units);
-    const int32_t count = static_cast<int32_t>(units.size());
-    require(MWCsLen(text.get()) == units.size());
-    const int32_t length = MUnicodeToUTF8(text.get(), nullptr, 0);
-    require(length >= count && length <= count * 3);
-    const std::vector<char> utf8 = convert(MUnicodeToUTF8, units, length + 1, length);
+template <typename Unit>
+int32_t length_of(const std::vector<Unit> &text) {
+    return static_cast<int32_t>(text.size()) - 1;
+}
+
+void check_units(const std::vector<uint16_t> &text) {
+    const int32_t count = length_of(text);
+    int32_t length = 0;
+    for (const uint16_t unit : text)
+        length += unit == 0 ? 0 : unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
+    require(MWCsLen(text.data()) == text.size() - 1);
+    require(MUnicodeToUTF8(text.data(), nullptr, 0) == length);
+    const std::vector<char> utf8 = convert(MUnicodeToUTF8, text, length + 1, length);
     for (const int32_t room : {-1, 0, 1, length / 2, length})
-        convert(MUnicodeToUTF8, units, room, 0);
+        convert(MUnicodeToUTF8, text, room, 0);
     // Every unit survives UTF-8.
-    require(convert(MUTF8ToUnicode, utf8, count + 1, count) == units);
+    require(convert(MUTF8ToUnicode, utf8, count + 1, count) == text);
 }
 
-void check_utf8(const std::vector<char> &bytes) {
-    const int32_t count = MUTF8ToUnicode(text_of(bytes).get(), nullptr, 0);
+void check_utf8(const std::vector<char> &text) {
+    const int32_t count = MUTF8ToUnicode(text.data(), nullptr, 0);
     require(count >= -1);
     if (count < 0) {
         uint16_t units[4096];
-        require(MUTF8ToUnicode(text_of(bytes).get(), units, 4096) <= 0);
+        require(MUTF8ToUnicode(text.data(), units, 4096) <= 0);
         return;
     }
-    const std::vector<uint16_t> units = convert(MUTF8ToUnicode, bytes, count + 1, count);
+    check_units(convert(MUTF8ToUnicode, text, count + 1, count));
     for (const int32_t room : {0, 1, count / 2, count})
-        if (count > 0) convert(MUTF8ToUnicode, bytes, room, 0);
-    check_units(units);
+        if (count > 0) convert(MUTF8ToUnicode, text, room, 0);
 }
 
-void check_narrow(const std::vector<char> &bytes) {
-    const int32_t size = static_cast<int32_t>(bytes.size()) + 1;
+void check_narrow(const std::vector<char> &text) {
+    const int32_t size = length_of(text) + 1;
     for (const int32_t room : {0, 1, size / 2, size, size + 3}) {
         const int32_t written = room < 1 ? 1 : std::min(room, size);
-        const std::vector<uint16_t> wide = convert(MCharToWChar, bytes, room, written);
-        require(wide.size() == static_cast<size_t>(room < 1 ? 0 : written - 1));
-        const std::vector<char> back =
-            convert(MWCharToChar, wide, size, static_cast<int32_t>(wide.size()) + 1);
-        require(back ==
-                std::vector<char>(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(wide.size())));
+        const std::vector<uint16_t> wide = convert(MCharToWChar, text, room, written);
+        require(length_of(wide) == (room < 1 ? 1 : written - 1));
+        if (room < 1) continue;
+        const std::vector<char> back = convert(MWCharToChar, wide, size, written);
+        require(std::equal(back.begin(), back.end() - 1, text.begin()));
     }
 }
 
-int32_t sign(int32_t value) {
-    return value < 0 ? -1 : value > 0 ? 1 : 0;
+bool is_same_folded(uint16_t a, uint16_t b) {
+    return a == b || ((a ^ b) == 32 && (a | 32) >= 'a' && (a | 32) <= 'z');
+}
+
+// Units that differ are ordered as they stand.
+template <typename Same>
+int32_t order(const std::vector<uint16_t> &a, const std::vector<uint16_t> &b, size_t most, Same is_same) {
+    for (size_t i = 0; i < std::max<size_t>(most, 1); ++i) {
+        if (!is_same(a[i], b[i])) return a[i] < b[i] ? -1 : 1;
+        if (a[i] == 0) break;
+    }
+    return 0;
 }
 
 void check_comparison(const std::vector<uint16_t> &a, const std::vector<uint16_t> &b) {
-    const auto text_a = text_of(a), text_b = text_of(b);
-    const std::u16string string_a(a.begin(), a.end()), string_b(b.begin(), b.end());
-    require(MWCsCmp(text_a.get(), text_b.get()) == sign(string_a.compare(string_b)));
-    const int32_t folded = MWCsICmp(text_a.get(), text_b.get());
-    require(folded == -MWCsICmp(text_b.get(), text_a.get()));
-    require(MWCsNICmp(text_a.get(), text_b.get(), 0xFFFFFFFF) == folded);
-    const auto lower_a = text_of(a), lower_b = text_of(b);
-    MWCsMakeLower(lower_a.get());
-    MWCsMakeLower(lower_b.get());
-    require((folded == 0) == (MWCsCmp(lower_a.get(), lower_b.get()) == 0));
+    require(MWCsCmp(a.data(), b.data()) == order(a, b, SIZE_MAX, std::equal_to<>()));
+    require(MWCsICmp(a.data(), b.data()) == order(a, b, SIZE_MAX, is_same_folded));
+    for (const uint32_t most : {0u, 1u, 2u, 3u, 0xFFFFFFFFu})
+        require(MWCsNICmp(a.data(), b.data(), most) == order(a, b, most, is_same_folded));
+    const std::u16string string_a(a.begin(), a.end() - 1), string_b(b.begin(), b.end() - 1);
     const size_t at = string_a.find(string_b);
-    require(MWCsStr(text_a.get(), text_b.get()) == (at == string_a.npos ? nullptr : text_a.get() + at));
+    require(MWCsStr(a.data(), b.data()) == (at == string_a.npos ? nullptr : a.data() + at));
+    for (uint32_t (*const map)(uint16_t *) : {MWCsMakeLower, MWCsMakeUpper}) {
+        std::vector<uint16_t> mapped = a;
+        require(map(mapped.data()) == 0);
+        require(order(a, mapped, SIZE_MAX, is_same_folded) == 0);
+        for (const uint16_t unit : mapped)
+            require(map == MWCsMakeLower ? unit < 'A' || unit > 'Z' : unit < 'a' || unit > 'z');
+    }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    const std::vector<char> bytes = until_zero(std::vector<char>(data, data + size));
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const std::vector<char> bytes = text_of(std::vector<char>(data, data + size));
     check_utf8(bytes);
     check_narrow(bytes);
     std::vector<uint16_t> units;
     for (size_t i = 0; i + 1 < size; i += 2)
         units.push_back(static_cast<uint16_t>(data[i] | data[i + 1] << 8));
-    const size_t half = units.size() / 2;
-    const auto middle = units.begin() + static_cast<ptrdiff_t>(half);
-    const std::vector<uint16_t> first = until_zero(std::vector<uint16_t>(units.begin(), middle));
-    const std::vector<uint16_t> second = until_zero(std::vector<uint16_t>(middle, units.end()));
+    const auto middle = units.begin() + static_cast<ptrdiff_t>(units.size() / 2);
+    const std::vector<uint16_t> first = text_of(std::vector<uint16_t>(units.begin(), middle));
     check_units(first);
-    check_comparison(first, second);
+    check_comparison(first, text_of(std::vector<uint16_t>(middle, units.end())));
     return 0;
 }

@@ -1,13 +1,11 @@
 #!/bin/sh
-# Installs below an empty folder, then builds the examples against what lies there, once with pkg-config and
-# once with find_package, and runs them and the installed tool.
+# Makes the Debian package and unpacks it without installing. Then compiles every header alone, builds the examples
+# against what lies there, once with pkg-config and once with find_package, and runs them and the tool.
 #
-# usage: check_install.sh BUILD_DIR PREFIX VERSION SOURCE_DIR   (CMAKE, CC and WORK name tools and a scratch folder)
+# usage: check_install.sh BUILD_DIR VERSION SOURCE_DIR   (CMAKE, CPACK, CC, CXX and WORK name tools and a scratch folder)
 set -eu
-build=$1 prefix=$2 version=$3 source=$4
-examples=$source/examples
-sample=$source/samples/h264-mp3.avi
-asf_sample=$source/fuzz/corpus/asf_splitter/bare
+build=$1 version=$2 include=$3/include examples=$3/examples sample=$3/samples/h264-mp3.avi
+asf_sample=$3/fuzz/corpus/asf_splitter/bare
 
 fail() {
   echo "check_install: $*" >&2
@@ -16,36 +14,43 @@ fail() {
 
 rm -rf "$WORK"
 mkdir -p "$WORK/pkg_config"
-DESTDIR=$WORK/stage "$CMAKE" --install "$build" >/dev/null
-# Moved as a whole, so that nothing installed can rely on where it was meant to go.
-mv "$WORK/stage$prefix" "$WORK/root"
-root=$WORK/root
+"$CPACK" -G DEB --config "$build/CPackConfig.cmake" -B "$WORK" >"$WORK/log" || fail "cpack failed: $(tail -n 5 "$WORK/log")"
+set -- "$WORK"/*.deb
+[ $# -eq 1 ] && [ -f "$1" ] || fail "not one package but: $*"
+[ "$(dpkg-deb -f "$1" Version)" = "$version" ] || fail "not of version $version: $1"
+dpkg-deb -f "$1" Depends | grep -q 'libc6 ' || fail "the package does not say that it needs libc6"
+# Unpacked elsewhere, so that nothing installed can rely on where it was meant to go.
+dpkg-deb -x "$1" "$WORK/root"
+root=$WORK/root/usr libdir=$WORK/root/usr/lib
+for file in bin/quorv share/man/man1/quorv.1 share/bash-completion/completions/quorv \
+  "lib/libopencore_quorvlocalparser.so.${version%%.*}" lib/libopencore_quorvlocalparser.so; do
+  [ -e "$root/$file" ] || fail "the package has no /usr/$file"
+done
 
-pc=$(find "$root" -name quorv.pc)
-[ -f "$pc" ] || fail "no quorv.pc was installed"
-PKG_CONFIG_PATH=$(dirname "$pc")
+PKG_CONFIG_PATH=$libdir/pkgconfig
 export PKG_CONFIG_PATH
-libdir=$(pkg-config --variable=libdir quorv)
 [ "$(pkg-config --modversion quorv)" = "$version" ] || fail "quorv.pc is not of version $version"
 
-soname=libopencore_quorvlocalparser.so.${version%%.*}
-[ "$(readlink "$libdir/libopencore_quorvlocalparser.so")" = "$soname" ] || fail "the linker name is not a link to $soname"
-[ -f "$libdir/$soname" ] || fail "no $soname was installed"
-
-# The warnings make sure that the headers are fit for strict C99 programs.
-strict="-std=c99 -Wall -Wextra -Wpedantic -Werror"
+# The warnings make sure that the headers are fit for strict programs.
+strict="-Wall -Wextra -Wpedantic -Wshadow -Wundef -Werror"
+for header in $(cd "$include" && find quorv -name '*.h'); do
+  printf '#include <%s>\n#include <%s>\nextern int not_empty;\n' "$header" "$header" >"$WORK/alone.c"
+  # shellcheck disable=SC2086
+  "$CC" -std=c99 $strict -Wstrict-prototypes -fsyntax-only -I "$root/include" "$WORK/alone.c" || fail "$header as C99"
+  # shellcheck disable=SC2086
+  "$CXX" -std=c++17 $strict -Wold-style-cast -fsyntax-only -I "$root/include" -x c++ "$WORK/alone.c" ||
+    fail "$header as C++17"
+done
 for example in "$examples"/*.c; do
   [ "$(wc -l <"$example")" -lt 100 ] || fail "$example has grown to 100 lines"
   # shellcheck disable=SC2046,SC2086
-  "$CC" $strict "$example" -o "$WORK/pkg_config/$(basename "$example" .c)" $(pkg-config --cflags --libs quorv)
+  "$CC" -std=c99 $strict "$example" -o "$WORK/pkg_config/$(basename "$example" .c)" $(pkg-config --cflags --libs quorv)
 done
-"$CMAKE" -G Ninja -S "$examples" -B "$WORK/find_package" -DCMAKE_PREFIX_PATH="$root" -DCMAKE_C_COMPILER="$CC" \
-  -DCMAKE_C_FLAGS="$strict" >/dev/null
+"$CMAKE" -G Ninja -S "$examples" -B "$WORK/find_package" -DCMAKE_PREFIX_PATH="$root" -DCMAKE_C_COMPILER="$CC" >/dev/null
 "$CMAKE" --build "$WORK/find_package" >/dev/null
 
 LD_LIBRARY_PATH=$libdir
 export LD_LIBRARY_PATH
-quorv=$root/bin/quorv
 for way in pkg_config find_package; do
   cd "$WORK/$way"
   [ "$(./list_tracks "$sample")" = "1 264  3000 ms, 320x240
@@ -55,7 +60,7 @@ for way in pkg_config find_package; do
   ./list_tracks "$0" 2>/dev/null && fail "$way: list_tracks takes a script for a media file"
   for track in 1 2; do
     ./extract_track "$sample" $track ours.$track
-    "$quorv" extract "$sample" --track $track -o tools.$track
+    env -u LD_LIBRARY_PATH "$root/bin/quorv" extract "$sample" --track $track -o tools.$track
     cmp ours.$track tools.$track || fail "$way: extract_track and the tool differ on track $track"
   done
   ./edit_ini settings.ini Video Width 640
@@ -63,4 +68,4 @@ for way in pkg_config find_package; do
   ./edit_ini settings.ini Video Width --remove
   ./edit_ini settings.ini Video Width 2>/dev/null && fail "$way: edit_ini found a removed key"
 done
-echo "the examples and the tool work from $root"
+echo "the headers, the examples and the tool work from $root"

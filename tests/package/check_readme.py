@@ -20,19 +20,15 @@ def examples(text):
             yield command, shown.splitlines()
 
 
-def printed_by(command, quorv, folder):
-    program, *arguments = shlex.split(command)
-    assert program == "quorv", f"only the tool is run, not {program}"
-    done = subprocess.run([quorv, *arguments], cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-    return done.stdout.splitlines()
-
-
 def main():
     readme, quorv, folder = sys.argv[1:]
     failures = count = 0
     for command, shown in examples(pathlib.Path(readme).read_text(encoding="utf-8")):
         count += 1
-        printed = printed_by(command, quorv, folder)
+        program, *arguments = shlex.split(command)
+        assert program == "quorv", f"only the tool is run, not {program}"
+        done = subprocess.run([quorv, *arguments], cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        printed = done.stdout.splitlines()
         if shown[-1:] == ["..."]:
             shown.pop()
             printed = printed[:len(shown)]

@@ -3,6 +3,7 @@
 #define QUORV_TESTS_SUPPORT_BITWRITER_H
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -25,10 +26,6 @@ public:
     }
     void se(int32_t value) {
         ue(value > 0 ? static_cast<uint32_t>(value) * 2 - 1 : (0 - static_cast<uint32_t>(value)) * 2);
-    }
-    void bytes(const std::vector<uint8_t> &run) {
-        for (const uint8_t byte : run)
-            put(byte, 8);
     }
     // A byte that was begun is filled with zero bits.
     const std::vector<uint8_t> &data() const { return data_; }

@@ -2,7 +2,6 @@
 
 #include "support/FailingAllocator.h"
 
-#include <stdio.h>
 #include <stdlib.h>
 
 #include <algorithm>
@@ -14,10 +13,6 @@ void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
 void *__real_realloc(void *ptr, size_t size);
 void __real_free(void *ptr);
-void *__wrap_malloc(size_t size);
-void *__wrap_calloc(size_t count, size_t size);
-void *__wrap_realloc(void *ptr, size_t size);
-void __wrap_free(void *ptr);
 }
 
 namespace quorv::test {
@@ -70,10 +65,7 @@ Books &books() {
 FailingAllocator::FailingAllocator(uint64_t fail_at, FailureSpan span) {
     Books &b = books();
     const std::lock_guard<std::mutex> lock(b.mutex);
-    if (b.active) {
-        fputs("FailingAllocator: only one may watch at a time\n", stderr);
-        abort();
-    }
+    if (b.active) abort();  // only one may watch at a time
     b.active = true;
     b.fail_at = fail_at;
     b.span = span;
@@ -87,17 +79,11 @@ FailingAllocator::~FailingAllocator() {
     books().active = false;
 }
 
-uint64_t FailingAllocator::calls() const {
-    return books().calls;
-}
 bool FailingAllocator::has_failed() const {
     return books().has_failed;
 }
 size_t FailingAllocator::live_blocks() const {
     return books().blocks.size();
-}
-uint64_t FailingAllocator::live_bytes() const {
-    return books().live_bytes;
 }
 uint64_t FailingAllocator::peak_bytes() const {
     return books().peak_bytes;
@@ -107,6 +93,7 @@ uint64_t FailingAllocator::peak_bytes() const {
 
 using quorv::test::books;
 
+extern "C" {
 void *__wrap_malloc(size_t size) {
     return books().watch(nullptr, size, [=] { return __real_malloc(size); });
 }
@@ -123,4 +110,5 @@ void __wrap_free(void *ptr) {
     const std::lock_guard<std::mutex> lock(books().mutex);
     if (books().active) books().remove(ptr);
     __real_free(ptr);
+}
 }

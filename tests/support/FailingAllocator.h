@@ -21,11 +21,9 @@ public:
     FailingAllocator(const FailingAllocator &) = delete;
     FailingAllocator &operator=(const FailingAllocator &) = delete;
 
-    uint64_t calls() const;       // allocations asked for, failed ones included
     bool has_failed() const;      // whether an allocation was made to fail
     size_t live_blocks() const;   // blocks allocated since the start and not freed: the leaks, at the end
-    uint64_t live_bytes() const;  // their bytes, as asked for
-    uint64_t peak_bytes() const;  // the most there have been at a time
+    uint64_t peak_bytes() const;  // the most bytes there have been in them at a time, as asked for
 };
 
 }  // namespace quorv::test

@@ -20,7 +20,14 @@ public:
     std::string path(const std::string &name) const { return (folder_ / name).string(); }
     // Writes a file and returns its path.
     std::string put(const std::string &name, const Bytes &bytes) const;
+    std::string put_text(const std::string &name, const std::string &text) const {
+        return put(name, {text.begin(), text.end()});
+    }
     Bytes get(const std::string &name) const;
+    std::string get_text(const std::string &name) const {
+        const Bytes bytes = get(name);
+        return {bytes.begin(), bytes.end()};
+    }
     // What the folder holds, hidden files as well, sorted.
     std::vector<std::string> names() const;
 

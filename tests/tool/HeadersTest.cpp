@@ -1,8 +1,7 @@
 // quorv headers: every unit of raw video and of the tracks of a file.
 
+#include "support/VideoHeaders.h"
 #include "tool/Shell.h"
-#include "unit/videoheader/H264Writer.h"
-#include "unit/videoheader/Mpeg4Writer.h"
 
 namespace quorv::test {
 namespace {

@@ -1,53 +1,44 @@
-// The fixed pool: its layout, and random use against a model of the chain of blocks.
+// The fixed pool: its layout, its rules step by step.
 
 #include <gtest/gtest.h>
 #include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
-#include <list>
-#include <random>
+#include <sstream>
+#include <string>
 #include <vector>
 
 namespace {
 
-struct Block {
-    uint32_t size;
-    uint32_t used;
-    bool operator==(const Block &other) const = default;
-};
-
-// The chain as it lies in memory, terminating header not included.
-std::vector<Block> chain(MMemMgr pool) {
-    std::vector<Block> blocks;
-    for (const uint8_t *at = static_cast<uint8_t *>(pool);; at += 8 + blocks.back().size) {
-        Block block;
-        memcpy(&block, at, sizeof block);
-        if (block.size == 0xFFFFFFFF) {
-            EXPECT_EQ(block.used, 0u);
-            return blocks;
-        }
-        blocks.push_back(block);
+// The sizes of the blocks as they lie in memory, those of free ones in brackets.
+std::string layout(MMemMgr pool) {
+    std::ostringstream text;
+    for (const uint8_t *at = static_cast<uint8_t *>(pool);;) {
+        uint32_t size, used;
+        memcpy(&size, at, 4);
+        memcpy(&used, at + 4, 4);
+        if (size == 0xFFFFFFFF) return text.str();
+        text << (at == pool ? "" : " ") << (used ? "" : "(") << size << (used ? "" : ")");
+        at += 8 + size;
     }
-}
-
-void PrintTo(const Block &block, std::ostream *out) {
-    *out << (block.used ? "used " : "free ") << block.size;
 }
 
 TEST(FixedPool, CreationSpendsSixteenBytesAndTheMisalignment) {
     alignas(4) uint8_t buffer[256];
     const struct {
         size_t offset;
-        uint32_t size, usable;  // usable 0: refused
-    } cases[] = {{0, 0, 0},  {0, 19, 0}, {0, 20, 4}, {0, 255, 236},      {1, 22, 0},        {1, 23, 4},
-                 {3, 20, 0}, {3, 21, 4}, {1, 2, 0},  {0, 0x80000000, 0}, {0, 0xFFFFFFFF, 0}};
+        uint32_t size;
+        std::string layout;  // empty: refused
+    } cases[] = {{0, 0, ""},          {0, 19, ""},    {0, 20, "(4)"},     {0, 255, "(236)"},
+                 {1, 22, ""},         {1, 23, "(4)"}, {3, 20, ""},        {3, 21, "(4)"},
+                 {0, 0x80000000, ""}, {1, 2, ""},     {0, 0xFFFFFFFF, ""}};
     for (const auto &c : cases) {
         MMemMgr pool = MMemMgrCreate(buffer + c.offset, c.size);
-        ASSERT_EQ(pool != nullptr, c.usable != 0) << "offset " << c.offset << " size " << c.size;
+        ASSERT_EQ(pool != nullptr, !c.layout.empty()) << "offset " << c.offset << " size " << c.size;
         if (pool == nullptr) continue;
         EXPECT_EQ(pool, buffer + (c.offset == 0 ? 0 : 4));
-        EXPECT_EQ(chain(pool), (std::vector<Block>{{c.usable, 0}}));
+        EXPECT_EQ(layout(pool), c.layout);
     }
     EXPECT_EQ(MMemMgrCreate(nullptr, 100), nullptr);
 }
@@ -56,7 +47,6 @@ TEST(FixedPool, RefusesWhatItCannotServe) {
     alignas(4) uint8_t buffer[64];
     MMemMgr pool = MMemMgrCreate(buffer, sizeof buffer);
     void *const ptr = MMemRealloc(pool, nullptr, 4);
-    const std::vector<Block> before = chain(pool);
     const size_t wraps = sizeof(size_t) > 4 ? (size_t{1} << (sizeof(size_t) * 4)) + 4 : 0xFFFFFFFD;
     for (const size_t size : {size_t{0}, size_t{0x80000000}, wraps})
         EXPECT_EQ(MMemAlloc(pool, size), nullptr);
@@ -67,114 +57,64 @@ TEST(FixedPool, RefusesWhatItCannotServe) {
     MMemFree(pool, buffer + 40);
     MMemFree(pool, nullptr);
     MMemFreeStatic(nullptr, ptr);
-    EXPECT_EQ(chain(pool), before);
+    EXPECT_EQ(layout(pool), "4 (36)");
 }
 
-// A second opinion on the pool: the chain as a list, first fit and merging by the rules.
-class PoolModel {
-public:
-    using Place = std::list<Block>::iterator;
-    explicit PoolModel(uint32_t usable) : blocks_{{usable, 0}} {}
-
-    Place allocate(uint32_t size) {
-        Place at = blocks_.begin();
-        while (at != blocks_.end() && (at->used || at->size < rounded(size)))
-            ++at;
-        if (at == blocks_.end()) return at;
-        cut(at, rounded(size), 40);
-        at->used = 1;
-        return at;
-    }
-    void release(Place at) {
-        at->used = 0;
-        for (Place b = blocks_.begin(); std::next(b) != blocks_.end();) {
-            if (!b->used && !std::next(b)->used)
-                swallow_next(b);
-            else
-                ++b;
-        }
-    }
-    Place resize(Place at, uint32_t size) {
-        const Place next = std::next(at);
-        const bool next_free = next != blocks_.end() && !next->used;
-        if (at->size >= rounded(size)) {
-            if (cut(at, rounded(size), 41) && next_free) swallow_next(std::next(at));
-            return at;
-        }
-        if (next_free && rounded(size) <= at->size + next->size) {
-            swallow_next(at);
-            cut(at, rounded(size), 40);
-            return at;
-        }
-        const Place moved = allocate(size);
-        if (moved != blocks_.end()) release(at);
-        return moved;
-    }
-    Place none() { return blocks_.end(); }
-    uint32_t payload_offset(Place place) {
-        uint32_t offset = 8;
-        for (Place at = blocks_.begin(); at != place; ++at)
-            offset += at->size + 8;
-        return offset;
-    }
-    std::vector<Block> chain() const { return {blocks_.begin(), blocks_.end()}; }
-
-private:
-    static uint32_t rounded(uint32_t size) { return (size + 3) / 4 * 4; }
-    bool cut(Place at, uint32_t need, uint32_t least_spare) {
-        if (at->size < need + least_spare) return false;
-        blocks_.insert(std::next(at), {at->size - need - 8, 0});
-        at->size = need;
-        return true;
-    }
-    void swallow_next(Place at) {
-        at->size += std::next(at)->size + 8;
-        blocks_.erase(std::next(at));
-    }
-    std::list<Block> blocks_;
-};
-
-TEST(FixedPool, AgreesWithAModelUnderRandomUse) {
-    struct Held {
-        PoolModel::Place place;
-        uint8_t *ptr;
-        std::vector<uint8_t> contents;
+TEST(FixedPool, FitsSplitsMergesAndMoves) {
+    alignas(4) uint8_t buffer[216];
+    MMemMgr pool = MMemMgrCreate(buffer, sizeof buffer);
+    const struct {
+        size_t block;
+        uint32_t size;    // 0 frees the block
+        uint32_t offset;  // 0: refused, or freed
+        const char *layout;
+    } steps[] = {
+        {0, 41, 8, "44 (148)"},
+        {1, 61, 60, "44 64 (76)"},
+        {2, 37, 132, "44 64 76"},  // 28 bytes left are too few for a block of their own
+        {3, 1, 0, "44 64 76"},
+        {2, 36, 132, "44 64 76"},  // 32 are when a block shrinks
+        {2, 32, 132, "44 64 32 (36)"},
+        {2, 0, 0, "44 64 (76)"},
+        {2, 36, 132, "44 64 36 (32)"},
+        {2, 69, 0, "44 64 36 (32)"},  // the next header does not count
+        {2, 68, 132, "44 64 76"},
+        {0, 0, 0, "(44) 64 76"},
+        {3, 4, 8, "4 (32) 64 76"},
+        {1, 65, 0, "4 (32) 64 76"},
+        {2, 0, 0, "4 (32) 64 (76)"},
+        {1, 100, 60, "4 (32) 100 (40)"},
+        {1, 60, 60, "4 (32) 100 (40)"},
+        {1, 56, 60, "4 (32) 56 (84)"},
+        {3, 40, 124, "(44) 56 40 (36)"},
+        {0, 30, 8, "44 56 40 (36)"},
+        {3, 0, 0, "44 56 (84)"},
+        {0, 0, 0, "(44) 56 (84)"},
+        {1, 0, 0, "(200)"},
     };
-    for (uint32_t seed = 0; seed < 40; ++seed) {
-        std::mt19937 engine(seed);
-        const auto random = [&engine] { return static_cast<uint32_t>(engine()); };
-        std::vector<uint8_t> buffer(2048 + 16);
-        MMemMgr pool = MMemMgrCreate(buffer.data(), static_cast<uint32_t>(buffer.size()));
-        PoolModel model(2048);
-        std::vector<Held> held;
-        for (int step = 0; step < 2000; ++step) {
-            const uint32_t size = 1 + random() % (random() % 8 == 0 ? 900 : 120);
-            const uint32_t action = held.empty() ? 0 : random() % 5;
-            if (!held.empty()) std::swap(held[random() % held.size()], held.back());
-            if (action == 4) {
-                MMemFree(pool, held.back().ptr);
-                model.release(held.back().place);
-                held.pop_back();
-            } else {
-                Held old = action < 2 ? Held{model.none(), nullptr, {}} : held.back();
-                uint8_t *const ptr = static_cast<uint8_t *>(MMemRealloc(pool, old.ptr, size));
-                const PoolModel::Place place =
-                    old.ptr == nullptr ? model.allocate(size) : model.resize(old.place, size);
-                ASSERT_EQ(ptr != nullptr, place != model.none());
-                if (ptr != nullptr) {
-                    const size_t kept = std::min<size_t>(size, old.contents.size());
-                    ASSERT_TRUE(std::equal(ptr, ptr + kept, old.contents.begin())) << "lost by resizing";
-                    if (old.ptr != nullptr) held.pop_back();
-                    std::generate_n(ptr, size, random);
-                    held.push_back({place, ptr, {ptr, ptr + size}});
-                }
-            }
-            ASSERT_EQ(chain(pool), model.chain()) << "seed " << seed << " step " << step;
-            for (const Held &h : held) {
-                ASSERT_EQ(h.ptr, static_cast<uint8_t *>(pool) + model.payload_offset(h.place));
-                ASSERT_EQ(memcmp(h.ptr, h.contents.data(), h.contents.size()), 0);
-            }
+    uint8_t *blocks[4] = {};
+    std::vector<uint8_t> held[4];
+    for (const auto &step : steps) {
+        SCOPED_TRACE(&step - steps);
+        uint8_t *const old = blocks[step.block];
+        if (step.size == 0) {
+            MMemFree(pool, old);
+            held[step.block].clear();
+            blocks[step.block] = nullptr;
+        } else {
+            void *const ptr = MMemRealloc(pool, old, step.size);
+            ASSERT_EQ(ptr, step.offset == 0 ? nullptr : buffer + step.offset);
+            if (ptr != nullptr) blocks[step.block] = buffer + step.offset;
         }
+        EXPECT_EQ(layout(pool), step.layout);
+        for (size_t i = 0; i < 4; ++i) {
+            std::vector<uint8_t> &bytes = held[i];
+            if (i == step.block && step.offset != 0) bytes.resize(std::min<size_t>(bytes.size(), step.size));
+            EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), blocks[i])) << "contents of block " << i;
+        }
+        if (step.offset == 0) continue;
+        held[step.block].assign(step.size, static_cast<uint8_t>(&step - steps));
+        std::copy(held[step.block].begin(), held[step.block].end(), blocks[step.block]);
     }
 }
 

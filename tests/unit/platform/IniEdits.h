@@ -5,8 +5,6 @@
 #include <quorv/platform/ini.h>
 
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "support/TestFolder.h"
 
@@ -32,13 +30,16 @@ inline std::optional<std::string> ini_value(MIniHandle ini, const std::string &s
     return std::string(text, size);
 }
 
-inline std::string put_text(const TestFolder &folder, const std::string &name, const std::string &text) {
-    return folder.put(name, {text.begin(), text.end()});
-}
-
-inline std::string get_text(const TestFolder &folder, const std::string &name) {
-    const Bytes bytes = folder.get(name);
-    return {bytes.begin(), bytes.end()};
+inline std::vector<std::string> ini_sections(MIniHandle ini) {
+    std::vector<std::string> names;
+    char name[2048];
+    uint32_t size = sizeof name;
+    for (int32_t found = MIniFindFirstCategoryS(ini, name, &size); found != 0;) {
+        names.emplace_back(name, size - 1);
+        size = sizeof name;
+        found = MIniFindNextCategoryS(ini, name, &size);
+    }
+    return names;
 }
 
 }  // namespace quorv::test
