@@ -55,7 +55,7 @@ void raise_loud(uint32_t loud, int32_t (*t)[kMp3Subbands]) {
     for (uint32_t i = 0; i < Lanes::kCount; ++i) {
         if ((loud >> i & 1) == 0) continue;
         for (uint32_t k = 0; k < kMp3Subbands; ++k)
-            t[i][k] = saturate(int64_t{t[i][k]} << kLoudShift, kMp3LargestT);
+            t[i][k] = saturate(int64_t{t[i][k]} << kLoudShift, kMp3MaxT);
     }
 }
 

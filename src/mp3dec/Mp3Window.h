@@ -43,9 +43,9 @@ struct Mp3WindowHistory {
 };
 
 // Nearly 16.0. What is added to round a value must not wrap.
-inline constexpr int32_t kMp3LargestT = INT32_MAX - (1 << 16);
+inline constexpr int32_t kMp3MaxT = INT32_MAX - (1 << 16);
 
-// Enters a slot: t with kSampleBits fractional bits, up to kMp3LargestT in size.
+// Enters a slot: t with kSampleBits fractional bits, up to kMp3MaxT in size.
 void window_enter(Mp3WindowHistory *history, uint32_t slot, const int32_t t[kMp3Subbands]);
 
 // The 32 output samples of a slot, rounded and saturated.

@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "support/BitWriter.h"
 #include "support/RiffPieces.h"
@@ -12,35 +13,45 @@
 #include "support/TestFolder.h"
 
 namespace quorv::test {
-Bytes noise_stream(size_t frames, const NoiseFormat &format, uint32_t seed) {
+
+Bytes noise_stream(size_t frames, const NoiseFormat &format, std::vector<double> *subbands) {
     const uint32_t rate_index = format.sample_rate == 44100 ? 0 : format.sample_rate == 48000 ? 1 : 2;
-    const uint32_t bands = 12 * format.channels;
+    const uint32_t channels = format.channels, values = 12 * channels;
     const size_t size = size_t{12000} * 32 * format.bitrate_index / format.sample_rate * 4;
-    Random random{seed};
+    for (uint32_t channel = 0; channel < channels && subbands != nullptr; ++channel)
+        subbands[channel].assign(frames * 12 * 32, 0);
+    Random random{1};
     Bytes stream;
-    for (size_t n = 1; n <= frames; ++n) {
+    for (size_t n = 0; n < frames; ++n) {
         BitWriter bits;
         bits.put(0xFFFF, 16);  // sync word, MPEG-1, Layer I, no check word
         bits.put(format.bitrate_index << 4 | rate_index << 2, 8);
-        bits.put(format.channels == 1 ? 0xC0 : 0x00, 8);
-        for (uint32_t i = 0; i < 32 * format.channels; ++i)
-            bits.put(i < bands ? 3 : 0, 4);
-        for (uint32_t i = 0; i < bands; ++i)
-            bits.put(6 + random() % 8, 6);  // scale factors
-        for (uint32_t i = 0; i < 12 * bands; ++i)
-            bits.put(random() % 15, 4);
+        bits.put(channels == 1 ? 0xC0 : 0x00, 8);
+        for (uint32_t i = 0; i < 32 * channels; ++i)
+            bits.put(i / channels % 2 == 0 && i < 2 * values ? 3 : 0, 4);  // 15 steps or nothing
+        double factors[24];
+        for (uint32_t i = 0; i < values; ++i) {
+            const uint32_t index = 6 + random() % 8;
+            bits.put(index, 6);
+            factors[i] = std::exp2(1 - index / 3.0);
+        }
+        for (size_t i = 0; i < 12 * values; ++i) {
+            const uint32_t code = random() % 15;
+            bits.put(code, 4);
+            if (subbands == nullptr) continue;
+            const size_t slot = n * 12 + i / values, band = i % values, subband = band / channels * 2;
+            subbands[band % channels][slot * 32 + subband] = (2.0 * code - 14) / 15 * factors[band];
+        }
         stream.insert(stream.end(), bits.data().begin(), bits.data().end());
-        stream.resize(n * size);
+        stream.resize((n + 1) * size);
     }
     return stream;
 }
 
 Bytes real_mp3_stream() {
-    const FileStore store(real_sample());
-    TestSource source(store);
-    SplitterFile file(kAviSplitter, source.record());
+    OpenedBytesOf<kAviSplitter> sample(bytes_of_file(real_sample()));
     Bytes stream;
-    for (const Frame &frame : file.read_all(2).frames)
+    for (const Frame &frame : sample.file.read_all(2).frames)
         stream = join({stream, frame.data});
     return stream;
 }
@@ -81,6 +92,13 @@ Bytes decode(QuMp3Decoder decoder, const Bytes &stream, const Calls &calls, int3
 
 Bytes decode(const Bytes &stream, const Calls &calls) {
     const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
+    return decode(decoder.get(), stream, calls);
+}
+
+Bytes decode_to(const QuMp3OutputRequest &request, uint32_t stream_rate, const Bytes &stream,
+                const Calls &calls) {
+    const QuMp3Config config = {2, 3, stream_rate};
+    const DecoderHolder decoder(QU_MP3_decoder_init(&config, &request));
     return decode(decoder.get(), stream, calls);
 }
 

@@ -26,7 +26,8 @@ struct NoiseFormat {
     uint32_t channels = 2;
     uint32_t bitrate_index = 8;  // times 32 kbit/s, from 8 on
 };
-Bytes noise_stream(size_t frames, const NoiseFormat &format = {}, uint32_t seed = 1);
+// subbands[channel] gets the subband samples, 32 of them for each time slot.
+Bytes noise_stream(size_t frames, const NoiseFormat &format = {}, std::vector<double> *subbands = nullptr);
 // The MP3 track of the committed sample file: 128 kbit/s, 44100 Hz, two channels.
 Bytes real_mp3_stream();
 // A tag of so many bytes behind its header of 10.
@@ -48,8 +49,10 @@ Calls random_calls(uint32_t seed, size_t largest_piece, size_t largest_room);
 // decoder breaks its contract: too many calls, more consumed or produced than there is.
 Bytes decode(QuMp3Decoder decoder, const Bytes &stream, const Calls &calls = {},
              int32_t *last_code = nullptr);
-// The same with a decoder of its own.
+// The same with a decoder of their own, the second one with other rates and channels.
 Bytes decode(const Bytes &stream, const Calls &calls = {});
+Bytes decode_to(const QuMp3OutputRequest &request, uint32_t stream_rate, const Bytes &stream,
+                const Calls &calls = {});
 std::vector<int16_t> samples_of(const Bytes &pcm);
 
 }  // namespace quorv::test

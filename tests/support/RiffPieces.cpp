@@ -27,6 +27,11 @@ Bytes text(const std::string &characters) {
     return Bytes(characters.begin(), characters.end());
 }
 
+std::string fourcc_name(uint32_t value) {
+    const Bytes bytes = le32(__builtin_bswap32(value));
+    return value == 0 ? "" : std::string(bytes.begin(), bytes.end());
+}
+
 Bytes join(std::initializer_list<Bytes> parts) {
     Bytes all;
     for (const Bytes &part : parts)

@@ -22,6 +22,9 @@ constexpr uint32_t fourcc_value(const char (&name)[5]) {
     return __builtin_bswap32(tag(name));
 }
 
+// And the other way round; "" for 0.
+std::string fourcc_name(uint32_t value);
+
 Bytes le16(uint32_t value);
 Bytes le32(uint32_t value);
 Bytes le64(uint64_t value);

@@ -10,18 +10,11 @@
 namespace quorv::test {
 namespace {
 
-std::string characters(uint32_t fourcc) {
-    std::string text;
-    for (int shift = 24; shift >= 0 && fourcc != 0; shift -= 8)
-        text += static_cast<char>(fourcc >> shift & 0xFF);
-    return text;
-}
-
 Json expected_track(SplitterFile &file, const SplitterTrackEntry &entry) {
-    Json json = {{"track", entry.track}, {"type", characters(entry.type)}};
+    Json json = {{"track", entry.track}, {"type", fourcc_name(entry.type)}};
     const auto add = [&](const auto &info, const Json &details) {
         json.update(details);
-        json.update({{"codec", characters(info.codec)},
+        json.update({{"codec", fourcc_name(info.codec)},
                      {"duration_ms", info.duration},
                      {"max_frame_size", info.max_frame_size},
                      {"codec_data_size", file.codec_data(entry.track).size()},
@@ -42,17 +35,6 @@ Json expected_track(SplitterFile &file, const SplitterTrackEntry &entry) {
     return json;
 }
 
-Json expected_frame(uint32_t track, size_t index, const Frame &frame) {
-    char digest[MD5_DIGEST_STRING_LENGTH];
-    return {{"track", track},
-            {"index", index},
-            {"pts_ms", frame.info.time_stamp},
-            {"duration_ms", frame.info.duration},
-            {"size", frame.info.size},
-            {"key", frame.info.key_frame == 1},
-            {"md5", MD5Data(frame.data.data(), frame.data.size(), digest)}};
-}
-
 // What the three commands say of one track; returns the list of its frames.
 std::vector<Json> check_track(const Shell &shell, const std::string &name, SplitterFile &file,
                               uint32_t track) {
@@ -67,16 +49,21 @@ std::vector<Json> check_track(const Shell &shell, const std::string &name, Split
                              frame.data.begin() + static_cast<std::ptrdiff_t>(codec_data.size()));
             frame.info.size = static_cast<uint32_t>(frame.data.size());
         }
-        list.push_back(expected_frame(track, list.size(), frame));
+        char digest[MD5_DIGEST_STRING_LENGTH];
+        list.push_back({{"track", track},
+                        {"index", list.size()},
+                        {"pts_ms", frame.info.time_stamp},
+                        {"duration_ms", frame.info.duration},
+                        {"size", frame.info.size},
+                        {"key", frame.info.key_frame == 1},
+                        {"md5", MD5Data(frame.data.data(), frame.data.size(), digest)}});
         stream = join({stream, frame.data});
     }
     EXPECT_EQ(shell.json("quorv frames --json --md5 " + selection), list);
     shell.run("quorv extract --frames-only -o - >frames " + selection);
     EXPECT_EQ(shell.get("frames"), stream);
-    stream = join({codec_data, stream});
-    shell.run("quorv extract -o out " + selection + "; quorv extract -o - >piped " + selection);
-    EXPECT_EQ(shell.get("out"), stream);
-    EXPECT_EQ(shell.get("piped"), stream);
+    shell.run("quorv extract -o out " + selection);
+    EXPECT_EQ(shell.get("out"), join({codec_data, stream}));
     return list;
 }
 
@@ -88,7 +75,7 @@ TEST(Answers, AreWhatTheLibrarySays) {
     shell.put("text.avi", with_text.frame(0, size_t{9}).build().flatten());
     for (const std::string &name : shell.add_samples()) {
         SCOPED_TRACE(name);
-        const FileStore bytes(shell.path(name));
+        const MemoryStore bytes(shell.get(name));
         TestSource source(bytes);
         const std::string format = name.substr(name.size() - 3);
         SplitterFile file(format == "avi" ? kAviSplitter : kAsfSplitter, source.record());
@@ -103,10 +90,10 @@ TEST(Answers, AreWhatTheLibrarySays) {
         }
         EXPECT_EQ(shell.json("quorv info --json " + name), std::vector<Json>{info});
         info["file"] = "-";
-        EXPECT_EQ(shell.json("quorv info --json - <" + name), std::vector<Json>{info});
-        EXPECT_EQ(shell.json("cat " + name + " | quorv info --json -"), std::vector<Json>{info});
+        for (const std::string &line :
+             {"quorv info --json - <" + name, "cat " + name + " | quorv info --json -"})
+            EXPECT_EQ(shell.json(line), std::vector<Json>{info}) << line;
         EXPECT_FALSE(frames.empty());
-        EXPECT_EQ(shell.json("quorv frames --json --md5 " + name), frames);
         for (Json &frame : frames)
             frame.erase("md5");
         EXPECT_EQ(shell.json("quorv frames --json " + name), frames);
@@ -120,18 +107,18 @@ TEST(Answers, FramesBeginAtTheKeyFrameBesideATime) {
         if (frame["key"]) keys.push_back(frame["pts_ms"]);
     }
     ASSERT_GT(keys.size(), 1u);
-    const auto first_time = [&shell](uint32_t time, const std::string &mode) {
-        return shell
-            .json("quorv frames --json --track 1 $SAMPLE --mode " + mode + " --from " + std::to_string(time))
-            .at(0)["pts_ms"];
+    const auto first_time = [&shell](const std::string &mode, uint32_t time) {
+        const std::string from = "quorv frames --json --track 1 $SAMPLE --mode " + mode + " --from ";
+        const std::vector<Json> frames = shell.json(from + std::to_string(time));
+        return frames.empty() ? Json() : frames[0]["pts_ms"];
     };
     for (size_t i = 1; i < keys.size(); ++i) {
-        EXPECT_EQ(first_time(keys[i], "next"), keys[i]);
-        EXPECT_EQ(first_time(keys[i] - 40, "next"), keys[i]);
-        EXPECT_EQ(first_time(keys[i] - 40, "prev"), keys[i - 1]);
+        EXPECT_EQ(first_time("next", keys[i]), keys[i]);
+        EXPECT_EQ(first_time("next", keys[i] - 40), keys[i]);
+        EXPECT_EQ(first_time("prev", keys[i] - 40), keys[i - 1]);
     }
-    EXPECT_EQ(first_time(UINT32_MAX - 1, "prev"), keys.back());
-    EXPECT_TRUE(shell.json("quorv frames --json --track 1 $SAMPLE --mode next --from 4294967294").empty());
+    EXPECT_EQ(first_time("prev", UINT32_MAX - 1), keys.back());
+    EXPECT_EQ(first_time("next", UINT32_MAX - 1), Json());
 }
 
 TEST(Answers, OddNamesGiveValidJsonAndHarmlessText) {

@@ -22,20 +22,17 @@ Bytes slice_unit(uint32_t nal_header, uint32_t slice_type) {
     return join({kPrefix, slice_bytes(nal_header, 0, slice_type)});
 }
 
-// A unit and what the tool says of it beside its place.
-struct Expected {
-    Bytes bytes;
-    Json facts;
-};
+// Units, and what the tool says of them beside their place.
+using Units = std::vector<std::pair<Bytes, Json>>;
 
-void expect_raw_stream(const std::vector<Expected> &units) {
+void expect_raw_stream(const Units &units) {
     const Shell shell;
     Bytes stream;
     std::vector<Json> expected;
-    for (const Expected &unit : units) {
-        expected.push_back(unit.facts);
-        expected.back().update({{"offset", stream.size()}, {"size", unit.bytes.size()}});
-        stream = join({stream, unit.bytes});
+    for (const auto &[bytes, facts] : units) {
+        expected.push_back(facts);
+        expected.back().update({{"offset", stream.size()}, {"size", bytes.size()}});
+        stream = join({stream, bytes});
     }
     shell.put("stream", stream);
     EXPECT_EQ(shell.json("quorv headers --json stream"), expected);
@@ -74,16 +71,13 @@ TEST(Headers, RawMpeg4) {
 
 // Each start code lies a byte nearer to the end of the block that the tool reads.
 TEST(Headers, UnitsAcrossTheBlocksInWhichAFileIsRead) {
-    const auto padded = [](Bytes unit, size_t size) {
-        unit.resize(size, 0xFF);
-        return unit;
-    };
-    constexpr size_t kBlock = size_t{1} << 20;
-    const Json sps = {{"unit", "sps"}, {"code", 7}, {"profile", 66}, {"width", 176}, {"height", 144}};
-    std::vector<Expected> units = {
-        {padded(slice_unit(0x65, 7), kBlock), {{"unit", "idr_slice"}, {"code", 5}, {"picture", "I"}}}};
-    for (size_t i = 0; i < 12; ++i)
-        units.push_back({padded(sps_unit(66), kBlock - 1), sps});
+    Units units(13);
+    for (auto &[bytes, facts] : units) {
+        bytes = sps_unit(66);
+        bytes.resize((size_t{1} << 20) - 1, 0xFF);
+        facts = {{"unit", "sps"}, {"code", 7}, {"profile", 66}, {"width", 176}, {"height", 144}};
+    }
+    units[0].first.push_back(0xFF);
     expect_raw_stream(units);
 }
 
@@ -100,8 +94,7 @@ TEST(Headers, FramesOfContainers) {
         const std::vector<Json> raw =
             shell.json("quorv extract --track 1 -o - " + name + " | quorv headers --json -");
         const std::vector<Json> units = shell.json("quorv headers --json " + name);
-        ASSERT_EQ(units.size(), raw.size());
-        ASSERT_GT(units.size(), 5u);
+        ASSERT_TRUE(units.size() == raw.size() && raw.size() > 5) << units.size();
         for (size_t i = 0; i < raw.size(); ++i) {
             Json expected = raw[i];
             expected["track"] = 1;
@@ -124,13 +117,17 @@ TEST(Headers, WhatHasNone) {
     shell.put("raw", sps_unit(66));
     shell.put("older", {0, 0, 1, 0xB3, 9, 9, 0, 0, 1, 0xB8, 9, 9, 0, 0, 1, 0x00, 9, 0, 0, 1, 0x21, 9});
     shell.put("newer", {0, 0, 1, 0x40, 1, 0, 0, 1, 0x42, 1, 0, 0, 1, 0x26, 1});
-    shell.expect_complaint("quorv headers mjpeg.avi", 1, "mjpeg.avi", "no track is MPEG-4 or H.264 video");
-    shell.expect_complaint("quorv headers h264.avi", 1, "h264.avi", "no start code in track 1");
-    shell.expect_complaint("quorv headers h264.avi --track 2", 1, "h264.avi", "neither MPEG-4 nor H.264");
-    shell.expect_complaint("quorv headers raw --track 1", 2, "raw", "no tracks");
-    shell.expect_complaint("quorv headers older", 1, "older", "not a media file");
-    shell.expect_complaint("quorv headers newer", 1, "newer", "not a media file");
-    shell.expect_complaint("quorv info raw", 1, "raw: ", "raw video");
+    const Complaint complaints[] = {
+        {"quorv headers mjpeg.avi", 1, "mjpeg.avi", "no track is MPEG-4 or H.264 video"},
+        {"quorv headers h264.avi", 1, "h264.avi", "no start code in track 1"},
+        {"quorv headers h264.avi --track 2", 1, "h264.avi", "neither MPEG-4 nor H.264"},
+        {"quorv headers raw --track 1", 2, "raw", "no tracks"},
+        {"quorv headers older", 1, "older", "not a media file"},
+        {"quorv headers newer", 1, "newer", "not a media file"},
+        {"quorv info raw", 1, "raw: ", "raw video"},
+    };
+    for (const Complaint &complaint : complaints)
+        shell.expect_complaint(complaint);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 
@@ -23,8 +22,15 @@ namespace quorv::test {
 using Json = nlohmann::json;
 
 struct ToolRun {
-    int exit_code = -1;
+    int exit_code;
     std::string out, err;
+};
+
+// What a line given to the shell is answered with.
+struct Complaint {
+    std::string line;
+    int exit_code;
+    std::string name, reason;
 };
 
 inline std::vector<std::string> lines_of(const std::string &text) {
@@ -41,21 +47,15 @@ class Shell : public TestFolder {
 public:
     ToolRun run(const std::string &line) const {
         signal(SIGPIPE, SIG_DFL);  // as at a prompt; whoever started the tests may ignore it
-        const TestFolder errors;
         setenv("SAMPLE", real_sample().c_str(), 1);
-        const std::string setting = "cd '" + path("") + "'; PATH='" QUORV_TOOL_FOLDER "':$PATH; ";
-        FILE *output =
-            popen((setting + "{ " + line + "\n} </dev/null 2>'" + errors.path("err") + "'").c_str(), "r");
-        ToolRun run;
-        if (output == nullptr) return run;
-        char block[65536];
-        while (const size_t count = fread(block, 1, sizeof block, output))
-            run.out.append(block, count);
-        const int status = pclose(output);
-        if (WIFEXITED(status)) run.exit_code = WEXITSTATUS(status);
-        const Bytes err = errors.get("err");
-        run.err.assign(err.begin(), err.end());
-        return run;
+        const TestFolder said;
+        const std::string setting = "cd '" + path("") + "'; PATH='" QUORV_TOOL_FOLDER "':$PATH; ",
+                          command = setting + "{ " + line + "\n} </dev/null >'" + said.path("out") + "' 2>'" +
+                                    said.path("err") + "'";
+        const int status = system(command.c_str());
+        const Bytes out = said.get("out"), err = said.get("err");
+        return {
+            WIFEXITED(status) ? WEXITSTATUS(status) : -1, {out.begin(), out.end()}, {err.begin(), err.end()}};
     }
     // The objects that a run prints, one a line; it has to succeed in silence.
     std::vector<Json> json(const std::string &line) const {
@@ -68,15 +68,13 @@ public:
         return objects;
     }
     // The run has to say one line on standard error that holds both texts.
-    ToolRun expect_complaint(const std::string &line, int exit_code, const std::string &name,
-                             const std::string &reason) const {
-        const ToolRun said = run(line);
-        SCOPED_TRACE(line + '\n' + said.err);
-        EXPECT_EQ(said.exit_code, exit_code);
-        EXPECT_EQ(lines_of(said.err).size(), 1u);
-        EXPECT_TRUE(said.err.starts_with("quorv: "));
-        EXPECT_NE(said.err.find(name), std::string::npos);
-        EXPECT_NE(said.err.find(reason), std::string::npos);
+    ToolRun expect_complaint(const Complaint &expected) const {
+        const ToolRun said = run(expected.line);
+        SCOPED_TRACE(expected.line + '\n' + said.err);
+        EXPECT_EQ(said.exit_code, expected.exit_code);
+        EXPECT_TRUE(said.err.starts_with("quorv: ") && lines_of(said.err).size() == 1);
+        EXPECT_NE(said.err.find(expected.name), std::string::npos);
+        EXPECT_NE(said.err.find(expected.reason), std::string::npos);
         return said;
     }
     // Adds all sample files, the real one as well, and returns the names.

@@ -1,30 +1,35 @@
 // The decoder as its callers use it: pieces of any size, resets, conversion of rate and channels, damage.
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
 #include <cmath>
-#include <thread>
+#include <set>
 
 #include "support/Mp3Streams.h"
 #include "support/RiffPieces.h"
+#include "support/TestFolder.h"
 
 namespace quorv::test {
 namespace {
-
-const auto by_300 = [] { return 300; };
 
 // Two layers, both channel counts and changes between them.
 Bytes mixed_stream() {
     return join({noise_stream(8), real_mp3_stream(), noise_stream(8, {48000, 1, 9}), noise_stream(8)});
 }
 
+Bytes first_of(const Bytes &bytes, size_t size) {
+    return {bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size)};
+}
+
 TEST(Mp3Decoder, AnyCutAndAnyOutputGiveTheSameSamples) {
     const Bytes stream = mixed_stream(), whole = decode(stream);
     EXPECT_GT(whole.size(), 16 * 384 * 4 + 8 * 384 * 2 + 110 * 1152 * 4u);
-    const Calls calls[] = {{[] { return 1; }},         {[] { return 417; }},   {by_300, [] { return 7; }},
-                           {.room = [] { return 4; }}, random_calls(1, 40, 9), random_calls(2, 2000, 5000)};
+    const Calls calls[] = {
+        {[] { return 1; }},         {[] { return 417; }},   {[] { return 300; }, [] { return 7; }},
+        {.room = [] { return 4; }}, random_calls(1, 40, 9), random_calls(2, 2000, 5000)};
     for (size_t i = 0; i < std::size(calls); ++i)
         EXPECT_TRUE(decode(stream, calls[i]) == whole) << "calls " << i;
 }
@@ -57,27 +62,12 @@ TEST(Mp3Decoder, ReportsWhatItTookAndGave) {
     }
 }
 
-TEST(Mp3Decoder, SmallPiecesThatNeverMakeAFrameEndInAnError) {
-    // Two frames in a row, and then only headers of frames that do not end where another begins: whether the
-    // first two are true stays open.
-    Bytes stream(40000);
-    for (size_t at = 0; at < stream.size(); at += at < 417 ? 417 : 100)
-        memcpy(&stream[at], Bytes{0xFF, 0xFB, static_cast<uint8_t>(at <= 417 ? 0x90 : 0xE0), 0}.data(), 4);
-    const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
-    int32_t code = 0;
-    decode(decoder.get(), stream, {by_300}, &code);
-    EXPECT_EQ(code, QU_MP3_ERROR);
-    EXPECT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
-    EXPECT_TRUE(decode(decoder.get(), noise_stream(5)) == decode(noise_stream(5)));
-}
-
 TEST(Mp3Decoder, AResetDecoderIsANewOne) {
     const Bytes streams[] = {real_mp3_stream(), noise_stream(9, {32000, 1, 9}), mixed_stream()};
     const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
     for (Bytes stream : streams) {
         for (const Bytes &next : streams) {
-            // Left in the middle, with samples waiting.
-            Bytes room(5000);
+            Bytes room(5000);  // filled in the middle of a frame
             QuMp3Buffer input = {stream.data(), static_cast<uint32_t>(stream.size()), 0},
                         output = {room.data(), 5000, 0};
             QU_MP3_decoder_read(decoder.get(), &input, &output);
@@ -85,6 +75,16 @@ TEST(Mp3Decoder, AResetDecoderIsANewOne) {
             EXPECT_TRUE(decode(decoder.get(), next) == decode(next));
         }
     }
+    // Two frames in a row, and then only headers of frames that do not end where another begins: whether the
+    // first two are true stays open.
+    Bytes headers(40000);
+    for (size_t at = 0; at < headers.size(); at += at < 417 ? 417 : 100)
+        memcpy(&headers[at], Bytes{0xFF, 0xFB, static_cast<uint8_t>(at <= 417 ? 0x90 : 0xE0), 0}.data(), 4);
+    int32_t code = 0;
+    decode(decoder.get(), headers, {[] { return 300; }}, &code);
+    EXPECT_EQ(code, QU_MP3_ERROR);
+    ASSERT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
+    EXPECT_TRUE(decode(decoder.get(), streams[0]) == decode(streams[0]));
 }
 
 // What the interpolation, of a step in 1/128 samples, and the channel modes make of samples at the rate of
@@ -116,85 +116,141 @@ TEST(Mp3Decoder, RatesAndChannelsAreConvertedByTheFormula) {
     const Case cases[] = {{0, 0, false},      {48000, 0, false},   {96000, 0, false},   {47999, 0, false},
                           {24000, 0, true},   {32000, 192, false}, {44100, 139, false}, {16000, 192, true},
                           {12000, 256, true}, {7000, 439, true},   {1, 32767, true}};
-    const QuMp3Config config = {2, 3, 48000};
     for (const uint32_t channels : {1u, 2u}) {
         const Bytes stream = noise_stream(12, {48000, channels, 12});
-        const auto run = [&](uint32_t mode, uint32_t rate, const Calls &calls) {
-            const QuMp3OutputRequest request = {mode, rate};
-            const DecoderHolder decoder(QU_MP3_decoder_init(&config, &request));
-            return decode(decoder.get(), stream, calls);
-        };
-        const std::vector<int16_t> full = samples_of(decode(stream)), half = samples_of(run(0, 24000, {}));
-        ASSERT_TRUE(full.size() == 12 * 384 * channels && half.size() == full.size() / 2);
-        for (const Case &each : cases) {
+        const std::vector<int16_t> full = samples_of(decode(stream)),
+                                   half = samples_of(decode_to({0, 24000}, 48000, stream));
+        for (const auto &[rate, step, is_half] : cases) {
             for (const uint32_t mode : {0u, 1u, 2u, 3u}) {
-                const Bytes expected = convert(each.is_half ? half : full, channels, each.step, mode);
-                EXPECT_TRUE(run(mode, each.rate, {}) == expected) << each.rate << " Hz, mode " << mode;
-                EXPECT_TRUE(run(mode, each.rate, random_calls(mode, 900, 50)) == expected) << each.rate;
+                const Bytes expected = convert(is_half ? half : full, channels, step, mode);
+                for (const Calls &calls : {Calls{}, random_calls(mode, 900, 50)})
+                    EXPECT_TRUE(decode_to({mode, rate}, 48000, stream, calls) == expected)
+                        << rate << " Hz, mode " << mode << " of " << channels << " channels";
             }
         }
     }
 }
 
-TEST(Mp3Decoder, DecodersInTwoThreadsDoNotTouchEachOther) {
-    const Bytes streams[] = {real_mp3_stream(), noise_stream(200)};
-    Bytes results[2];
-    const auto run = [&](size_t i) { results[i] = decode(streams[i], random_calls(5, 3000, 3000)); };
-    std::thread first(run, 0), second(run, 1);
-    first.join();
-    second.join();
-    EXPECT_TRUE(results[0] == decode(streams[0]) && results[1] == decode(streams[1]));
-}
-
-Bytes first_of(const Bytes &bytes, size_t size) {
-    return {bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size)};
-}
-
-TEST(Mp3Hostile, TagsChangeNothing) {
-    for (const Bytes &stream : {noise_stream(20), real_mp3_stream()}) {
-        const Bytes id3v1 = join({text("TAG"), Bytes(125, ' ')});
-        const Bytes ape =
-            join({text("APETAGEX"), le32(2000), le32(64), Bytes(48), text("APETAGEX"), Bytes(24)});
-        EXPECT_TRUE(decode(join({id3v2_tag(10), id3v2_tag(5000), stream, ape, id3v1})) == decode(stream));
+TEST(Mp3Decoder, EqualiserChangesWhatItsPresetSays) {
+    const Bytes stream = mixed_stream(), without = decode(stream);
+    const auto energy = [](const Bytes &pcm) {
+        double sum = 0;
+        for (const double sample : samples_of(pcm))
+            sum += sample * sample;
+        return sum;
+    };
+    struct Case {
+        uint32_t enable, preset;
+        int change;  // of the sound's energy; 0: not a bit changes
+    };
+    for (const auto &[enable, preset, change] :
+         {Case{1, 0, 0}, {1, 8, 0}, {0, 2, 0}, {1, 1, 1}, {1, 2, -1}, {1, 3, 1}, {1, 4, -1}, {7, 4, -1}}) {
+        const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
+        EXPECT_EQ(QU_MP3_decoder_EQ_enabled(enable, preset, decoder.get()), 0);
+        const Bytes pcm = decode(decoder.get(), stream);
+        EXPECT_EQ(pcm == without, change == 0) << "preset " << preset;
+        EXPECT_GE((energy(pcm) - energy(without)) * change, 0) << "preset " << preset;
+        ASSERT_EQ(pcm.size(), without.size());
     }
 }
 
-TEST(Mp3Hostile, GarbageBetweenFramesCostsFewFrames) {
-    Random random{3};
-    for (const auto &[stream, frame_bytes] :
-         {std::pair(real_mp3_stream(), 1152 * 4u), {noise_stream(100), 384 * 4u}}) {
-        const Bytes clean = decode(stream), head = first_of(stream, stream.size() / 3);
-        const Bytes rest(stream.begin() + static_cast<ptrdiff_t>(head.size()), stream.end());
-        for (const size_t length : {1u, 3u, 100u, 5000u}) {
-            Bytes garbage(length);
-            std::generate(garbage.begin(), garbage.end(), [&] { return static_cast<uint8_t>(random()); });
-            const Bytes broken = join({head, garbage, rest}), pcm = decode(broken);
-            EXPECT_GE(pcm.size() + 5 * frame_bytes, clean.size()) << length;
-            EXPECT_LE(pcm.size(), clean.size() + frame_bytes) << length;
-            EXPECT_TRUE(std::equal(clean.rbegin(), clean.rbegin() + static_cast<ptrdiff_t>(clean.size() / 2),
-                                   pcm.rbegin()));
-            EXPECT_TRUE(decode(broken, random_calls(1, 3000, 3000)) == pcm) << length;
+TEST(Mp3Hostile, TagsChangeNothingAndCutsTakeTheEnd) {
+    const Bytes ape = join({text("APETAGEX"), le32(2000), le32(64), Bytes(48), text("APETAGEX"), Bytes(24)});
+    for (const Bytes &stream : {noise_stream(20), real_mp3_stream()}) {
+        const Bytes whole = decode(stream);
+        EXPECT_TRUE(decode(join({id3v2_tag(10), id3v2_tag(5000), stream, ape, text("TAG"), Bytes(125)})) ==
+                    whole);
+        for (size_t length = 0; length < 2000; length += 7) {
+            const Bytes pcm = decode(first_of(stream, length));
+            EXPECT_TRUE(pcm == first_of(whole, pcm.size())) << length;
         }
     }
 }
 
-TEST(Mp3Hostile, FlippedBitsCutsAndNoiseAreSurvived) {
-    Random random{7};
-    const Bytes stream = first_of(real_mp3_stream(), 8000), clean = decode(stream);
-    for (int turn = 0; turn < 300; ++turn) {
-        Bytes broken = stream;
-        for (uint32_t flips = 1 + random() % 30; flips > 0; --flips)
-            broken[random() % broken.size()] ^= static_cast<uint8_t>(1 << random() % 8);
-        EXPECT_LE(decode(broken, random_calls(random(), 2000, 6000)).size(), clean.size() + 4608);
+TEST(Mp3Hostile, DamageCostsFewFramesAndTheReasonIsTold) {
+    const Bytes mp3 = real_mp3_stream(), noise = noise_stream(40, {48000, 2, 8});
+    struct Damage {
+        const Bytes *stream;
+        uint32_t bit, width;  // of a field in the frame
+        uint64_t value;       // of the field; without one, so many bytes are put in front of the frame
+        int32_t error;        // 0: any
+        size_t frame = 9;
+    };
+    std::vector<Damage> damages = {
+        {&noise, 0, 8, 0, MP3_ERR_SYNC},
+        {&noise, 11, 2, 1, MP3_ERR_SYNC},  // reserved version
+        {&noise, 13, 2, 0, MP3_ERR_LAYER},
+        {&noise, 16, 8, 0xF1, MP3_ERR_BITRATE},
+        {&noise, 20, 2, 3, MP3_ERR_SAMPLE_RATE},
+        {&noise, 15, 1, 0, MP3_ERR_CRC},
+        {&noise, 8, 24, 0xFDC4C0, MP3_ERR_LAYER2_MODE},  // as long as three frames
+        {&noise, 160, 64, 0xEEEEEEEEEEEEEEEE, MP3_ERR_SIDE_INFO},
+        {&mp3, 15, 1, 0, MP3_ERR_CRC},
+        {&mp3, 64, 9, 289, MP3_ERR_BIG_VALUES},
+        {&mp3, 85, 3, 4, MP3_ERR_BLOCK_TYPE},
+        {&mp3, 44, 44, uint64_t{15} << 40 | 6, MP3_ERR_SCFSI},
+        {&mp3, 32, 9, 511, MP3_ERR_RESERVOIR, 0},
+        {&mp3, 85, 6, 4, MP3_ERR_HUFFMAN, 38},   // there is no table 4
+        {&mp3, 52, 12, 1, MP3_ERR_HUFFMAN, 38},  // a spectrum of one bit
+    };
+    for (const uint64_t length : {1u, 3u, 100u, 5000u})
+        damages.insert(damages.end(), {{&mp3, 0, 0, length, 0, 40}, {&noise, 0, 0, length, 0}});
+    Random random{3};
+    for (const auto &[stream, bit, width, value, error, frame] : damages) {
+        SCOPED_TRACE("bit " + std::to_string(bit) + ", value " + std::to_string(value));
+        const size_t gives = stream == &noise ? 384 * 4 : 1152 * 4;
+        Bytes broken = *stream;
+        size_t start = 0;
+        for (size_t i = 0; i < frame; ++i)
+            start += stream == &noise ? 256u : 417u + (broken[start + 2] >> 1 & 1u);
+        for (uint32_t i = 0; i < width; ++i) {
+            const uint32_t at = bit + i, shift = 7 - at % 8;
+            uint8_t &byte = broken[start + at / 8];
+            byte = static_cast<uint8_t>((byte & ~(1u << shift)) | (value >> (width - 1 - i) & 1) << shift);
+        }
+        for (uint64_t i = 0; i < value && width == 0; ++i)
+            broken.insert(broken.begin() + static_cast<ptrdiff_t>(start), static_cast<uint8_t>(random()));
+
+        const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
+        std::set<int32_t> told;  // before each call
+        const Calls calls = {.room = [&] {
+            told.insert(QU_MP3_decoder_error(decoder.get()));
+            return 4608;
+        }};
+        const Bytes clean = decode(*stream), pcm = decode(decoder.get(), broken, calls);
+        EXPECT_TRUE(told.contains(error) && (error == 0 || pcm.size() < clean.size()));
+        EXPECT_TRUE(pcm.size() + 5 * gives >= clean.size() && pcm.size() <= clean.size() + gives);
+        EXPECT_TRUE(std::equal(clean.rbegin(), clean.rbegin() + static_cast<ptrdiff_t>(clean.size() / 2),
+                               pcm.rbegin()));
+        EXPECT_TRUE(decode(broken, random_calls(1, 3000, 3000)) == pcm);
     }
-    for (size_t length = 0; length < 2000; length += 7) {
-        const Bytes pcm = decode(first_of(stream, length));
-        EXPECT_TRUE(pcm == first_of(clean, pcm.size())) << length;
+}
+
+// Pairs of NAME.bit and NAME.pcm with the reference decoder's samples of 16 bits.
+TEST(Mp3Decoder, ConformanceStreamsGiveTheirSamples) {
+    const char *const folder = getenv("QUORV_VECTORS");
+    if (folder == nullptr) GTEST_SKIP() << "QUORV_VECTORS is not set";
+    size_t streams = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        std::filesystem::path path = entry.path();
+        if (path.extension() != ".bit") continue;
+        ++streams;
+        const std::vector<int16_t> samples = samples_of(decode(bytes_of_file(path))),
+                                   reference = samples_of(bytes_of_file(path.replace_extension(".pcm")));
+        const size_t count = std::min(samples.size(), reference.size());
+        double squares = 0;
+        int largest = 0;
+        for (size_t i = 0; i < count; ++i) {
+            const int difference = std::abs(samples[i] - reference[i]);
+            largest = std::max(largest, difference);
+            squares += difference * difference;
+        }
+        const double psnr = 10 * std::log10(32767.0 * 32767.0 * static_cast<double>(count) / squares);
+        printf("%s: PSNR %.2f, largest difference %d\n", path.stem().c_str(), psnr, largest);
+        EXPECT_LE(largest, 1) << path;
+        EXPECT_GE(psnr, 110) << path;
     }
-    Bytes noise(100000);
-    for (uint8_t &byte : noise)
-        byte = static_cast<uint8_t>(random() % 4 == 0 ? 0xFF : random());
-    decode(noise, random_calls(1, 5000, 5000));
+    EXPECT_GT(streams, 0u);
 }
 
 // Every frame of the sample file turned up, 1.5 dB a step, as tools do that do not decode.

@@ -13,13 +13,16 @@
 namespace quorv::test {
 namespace {
 
-struct StreamCloser {
-    void operator()(MStream stream) const { MStreamClose(stream); }
-};
-using StreamHolder = std::unique_ptr<MStreamRecord, StreamCloser>;
+std::shared_ptr<MStreamRecord> open(Bytes &bytes) {
+    return {MStreamOpenFromMemoryBlock(bytes.data(), static_cast<uint32_t>(bytes.size())), MStreamClose};
+}
 
-StreamHolder open(Bytes &bytes) {
-    return StreamHolder(MStreamOpenFromMemoryBlock(bytes.data(), static_cast<uint32_t>(bytes.size())));
+// Five frames of silence, or of what is none, at these distances.
+Bytes headers(uint32_t header, size_t distance) {
+    Bytes stream(5 * distance);
+    for (size_t i = 0; i < 5 * 4; ++i)
+        stream[i / 4 * distance + i % 4] = static_cast<uint8_t>(header >> (24 - i % 4 * 8));
+    return stream;
 }
 
 TEST(Mp3Info, TellsFormatAndDuration) {
@@ -36,12 +39,16 @@ TEST(Mp3Info, TellsFormatAndDuration) {
     };
     const Case cases[] = {
         {"all frames", stereo, 0, whole},
-        {"behind a tag", join({tag, stereo}), 0, whole},
-        {"garbage around", join({Bytes(77), stereo, Bytes(500, 'x')}), 0, whole},
+        {"a tag and garbage around", join({tag, Bytes(77), stereo, Bytes(500, 'x')}), 0, whole},
         {"a change of format", join({stereo, mono}), 0, {1, 1, 0, 288 | 256 << 16, 48000, 400, 50}},
         {"several bit rates", varied, 0, {1, 2, 0, 288 | 256 << 16, 44100, 870, 100}},
         {"an estimate", stereo, 5, estimate},
         {"an estimate behind a tag", join({tag, stereo}), 5, estimate},
+        {"320 kbit/s at 32 kHz", headers(0xFFFBE844, 1440), 0, {3, 2, 0, 320 | 320 << 16, 32000, 180, 5}},
+        {"MPEG-2", headers(0xFFF38444, 192), 0, {3, 2, 1, 64 | 64 << 16, 24000, 120, 5}},
+        {"MPEG-2.5, one channel", headers(0xFFE388C4, 576), 0, {3, 1, 2, 64 | 64 << 16, 8000, 360, 5}},
+        {"free format, padded", headers(0xFFFB0244, 501), 0, {3, 2, 0, 153 | 153 << 16, 44100, 130, 5}},
+        {"free format above 640 kbit/s", headers(0xFFFB0044, 2100), 0, {}},
         {"too short", Bytes(5), 0, {}},
         {"one frame", noise_stream(1), 1, {}},
         {"no frame", Bytes(100000), 0, {}},
@@ -49,7 +56,7 @@ TEST(Mp3Info, TellsFormatAndDuration) {
     };
     for (const Case &each : cases) {
         Bytes bytes = each.stream;
-        const StreamHolder stream = open(bytes);
+        const auto stream = open(bytes);
         MStreamSeek(stream.get(), MSTREAM_SEEK_START, 5);
         QuMp3Info info = {};
         const int32_t code = each.info.frame_count > 0 ? 0 : -1;
@@ -61,22 +68,23 @@ TEST(Mp3Info, TellsFormatAndDuration) {
 
 TEST(Mp3Info, BufferSizesFollowTheFormula) {
     struct Case {
-        uint32_t layer, version, bitrate, sample_rate;
+        uint8_t layer;
+        uint32_t version, bitrate, sample_rate;
         int32_t size, compat;
     };
     const Case cases[] = {{3, 0, 128, 44100, 427, 427},  {3, 1, 64, 22050, 218, 218},
                           {1, 0, 32, 32000, 57, 57},     {3, 2, 8, 12000, 57, 57},
                           {2, 2, 160, 8000, 2889, 1464}, {3, 1, 0, 24000, 9, 32},
                           {3, 0, 128, 0, 0, 1464}};
-    for (const Case &each : cases) {
-        QuMp3Info info = {each.layer, 2, each.version, each.bitrate | 8 << 16, each.sample_rate, 0, 0};
-        EXPECT_EQ(QU_MP3_min_input_buffer_size(&info), each.size);
+    for (const auto &[layer, version, bitrate, sample_rate, size, compat] : cases) {
+        const QuMp3Info info = {layer, 2, version, bitrate | 8 << 16, sample_rate, 0, 0};
+        EXPECT_EQ(QU_MP3_min_input_buffer_size(&info), size);
         Mp3FrameHeader header = {};
-        header.layer = static_cast<uint8_t>(each.layer);
-        header.flags = each.version != 0 ? uint32_t{MP3_FLAG_LOW_SAMPLING_RATE} : 0;
-        header.bitrate = each.bitrate;
-        header.sample_rate = each.sample_rate;
-        EXPECT_EQ(QU_MP3_min_input_buffer_size_compat(&header), each.compat);
+        header.layer = layer;
+        header.bitrate = bitrate;
+        header.sample_rate = sample_rate;
+        header.flags = version != 0 ? uint32_t{MP3_FLAG_LOW_SAMPLING_RATE} : 0;
+        EXPECT_EQ(QU_MP3_min_input_buffer_size_compat(&header), compat);
     }
 }
 
@@ -85,7 +93,7 @@ TEST(Mp3Info, WholeStreamsAreDecodedByEveryFunction) {
     Bytes bytes = join({id3v2_tag(100), noise_stream(20), real_mp3_stream(), text("TAG"), Bytes(125)});
     const Bytes expected = decode(bytes);
     Bytes room(expected.size() + 10), pcm;
-    const StreamHolder from = open(bytes), to = open(room);
+    const auto from = open(bytes), to = open(room);
     ASSERT_EQ(QU_MP3_decode_file(from.get(), to.get()), 0);
     EXPECT_EQ(MStreamTell(to.get()), static_cast<intptr_t>(expected.size()));
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), room.begin()));
@@ -113,7 +121,7 @@ TEST(Mp3Info, EveryAllocationMayFail) {
     Bytes bytes = join({noise_stream(10), real_mp3_stream()}), room(1 << 20);
     const Bytes whole = decode(bytes);
     for (uint64_t n = 1, failed = 1; failed != 0; ++n) {
-        const StreamHolder from = open(bytes), to = open(room);
+        const auto from = open(bytes), to = open(room);
         const FailingAllocator heap(n);
         QuMp3Info info = {};
         DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
