@@ -53,10 +53,9 @@ void scan(const uint8_t *data, size_t size, uint32_t frames) {
     const auto copy = exact_copy(data, size);
     MStream stream = MStreamOpenFromMemoryBlock(copy.get(), static_cast<uint32_t>(size));
     MStreamSeek(stream, MSTREAM_SEEK_START, 1);
-    const intptr_t position = MStreamTell(stream);
     QuMp3Info info = {};
     const int32_t code = QU_MP3_info_get(stream, &info, frames);
-    require(MStreamTell(stream) == position);
+    require(MStreamTell(stream) == std::min<intptr_t>(1, MStreamGetSize(stream)));
     if (code == 0) {
         require(info.layer >= 1 && info.layer <= 3 && info.channels - 1 <= 1 && info.version <= 2);
         require(info.sample_rate >= 8000 && info.sample_rate <= 48000);

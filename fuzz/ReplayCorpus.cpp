@@ -1,5 +1,4 @@
-// Runs a fuzz harness over every file of a folder: the normal tests' way to replay a corpus without
-// libFuzzer.
+// Runs a fuzz harness over every file of a folder: how the normal tests replay a corpus.
 
 #include <stdio.h>
 

@@ -88,7 +88,6 @@ TEST(H264Streams, AreSeenAsMediainfoSeesThem) {
         bool interlaced;
         const char *options;  // of the encoder
     } cases[] = {
-        {"constrained-baseline", 1920, 1080, false, ""},
         {"constrained-baseline", 100, 100, false, "option-string=slices=4"},
         {"main", 1920, 1080, false, "bframes=2"},
         {"main", 1920, 1080, true, "bframes=2 option-string=slices=4"},

@@ -155,9 +155,8 @@ TEST_F(Log, OwnLogsHaveNothingToDoWithAContextThatComesAndGoes) {
         for (int i = 0; i < 300; ++i)
             EXPECT_EQ(MPlatInitialize(&params) + MPlatUninitialize(), 0u);
     });
-    const std::string own = folder.path("own");
     for (int i = 0; i < 300; ++i) {
-        EXPECT_EQ(MLogOpenS(own.c_str(), &log), uint32_t{ResultOk});
+        EXPECT_EQ(MLogOpenS(folder.path("own").c_str(), &log), uint32_t{ResultOk});
         say("x");
         EXPECT_EQ(MLogClose(log), uint32_t{ResultOk});
     }

@@ -57,6 +57,9 @@ TEST(Stream, AllKindsDoTheSameUnderRandomUse) {
                     MStreamRead(copy, got[i].data(), bytes);
                     MStreamClose(copy);
                 }
+                if (action == 0 || action == 4) {
+                    ASSERT_EQ(result, std::clamp<intptr_t>(count, 0, end - position)) << seed << ' ' << step;
+                }
                 results.push_back({result, MStreamTell(stream), MStreamGetSize(stream)});
                 ASSERT_EQ(results[i], results[0]) << "seed " << seed << " step " << step << " stream " << i;
                 ASSERT_EQ(got[i], got[0]) << "seed " << seed << " step " << step << " stream " << i;
@@ -91,6 +94,9 @@ TEST(Stream, WhatTheKindsDoNotShare) {
         EXPECT_EQ(MStreamGetSize(memory), 1);
         EXPECT_EQ(MStreamWrite(memory, nullptr, 0), 0);
         EXPECT_EQ(MStreamGetSize(memory), 3) << "it reaches to the position, as after every write";
+        EXPECT_EQ(MStreamWrite(memory, "x", 1) + MStreamGetSize(memory), 1 + 4);
+        EXPECT_EQ(MStreamSetSize(memory, 1) + MStreamSeek(memory, MSTREAM_SEEK_CURRENT, -1), 1);
+        EXPECT_EQ(MStreamTell(memory), 1) << "no farther than the size";
         EXPECT_EQ(MStreamClose(memory), 1);
     }
     EXPECT_EQ(MStreamSetSize(fixed, 2), 2);
@@ -201,22 +207,15 @@ TEST(StreamFiles, RenameMoveDeleteAndPathsThatDoNotFit) {
     path += '/';
     path.resize(259, 'f');
     EXPECT_EQ(MStreamClose(MStreamFileCreateW(units(widen(path)))), 1);
-    path += 'f';  // must not name the file before
-    EXPECT_EQ(MStreamOpenFromFileW(units(widen(path)), 1), nullptr);
-    EXPECT_EQ(MStreamFileCreateW(units(widen(path))), nullptr);
-    EXPECT_EQ(MStreamFileExistsW(units(widen(path))) + MStreamFileExistsW(nullptr), 0);
-}
-
-// Narrowed, their low byte would end the path early and name another file.
-TEST(StreamFiles, PathsWithUnitsOfLowByteZeroFail) {
-    const TestFolder folder;
-    const std::u16string path = widen(folder.put("a", {1, 2, 3}));
-    for (const char16_t unit : {u'\u0100', u'\u4E00'}) {
-        const std::u16string longer = path + unit + u".t";
-        EXPECT_EQ(MStreamFileCreateW(units(longer)), nullptr);
-        EXPECT_EQ(MStreamFileExistsW(units(longer)), 0);
-        EXPECT_EQ(MStreamFileCopyS(longer.c_str(), path.c_str()), 0);
+    folder.put("a", {1, 2, 3});
+    const std::u16string source = widen(a);
+    // Cut, or narrowed to an end of the path, they would name the files before.
+    for (const std::u16string &bad : {widen(path + "f"), source + u"\u0100.t", source + u"\u4E00.t"}) {
+        EXPECT_EQ(MStreamOpenFromFileW(units(bad), 1), nullptr);
+        EXPECT_EQ(MStreamFileCreateW(units(bad)), nullptr);
+        EXPECT_EQ(MStreamFileExistsW(units(bad)) + MStreamFileCopyS(bad.c_str(), source.c_str()), 0);
     }
+    EXPECT_EQ(MStreamFileExistsW(nullptr), 0);
     EXPECT_EQ(folder.get("a").size(), 3u);
 }
 
