@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <numbers>
@@ -12,6 +13,8 @@
 #include "mp3dec/CosineTransforms.h"
 #include "mp3dec/Mp3Frame.h"
 #include "mp3dec/Mp3Hybrid.h"
+#include "mp3dec/Mp3Requantize.h"
+#include "mp3dec/tables/ScaleFactorBands.h"
 #include "mp3dec/tables/SynthesisTables.h"
 #include "support/Mp3Streams.h"
 
@@ -24,6 +27,39 @@ constexpr double kPi = std::numbers::pi;
 int32_t random_value(int bits) {
     static Random random{1};
     return static_cast<int32_t>(random()) >> (31 - bits);
+}
+
+TEST(Mp3Kernels, RequantiseByThePowerLaw) {
+    // Half a unit of the result for its rounding, and 2^-22 of the value for the table's.
+    for (int32_t exponent : {-40, 0, 11, 12, 13, 50, 91, 130, 203, 360}) {
+        std::vector<int32_t> lines;
+        for (int32_t magnitude = 0; magnitude <= 8206; ++magnitude)
+            lines.push_back(magnitude % 3 == 0 ? magnitude | INT32_MIN : magnitude);
+        dequant(lines.data(), static_cast<uint32_t>(lines.size()), exponent);
+        for (int32_t magnitude = 0; magnitude <= 8206; ++magnitude) {
+            const double exact = std::pow(magnitude, 4 / 3.0) * std::exp2(kSpectrumBits - exponent / 4.0);
+            const double expected = std::min(exact, std::exp2(30) - 1) * (magnitude % 3 == 0 ? -1 : 1);
+            ASSERT_NEAR(lines[static_cast<size_t>(magnitude)], expected,
+                        0.5 + std::abs(expected) * std::exp2(-22))
+                << magnitude << " with exponent " << exponent;
+        }
+    }
+}
+
+TEST(Mp3Kernels, FitTheirBitsToTheLoudestLine) {
+    // A line of magnitude 1 is 2^((gain - 208) / 4); one of 2^8 takes more bits than there are.
+    for (const auto &[gain, extra, line] : std::initializer_list<std::array<int, 3>>{
+             {160, 3, 1 << 18}, {196, 0, 1 << 24}, {240, -1, (1 << 30) - 1}}) {
+        Mp3FrameHeader header{};
+        header.scale_factor_bands = sfband[0];
+        Mp3Granule granule{};
+        granule.global_gain = static_cast<uint16_t>(gain);
+        int32_t lines[kMp3GranuleLines] = {1};
+        Mp3Spectrum spectrum{lines, 2, 0, {}};
+        EXPECT_EQ(mp3_extra_bits(header, granule, spectrum), extra);
+        mp3_deqchannel(header, granule, {}, extra, &spectrum);
+        EXPECT_EQ(lines[0], line);
+    }
 }
 
 // The machine's lanes and single values, which machines without lanes use.
