@@ -36,7 +36,7 @@ Bytes noise_stream(size_t frames, const NoiseFormat &format, uint32_t seed) {
 }
 
 Bytes real_mp3_stream() {
-    const FileStore store(real_sample());
+    const MemoryStore store(bytes_of_file(real_sample()));
     TestSource source(store);
     SplitterFile file(kAviSplitter, source.record());
     Bytes stream;

@@ -88,7 +88,7 @@ TEST(Answers, AreWhatTheLibrarySays) {
     shell.put("text.avi", with_text.frame(0, size_t{9}).build().flatten());
     for (const std::string &name : shell.add_samples()) {
         SCOPED_TRACE(name);
-        const FileStore bytes(shell.path(name));
+        const MemoryStore bytes(shell.get(name));
         TestSource source(bytes);
         const std::string format = name.substr(name.size() - 3);
         SplitterFile file(format == "avi" ? kAviSplitter : kAsfSplitter, source.record());
