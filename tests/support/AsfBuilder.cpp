@@ -187,10 +187,10 @@ void AsfBuilder::finish_truth() {
             const bool rises = i + 1 < frames.size() && frames[i + 1].time_stamp >= frames[i].time_stamp;
             frames[i].duration = rises ? frames[i + 1].time_stamp - frames[i].time_stamp : 1;
         }
+        if (frames.empty()) continue;
         const Bytes &format = streams[stream].format;
-        if (!frames.empty())
-            frames[0].data.insert(frames[0].data.begin(), format.end() - streams[stream].prefix,
-                                  format.end());
+        const auto prefix = static_cast<std::ptrdiff_t>(streams[stream].prefix);
+        frames[0].data.insert(frames[0].data.begin(), format.end() - prefix, format.end());
     }
 }
 

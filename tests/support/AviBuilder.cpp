@@ -212,7 +212,7 @@ void AviBuilder::write_palette(MemoryStore &out, const Item &item) {
     out.append(chunk(digits(item.stream) | tag("\0\0pc"),
                      join({Bytes{static_cast<uint8_t>(item.size), count, 0, 0}, item.bytes})));
     Track &track = tracks_[item.stream];
-    std::copy(item.bytes.begin(), item.bytes.end(), track.palette.begin() + 4 * item.size);
+    std::copy(item.bytes.begin(), item.bytes.end(), &track.palette[4 * item.size]);
     track.palette_changed = true;
 }
 

@@ -251,15 +251,5 @@ TEST(AviOpenDml, EntriesBeyondTheSourceAreIgnored) {
     avi.expect_frames(0, {.from = 4, .count = 1});
 }
 
-// Where a legacy index stands beside the OpenDML one, the latter decides.
-TEST(AviOpenDml, LegacyIndexIsIgnoredBesideIt) {
-    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDml);
-    for (size_t i = 0; i < 4; ++i)
-        builder.frame(0, 40 + i, i % 2 == 0);
-    const Bytes entry = join({text("00dc"), le32(0x10), le32(5), le32(9)});
-    builder.after = chunk(tag("idx1"), join({entry, entry}));
-    OpenedAvi(builder).expect_frames(0);
-}
-
 }  // namespace
 }  // namespace quorv::test
