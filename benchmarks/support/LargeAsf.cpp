@@ -71,7 +71,7 @@ private:
 LargeFile make_large_asf(uint32_t packet_bytes, uint32_t frame_bytes, bool sound, uint64_t total) {
     std::vector<AsfStream> streams{asf_video(1)};
     if (sound) streams.push_back(asf_audio(2));
-    AsfBuilder builder(streams, {.packet_size = packet_bytes, .padding_type = 2}, AsfIndex::None);
+    AsfBuilder builder(streams, {.packet_size = packet_bytes, .widths = {.padding = 2}}, AsfIndex::None);
     builder.frame(0, 0, 1);
     const Bytes small = builder.build();
 

@@ -1,22 +1,12 @@
 // Loops that break a file or its source in every place, one after the other, and walk through the whole
-// public interface each time. They take any file of either splitter.
+// public interface each time. They take any file of either splitter. Whatever happens: documented codes only,
+// cleared records, nothing left allocated or open.
 #ifndef QUORV_TESTS_ROBUSTNESS_HOSTILELOOPS_H
 #define QUORV_TESTS_ROBUSTNESS_HOSTILELOOPS_H
 
 #include "support/SplitterFile.h"
 
 namespace quorv::test {
-
-// What a walk through a file found, as far as two walks can be compared.
-struct WalkResult {
-    uint32_t open_code = 0;
-    size_t tracks = 0;
-    std::vector<FrameRun> runs;  // of each track, from the start
-};
-
-// Opens the file and calls every function on every track. Whatever happens: documented codes only, cleared
-// records, nothing left allocated or open. The source's faults stay in force until it is closed.
-WalkResult walk_file(const SplitterApi &api, TestSource &source);
 
 // The first callback goes wrong, then the second, and so on until none does; once or from then on; as a
 // failure or as a read that delivers nothing.

@@ -2,28 +2,26 @@
 
 #include "support/AviBuilder.h"
 
+#include <string.h>
+
 #include <algorithm>
 
 namespace quorv::test {
 namespace {
 
-uint32_t chunk_id(uint32_t stream, const char *type) {
-    return (uint32_t{'0'} + stream / 10) | (uint32_t{'0'} + stream % 10) << 8 |
-           uint32_t{static_cast<uint8_t>(type[0])} << 16 | uint32_t{static_cast<uint8_t>(type[1])} << 24;
-}
-
-uint32_t index_chunk_id(uint32_t stream) {
-    return tag("ix\0\0") | (uint32_t{'0'} + stream / 10) << 16 | (uint32_t{'0'} + stream % 10) << 24;
+// A stream's number as chunk names have it.
+uint32_t digits(uint32_t stream) {
+    return (uint32_t{'0'} + stream / 10) | (uint32_t{'0'} + stream % 10) << 8;
 }
 
 // Writes the size of the chunk whose size field stands at start; the chunk ends here, padded.
-void close(SparseStore &out, uint64_t start) {
+void close(MemoryStore &out, uint64_t start) {
     out.patch(start, le32(static_cast<uint32_t>(out.size() - start - 4)));
     if (out.size() % 2 != 0) out.append(Bytes(1));
 }
 
 // Writes the head of a list and returns where its size stands.
-uint64_t open_list(SparseStore &out, uint32_t id, uint32_t type) {
+uint64_t open_list(MemoryStore &out, uint32_t id, uint32_t type) {
     out.append(join({le32(id), le32(0), le32(type)}));
     return out.size() - 8;
 }
@@ -56,72 +54,36 @@ AviStream pcm_stream(uint32_t sample_rate, uint32_t sample_size) {
                         .body(16);
     stream.block_align = sample_size;
     stream.is_video = false;
-    stream.chunk_type[0] = 'w';
-    stream.chunk_type[1] = 'b';
+    strcpy(stream.chunk_type, "wb");
     return stream;
 }
 
 AviStream mp3_stream(uint32_t sample_rate, uint32_t samples_per_frame, uint32_t block_align) {
     AviStream stream = pcm_stream(sample_rate, 0);
     stream.header.scale = samples_per_frame;
-    stream.format = WaveFormat{
-        .format_tag = 85,
-        .sample_rate = sample_rate,
-        .bytes_per_second = 4000,
-        .block_align = block_align,
-        .bits_per_sample = 0,
-        .stated_extra = 12,
-        .extra = {1, 0, 2, 0, 0, 0, 1, 2, 1, 0, 0,
-                  0}}.body(30);
+    stream.format = WaveFormat{.format_tag = 85,
+                               .sample_rate = sample_rate,
+                               .bytes_per_second = 4000,
+                               .block_align = block_align,
+                               .bits_per_sample = 0,
+                               .stated_extra = 12,
+                               .extra = join({le16(1), le32(2), le16(576), le16(1), le16(0)})}
+                        .body(30);
     stream.block_align = block_align;
     return stream;
 }
 
-AviBuilder::AviBuilder(std::vector<AviStream> all, IndexKind kind) : streams(std::move(all)), index(kind) {
-    main.streams = static_cast<uint32_t>(streams.size());
-}
-
-AviBuilder &AviBuilder::add(Item item) {
-    items_.push_back(std::move(item));
-    return *this;
-}
-
-AviBuilder &AviBuilder::frame(uint32_t stream, const Bytes &data, bool key) {
-    return add(Item{Item::Frame, stream, data, key});
-}
-
-AviBuilder &AviBuilder::frame(uint32_t stream, size_t size, bool key) {
-    return frame(stream, payload(stream, items_.size(), size), key);
-}
-
-AviBuilder &AviBuilder::palette(uint32_t stream, uint8_t first, const Bytes &entries) {
-    return add(Item{Item::Palette, stream, entries, false, first});
-}
-
-AviBuilder &AviBuilder::raw(const Bytes &bytes) {
-    return add(Item{Item::Raw, 0, bytes});
-}
-
-AviBuilder &AviBuilder::junk(uint32_t size) {
-    return add(Item{Item::Junk, 0, {}, false, size});
-}
-
-SparseStore AviBuilder::build() {
-    truth_.assign(streams.size(), {});
-    clock_.assign(streams.size(), 0);
-    palettes_.assign(streams.size(), Bytes(1024));
-    palette_changed_.assign(streams.size(), false);
-    index_position_.assign(streams.size(), 0);
-    super_index_.assign(streams.size(), {});
+MemoryStore AviBuilder::build() {
+    tracks_.assign(streams.size(), {});
     entries_.clear();
     all_entries_.clear();
-    SparseStore out;
+    MemoryStore out;
     begin_segment(out, true);
     write_items(out);
     return out;
 }
 
-void AviBuilder::write_header(SparseStore &out) {
+void AviBuilder::write_header(MemoryStore &out) {
     const uint64_t list_size = open_list(out, tag("LIST"), tag("hdrl"));
     out.append(chunk(form == tag("AMV ") ? tag("amvh") : tag("avih"), main.body()));
     for (uint32_t i = 0; i < streams.size(); ++i) {
@@ -136,11 +98,10 @@ void AviBuilder::write_header(SparseStore &out) {
         }
         StreamHeader header = stream.header;
         if (header.length == 0) header.length = length;
-        const Bytes head = join(
-            {chunk(tag("strh"), header.body()), stream.before_format, chunk(tag("strf"), stream.format)});
+        const Bytes head = join({chunk(tag("strh"), header.body()), chunk(tag("strf"), stream.format)});
         // Room for the index: eight index chunks, or all entries.
         const Bytes room(24 + (index == IndexKind::OpenDmlDirect ? 8 * frames : 16 * 8));
-        index_position_[i] = out.size() + 12 + head.size() + 8;
+        tracks_[i].index_position = out.size() + 12 + head.size() + 8;
         out.append(list(tag("strl"), join({head, is_open_dml() ? chunk(tag("indx"), room) : Bytes{},
                                            stream.after_format})));
     }
@@ -149,7 +110,7 @@ void AviBuilder::write_header(SparseStore &out) {
     out.append(between);
 }
 
-void AviBuilder::begin_segment(SparseStore &out, bool first) {
+void AviBuilder::begin_segment(MemoryStore &out, bool first) {
     riff_start_ =
         open_list(out, first && form == tag("ON2f") ? tag("ON2 ") : tag("RIFF"), first ? form : tag("AVIX"));
     if (first) write_header(out);
@@ -157,18 +118,17 @@ void AviBuilder::begin_segment(SparseStore &out, bool first) {
     if (first) media_start_ = movi_start_ + 4;
 }
 
-void AviBuilder::end_segment(SparseStore &out, bool first) {
+void AviBuilder::end_segment(MemoryStore &out, bool first) {
     for (uint32_t i = 0; is_open_dml() && index != IndexKind::OpenDmlDirect && i < streams.size(); ++i) {
         const Bytes body = standard_index(i, entries_);
-        super_index_[i] =
-            join({super_index_[i], le64(out.size()), le32(static_cast<uint32_t>(body.size()) + 8),
-                  le32(static_cast<uint32_t>(truth_[i].size()))});
-        out.append(chunk(index_chunk_id(i), body));
+        append(tracks_[i].super_index, join({le64(out.size()), le32(static_cast<uint32_t>(body.size()) + 8),
+                                             le32(static_cast<uint32_t>(tracks_[i].truth.size()))}));
+        out.append(chunk(tag("ix\0\0") | digits(i) << 16, body));
     }
     close(out, movi_start_);
     if (first && zero_movi_size) out.patch(movi_start_, le32(0));
     if (first) out.append(after);
-    if (first && (is_legacy() || also_legacy)) out.append(chunk(tag("idx1"), legacy_index()));
+    if (first && (is_legacy() || index == IndexKind::OpenDml)) out.append(chunk(tag("idx1"), legacy_index()));
     close(out, riff_start_);
     all_entries_.insert(all_entries_.end(), entries_.begin(), entries_.end());
     entries_.clear();
@@ -177,12 +137,9 @@ void AviBuilder::end_segment(SparseStore &out, bool first) {
 Bytes AviBuilder::legacy_index() const {
     const uint64_t base = index == IndexKind::LegacyAbsolute ? 0 : media_start_;
     Bytes body;
-    for (const Entry &e : entries_) {
-        const Bytes entry =
-            join({le32(chunk_id(e.stream, streams[e.stream].chunk_type)), le32(e.key ? 0x10u : 0u),
-                  le32(static_cast<uint32_t>(e.position - base)), le32(e.size)});
-        body.insert(body.end(), entry.begin(), entry.end());
-    }
+    for (const Entry &e : entries_)
+        append(body, join({le32(chunk_id(e.stream)), le32(e.key ? 0x10u : 0u),
+                           le32(static_cast<uint32_t>(e.position - base)), le32(e.size)}));
     return body;
 }
 
@@ -196,36 +153,26 @@ Bytes AviBuilder::standard_index(uint32_t stream, const std::vector<Entry> &entr
     for (const Entry &e : entries) {
         if (e.stream != stream) continue;
         base = std::min(base, e.position);
-        const Bytes entry =
-            join({le32(static_cast<uint32_t>(e.position + 8 - base)),
-                  le32(e.size | (e.key ? 0 : 0x80000000u)), fields ? le32(e.size / 2) : Bytes{}});
-        words.insert(words.end(), entry.begin(), entry.end());
+        append(words, join({le32(static_cast<uint32_t>(e.position + 8 - base)),
+                            le32(e.size | (e.key ? 0 : 0x80000000u)), fields ? le32(e.size / 2) : Bytes{}}));
         ++count;
     }
     return join({le16(fields ? 3 : 2), Bytes{static_cast<uint8_t>(fields ? 1 : 0), 1}, le32(count),
-                 le32(chunk_id(stream, streams[stream].chunk_type)), le64(count != 0 ? base : 0), le32(0),
-                 words});
+                 le32(chunk_id(stream)), le64(count != 0 ? base : 0), le32(0), words});
 }
 
-void AviBuilder::write_items(SparseStore &out) {
+void AviBuilder::write_items(MemoryStore &out) {
     bool first = true;
     uint64_t rec_start = 0;
     for (const Item &item : items_) {
         switch (item.kind) {
             case Item::Frame:
-                note_frame(item.stream, item, out.size());
-                out.append(chunk(chunk_id(item.stream, streams[item.stream].chunk_type), item.bytes));
+                note_frame(item, out.size());
+                out.append(chunk(chunk_id(item.stream), item.bytes));
                 break;
-            case Item::Palette: {
-                const uint8_t first_entry = static_cast<uint8_t>(item.size);
-                const uint8_t count = static_cast<uint8_t>(item.bytes.size() / 4);  // 256 is written as 0
-                out.append(
-                    chunk(chunk_id(item.stream, "pc"), join({Bytes{first_entry, count, 0, 0}, item.bytes})));
-                palette_changed_[item.stream] = true;
-                std::copy(item.bytes.begin(), item.bytes.end(),
-                          palettes_[item.stream].begin() + 4 * first_entry);
+            case Item::Palette:
+                write_palette(out, item);
                 break;
-            }
             case Item::Raw:
                 out.append(item.bytes);
                 break;
@@ -249,14 +196,30 @@ void AviBuilder::write_items(SparseStore &out) {
     end_segment(out, first);
     for (uint32_t i = 0; is_open_dml() && i < streams.size(); ++i) {
         if (index == IndexKind::OpenDmlDirect) {
-            out.patch(index_position_[i], standard_index(i, all_entries_));
+            out.patch(tracks_[i].index_position, standard_index(i, all_entries_));
             continue;
         }
         const uint8_t sub_type = index == IndexKind::OpenDmlFields ? 1 : 0;
-        out.patch(index_position_[i],
-                  join({le16(4), Bytes{sub_type, 0}, le32(static_cast<uint32_t>(super_index_[i].size() / 16)),
-                        le32(chunk_id(i, streams[i].chunk_type)), Bytes(12), super_index_[i]}));
+        const Bytes &entries = tracks_[i].super_index;
+        out.patch(tracks_[i].index_position,
+                  join({le16(4), Bytes{sub_type, 0}, le32(static_cast<uint32_t>(entries.size() / 16)),
+                        le32(chunk_id(i)), Bytes(12), entries}));
     }
+}
+
+void AviBuilder::write_palette(MemoryStore &out, const Item &item) {
+    const uint8_t count = static_cast<uint8_t>(item.bytes.size() / 4);  // 256 is written as 0
+    out.append(chunk(digits(item.stream) | tag("\0\0pc"),
+                     join({Bytes{static_cast<uint8_t>(item.size), count, 0, 0}, item.bytes})));
+    Track &track = tracks_[item.stream];
+    std::copy(item.bytes.begin(), item.bytes.end(), &track.palette[4 * item.size]);
+    track.palette_changed = true;
+}
+
+uint32_t AviBuilder::chunk_id(uint32_t stream) const {
+    const char *const type = streams[stream].chunk_type;
+    return digits(stream) | uint32_t{static_cast<uint8_t>(type[0])} << 16 |
+           uint32_t{static_cast<uint8_t>(type[1])} << 24;
 }
 
 // Exact: whole seconds apart from the rest, so that nothing overflows. A stream without a rate of its own
@@ -273,8 +236,10 @@ uint32_t AviBuilder::milliseconds(uint32_t stream, uint64_t units) const {
 }
 
 // Appends the pieces that the chunk is delivered in.
-void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position) {
+void AviBuilder::note_frame(const Item &item, uint64_t position) {
+    const uint32_t stream = item.stream;
     const AviStream &s = streams[stream];
+    Track &track = tracks_[stream];
     const uint64_t size = item.bytes.size();
     const uint64_t unit = s.header.sample_size;
     entries_.push_back({stream, position, static_cast<uint32_t>(size), item.key});
@@ -287,11 +252,10 @@ void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position
         TruthFrame frame;
         frame.data.assign(item.bytes.begin() + static_cast<std::ptrdiff_t>(from),
                           item.bytes.begin() + static_cast<std::ptrdiff_t>(from + count));
-        if (palette_changed_[stream])
-            frame.data.insert(frame.data.end(), palettes_[stream].begin(), palettes_[stream].end());
-        palette_changed_[stream] = false;
+        if (track.palette_changed) append(frame.data, track.palette);
+        track.palette_changed = false;
         frame.position = position;
-        frame.dts = clock_[stream];
+        frame.dts = track.clock;
         // Readers take every entry of the second stream of a legacy index and the first of every video stream
         // as a key frame.
         frame.index_key = from == 0 && index != IndexKind::None &&
@@ -299,10 +263,10 @@ void AviBuilder::note_frame(uint32_t stream, const Item &item, uint64_t position
         frame.time_stamp = milliseconds(stream, frame.dts);
         frame.duration = milliseconds(stream, units);
         frame.key = !s.is_video || frame.index_key || (index == IndexKind::None && frame.dts == 0);
-        truth_[stream].push_back(std::move(frame));
-        clock_[stream] += units;
+        track.truth.push_back(std::move(frame));
+        track.clock += units;
     }
-    if (size == 0 && (unit != 0 || s.block_align == 0)) clock_[stream] += 1;
+    if (size == 0 && (unit != 0 || s.block_align == 0)) track.clock += 1;
 }
 
 }  // namespace quorv::test

@@ -2,54 +2,25 @@
 
 #include "support/SampleFiles.h"
 
-#include <utility>
-
 #include "support/VideoHeaders.h"
 
 namespace quorv::test {
 namespace {
 
-Bytes mpeg4_vop(size_t number) {
-    return join(
-        {Bytes{0, 0, 1, 0xB6, static_cast<uint8_t>(number == 0 ? 0x10 : 0x50)}, payload(0, number, 30)});
-}
-
-Bytes h264_slice(size_t number, bool key) {
-    return join({Bytes{0, 0, 0, 1, static_cast<uint8_t>(key ? 0x65 : 0x41), 0x88}, payload(0, number, 28)});
-}
-
-SampleFile finish(std::string name, AviBuilder builder) {
-    SparseStore bytes = builder.build();
-    return {std::move(name), std::move(builder), std::move(bytes)};
-}
-
-SampleFile mpeg4_and_mp3() {
-    AviBuilder builder({video_stream(tag("XVID"), 1001, 30000), mp3_stream()});
-    const Bytes header = mpeg4_vol(64, 48);
+// Video with its headers in front of the first picture.
+AviBuilder video_with_headers(const AviStream &video, const AviStream &audio, IndexKind index,
+                              const Bytes &headers, const Bytes &key_start, const Bytes &start) {
+    AviBuilder builder({video, audio}, index);
     for (size_t i = 0; i < 8; ++i) {
-        const Bytes vop = mpeg4_vop(i);
-        builder.frame(0, i == 0 ? join({header, vop}) : vop, i % 4 == 0);
-        builder.frame(1, 40 + i, true);
+        const bool key = i % 4 == 0;
+        builder.frame(0, join({i == 0 ? headers : Bytes{}, key ? key_start : start, payload(0, i, 30)}), key);
+        builder.frame(1, 40 + 4 * i);
     }
-    SampleFile sample = finish("mpeg4_mp3", std::move(builder));
-    sample.first_frame_header = header.size();
-    return sample;
-}
-
-SampleFile h264_and_pcm() {
-    AviBuilder builder({video_stream(tag("H264")), pcm_stream()}, IndexKind::LegacyAbsolute);
-    const Bytes header = join({h264_sps(64, 48), h264_pps()});
-    for (size_t i = 0; i < 6; ++i) {
-        const Bytes slice = h264_slice(i, i % 3 == 0);
-        builder.frame(0, i == 0 ? join({header, slice}) : slice, i % 3 == 0).frame(1, size_t{64}, true);
-    }
-    SampleFile sample = finish("h264_pcm_absolute_index", std::move(builder));
-    sample.first_frame_header = header.size();
-    return sample;
+    return builder;
 }
 
 // Motion JPEG with its Huffman tables in the header, and audio in packets of 48 bytes.
-SampleFile motion_jpeg_and_packets() {
+AviBuilder motion_jpeg_and_packets() {
     AviStream video = video_stream(tag("MJPG"));
     video.after_format = join({chunk(tag("strd"), join({text("AB"), Bytes{0xFF, 0xC4, 0, 6, 1, 2, 3, 4},
                                                         Bytes{0xFF, 0xC4, 0, 3, 9}, Bytes{0xFF, 0xD9}})),
@@ -62,24 +33,23 @@ SampleFile motion_jpeg_and_packets() {
     builder.between = chunk(tag("JUNK"), Bytes(31));
     for (size_t i = 0; i < 5; ++i)
         builder.frame(0, 50 + i).frame(1, size_t{144});
-    return finish("mjpeg_packets", std::move(builder));
+    return builder;
 }
 
-SampleFile raw_video_open_dml(IndexKind kind, const char *name) {
+AviBuilder raw_video(IndexKind kind) {
     AviStream video = video_stream(0);
     video.chunk_type[1] = 'b';
     AviBuilder builder({video, pcm_stream()}, kind);
     builder.header_extra = list(tag("odml"), chunk(tag("dmlh"), Bytes(248)));
-    builder.also_legacy = kind == IndexKind::OpenDml;
     for (size_t i = 0; i < 9; ++i) {
         builder.frame(0, 30 + i, i % 3 == 0).frame(1, size_t{32});
         if (i % 3 == 2 && i != 8) builder.segment();
     }
-    return finish(name, std::move(builder));
+    return builder;
 }
 
 // Record lists, padding, odd sizes, empty frames, stray index chunks and garbage, and no index.
-SampleFile rough_media() {
+AviBuilder rough_media() {
     AviBuilder builder({video_stream(tag("MJPG")), mp3_stream(8000, 576, 0)}, IndexKind::None);
     builder.begin_rec().frame(0, size_t{33}).frame(1, size_t{21}).end_rec();
     builder.raw(payload(7, 1, 77)).junk(13).frame(0, size_t{0}).frame(0, size_t{41});
@@ -87,19 +57,10 @@ SampleFile rough_media() {
     builder.begin_rec().frame(1, size_t{0}).frame(1, size_t{1}).frame(0, size_t{2}).end_rec();
     builder.raw(text("00pq")).frame(0, size_t{5});
     builder.zero_movi_size = true;
-    return finish("rough_media_without_index", std::move(builder));
+    return builder;
 }
 
-SampleFile palette_changes() {
-    AviStream video = video_stream(tag("MRLE"));
-    AviBuilder builder({video});
-    builder.frame(0, size_t{20}).frame(0, size_t{21}, false);
-    builder.palette(0, 2, Bytes{1, 2, 3, 0, 4, 5, 6, 0});
-    builder.frame(0, size_t{22}, false).frame(0, size_t{23}, false);
-    return finish("palette", std::move(builder));
-}
-
-SampleFile amv() {
+AviBuilder amv() {
     AviStream video, audio = pcm_stream();
     video.header = audio.header = StreamHeader{0, 0, 0, 0, 0, 0, 0};
     video.format = Bytes(36);
@@ -109,24 +70,71 @@ SampleFile amv() {
     builder.main.microseconds_per_frame = 62500;
     for (size_t i = 0; i < 4; ++i)
         builder.frame(0, 30 + i).frame(1, size_t{25});
-    return finish("amv", std::move(builder));
+    return builder;
 }
 
-SampleFile audio_only() {
+AviBuilder audio_only() {
     AviBuilder builder({mp3_stream(44100, 1152, 1152)});
     for (size_t i = 0; i < 12; ++i)
         builder.frame(0, 60 + i % 3);
-    return finish("mp3_only", std::move(builder));
+    return builder;
 }
 
 }  // namespace
 
 std::vector<SampleFile> avi_sample_files() {
-    std::vector<SampleFile> all = {mpeg4_and_mp3(), h264_and_pcm(), motion_jpeg_and_packets()};
-    all.push_back(raw_video_open_dml(IndexKind::OpenDml, "open_dml"));
-    all.push_back(raw_video_open_dml(IndexKind::OpenDmlFields, "open_dml_two_fields"));
-    all.push_back(raw_video_open_dml(IndexKind::OpenDmlDirect, "open_dml_direct"));
-    all.insert(all.end(), {rough_media(), palette_changes(), amv(), audio_only()});
+    const Bytes vol = mpeg4_vol(64, 48), parameters = join({h264_sps(64, 48), h264_pps()});
+    AviBuilder palette({video_stream(tag("MRLE"))});
+    palette.frame(0, size_t{20}).frame(0, size_t{21}, false).palette(0, 2, Bytes{1, 2, 3, 0, 4, 5, 6, 0});
+    palette.frame(0, size_t{22}, false).frame(0, size_t{23}, false);
+    std::vector<SampleFile> all = {
+        {"mpeg4_mp3",
+         video_with_headers(video_stream(tag("XVID"), 1001, 30000), mp3_stream(), IndexKind::Legacy, vol,
+                            {0, 0, 1, 0xB6, 0x10}, {0, 0, 1, 0xB6, 0x50}),
+         vol.size()},
+        {"h264_pcm_absolute_index",
+         video_with_headers(video_stream(tag("H264")), pcm_stream(), IndexKind::LegacyAbsolute, parameters,
+                            {0, 0, 0, 1, 0x65, 0x88}, {0, 0, 0, 1, 0x41, 0x88}),
+         parameters.size()},
+        {"mjpeg_packets", motion_jpeg_and_packets()},
+        {"open_dml", raw_video(IndexKind::OpenDml)},
+        {"open_dml_two_fields", raw_video(IndexKind::OpenDmlFields)},
+        {"open_dml_direct", raw_video(IndexKind::OpenDmlDirect)},
+        {"rough_media_without_index", rough_media()},
+        {"palette", palette},
+        {"amv", amv()},
+        {"mp3_only", audio_only()},
+    };
+    for (SampleFile &sample : all)
+        sample.bytes = sample.builder.build();
+    return all;
+}
+
+std::vector<AnySample> all_sample_files() {
+    std::vector<AnySample> all;
+    for (const SampleFile &sample : avi_sample_files()) {
+        const AviBuilder &builder = sample.builder;
+        const bool has_open_dml = builder.index >= IndexKind::OpenDml;
+        const bool has_index = builder.index != IndexKind::None && builder.index <= IndexKind::OpenDml;
+        AnySample any = {kAviSplitter, sample.name, sample.bytes, builder.media_start() + 100, 0,
+                         has_index,    has_open_dml};
+        for (uint32_t i = 0; i < builder.streams.size(); ++i) {
+            const uint32_t type = builder.streams[i].is_video ? SPLITER_TRACK_VIDEO : SPLITER_TRACK_AUDIO;
+            any.tracks.push_back({{i + 1, type}, builder.truth(i), i == 0 ? sample.first_frame_header : 0});
+            any.media_bytes = std::max(any.media_bytes, builder.truth(i).back().position + 9);
+        }
+        all.push_back(any);
+    }
+    for (const AsfSample &sample : asf_sample_files()) {
+        const AsfBuilder &builder = sample.builder;
+        const bool has_index = builder.index != AsfIndex::None && builder.index != AsfIndex::CutShort;
+        all.push_back({kAsfSplitter, "asf_" + sample.name, MemoryStore(sample.bytes), builder.data_start(),
+                       sample.bytes.size(), has_index, false});
+        for (const auto &[stream, type] :
+             {std::pair{sample.video, SPLITER_TRACK_VIDEO}, std::pair{sample.audio, SPLITER_TRACK_AUDIO}})
+            all.back().tracks.push_back(
+                {{builder.track(stream), type}, builder.truth(stream), 0, builder.streams[stream].prefix});
+    }
     return all;
 }
 

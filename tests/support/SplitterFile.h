@@ -3,10 +3,11 @@
 #ifndef QUORV_TESTS_SUPPORT_SPLITTERFILE_H
 #define QUORV_TESTS_SUPPORT_SPLITTERFILE_H
 
-#include <quorv/splitter.h>
+#include <quorv/asf_splitter.h>
+#include <quorv/avi_splitter.h>
+#include <string.h>
 
-#include <algorithm>
-#include <utility>
+#include <memory>
 #include <vector>
 
 #include "support/TestSource.h"
@@ -28,30 +29,29 @@ struct SplitterApi {
     uint32_t (*close)(SplitterHandle);
 };
 
-extern const SplitterApi kAviSplitter, kAsfSplitter;
+inline constexpr SplitterApi kAviSplitter = {
+    AVI_SPLITER_GetHTTPParam, AVI_SPLITER_Open,       AVI_SPLITER_EnumTrack, AVI_SPLITER_GetTrackInfo,
+    AVI_SPLITER_GetConfig,    AVI_SPLITER_SetConfig,  AVI_SPLITER_ReadFrame, AVI_SPLITER_Seek,
+    AVI_SPLITER_Reset,        AVI_SPLITER_IsSeekable, AVI_SPLITER_Close};
+inline constexpr SplitterApi kAsfSplitter = {
+    ASF_SPLITER_GetHTTPParam, ASF_SPLITER_Open,       ASF_SPLITER_EnumTrack, ASF_SPLITER_GetTrackInfo,
+    ASF_SPLITER_GetConfig,    ASF_SPLITER_SetConfig,  ASF_SPLITER_ReadFrame, ASF_SPLITER_Seek,
+    ASF_SPLITER_Reset,        ASF_SPLITER_IsSeekable, ASF_SPLITER_Close};
 
 // Whether a function may answer with this code, if the source gives no others than TestSource does.
 inline bool is_documented(uint32_t code) {
-    constexpr uint32_t kCodes[] = {SPLITER_OK,
-                                   SPLITER_ERR_IO,
-                                   SPLITER_ERR_INVALID_PARAM,
-                                   SPLITER_ERR_UNSUPPORTED,
-                                   kSourceFailed,
-                                   kSourceAtEnd,
-                                   SPLITER_ERR_BUFFER_TOO_SMALL,
-                                   SPLITER_ERR_END_OF_STREAM,
-                                   SPLITER_ERR_NO_MEMORY,
-                                   SPLITER_ERR_NO_PARSER,
-                                   SPLITER_ERR_BAD_FORMAT,
-                                   SPLITER_ERR_DATA_PENDING};
-    return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+    return code <= SPLITER_ERR_NO_PARSER || code == SPLITER_ERR_BUFFER_TOO_SMALL ||
+           code == SPLITER_ERR_DATA_PENDING || code == SPLITER_ERR_BAD_FORMAT ||
+           code == SPLITER_ERR_END_OF_STREAM || code == kSourceFailed || code == kSourceAtEnd;
 }
 
 struct Frame {
     uint32_t code = 0;
     SplitterFrameInfo info = {};
     Bytes data;
-    bool operator==(const Frame &other) const;
+    bool operator==(const Frame &other) const {
+        return code == other.code && memcmp(&info, &other.info, sizeof info) == 0 && data == other.data;
+    }
 };
 
 // The frames of a track, and the code that ended them.
@@ -64,34 +64,96 @@ struct FrameRun {
 class SplitterFile {
 public:
     // Opens the file; open_code tells how that went.
-    SplitterFile(const SplitterApi &api, const SplitterStreamSource &source, uint32_t mode = 1);
+    SplitterFile(const SplitterApi &api, const SplitterStreamSource &source) : api_(api) {
+        open_code = api_.open(&source, 1, &handle_);
+    }
     // Takes over a handle.
     SplitterFile(const SplitterApi &api, SplitterHandle handle) : api_(api), handle_(handle) {}
-    ~SplitterFile();
+    ~SplitterFile() {
+        if (handle_ != nullptr) api_.close(handle_);
+    }
     SplitterFile(const SplitterFile &) = delete;
     SplitterFile &operator=(const SplitterFile &) = delete;
 
     SplitterHandle handle() const { return handle_; }
-    std::vector<SplitterTrackEntry> tracks();
-    SplitterVideoInfo video_info(uint32_t track);
-    SplitterAudioInfo audio_info(uint32_t track);
-    Bytes codec_data(uint32_t track);
+    std::vector<SplitterTrackEntry> tracks() {
+        SplitterTrackList list = {};
+        if (api_.enum_track(handle_, &list) != SPLITER_OK) return {};
+        return {list.entries, list.entries + list.count};
+    }
+    SplitterVideoInfo video_info(uint32_t track) { return info<SplitterVideoInfo>(track); }
+    SplitterAudioInfo audio_info(uint32_t track) { return info<SplitterAudioInfo>(track); }
+    Bytes codec_data(uint32_t track) {
+        SplitterTrackData data = {track, nullptr, 0};
+        uint32_t size = sizeof data;
+        if (api_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size) != SPLITER_OK) return {};
+        const uint8_t *const bytes = static_cast<const uint8_t *>(data.data);
+        return bytes == nullptr ? Bytes{} : Bytes(bytes, bytes + data.length);
+    }
     // The next frame, in a buffer that grows as it is told and is never a byte larger than capacity says.
-    Frame read(uint32_t track, uint32_t capacity = 1 << 16);
+    Frame read(uint32_t track, uint32_t capacity = 1 << 16) {
+        constexpr uint32_t kLargestFrame = 64u << 20;  // a file may state any size
+        for (Frame frame;; capacity = frame.info.size) {
+            const std::unique_ptr<uint8_t[]> buffer(new uint8_t[capacity]);
+            memset(&frame.info, 0x5A, sizeof frame.info);
+            frame.code = read_into(track, buffer.get(), capacity, &frame.info);
+            if (frame.code == SPLITER_OK && frame.info.size <= capacity)
+                frame.data.assign(buffer.get(), buffer.get() + frame.info.size);
+            const bool grow = frame.code == SPLITER_ERR_BUFFER_TOO_SMALL && frame.info.size > capacity &&
+                              frame.info.size <= kLargestFrame;
+            if (!grow) return frame;
+        }
+    }
+    uint32_t read_into(uint32_t track, void *buffer, uint32_t size, SplitterFrameInfo *info) {
+        return api_.read_frame(handle_, track, buffer, size, info);
+    }
     // At most limit frames, up to the first failure.
-    FrameRun read_all(uint32_t track, size_t limit = SIZE_MAX);
+    FrameRun read_all(uint32_t track, size_t limit = SIZE_MAX) {
+        FrameRun run;
+        while (run.frames.size() < limit) {
+            Frame frame = read(track);
+            run.end_code = frame.code;
+            if (frame.code != SPLITER_OK) break;
+            run.frames.push_back(std::move(frame));
+        }
+        return run;
+    }
     // The code; *reached gets the time.
-    uint32_t seek(uint32_t track, uint32_t time, uint32_t mode, uint32_t *reached = nullptr);
+    uint32_t seek(uint32_t track, uint32_t time, uint32_t mode, uint32_t *reached = nullptr) {
+        const uint32_t code = api_.seek(handle_, track, &time, mode);
+        if (reached != nullptr) *reached = time;
+        return code;
+    }
     uint32_t is_seekable(uint32_t track) { return api_.is_seekable(handle_, track); }
     uint32_t reset() { return api_.reset(handle_); }
-    uint32_t next_key_time(uint32_t track, uint32_t *time);
+    uint32_t next_key_time(uint32_t track, uint32_t *time) {
+        SplitterTrackValue value = {track, 0};
+        uint32_t size = sizeof value;
+        const uint32_t code = api_.get_config(handle_, SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, &size);
+        *time = value.value;
+        return code;
+    }
     // From the first video frame, where the splitter would put it in front.
-    void omit_codec_data();
-    uint32_t close();
+    void omit_codec_data() {
+        const uint32_t no = 0;
+        api_.set_config(handle_, SPLITER_CFG_CODEC_DATA_FIRST, &no, sizeof no);
+    }
+    uint32_t close() {
+        const uint32_t code = api_.close(handle_);
+        if (code == 0) handle_ = nullptr;
+        return code;
+    }
 
     uint32_t open_code = 0;
 
 private:
+    template <typename Info>
+    Info info(uint32_t track) {
+        Info info = {};
+        api_.get_track_info(handle_, track, &info, sizeof info);
+        return info;
+    }
+
     const SplitterApi &api_;
     SplitterHandle handle_ = nullptr;
 };
@@ -99,8 +161,10 @@ private:
 // A file in memory that one of the splitters has open: bytes, source and handle together.
 template <const SplitterApi &api>
 struct OpenedBytesOf {
-    explicit OpenedBytesOf(Bytes what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
-        : bytes(std::move(what)), source(bytes, kind, faults), file(api, source.record()) {}
+    explicit OpenedBytesOf(const Bytes &what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
+        : OpenedBytesOf(MemoryStore(what), kind, faults) {}
+    explicit OpenedBytesOf(const MemoryStore &what, uint32_t kind, Faults faults)
+        : bytes(what), source(bytes, kind, faults), file(api, source.record()) {}
 
     MemoryStore bytes;
     TestSource source;

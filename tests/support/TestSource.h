@@ -4,6 +4,7 @@
 #define QUORV_TESTS_SUPPORT_TESTSOURCE_H
 
 #include <quorv/splitter.h>
+#include <stdio.h>
 
 #include "support/ByteStores.h"
 
@@ -16,7 +17,7 @@ inline constexpr uint32_t kNotArrived = SPLITER_ERR_DATA_PENDING;
 
 enum class SizeAnswer { Known, Zero, Negative, Fails };
 enum class FaultKind {
-    Fail,      // the callback returns `code` and leaves garbage in its outputs
+    Fail,      // the callback returns kSourceFailed and leaves garbage in its outputs
     EmptyRead  // a read reports success and delivers nothing; other callbacks work
 };
 
@@ -25,11 +26,11 @@ struct Faults {
     uint64_t at = 0;        // number, from 1, of the callback that goes wrong; 0: none
     bool for_good = false;  // every later one goes wrong, too
     FaultKind kind = FaultKind::Fail;
-    uint32_t code = kSourceFailed;
     uint32_t longest_read = UINT32_MAX;  // a read delivers at most this many bytes, as a success
     SizeAnswer size = SizeAnswer::Known;
     bool end_is_success = false;       // a read at the end gives 0 bytes and success, not kSourceAtEnd
     uint64_t arrived = UINT64_MAX;     // bytes that have arrived; reading further gives kNotArrived
+    uint64_t cut = UINT64_MAX;         // the source has no more bytes than these
     uint64_t call_limit = UINT64_MAX;  // more callbacks than this are a hang: the process aborts
 };
 
@@ -41,24 +42,115 @@ public:
     TestSource &operator=(const TestSource &) = delete;
 
     // The record to hand to Open. This object must outlive the handle.
-    SplitterStreamSource record();
+    SplitterStreamSource record() {
+        SplitterStreamSource r = {};
+        r.user_context = this;
+        r.source_kind = kind_;
+        r.open = [](void *user, SplitterStream *stream, uint32_t mode) -> uint32_t {
+            TestSource &s = self(user);
+            s.access_modes.push_back(mode);
+            if (s.fails()) return kSourceFailed;
+            *stream = kFirstStream + s.readers_.size();
+            s.readers_.push_back(0);
+            return 0;
+        };
+        r.close = [](void *user, SplitterStream stream) -> uint32_t {
+            TestSource &s = self(user);
+            int64_t &at = s.position_of(stream);
+            ++s.others;
+            if (s.fails()) {
+                ++s.failed_closes;
+                return kSourceFailed;
+            }
+            at = kClosed;
+            return 0;
+        };
+        r.read = [](void *user, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
+            return self(user).read(self(user).position_of(stream), buffer, count);
+        };
+        r.seek = [](void *user, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
+            return self(user).seek(self(user).position_of(stream), origin, offset);
+        };
+        r.tell = [](void *user, SplitterStream stream, int64_t *position) -> uint32_t {
+            TestSource &s = self(user);
+            const int64_t at = s.position_of(stream);
+            ++s.others;
+            *position = s.fails() ? INT64_MIN : at;
+            return s.fails() ? kSourceFailed : 0;
+        };
+        r.size = [](void *user, SplitterStream stream, int64_t *length) -> uint32_t {
+            TestSource &s = self(user);
+            s.position_of(stream);
+            ++s.others;
+            const bool fails = s.fails() || s.faults.size == SizeAnswer::Fails;
+            const int64_t answers[] = {static_cast<int64_t>(s.length()), 0, -1};
+            *length = fails ? INT64_MAX : answers[static_cast<int>(s.faults.size)];
+            return fails ? kSourceFailed : 0;
+        };
+        return r;
+    }
 
-    uint64_t calls() const { return opens + closes + reads + seeks + tells + sizes; }
-    bool is_open() const;
-    uint32_t kind() const { return kind_; }
+    uint64_t calls() const { return access_modes.size() + reads + seeks + others; }
+    bool is_open() const {
+        return std::any_of(readers_.begin(), readers_.end(), [](int64_t at) { return at != kClosed; });
+    }
 
     Faults faults;  // may be changed at any time
-    uint64_t opens = 0, closes = 0, reads = 0, seeks = 0, tells = 0, sizes = 0;
+    uint64_t reads = 0, seeks = 0, others = 0;
     uint64_t failed_closes = 0;
     uint64_t bytes_read = 0;
     std::vector<uint32_t> access_modes;  // of each open
 
 private:
+    static constexpr SplitterStream kFirstStream = 0x5EED0001;
+    static constexpr int64_t kClosed = -1;
+
     static TestSource &self(void *user_context) { return *static_cast<TestSource *>(user_context); }
-    bool goes_wrong() const;
-    int64_t &position_of(SplitterStream stream);
-    uint32_t read(int64_t &at, void *buffer, uint32_t *count);
-    uint32_t seek(int64_t &at, uint16_t origin, int64_t offset);
+    [[noreturn]] static void misuse(const char *what) {
+        fprintf(stderr, "TestSource: %s\n", what);
+        abort();
+    }
+    bool goes_wrong() const {
+        if (calls() > faults.call_limit) misuse("more callbacks than any sane reader makes: a hang");
+        return faults.at != 0 && (calls() == faults.at || (faults.for_good && calls() > faults.at));
+    }
+    bool fails() const { return goes_wrong() && faults.kind == FaultKind::Fail; }
+    int64_t &position_of(SplitterStream stream) {
+        const size_t reader = stream - kFirstStream;
+        if (reader >= readers_.size() || readers_[reader] == kClosed)
+            misuse("a callback was called with a stream that is not open");
+        return readers_[reader];
+    }
+    uint32_t read(int64_t &at, void *buffer, uint32_t *count) {
+        ++reads;
+        if (fails()) {
+            if (*count > 0) memset(buffer, 0xA5, 1);
+            *count = UINT32_MAX;
+            return kSourceFailed;
+        }
+        const uint64_t position = static_cast<uint64_t>(at);
+        const uint64_t left = position < length() ? length() - position : 0;
+        const uint64_t take = goes_wrong() ? 0 : std::min<uint64_t>({*count, left, faults.longest_read});
+        const bool at_end = *count > 0 && left == 0 && !faults.end_is_success;
+        *count = 0;
+        if (at_end) return kSourceAtEnd;
+        if (position >= faults.arrived || faults.arrived - position < take) return kNotArrived;
+        store_.copy(position, buffer, static_cast<size_t>(take));
+        at += static_cast<int64_t>(take);
+        bytes_read += take;
+        *count = static_cast<uint32_t>(take);
+        return 0;
+    }
+    uint32_t seek(int64_t &at, uint16_t origin, int64_t offset) {
+        ++seeks;
+        if (fails()) return kSourceFailed;
+        if (origin != 0 && origin != 2) misuse("seek with an origin that the interface does not have");
+        int64_t target = 0;
+        if (__builtin_add_overflow(origin == 2 ? at : 0, offset, &target) || target < 0) return kSourceFailed;
+        at = target;
+        return 0;
+    }
+    uint64_t length() const { return store_.size() < faults.cut ? store_.size() : faults.cut; }
 
     const ByteStore &store_;
     const uint32_t kind_;

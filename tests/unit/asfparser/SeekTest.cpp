@@ -1,19 +1,16 @@
 // Seeking: every time of every video frame in both modes, with every kind of index, and audio.
 
-#include <optional>
-
-#include "unit/asfparser/OpenedAsf.h"
+#include "support/ExpectFrames.h"
 
 namespace quorv::test {
 namespace {
 
 constexpr uint32_t kVideo = 2, kAudio = 3;  // tracks
 constexpr uint32_t kNext = UINT32_MAX;
-constexpr uint32_t kEnd = SPLITER_ERR_END_OF_STREAM;
 
 // Frames over several packets, a key frame now and then, and pictures whose times fall back.
-AsfBuilder video_and_audio(AsfIndex index, AsfLayout layout = {}) {
-    AsfBuilder builder({asf_video(1), asf_audio(2)}, layout, index);
+AsfBuilder video_and_audio(AsfIndex index) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, index);
     for (uint32_t i = 0; i < 120; ++i) {
         const bool key = i % 9 == 0 || i == 40;
         // Of each three, the first is shown last, but for key frames.
@@ -23,24 +20,36 @@ AsfBuilder video_and_audio(AsfIndex index, AsfLayout layout = {}) {
     return builder;
 }
 
-// The number of the frame that a seek must reach.
-std::optional<size_t> expected(const std::vector<AsfFrame> &frames, uint32_t time, uint32_t mode, bool keys) {
-    std::optional<size_t> before;
-    for (size_t i = 0; i < frames.size(); ++i) {
-        if (keys && !frames[i].key) continue;
-        if (mode == SPLITER_SEEK_FORWARD && frames[i].time >= time) return i;
-        if (frames[i].time <= time) before = i;
+// Video is sought for key frames, audio for any, and backward in either mode.
+void check_seek(OpenedAsf &asf, uint32_t stream, uint32_t time, uint32_t mode) {
+    SCOPED_TRACE("stream " + std::to_string(stream) + ", time " + std::to_string(time) + ", mode " +
+                 std::to_string(mode));
+    const std::vector<TruthFrame> &truth = asf.builder.truth(stream);
+    size_t right = 0;
+    for (size_t i = 0; i < truth.size(); ++i) {
+        if (!truth[i].key) continue;
+        if (truth[i].time_stamp <= time) right = i;
+        if (stream != 0 || mode != SPLITER_SEEK_FORWARD || truth[i].time_stamp < time) continue;
+        right = i;
+        break;
     }
-    return before;
-}
-
-void check_video(SplitterFile &file, const AsfBuilder &builder, uint32_t time, uint32_t mode) {
-    SCOPED_TRACE("time " + std::to_string(time) + ", mode " + std::to_string(mode));
-    const AsfFrame &right = builder.truth(0)[expected(builder.truth(0), time, mode, true).value()];
     uint32_t reached = 0;
-    ASSERT_EQ(file.seek(kVideo, time, mode, &reached), 0u);
-    ASSERT_EQ(reached, right.time);
-    expect_frame(file.read(kVideo), builder.streams[0], right, false, true);
+    ASSERT_EQ(asf.file.seek(asf.builder.track(stream), time, mode, &reached), 0u);
+    ASSERT_EQ(reached, truth[right].time_stamp);
+    asf.expect_frames(stream, {.from = right, .count = 1});
+    if (stream != 0) return;
+    // The next key frame from there, as a query and as a seek.
+    const uint32_t position = truth[right].time_stamp + truth[right].duration;
+    const auto next = std::find_if(truth.begin(), truth.end(), [position](const TruthFrame &frame) {
+        return frame.key && frame.time_stamp > position;
+    });
+    const bool found = next != truth.end();
+    ASSERT_EQ(asf.file.next_key_time(kVideo, &reached), found ? 0 : kEnd);
+    ASSERT_EQ(reached, found ? next->time_stamp : 0);
+    ASSERT_EQ(asf.file.seek(kVideo, kNext, mode, &reached), found ? 0 : kEnd);
+    ASSERT_EQ(reached, found ? next->time_stamp : kNext);
+    const size_t here = found ? static_cast<size_t>(next - truth.begin()) : right + 1;
+    asf.expect_frames(stream, {.from = here, .count = 1});
 }
 
 class AsfSeek : public testing::TestWithParam<std::tuple<AsfIndex, uint32_t>> {};
@@ -48,53 +57,28 @@ class AsfSeek : public testing::TestWithParam<std::tuple<AsfIndex, uint32_t>> {}
 INSTANTIATE_TEST_SUITE_P(All, AsfSeek,
                          testing::Combine(testing::Values(AsfIndex::None, AsfIndex::Right, AsfIndex::Early,
                                                           AsfIndex::Late, AsfIndex::CutShort),
-                                          testing::Values(SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE)));
+                                          testing::ValuesIn(kKinds)));
 
 TEST_P(AsfSeek, ReachesTheRightFrameFromEveryTime) {
-    AsfBuilder builder = video_and_audio(std::get<0>(GetParam()));
-    OpenedAsf asf(builder.build(), std::get<1>(GetParam()));
+    OpenedAsf asf(video_and_audio(std::get<0>(GetParam())), std::get<1>(GetParam()));
     const uint32_t load = 1;
     kAsfSplitter.set_config(asf.file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load);
-    const std::vector<AsfFrame> &audio = builder.truth(1);
-    for (const AsfFrame &frame : builder.truth(0)) {
-        for (const uint32_t time : {frame.time, frame.time + 1, frame.time + 39}) {
+    for (const TruthFrame &frame : asf.builder.truth(0)) {
+        for (const uint32_t time : {frame.time_stamp, frame.time_stamp + 1, frame.time_stamp + 39}) {
             if (time == 0) continue;
-            check_video(asf.file, builder, time, SPLITER_SEEK_FORWARD);
-            check_video(asf.file, builder, time, SPLITER_SEEK_BACKWARD);
-            uint32_t reached = 0;
-            ASSERT_EQ(asf.file.seek(kAudio, time, time % 2, &reached), 0u);
-            const AsfFrame &right = audio[expected(audio, time, SPLITER_SEEK_BACKWARD, false).value()];
-            ASSERT_EQ(reached, right.time);
-            expect_frame(asf.file.read(kAudio), builder.streams[1], right, false, false);
+            check_seek(asf, 0, time, SPLITER_SEEK_FORWARD);
+            check_seek(asf, 0, time, SPLITER_SEEK_BACKWARD);
+            check_seek(asf, 1, time, time % 2);
         }
     }
-}
-
-TEST_P(AsfSeek, WalksFromKeyFrameToKeyFrame) {
-    AsfBuilder builder = video_and_audio(std::get<0>(GetParam()));
-    OpenedAsf asf(builder.build(), std::get<1>(GetParam()));
-    for (const AsfFrame &frame : builder.truth(0)) {
-        if (!frame.key || frame.time == 0) continue;
-        uint32_t time = 0, reached = 0;
-        ASSERT_EQ(asf.file.next_key_time(kVideo, &time), 0u);
-        EXPECT_EQ(time, frame.time);
-        ASSERT_EQ(asf.file.seek(kVideo, kNext, 0, &reached), 0u);
-        EXPECT_EQ(reached, frame.time);
-    }
-    uint32_t time = 0;
-    EXPECT_EQ(asf.file.next_key_time(kVideo, &time), kEnd);
-    EXPECT_EQ(asf.file.seek(kVideo, kNext, 0), kEnd);
-    // The last key frame is still the next to be read.
-    EXPECT_EQ(asf.file.read(kVideo).info.time_stamp, 117u * 40);
 }
 
 TEST(AsfSeekEnds, TimesBehindTheEndAndBeforeTheFirstKeyFrame) {
     AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
     for (uint32_t i = 0; i < 10; ++i)
         builder.frame(0, i * 40, 30, i > 4).frame(1, i * 40 + 7, 20);
-    const Bytes bytes = builder.build();
-    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
-        OpenedAsf asf(bytes, kind);
+    for (const uint32_t kind : kKinds) {
+        OpenedAsf asf(builder, kind);
         uint32_t reached = 0;
         EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_BACKWARD, &reached), 0u);
         EXPECT_EQ(reached, 200u);
@@ -118,93 +102,75 @@ TEST(AsfSeekEnds, TimesBehindTheEndAndBeforeTheFirstKeyFrame) {
     }
 }
 
+// Until a seek that came too early is repeated, nothing is read and the next key frame is not known.
+TEST(AsfSeekEnds, SeeksWaitForTheirBytes) {
+    for (const AsfSample &sample : asf_sample_files()) {
+        SCOPED_TRACE(sample.name);
+        for (const uint32_t stream : {sample.video, sample.audio}) {
+            const uint32_t track = sample.builder.track(stream);
+            for (uint32_t time = 1; time < 400; time += 13) {
+                AsfBytes local(sample.bytes);
+                AsfBytes asf(sample.bytes, SPLITER_SOURCE_PROGRESSIVE,
+                             {.arrived = sample.builder.data_start() + time * 7 % 400});
+                uint32_t code = 0, reached = 0, right = 0;
+                while ((code = asf.file.seek(track, time, time % 2, &reached)) == kNotArrived) {
+                    EXPECT_EQ(asf.file.read(track).code, kNotArrived);
+                    EXPECT_EQ(asf.file.seek(track, kNext, 0), uint32_t{SPLITER_ERR_UNSUPPORTED});
+                    ASSERT_LT(asf.source.faults.arrived, sample.bytes.size());
+                    asf.source.faults.arrived += 1 + time * 31 % 150;
+                }
+                ASSERT_EQ(code, local.file.seek(track, time, time % 2, &right)) << time;
+                asf.source.faults.arrived = UINT64_MAX;
+                if (code != 0) continue;
+                ASSERT_EQ(reached, right);
+                ASSERT_TRUE(asf.file.read(track) == local.file.read(track));
+            }
+        }
+    }
+}
+
 // The index ends before the time: it is not guessed what lies there.
 TEST(AsfSeekEnds, TimesBehindTheIndex) {
     AsfBuilder builder = video_and_audio(AsfIndex::Right);
     Bytes bytes = builder.build();
-    const size_t index = builder.data_start() + (bytes.size() - builder.data_start()) / 200 * 200;
-    size_t at = builder.data_start();
-    while (at < index && !std::equal(&bytes[at], &bytes[at + 4], le32(0x33000890).data()))
-        at += 200;
-    bytes[at + 52] = 40;  // entries of 100 ms each, 3000 ms of them before the start
-    bytes[at + 53] = 0;
-    OpenedAsf asf(bytes);
+    const Bytes guid = le32(0x33000890);
+    const auto index = std::search(bytes.begin() + static_cast<std::ptrdiff_t>(builder.data_start()),
+                                   bytes.end(), guid.begin(), guid.end());
+    ASSERT_NE(index, bytes.end());
+    index[52] = 40;  // entries of 100 ms each, 3000 ms of them before the start
+    index[53] = 0;
+    AsfBytes asf(bytes);
     EXPECT_EQ(asf.file.seek(kVideo, 999, 0), 0u);
     EXPECT_EQ(asf.file.seek(kVideo, 1000, 0), kEnd);
 }
 
-// A file of a million packets that exist only while they are read: one video frame each, and a key frame
-// among 300 of them.
-class EndlessFile final : public ByteStore {
-public:
-    static constexpr uint32_t kPackets = 1000000, kPacketSize = 1000, kFrameTime = 40, kKeyDistance = 300;
-
-    EndlessFile() {
-        AsfBuilder builder({asf_video(1)}, {.packet_size = kPacketSize, .multiple = false, .padding_type = 2},
-                           AsfIndex::None);
-        builder.frame(0, 0, 100);
-        head_ = builder.build();
-        start_ = builder.data_start();
-        put(&head_, start_ - 10, kPackets);
-        put(&head_, start_ - 34, kPackets * kPacketSize + 50);
-        put(&head_, 30 + 24 + 40, static_cast<uint32_t>(kDuration));
-        put(&head_, 30 + 24 + 44, static_cast<uint32_t>(kDuration >> 32));
-    }
-    uint64_t size() const override { return start_ + uint64_t{kPackets} * kPacketSize; }
-    void copy(uint64_t position, void *to, size_t count) const override {
-        auto *out = static_cast<uint8_t *>(to);
-        for (size_t i = 0; i < count; ++i, ++position)
-            out[i] = byte_at(position);
-    }
-
-private:
-    static constexpr uint64_t kDuration = (uint64_t{kPackets} * kFrameTime + 3000) * 10000;
-    static void put(Bytes *bytes, uint64_t at, uint32_t value) {
-        const Bytes word = le32(value);
-        std::copy(word.begin(), word.end(), bytes->begin() + static_cast<std::ptrdiff_t>(at));
-    }
-    uint8_t byte_at(uint64_t position) const {
-        if (position < start_) return head_[static_cast<size_t>(position)];
-        const auto packet = static_cast<uint32_t>((position - start_) / kPacketSize);
-        const auto at = static_cast<uint32_t>((position - start_) % kPacketSize);
-        // Behind the packet's header of 13 bytes: stream, number, offset, length of replicated data, size,
-        // time.
-        if (at == 13) return static_cast<uint8_t>(packet % kKeyDistance == 0 ? 0x81 : 1);
-        if (at == 14) return static_cast<uint8_t>(packet);
-        if (at >= 24 && at < 28) return static_cast<uint8_t>((packet * kFrameTime + 3000) >> 8 * (at - 24));
-        return head_[start_ + at];
-    }
-    Bytes head_;
-    size_t start_ = 0;
-};
-
-TEST(AsfSeekCost, AMillionPacketsWithoutIndex) {
-    const EndlessFile bytes;
-    TestSource source(bytes);
-    SplitterFile file(kAsfSplitter, source.record());
-    ASSERT_EQ(file.open_code, 0u);
-    for (uint32_t time = 39; time < EndlessFile::kPackets * 40; time += 1234567) {
+// One frame a packet, and a key frame among 300 of them.
+TEST(AsfSeekCost, AHundredThousandPacketsWithoutIndex) {
+    AsfBuilder builder({asf_video(1)}, {.packet_size = 60, .multiple = false}, AsfIndex::None);
+    for (uint32_t i = 0; i < 100000; ++i)
+        builder.frame(0, i * 40, 20, i % 300 == 0);
+    OpenedAsf asf(builder);
+    for (uint32_t time = 39; time < 99900 * 40; time += 123456) {
         const uint32_t packet = time / 40, key = packet / 300 * 300;
         for (const uint32_t mode : {SPLITER_SEEK_BACKWARD, SPLITER_SEEK_FORWARD}) {
-            source.reads = 0;
+            asf.source.reads = 0;
             uint32_t reached = 0;
-            ASSERT_EQ(file.seek(kVideo, time, mode, &reached), 0u);
+            ASSERT_EQ(asf.file.seek(kVideo, time, mode, &reached), 0u);
             const bool next = mode == SPLITER_SEEK_FORWARD && key * 40 != time;
             EXPECT_EQ(reached, (key + (next ? 300 : 0)) * 40);
-            const uint64_t scan = packet - key + 1 + (next ? 301 : 0);
-            EXPECT_LE(source.reads, scan + 64) << time;
+            EXPECT_LE(asf.source.reads, packet - key + (next ? 302 : 1) + 64) << time;
         }
     }
 }
 
 TEST(AsfSeekEnds, FilesWithALateKeyFrameOrNone) {
     for (const AsfIndex index : {AsfIndex::None, AsfIndex::Right, AsfIndex::Late}) {
-        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+        for (const uint32_t kind : kKinds) {
             for (const uint32_t first_key : {5u, 10u}) {
                 AsfBuilder builder({asf_video(1)}, {}, index);
                 for (uint32_t i = 0; i < 10; ++i)
                     builder.frame(0, i * 40, 60, i >= first_key);
-                OpenedBytesOf<kAsfSplitter> asf(builder.build(), kind);
+                AsfBytes asf(builder.build(), kind);
                 EXPECT_EQ(asf.file.seek(kVideo, 100, SPLITER_SEEK_BACKWARD), first_key == 5 ? 0u : kEnd);
                 // After a failure a file's track is at its end, that of a download where it was.
                 const Frame frame = asf.file.read(kVideo);

@@ -1,15 +1,10 @@
 // The header walk on files that stretch the format: what each track is reported to be, and how a file that
 // cannot be opened fails for either kind of source.
 
-#include <string.h>
-
-#include "aviparser/AviContext.h"
-#include "unit/aviparser/OpenedAvi.h"
+#include "support/ExpectFrames.h"
 
 namespace quorv::test {
 namespace {
-
-constexpr uint32_t kKinds[] = {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE};
 
 AviBuilder one_stream(AviStream stream, const Bytes &format = {}) {
     if (!format.empty()) stream.format = format;
@@ -22,14 +17,12 @@ TEST(AviHeader, FiveSignaturesAreAcceptedAndOthersOpenWithoutTracksOrNotAtAll) {
     for (const uint32_t form : {tag("AVI "), tag("AVIX"), tag("AVI\x19"), tag("ON2f"), tag("AMV ")}) {
         AviBuilder builder = one_stream(video_stream(tag("MJPG")));
         builder.form = form;
-        for (const uint32_t kind : kKinds) {
-            OpenedAvi avi(builder, kind);
-            expect_frames(avi.file, avi.builder, 0);
-        }
+        for (const uint32_t kind : kKinds)
+            OpenedAvi(builder, kind).expect_frames(0);
     }
     for (const Bytes &bytes : {join({text("RIFF"), le32(4), text("WAVE")}), text("not a media file at all"),
                                join({text("ON2 "), le32(100), text("AVI ")}), Bytes{}, text("RIFF")}) {
-        OpenedBytes local(bytes), progressive(bytes, SPLITER_SOURCE_PROGRESSIVE);
+        AviBytes local(bytes), progressive(bytes, SPLITER_SOURCE_PROGRESSIVE);
         EXPECT_EQ(local.file.open_code, 0u);
         EXPECT_EQ(local.file.tracks().size(), 0u);
         EXPECT_EQ(progressive.file.open_code, uint32_t{SPLITER_ERR_IO});
@@ -51,19 +44,22 @@ TEST(AviHeader, VideoTracksAreReportedAsTheFileSays) {
         {tag("ZZZZ"), 64, 48, 1, 25, 1, 2, 0, {0, 80, 64, 48, 25, 0, 4608, 40}},
         {M, 64, 0u - 48, 1, 25, 1, 2, 0, {m, 80, 64, 48, 25, 0, 4608, 40}},  // top-down
         {M, 65536, 65536, 1, 25, 1, any, 0, {m, any, 65536, 65536, 25, 0, any, 40}},
+        {M, 64, 48, any, 1, 1, 2, 0, {m, any, 64, 48, 0, 0, 4608, 40}},
+        {M, 64, 48, 1, any, 1, 2, 0, {m, 0, 64, 48, any, 0, 4608, 40}},  // a time base of 0
+        {M, 64, 48, any, any - 1, 1, 2, 0, {m, 2000, 64, 48, 0, 0, 4608, 40}},
     };
     for (const auto &c : cases) {
         AviStream video = video_stream(c.compression, c.scale, c.rate);
         video.header.length = c.length;
         video.header.suggested_buffer = c.suggested;
-        video.format =
-            BitmapHeader{.width = c.width, .height = c.height, .compression = c.compression}.body();
+        video.format = BitmapHeader{c.width, c.height, c.compression}.body();
         AviBuilder builder = one_stream(video);
         builder.main.microseconds_per_frame = c.microseconds;
-        const SplitterVideoInfo info = OpenedAvi(builder).file.video_info(1);
-        EXPECT_EQ(memcmp(&info, &c.expected, sizeof info), 0)
-            << &c - cases << ": " << info.codec << ", " << info.duration << " ms, " << info.width << "x"
-            << info.height << ", " << info.frame_rate << ", " << info.max_frame_size;
+        OpenedAvi avi(builder);
+        EXPECT_EQ(words(avi.file.video_info(1)), words(c.expected)) << "case " << &c - cases;
+        const bool all_is_time_0 = c.rate == any || (c.scale == any && c.rate == 1);
+        EXPECT_EQ(avi.file.seek(1, 5000, 0), 0u);
+        EXPECT_EQ(avi.file.read_all(1).frames.size(), all_is_time_0 ? 2u : 1u);
     }
 }
 
@@ -72,46 +68,35 @@ TEST(AviHeader, WaveFormatsOfEverySize) {
     const Bytes rest = {1, 2, 3, 4, 5};
     const uint32_t pcm = fourcc_value("pcm "), aac = fourcc_value("aac "), ima = fourcc_value("imaa");
     const struct {
-        uint32_t format_tag, channels_in, bits_in, stated_extra;
-        Bytes extra;
+        WaveFormat wave;
         size_t size;
         uint32_t codec, channels, bits;
         Bytes codec_data;
     } cases[] = {
-        {1, 2, 16, 0, {}, 14, pcm, 2, 8, {}},
-        {1, 2, 16, 0, {}, 16, pcm, 2, 16, {}},
-        {85, 1, 0, 0, {}, 16, fourcc_value("mp3 "), 1, 16, {}},
-        {0x2000, 6, 16, 0, {}, 18, fourcc_value("ac3 "), 2, 16, {}},
-        {255, 2, 16, 5, rest, 23, aac, 2, 16, rest},
-        {17, 2, 16, 900, rest, 23, ima, 2, 16, rest},  // more extra bytes stated than there are
-        {2, 2, 16, 2, rest, 23, ima, 2, 16, {1, 2}},
-        {0xFFFE, 2, 24, 27, join({extension, rest}), 45, 0, 2, 20, rest},
-        {0xFFFE, 2, 24, 22, Bytes(22), 40, 0, 2, 24, {}},
-        {0x7777, 2, 16, 0, {}, 16, 0, 2, 16, {}},
+        {{1, 2, 8000, 32000, 4, 16, 0, {}}, 14, pcm, 2, 8, {}},
+        {{1, 2, 8000, 32000, 4, 16, 0, {}}, 16, pcm, 2, 16, {}},
+        {{85, 1, 8000, 32000, 4, 0, 0, {}}, 16, fourcc_value("mp3 "), 1, 16, {}},
+        {{0x2000, 6, 8000, 32000, 4, 16, 0, {}}, 18, fourcc_value("ac3 "), 2, 16, {}},
+        {{255, 2, 8000, 32000, 4, 16, 5, rest}, 23, aac, 2, 16, rest},
+        {{17, 2, 8000, 32000, 4, 16, 900, rest}, 23, ima, 2, 16, rest},  // more extra stated than there is
+        {{2, 2, 8000, 32000, 4, 16, 2, rest}, 23, ima, 2, 16, {1, 2}},
+        {{0xFFFE, 2, 8000, 32000, 4, 24, 27, join({extension, rest})}, 45, 0, 2, 20, rest},
+        {{0xFFFE, 2, 8000, 32000, 4, 24, 22, Bytes(22)}, 40, 0, 2, 24, {}},
+        {{0x7777, 2, 8000, 32000, 4, 16, 0, {}}, 16, 0, 2, 16, {}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(&c - cases);
-        const WaveFormat wave = {.format_tag = c.format_tag,
-                                 .channels = c.channels_in,
-                                 .bits_per_sample = c.bits_in,
-                                 .stated_extra = c.stated_extra,
-                                 .extra = c.extra};
-        OpenedAvi avi(one_stream(pcm_stream(), wave.body(c.size)));
-        const SplitterAudioInfo info = avi.file.audio_info(1);
-        const SplitterAudioInfo right = {c.codec, 2,      c.channels,         c.bits, 4,
-                                         8000,    256000, c.channels * 16000, 0};
-        EXPECT_EQ(memcmp(&info, &right, sizeof info), 0)
-            << info.codec << ", " << info.duration << " ms, " << info.channels << ", " << info.bits_per_sample
-            << ", " << info.bit_rate << ", " << info.max_frame_size;
+        OpenedAvi avi(one_stream(pcm_stream(), c.wave.body(c.size)));
+        EXPECT_EQ(words(avi.file.audio_info(1)),
+                  (Numbers{c.codec, 2, c.channels, c.bits, 4, 8000, 256000, c.channels * 16000, 0}));
         EXPECT_EQ(avi.file.codec_data(1), c.codec_data);
-        expect_frames(avi.file, avi.builder, 0);
+        avi.expect_frames(0);
     }
     // A sample size that contradicts the block align gives way to it.
     AviStream stream = pcm_stream(8000, 2);
     stream.format = WaveFormat{.block_align = 8}.body(16);
     stream.header.handler = tag("Axan");  // whose codec is not known
-    AviBuilder builder({stream});
-    OpenedAvi avi(builder.frame(0, size_t{16000}));
+    OpenedAvi avi(AviBuilder({stream}).frame(0, size_t{16000}));
     EXPECT_EQ(avi.file.audio_info(1).codec, 0u);
     EXPECT_EQ(avi.file.read(1).info.size, 8192u);  // 1024 samples of 8 bytes
 }
@@ -121,35 +106,32 @@ TEST(AviHeader, CodecDataOfVideoFormats) {
     Bytes avrn = join({Bytes(28, 0x20), text("1:1")});
     const Bytes short_avrn(avrn.begin(), avrn.end() - 1);
     const struct {
-        uint32_t compression, height;
-        Bytes extra;
+        BitmapHeader bitmap;
         uint32_t codec;
         Bytes expected;
     } cases[] = {
-        {tag("MJPG"), 48, odd, fourcc_value("mjpg"), odd},
-        {0, 48, {}, 0, bottom_up},
-        {0, 48, odd, 0, join({odd, bottom_up})},
-        {0, 0, odd, 0, odd},
-        {tag("AVRn"), 48, avrn, 0, avrn},
-        {tag("AVRn"), 48, short_avrn, fourcc_value("mjpg"), short_avrn},
+        {{64, 48, tag("MJPG"), odd}, fourcc_value("mjpg"), odd},
+        {{64, 48, 0, {}}, 0, bottom_up},
+        {{64, 48, 0, odd}, 0, join({odd, bottom_up})},
+        {{64, 0, 0, odd}, 0, odd},
+        {{64, 48, tag("AVRn"), avrn}, 0, avrn},
+        {{64, 48, tag("AVRn"), short_avrn}, fourcc_value("mjpg"), short_avrn},
     };
     for (const auto &c : cases) {
-        const BitmapHeader bitmap = {.height = c.height, .compression = c.compression, .extra = c.extra};
-        OpenedAvi avi(one_stream(video_stream(c.compression), bitmap.body()));
+        OpenedAvi avi(one_stream(video_stream(c.bitmap.compression), c.bitmap.body()));
         EXPECT_EQ(avi.file.video_info(1).codec, c.codec);
         EXPECT_EQ(avi.file.codec_data(1), c.expected);
-        expect_frames(avi.file, avi.builder, 0);
+        avi.expect_frames(0);
     }
 }
 
 TEST(AviHeader, StreamTypesThatCannotBeRead) {
-    const uint32_t bad = SPLITER_ERR_BAD_FORMAT, vide = SPLITER_TRACK_VIDEO, soun = SPLITER_TRACK_AUDIO;
-    const uint32_t text = SPLITER_TRACK_TEXT;
+    const uint32_t bad = SPLITER_ERR_BAD_FORMAT;
+    const uint32_t vide = SPLITER_TRACK_VIDEO, soun = SPLITER_TRACK_AUDIO, text = SPLITER_TRACK_TEXT;
     const struct {
-        std::vector<uint32_t> types;
-        uint32_t handler;
-        uint32_t progressive_code;
-        std::vector<uint32_t> local_types;
+        Numbers types;
+        uint32_t handler, progressive_code;
+        Numbers local_types;
     } cases[] = {
         {{tag("txts"), tag("dats")}, 0, 0, {text, text}},
         {{tag("vids"), tag("vids")}, tag("DXSB"), 0, {text, text}},
@@ -162,26 +144,26 @@ TEST(AviHeader, StreamTypesThatCannotBeRead) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(&c - cases);
-        std::vector<AviStream> streams;
+        AviBuilder builder({});
         for (const uint32_t type : c.types) {
-            streams.push_back(type == tag("auds") ? pcm_stream() : video_stream(tag("MJPG")));
-            if (c.handler != 0 && type == tag("vids")) streams.back() = video_stream(c.handler);
-            streams.back().header.type = type;
-            streams.back().header.handler = c.handler;
+            AviStream stream = type == tag("auds") ? pcm_stream() : video_stream(tag("MJPG"));
+            if (c.handler != 0 && type == tag("vids")) stream = video_stream(c.handler);
+            stream.header.type = type;
+            stream.header.handler = c.handler;
+            builder.streams.push_back(stream);
         }
-        AviBuilder builder(streams);
         builder.frame(0, size_t{32});
         EXPECT_EQ(OpenedAvi(builder, SPLITER_SOURCE_PROGRESSIVE).file.open_code, c.progressive_code);
         OpenedAvi local(builder);
-        const std::vector<SplitterTrackEntry> tracks = local.file.tracks();
-        ASSERT_EQ(tracks.size(), c.local_types.size());
-        for (uint32_t i = 0; i < tracks.size(); ++i) {
-            EXPECT_EQ(tracks[i].track, i + 1);
-            EXPECT_EQ(tracks[i].type, c.local_types[i]);
-            const bool is_media = tracks[i].type == vide || tracks[i].type == soun;
-            EXPECT_EQ(local.file.read(i + 1).code,
-                      uint32_t{is_media ? SPLITER_ERR_END_OF_STREAM : SPLITER_ERR_INVALID_PARAM});
+        Numbers types;
+        for (const SplitterTrackEntry &entry : local.file.tracks()) {
+            types.push_back(entry.type);
+            EXPECT_EQ(entry.track, types.size());
+            const bool is_media = entry.type == vide || entry.type == soun;
+            EXPECT_EQ(local.file.read(entry.track).code,
+                      is_media ? kEnd : uint32_t{SPLITER_ERR_INVALID_PARAM});
         }
+        EXPECT_EQ(types, c.local_types);
     }
 }
 
@@ -189,8 +171,7 @@ TEST(AviHeader, AHundredStreamsAndNotOneMore) {
     for (const uint32_t kind : kKinds) {
         AviBuilder builder(std::vector<AviStream>(100, pcm_stream()));
         builder.frame(99, size_t{32});
-        OpenedAvi avi(builder, kind);
-        expect_frames(avi.file, avi.builder, 99);
+        OpenedAvi(builder, kind).expect_frames(99);
         builder.streams.push_back(pcm_stream());
         EXPECT_EQ(OpenedAvi(builder, kind).file.open_code, uint32_t{SPLITER_ERR_BAD_FORMAT});
     }
@@ -216,29 +197,26 @@ TEST(AviHeader, OddChunksAroundTheStreamHeaders) {
                                 chunk(tag("strd"), Bytes(7)), chunk(tag("indx"), Bytes(24))})),
     };
     for (const Bytes &odd : chunks) {
-        for (int place = 0; place < 4; ++place) {
+        for (int place = 0; place < 3; ++place) {
             SCOPED_TRACE(testing::Message() << "chunk " << &odd - chunks << " at place " << place);
             AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
             builder.frame(0, size_t{30}).frame(1, size_t{32}).frame(0, size_t{31});
-            if (place == 0 && odd[0] == 'L') continue;  // the end of a list in front of the format hides it
-            AviStream &stream = builder.streams[0];
-            (place == 0   ? stream.before_format
-             : place == 1 ? stream.after_format
-             : place == 2 ? builder.header_extra
+            (place == 0   ? builder.streams[0].after_format
+             : place == 1 ? builder.header_extra
                           : builder.between) = odd;
             for (const uint32_t kind : kKinds) {
                 OpenedAvi avi(builder, kind);
                 ASSERT_EQ(avi.file.tracks().size(), 2u);
                 EXPECT_EQ(avi.file.video_info(1).codec, fourcc_value("mjpg"));
                 for (uint32_t i = 0; i < 2; ++i)
-                    expect_frames(avi.file, avi.builder, i);
+                    avi.expect_frames(i);
             }
         }
     }
 }
 
 // A file of one video stream, from the bodies of its header chunks and the chunk that holds its media.
-Bytes bare_file(Bytes main, Bytes stream, Bytes format, const Bytes &media) {
+Bytes bare_file(const Bytes &main, const Bytes &stream, const Bytes &format, const Bytes &media) {
     const Bytes strl = join({chunk(tag("strh"), stream), chunk(tag("strf"), format)});
     const Bytes headers = list(tag("hdrl"), join({chunk(tag("avih"), main), list(tag("strl"), strl)}));
     return chunk(tag("RIFF"), join({text("AVI "), headers, media}));
@@ -247,26 +225,22 @@ Bytes bare_file(Bytes main, Bytes stream, Bytes format, const Bytes &media) {
 // Fields that a chunk is too short for are zero; what follows the chunk is read as ever.
 TEST(AviHeader, ShortHeaderChunks) {
     const Bytes media = list(tag("movi"), chunk(tag("00dc"), Bytes(10, 0x88)));
-    Bytes main = MainHeader{.microseconds_per_frame = 50000}.body(),
-          stream = StreamHeader{.length = 10}.body(), format = BitmapHeader{}.body();
-    for (const size_t main_size : {56u, 37u, 20u, 4u, 0u}) {
-        main.resize(main_size);
-        for (const size_t stream_size : {56u, 44u, 31u, 20u, 8u}) {
-            for (const size_t format_size : {40u, 19u, 11u, 4u, 0u}) {
-                stream = StreamHeader{.length = 10}.body();
-                stream.resize(stream_size);
-                format = BitmapHeader{}.body();
-                format.resize(format_size);
-                SCOPED_TRACE(testing::Message() << main_size << " " << stream_size << " " << format_size);
-                OpenedBytes avi(bare_file(main, stream, format, media));
-                const SplitterVideoInfo info = avi.file.video_info(1);
-                const uint32_t rate = stream_size >= 28 || main_size < 4 ? 25 : 20;
-                EXPECT_EQ(info.frame_rate, rate);
-                EXPECT_EQ(info.duration, stream_size >= 36 ? 10000 / rate : 0);
-                EXPECT_EQ(info.format_header_size, format_size >= 4 ? 40u : 0u);
-                EXPECT_EQ(info.width, format_size >= 8 ? 64u : 0u);
-                EXPECT_EQ(info.height, format_size >= 12 ? 48u : 0u);
-                EXPECT_EQ(info.codec, format_size >= 20 ? fourcc_value("mjpg") : 0u);
+    const auto cut = [](Bytes body, size_t size) {
+        body.resize(size);
+        return body;
+    };
+    for (const size_t main : {56u, 37u, 20u, 4u, 0u}) {
+        for (const size_t stream : {56u, 44u, 31u, 20u, 8u}) {
+            for (const size_t format : {40u, 19u, 11u, 4u, 0u}) {
+                SCOPED_TRACE(testing::Message() << main << " " << stream << " " << format);
+                AviBytes avi(bare_file(cut(MainHeader{.microseconds_per_frame = 50000}.body(), main),
+                                       cut(StreamHeader{.length = 10}.body(), stream),
+                                       cut(BitmapHeader{}.body(), format), media));
+                const uint32_t rate = stream >= 28 || main < 4 ? 25 : 20;
+                const uint32_t width = format >= 8 ? 64 : 0, height = format >= 12 ? 48 : 0;
+                EXPECT_EQ(words(avi.file.video_info(1)),
+                          (Numbers{format >= 20 ? fourcc_value("mjpg") : 0, stream >= 36 ? 10000 / rate : 0,
+                                   width, height, rate, 0, width * height * 3 / 2, format >= 4 ? 40u : 0}));
                 EXPECT_EQ(avi.file.read(1).data, Bytes(10, 0x88));
             }
         }
@@ -280,34 +254,25 @@ TEST(AviHeader, LargeUnknownChunkIsMediaData) {
         const Bytes media = chunk(tag("mvoi"), join({frames, chunk(tag("JUNK"), Bytes(padding))}));
         const Bytes file =
             bare_file(MainHeader{}.body(), StreamHeader{}.body(), BitmapHeader{}.body(), media);
-        OpenedBytes local(file), progressive(file, SPLITER_SOURCE_PROGRESSIVE);
+        AviBytes local(file), progressive(file, SPLITER_SOURCE_PROGRESSIVE);
         const FrameRun run = local.file.read_all(1);
         EXPECT_EQ(run.frames.size(), padding > 9 ? 2u : 0u);
-        EXPECT_EQ(run.end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
-        EXPECT_EQ(progressive.file.open_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+        EXPECT_EQ(run.end_code, kEnd);
+        EXPECT_EQ(progressive.file.open_code, kEnd);
     }
 }
 
+// Tables of up to 2048 bytes.
 TEST(AviHeader, HuffmanTablesOfMotionJpeg) {
-    const Bytes first = {0xFF, 0xC4, 0, 6, 1, 2, 3, 4}, second = {0xFF, 0xC4, 0, 3, 9};
     const Bytes large = join({Bytes{0xFF, 0xC4, 0x03, 0xEA}, Bytes(1000, 3)});
-    const std::tuple<Bytes, uint32_t, Bytes> cases[] = {
-        {join({text("AB"), first, second, Bytes{0xFF, 0xD9}, first}), 0, join({first, second})},
-        {join({first, Bytes{0}, second}), 0, first},
-        {join({first, Bytes{0xFF, 0xC4, 0, 9, 1}}), 0, first},  // the second is cut off
-        {Bytes{0xFF, 0xC4, 0, 0, 0xFF, 0xC4, 0, 1}, 0, {}},     // lengths below their own size
-        {Bytes{0xFF, 0xC4}, 0, {}},
-        {join({large, large}), 0, join({large, large})},
-        {join({large, large, large}), SPLITER_ERR_BUFFER_TOO_SMALL, {}},
-    };
-    for (const auto &[data, code, kept] : cases) {
+    const std::pair<Bytes, uint32_t> cases[] = {
+        {join({text("AB"), large, Bytes{0xFF, 0xD9}, large, large}), 0},
+        {join({large, large}), 0},
+        {join({large, large, large}), SPLITER_ERR_BUFFER_TOO_SMALL}};
+    for (const auto &[data, code] : cases) {
         AviBuilder builder = one_stream(video_stream(tag("MJPG")));
         builder.streams[0].after_format = chunk(tag("strd"), data);
-        OpenedAvi avi(builder);
-        ASSERT_EQ(avi.file.open_code, code);
-        if (code != 0) continue;
-        const AviTrack &track = *static_cast<const AviContext *>(avi.file.handle())->tracks[0];
-        EXPECT_EQ(Bytes(track.huffman_data, track.huffman_data + track.huffman_length), kept);
+        EXPECT_EQ(OpenedAvi(builder).file.open_code, code) << data.size() << " bytes";
     }
 }
 
@@ -333,12 +298,12 @@ TEST(AviHeader, RunsOfZeros) {
     for (const uint32_t kind : kKinds) {
         OpenedAvi avi(builder, kind);
         EXPECT_LT(avi.source.calls(), 1000u);
-        expect_frames(avi.file, avi.builder, 0);
+        avi.expect_frames(0);
     }
     OpenedAvi unknown(builder, SPLITER_SOURCE_LOCAL, {.size = SizeAnswer::Zero});
     EXPECT_LT(unknown.source.bytes_read, 140000u);
     EXPECT_EQ(unknown.file.read(1).code, uint32_t{SPLITER_ERR_END_OF_STREAM});
-    SparseStore sparse;
+    MemoryStore sparse;
     sparse.append(join({text("RIFF"), le32(0), text("AVI ")}));
     sparse.append_zeros(uint64_t{1} << 40);
     TestSource source(sparse);
@@ -356,7 +321,7 @@ TEST(AviHeader, ListsWithoutSizes) {
         for (auto at = bytes.begin();
              (at = std::search(at, bytes.end(), type.begin(), type.end())) != bytes.end(); ++at)
             std::fill(at - 4, at, uint8_t{0});
-        EXPECT_EQ(OpenedBytes(bytes).file.audio_info(2).sample_rate, form == tag("AMV ") ? 8000u : 0u);
+        EXPECT_EQ(AviBytes(bytes).file.audio_info(2).sample_rate, form == tag("AMV ") ? 8000u : 0u);
     }
 }
 

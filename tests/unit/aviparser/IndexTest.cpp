@@ -1,8 +1,8 @@
-// The legacy index: where it is found, what its entries mean, and that it is read in blocks only as far as
-// somebody asks.
+// Indexes: the legacy one, which is read in blocks only as far as somebody asks, OpenDML ones of every form,
+// and files of several segments and more than 4 GB.
 
+#include "support/ExpectFrames.h"
 #include "support/FailingAllocator.h"
-#include "unit/aviparser/OpenedAvi.h"
 
 namespace quorv::test {
 namespace {
@@ -14,19 +14,10 @@ struct RawEntry {
     uint32_t flags, offset, size;
 };
 
-// Three video frames and an audio chunk at known offsets from the list type: 4, 24, 44 and 64.
-AviBuilder four_chunks() {
-    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, IndexKind::None);
-    builder.frame(0, size_t{12}).frame(0, size_t{12}).frame(0, size_t{12}).frame(1, size_t{12});
-    return builder;
-}
-
 Bytes file_with_index(AviBuilder builder, const std::vector<RawEntry> &entries) {
     Bytes index;
-    for (const RawEntry &e : entries) {
-        const Bytes entry = join({text(e.id), le32(e.flags), le32(e.offset), le32(e.size)});
-        index.insert(index.end(), entry.begin(), entry.end());
-    }
+    for (const RawEntry &e : entries)
+        append(index, join({text(e.id), le32(e.flags), le32(e.offset), le32(e.size)}));
     return join({builder.build().flatten(), chunk(tag("idx1"), index)});
 }
 
@@ -38,7 +29,9 @@ std::string key_flags(SplitterFile &file, uint32_t track) {
 }
 
 TEST(AviIndex, EntriesMarkKeyFrames) {
-    AviBuilder builder = four_chunks();
+    // Three video frames and an audio chunk at known offsets from the list type: 4, 24, 44 and 64.
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, IndexKind::None);
+    builder.frame(0, size_t{12}).frame(0, size_t{12}).frame(0, size_t{12}).frame(1, size_t{12});
     builder.build();
     const uint32_t base = static_cast<uint32_t>(builder.media_start());
     const std::tuple<const char *, std::vector<RawEntry>, const char *> cases[] = {
@@ -58,8 +51,8 @@ TEST(AviIndex, EntriesMarkKeyFrames) {
     };
     for (const auto &[name, entries, expected] : cases) {
         SCOPED_TRACE(name);
-        for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
-            OpenedBytes avi(file_with_index(builder, entries), kind);
+        for (const uint32_t kind : kKinds) {
+            AviBytes avi(file_with_index(builder, entries), kind);
             EXPECT_EQ(key_flags(avi.file, 1), expected);
         }
     }
@@ -74,23 +67,22 @@ TEST(AviIndex, LaterRepeatsLoseAndRepeatNoFrame) {
     for (uint32_t i = 0; i < 3000; ++i) {
         builder.frame(0, le32(i)).frame(1, size_t{8}).frame(2, size_t{9});  // half a sample too many
         const RawEntry video = {"00dc", 0x10, 4 + 46 * i, 4};
-        entries.push_back(video);
-        if (i == 100 || i == 2000) entries.push_back(video);
+        entries.insert(entries.end(), i == 100 || i == 2000 ? 2 : 1, video);
         entries.push_back({"01wb", 0x10, video.offset + 12, 8});
         entries.push_back({"02wb", 0x10, video.offset + 28, 9});
     }
-    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
-        OpenedBytes avi(file_with_index(builder, entries), kind);
+    for (const uint32_t kind : kKinds) {
+        AviBytes avi(file_with_index(builder, entries), kind);
         builder.build();
         for (uint32_t track = 1; track <= 3; ++track) {
-            const FrameRun run = avi.file.read_all(track);
+            const std::vector<Frame> frames = avi.file.read_all(track).frames;
             const std::vector<TruthFrame> &truth = builder.truth(track - 1);
             uint32_t last_time = 0;
-            ASSERT_EQ(run.frames.size(), truth.size()) << "track " << track;
+            ASSERT_EQ(frames.size(), truth.size()) << "track " << track;
             for (size_t i = 0; i < truth.size(); ++i) {
-                ASSERT_EQ(run.frames[i].data, truth[i].data) << "track " << track << ", frame " << i;
-                ASSERT_GE(run.frames[i].info.time_stamp, last_time);
-                last_time = run.frames[i].info.time_stamp;
+                ASSERT_EQ(frames[i].data, truth[i].data) << "track " << track << ", frame " << i;
+                ASSERT_GE(frames[i].info.time_stamp, last_time);
+                last_time = frames[i].info.time_stamp;
             }
         }
         EXPECT_EQ(avi.file.seek(1, 2900 * 40, SPLITER_SEEK_FORWARD), 0u);
@@ -121,88 +113,142 @@ AviBuilder long_video(size_t frames) {
 }
 
 TEST(AviIndex, OpensWithOneBlockAndReadsOnWhenAsked) {
-    OpenedAvi avi(long_video(13000));  // three whole blocks and a part
-    const auto expect_blocks_read = [&avi](uint64_t blocks) {
-        EXPECT_EQ(avi.source.bytes_read / kBlock, blocks);  // what else was read is little beside them
-    };
-    expect_blocks_read(1);
+    constexpr uint64_t kSlack = kBlock + 64 * 1024;  // beside the entries, which grow by a sixteenth
+    const AviBuilder builder = long_video(13000);    // three whole blocks and a part
+    FailingAllocator heap;
+    OpenedAvi avi(builder);
+    EXPECT_LT(heap.peak_bytes(), kSlack + 4096 * 24 * 17 / 16);
+    const auto blocks_read = [&avi] { return avi.source.bytes_read / kBlock; };  // little else was read
+    EXPECT_EQ(blocks_read(), 1u);
     for (int i = 0; i < 2; ++i) {
         EXPECT_NE(avi.file.is_seekable(1), 0u);  // the first 4096 entries hold one key frame only
-        expect_blocks_read(2);
+        EXPECT_EQ(blocks_read(), 2u);
     }
     uint32_t reached = 0;
     EXPECT_EQ(avi.file.seek(1, 4990 * 40, SPLITER_SEEK_FORWARD, &reached), 0u);
     EXPECT_EQ(reached, 4990u * 40);
-    expect_blocks_read(2);
+    EXPECT_EQ(blocks_read(), 2u);
     // A key frame in the last block: the rest of the index is read for it.
     EXPECT_EQ(avi.file.seek(1, 4991 * 40, SPLITER_SEEK_FORWARD, &reached), 0u);
     EXPECT_EQ(reached, 12999u * 40);
-    expect_blocks_read(3);
-    expect_frames(avi.file, avi.builder, 0, {.from = 12999});
+    EXPECT_EQ(blocks_read(), 3u);
+    EXPECT_LT(heap.peak_bytes(), kSlack + 13000 * 24 * 17 / 16);
+    avi.expect_frames(0, {.from = 12999});
     // A source that is still arriving reads the index as the frames go by, and every key flag is right.
     OpenedAvi progressive(avi.builder, SPLITER_SOURCE_PROGRESSIVE);
     EXPECT_LT(progressive.source.bytes_read, kBlock);
-    expect_frames(progressive.file, progressive.builder, 0);
+    progressive.expect_frames(0);
 }
 
-// A million entries: one block at open, memory that stays within the array's growth factor.
-TEST(AviIndex, MillionEntriesInLittleMemory) {
-    constexpr size_t kFrames = 1000000;
-    AviBuilder header({video_stream(tag("MJPG"))}, IndexKind::None);
-    SparseStore bytes = header.build();
-    const uint64_t media_start = header.media_start();
-    Bytes media, index;
-    const auto put = [](Bytes &to, std::initializer_list<uint32_t> words) {
-        for (const uint32_t word : words) {
-            for (unsigned shift = 0; shift < 32; shift += 8)
-                to.push_back(static_cast<uint8_t>(word >> shift));
-        }
-    };
-    for (uint32_t i = 0; i < kFrames; ++i) {
-        put(media, {tag("00dc"), 0});
-        put(index, {tag("00dc"), i % 100 == 0 ? 0x10u : 0u, 4 + 8 * i, 0});
-    }
-    bytes.append(media);
-    bytes.patch(media_start - 4, le32(static_cast<uint32_t>(media.size()) + 4));
-    bytes.append(chunk(tag("idx1"), index));
-
-    TestSource source(bytes);
-    FailingAllocator heap;
-    {
-        SplitterFile file(kAviSplitter, source.record());
-        ASSERT_EQ(file.open_code, 0u);
-        EXPECT_GE(source.bytes_read, kBlock);
-        EXPECT_LT(source.bytes_read, kBlock + 4096);
-        EXPECT_LT(heap.peak_bytes(), kBlock + 4096 * 24 * 17 / 16 + 64 * 1024);
-        uint32_t reached = 0;
-        EXPECT_EQ(file.seek(1, (kFrames - 1) * 40, SPLITER_SEEK_BACKWARD, &reached), 0u);
-        EXPECT_EQ(reached, (kFrames - 100) * 40);
-        EXPECT_LE(heap.peak_bytes(), kFrames * 24 * 17 / 16 + kBlock + 64 * 1024);
-    }
-    EXPECT_EQ(heap.live_blocks(), 0u);
-}
-
-// A callback that fails while the index is read: reported by the query that met it, or it ends the index; all
-// frames can be read afterwards.
+// A callback that fails while the index is read is reported by the query that met it and ends the index.
 TEST(AviIndex, FailedBlockIsReportedOnce) {
     OpenedAvi avi(long_video(9000));
-    avi.source.faults.at = avi.source.calls() + 2;  // the read behind the seek
-    avi.source.faults.for_good = true;
+    avi.source.faults = {.at = avi.source.calls() + 2, .for_good = true};  // the read behind the seek
     EXPECT_EQ(avi.file.is_seekable(1), kSourceFailed);
-    avi.source.faults.at = 0;
+    avi.source.faults = {};
     EXPECT_EQ(avi.file.is_seekable(1), 0u);
-    expect_frames(avi.file, avi.builder, 0, {.count = 4096});
-    bool failed = true;
-    for (uint64_t at = 1; failed; ++at) {
-        OpenedAvi broken(avi.builder);
-        broken.source.faults.at = broken.source.calls() + at;
-        const uint32_t code = broken.file.seek(1, 8999 * 40, SPLITER_SEEK_BACKWARD);
-        failed = broken.source.calls() >= broken.source.faults.at;
-        EXPECT_TRUE(code == 0 || (failed && (code == kSourceFailed || code == SPLITER_ERR_END_OF_STREAM)));
-        broken.source.faults.at = 0;
-        ASSERT_EQ(broken.file.reset(), 0u);
-        expect_frames(broken.file, broken.builder, 0, {.keys = false});
+    avi.expect_frames(0, {.count = 4096});
+}
+
+constexpr uint32_t kGap = 0x3FFF0000;  // of zeros, nearly 1 GB
+
+TEST(AviOpenDml, HugeFilesReadAndSeekToTheirLastFrame) {
+    for (const IndexKind kind : {IndexKind::OpenDml, IndexKind::OpenDmlFields, IndexKind::None}) {
+        SCOPED_TRACE(static_cast<int>(kind));
+        AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, kind);
+        for (size_t segment = 0; segment < 6; ++segment) {
+            if (segment != 0) builder.segment();
+            for (size_t i = 0; i < 4; ++i)
+                builder.frame(0, 100 + 10 * segment + i, i % 2 == 0).frame(1, size_t{320});
+            builder.junk(kGap).frame(0, 90 + segment, false).frame(1, size_t{320});
+        }
+        OpenedAvi avi(builder);
+        ASSERT_GT(avi.builder.truth(0).back().position, uint64_t{4} << 30);
+        EXPECT_LT(avi.source.bytes_read, 64u << 10);
+        for (uint32_t stream = 0; stream < 2; ++stream) {
+            avi.expect_frames(stream);
+            const std::vector<TruthFrame> &truth = avi.builder.truth(stream);
+            EXPECT_EQ(avi.file.is_seekable(stream + 1) != 0, kind != IndexKind::None);
+            for (size_t i = truth.size(); i-- > 0;) {
+                for (const uint32_t mode : {SPLITER_SEEK_BACKWARD, SPLITER_SEEK_FORWARD}) {
+                    if (!truth[i].index_key) continue;
+                    ASSERT_EQ(avi.file.seek(stream + 1, truth[i].time_stamp, mode), 0u);
+                    avi.expect_frames(stream, {.from = i, .count = 1});
+                }
+            }
+        }
     }
+}
+
+// The body of an index of four-byte words a stream, without a base offset.
+Bytes index_body(uint32_t longs, uint8_t sub, uint8_t type, uint32_t used, const Bytes &entries) {
+    return join({le16(longs), Bytes{sub, type}, le32(used), text("00dc"), Bytes(12), entries});
+}
+
+// A super index that lies is dropped for its track, never an error: the legacy index serves it then.
+TEST(AviOpenDml, BadSuperIndexesAreDropped) {
+    AviBuilder builder({video_stream(tag("MJPG"))});
+    for (size_t i = 0; i < 6; ++i)
+        builder.frame(0, 40 + i, i % 2 == 0);
+    const Bytes beyond = join({le64(uint64_t{1} << 40), le32(100), le32(1)});
+    const Bytes at_header = join({le64(0), le32(0xFFFFFFF0), le32(1)});
+    const std::pair<const char *, Bytes> cases[] = {
+        {"empty", {}},
+        {"header cut", Bytes(23)},
+        {"no entries", index_body(4, 0, 0, 0, {})},
+        {"beyond the file", index_body(4, 0, 0, 1, beyond)},
+        {"points at something else", index_body(4, 0, 0, 1, at_header)},
+        {"more entries in use than there are", index_body(4, 0, 0, 1000000, join({beyond, beyond}))},
+        {"many longs an entry", index_body(0xFFFF, 0, 0, 1, beyond)},
+        {"unknown type", index_body(4, 0, 0x77, 1, beyond)},
+        {"standard index without entries", index_body(2, 0, 1, 0, {})},
+        {"standard index that claims more", index_body(2, 0, 1, 0x0AAAAAAA, Bytes(16))},
+    };
+    for (const auto &[name, body] : cases) {
+        SCOPED_TRACE(name);
+        builder.streams[0].after_format = chunk(tag("indx"), body);
+        OpenedAvi avi(builder, SPLITER_SOURCE_LOCAL, {.call_limit = 20000});
+        avi.expect_frames(0);
+        uint32_t reached = 0;
+        EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_BACKWARD, &reached), 0u);
+        EXPECT_EQ(reached, 80u);
+    }
+}
+
+// A super index that names the same index chunk over and over makes a small file look endless.
+TEST(AviOpenDml, IndexChunksThatAreNamedOverAndOver) {
+    constexpr uint32_t kNamed = 4000, kEntries = 4000;
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{40}).frame(0, size_t{41});
+    Bytes entries;
+    for (uint32_t i = 0; i < kEntries; ++i)
+        append(entries, join({le32(100 + i), le32(10)}));
+    builder.after = chunk(tag("ix00"), index_body(2, 0, 1, kEntries, entries));
+    const auto set_super = [&](uint64_t position) {
+        Bytes named;
+        for (uint32_t i = 0; i < kNamed; ++i)
+            append(named, join({le64(position), le32(24), le32(1)}));
+        builder.streams[0].after_format = chunk(tag("indx"), index_body(4, 0, 0, kNamed, named));
+    };
+    set_super(0);
+    set_super(builder.build().size() - builder.after.size());
+    for (const SizeAnswer size : {SizeAnswer::Known, SizeAnswer::Zero}) {
+        FailingAllocator heap;
+        OpenedAvi avi(builder, SPLITER_SOURCE_LOCAL, {.size = size, .call_limit = 20000});
+        ASSERT_EQ(avi.file.open_code, 0u);
+        EXPECT_LT(heap.peak_bytes(), uint64_t{4} << 20);
+        avi.expect_frames(0);
+    }
+}
+
+TEST(AviOpenDml, EntriesBeyondTheSourceAreIgnored) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDmlDirect);
+    for (size_t i = 0; i < 8; ++i)
+        builder.frame(0, 40 + i);
+    builder.build();
+    OpenedAvi avi(builder, SPLITER_SOURCE_LOCAL, {.cut = builder.truth(0)[5].position + 7});
+    EXPECT_EQ(avi.file.seek(1, 7 * 40, SPLITER_SEEK_BACKWARD), 0u);
+    avi.expect_frames(0, {.from = 4, .count = 1});
 }
 
 // What follows the index in a further segment looks like entries; it is none.
@@ -211,11 +257,89 @@ TEST(AviIndex, EndsWhereAFurtherSegmentBegins) {
     builder.frame(0, size_t{16}).frame(0, size_t{16}).segment();
     for (int i = 0; i < 20; ++i)
         builder.frame(0, size_t{16});
-    for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
+    for (const uint32_t kind : kKinds) {
         OpenedAvi avi(builder, kind);
         EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_FORWARD), uint32_t{SPLITER_ERR_END_OF_STREAM});
-        expect_frames(avi.file, avi.builder, 0, {.keys = false});
+        avi.expect_frames(0, {.keys = false});
     }
+}
+
+// Several tracks that share one index chunk have no more entries than the file can have chunks.
+TEST(AviOpenDml, TracksThatShareAnIndexChunk) {
+    constexpr uint32_t kEntries = 4000;
+    AviBuilder builder(std::vector<AviStream>(3, video_stream(tag("MJPG"))), IndexKind::None);
+    builder.frame(0, size_t{40});
+    Bytes index = join({le16(2), Bytes{0, 1}, le32(kEntries), text("00dc"), le64(0), le32(0)});
+    for (uint32_t i = 0; i < kEntries; ++i)
+        index = join({index, le32(100 + i), le32(10)});
+    builder.after = chunk(tag("ix00"), index);
+    uint64_t position = 0;
+    for (int pass = 0; pass < 2; ++pass) {
+        for (AviStream &stream : builder.streams)
+            stream.after_format = chunk(
+                tag("indx"), join({le16(4), Bytes{0, 0}, le32(1), Bytes(16), le64(position), Bytes(8)}));
+        position = builder.build().size() - builder.after.size();
+    }
+    OpenedAvi avi(builder);
+    uint32_t seekable = 0;
+    for (uint32_t track = 1; track <= 3; ++track)
+        seekable += avi.file.is_seekable(track);
+    EXPECT_EQ(seekable, 1u);
+}
+
+// An entry of zeros is a frame that was dropped: it has no chunk, but its time passes.
+TEST(AviOpenDml, DroppedFrames) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{10}).frame(0, size_t{12}).frame(0, size_t{14});
+    const Bytes entries = join({le32(12), le32(10), Bytes(8), le32(30), le32(12), Bytes(4), le32(0x80000000),
+                                le32(50), le32(0x8000000E)});
+    for (int pass = 0; pass < 2; ++pass) {
+        const Bytes head = join({le16(2), Bytes{0, 1}, le32(5), text("00dc"), le64(builder.media_start())});
+        builder.streams[0].after_format = chunk(tag("indx"), join({head, Bytes(4), entries}));
+        builder.build();
+    }
+    OpenedAvi avi(builder);
+    const FrameRun run = avi.file.read_all(1);
+    ASSERT_EQ(run.frames.size(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(run.frames[i].data, avi.builder.truth(0)[i].data);
+        EXPECT_EQ(run.frames[i].info.time_stamp, 80 * i);
+        EXPECT_EQ(run.frames[i].info.key_frame, i < 2 ? 1u : 0u);
+    }
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    EXPECT_EQ(avi.file.read(1), run.frames[1]);
+}
+
+// A recorder that was cut off leaves sizes of 0 in its last segment.
+TEST(AviOpenDml, SegmentsWithoutSizes) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{40}).frame(0, size_t{41});
+    const uint64_t start = builder.build().size();
+    builder.segment().frame(0, size_t{42}).frame(0, size_t{43});
+    for (const unsigned zeroed : {1u, 2u, 3u}) {
+        MemoryStore bytes = builder.build();
+        if ((zeroed & 1) != 0) bytes.patch(start + 4, le32(0));
+        if ((zeroed & 2) != 0) bytes.patch(start + 16, le32(0));
+        for (const uint32_t kind : kKinds) {
+            SCOPED_TRACE(zeroed);
+            TestSource source(bytes, kind);
+            SplitterFile file(kAviSplitter, source.record());
+            expect_frames(file, builder.track(0), builder.truth(0));
+        }
+    }
+}
+
+TEST(AviOpenDml, ZerosInFrontOfASegmentsMedia) {
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    const Bytes first = builder.frame(0, size_t{40}).build().flatten(), zeros(300004), frame(42, 7);
+    const auto offset = static_cast<uint32_t>(first.size() - builder.media_start() + 12 + zeros.size() + 12);
+    const Bytes media = list(tag("movi"), chunk(tag("00dc"), frame));
+    const Bytes index =
+        join({text("00dc"), le32(0x10), le32(4), le32(40), text("00dc"), le32(0x10), le32(offset), le32(42)});
+    AviBytes avi(
+        join({first, chunk(tag("RIFF"), join({text("AVIX"), zeros, media})), chunk(tag("idx1"), index)}));
+    EXPECT_EQ(avi.file.seek(1, 40, SPLITER_SEEK_FORWARD), 0u);
+    EXPECT_EQ(avi.file.read(1).data, frame);
 }
 
 }  // namespace

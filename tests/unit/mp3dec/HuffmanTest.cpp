@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "mp3dec/Mp3Huffman.h"
 #include "mp3dec/Mp3FrameHeader.h"
+#include "mp3dec/Mp3Huffman.h"
 #include "mp3dec/tables/HuffmanTables.h"
 #include "mp3dec/tables/ScaleFactorBands.h"
 #include "support/BitWriter.h"
