@@ -43,7 +43,7 @@ Bytes decode(QuMp3Decoder decoder, const uint8_t *data, size_t size, Control con
         const int32_t code = QU_MP3_decoder_read(decoder, &input, &output);
         require(code >= QU_MP3_OK && code <= QU_MP3_ERROR);
         require(input.result <= count && output.result <= room);
-        pcm.insert(pcm.end(), space.begin(), space.begin() + output.result);
+        pcm.insert(pcm.end(), space.data(), space.data() + output.result);
         position += input.result;
         if (code == QU_MP3_ERROR || (count == 0 && code == QU_MP3_NEED_INPUT)) return pcm;
     }
