@@ -223,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(Samples, AsfdemuxTest, testing::Range(size_t{0}, asf_sa
                          [](const auto &which) { return asf_sample_files()[which.param].name; });
 
 TEST_P(AsfdemuxTest, FramesAreThoseOfThePeer) {
-    const AsfSample sample = std::move(asf_sample_files()[GetParam()]);
+    const AsfSample &sample = asf_sample_files()[GetParam()];
     const std::vector<AsfStream> &streams = sample.builder.streams;
     const TestFolder folder;
     const std::string path = folder.put("sample.asf", sample.bytes);

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Makes the Debian package and unpacks it without installing. Then compiles every header alone, builds the examples
-# against what lies there, once with pkg-config and once with find_package, and runs them and the tool.
+# Makes the Debian package and unpacks it without installing; installs into an empty folder as well. Then compiles every
+# header alone, builds the examples with pkg-config against the one and with find_package against the other, and runs
+# them and the tool.
 #
 # usage: check_install.sh BUILD_DIR VERSION SOURCE_DIR   (CMAKE, CPACK, CC, CXX and WORK name tools and a scratch folder)
 set -eu
@@ -46,7 +47,10 @@ for example in "$examples"/*.c; do
   # shellcheck disable=SC2046,SC2086
   "$CC" -std=c99 $strict "$example" -o "$WORK/pkg_config/$(basename "$example" .c)" $(pkg-config --cflags --libs quorv)
 done
-"$CMAKE" -G Ninja -S "$examples" -B "$WORK/find_package" -DCMAKE_PREFIX_PATH="$root" -DCMAKE_C_COMPILER="$CC" >/dev/null
+"$CMAKE" --install "$build" --prefix "$WORK/installed" >/dev/null
+[ "$(cd "$WORK/installed" && find . | sort)" = "$(cd "$root" && find . | sort)" ] || fail "package and installation differ"
+"$CMAKE" -G Ninja -S "$examples" -B "$WORK/find_package" -DCMAKE_PREFIX_PATH="$WORK/installed" \
+  -DCMAKE_C_COMPILER="$CC" >/dev/null
 "$CMAKE" --build "$WORK/find_package" >/dev/null
 
 LD_LIBRARY_PATH=$libdir

@@ -12,7 +12,7 @@ namespace {
 
 class Robustness : public testing::TestWithParam<std::tuple<size_t, uint32_t>> {
 protected:
-    AnySample sample = std::move(all_sample_files()[std::get<0>(GetParam())]);
+    const AnySample &sample = all_sample_files()[std::get<0>(GetParam())];
     uint32_t kind = std::get<1>(GetParam());
     const MemoryStore &file = sample.bytes;
 };

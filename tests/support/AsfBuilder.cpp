@@ -263,9 +263,7 @@ AsfBuilder many_streams(const AsfStream &video, const AsfStream &audio) {
     return builder;
 }
 
-}  // namespace
-
-std::vector<AsfSample> asf_sample_files() {
+std::vector<AsfSample> make_asf_sample_files() {
     AsfStream video = asf_video(1), audio = asf_audio(2), mp3 = asf_audio(3, 0x55, Bytes(12, 0xC3));
     video.frame_interval = 40;
     audio.frame_interval = 30;
@@ -296,6 +294,13 @@ std::vector<AsfSample> asf_sample_files() {
     for (AsfSample &sample : samples)
         sample.bytes = sample.builder.build();
     return samples;
+}
+
+}  // namespace
+
+const std::vector<AsfSample> &asf_sample_files() {
+    static const std::vector<AsfSample> all = make_asf_sample_files();
+    return all;
 }
 
 }  // namespace quorv::test

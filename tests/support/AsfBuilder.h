@@ -88,7 +88,7 @@ struct AsfSample {
 };
 
 // Each below 4 KB.
-std::vector<AsfSample> asf_sample_files();
+const std::vector<AsfSample> &asf_sample_files();
 
 }  // namespace quorv::test
 

@@ -80,9 +80,7 @@ AviBuilder audio_only() {
     return builder;
 }
 
-}  // namespace
-
-std::vector<SampleFile> avi_sample_files() {
+std::vector<SampleFile> make_avi_sample_files() {
     const Bytes vol = mpeg4_vol(64, 48), parameters = join({h264_sps(64, 48), h264_pps()});
     AviBuilder palette({video_stream(tag("MRLE"))});
     palette.frame(0, size_t{20}).frame(0, size_t{21}, false).palette(0, 2, Bytes{1, 2, 3, 0, 4, 5, 6, 0});
@@ -110,7 +108,7 @@ std::vector<SampleFile> avi_sample_files() {
     return all;
 }
 
-std::vector<AnySample> all_sample_files() {
+std::vector<AnySample> make_all_sample_files() {
     std::vector<AnySample> all;
     for (const SampleFile &sample : avi_sample_files()) {
         const AviBuilder &builder = sample.builder;
@@ -135,6 +133,18 @@ std::vector<AnySample> all_sample_files() {
             all.back().tracks.push_back(
                 {{builder.track(stream), type}, builder.truth(stream), 0, builder.streams[stream].prefix});
     }
+    return all;
+}
+
+}  // namespace
+
+const std::vector<SampleFile> &avi_sample_files() {
+    static const std::vector<SampleFile> all = make_avi_sample_files();
+    return all;
+}
+
+const std::vector<AnySample> &all_sample_files() {
+    static const std::vector<AnySample> all = make_all_sample_files();
     return all;
 }
 

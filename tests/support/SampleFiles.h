@@ -20,7 +20,7 @@ struct SampleFile {
 };
 
 // Each below 4 KB.
-std::vector<SampleFile> avi_sample_files();
+const std::vector<SampleFile> &avi_sample_files();
 
 // A sample file of either splitter.
 struct AnySample {
@@ -40,7 +40,7 @@ struct AnySample {
     bool is_asf() const { return &api == &kAsfSplitter; }
 };
 
-std::vector<AnySample> all_sample_files();
+const std::vector<AnySample> &all_sample_files();
 
 }  // namespace quorv::test
 

@@ -11,7 +11,7 @@ namespace {
 
 class WholeFiles : public testing::TestWithParam<size_t> {
 protected:
-    AnySample sample = std::move(all_sample_files()[GetParam()]);
+    const AnySample &sample = all_sample_files()[GetParam()];
     const SplitterApi &api = sample.api;
 
     static void expect_again(SplitterFile &file, const AnySample::Track &track, bool keys) {

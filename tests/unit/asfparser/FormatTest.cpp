@@ -328,7 +328,7 @@ TEST(AsfWaiting, EndsWithAnyOtherResult) {
 }
 
 TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
-    const AsfSample sample = std::move(asf_sample_files()[0]);
+    const AsfSample &sample = asf_sample_files()[0];
     const MemoryStore store(sample.bytes);
     TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
     SplitterStreamSource record = source.record();
