@@ -175,8 +175,9 @@ using namespace quorv;
 
 uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHttpParam *param,
                                   SplitterHandle *handle) {
-    if (source == nullptr || param == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
+    if (source == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AsfContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;
@@ -203,8 +204,9 @@ uint32_t ASF_SPLITER_Open(const SplitterStreamSource *source, uint32_t /*mode*/,
 }
 
 uint32_t ASF_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
-    if (handle == nullptr || list == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (list == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *list = {};
+    if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AsfContext *context = context_of(handle);
     const AsfHeader &header = context->header;
     if (header.video.present)

@@ -144,5 +144,19 @@ TEST_P(WholeFiles, HttpParamSaysWhetherTheIndexIsThere) {
     }
 }
 
+TEST(Splitters, RecordsAreZeroedOnFailure) {
+    for (const SplitterApi &api : {kAviSplitter, kAsfSplitter}) {
+        const SplitterStreamSource source = {};
+        SplitterHandle handle = nullptr;
+        SplitterHttpParam param = {7, 7}, other = {7, 7};
+        SplitterTrackList list = {7, nullptr};
+        const uint32_t bad = SPLITER_ERR_INVALID_PARAM;
+        EXPECT_EQ(api.get_http_param(nullptr, &param, &handle), bad);
+        EXPECT_EQ(api.get_http_param(&source, &other, nullptr), bad);
+        EXPECT_EQ(api.enum_track(nullptr, &list), bad);
+        EXPECT_EQ(param.index_flag | param.reserved | other.index_flag | other.reserved | list.count, 0u);
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test

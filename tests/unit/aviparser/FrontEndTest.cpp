@@ -264,17 +264,6 @@ TEST(AviCodecData, HeadersOfTheFirstFrame) {
     }
 }
 
-TEST(AviFrontEnd, RecordsAreZeroedOnFailure) {
-    const SplitterStreamSource source = {};
-    SplitterHandle handle = nullptr;
-    SplitterHttpParam param = {7, 7}, other = {7, 7};
-    SplitterTrackList list = {7, nullptr};
-    EXPECT_EQ(AVI_SPLITER_GetHTTPParam(nullptr, &param, &handle), kBad);
-    EXPECT_EQ(AVI_SPLITER_GetHTTPParam(&source, &other, nullptr), kBad);
-    EXPECT_EQ(AVI_SPLITER_EnumTrack(nullptr, &list), kBad);
-    EXPECT_EQ(param.index_flag | param.reserved | other.index_flag | other.reserved | list.count, 0u);
-}
-
 TEST(AviSeek, FailureChangesNothing) {
     AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
     builder.frame(0, size_t{40}).frame(1, size_t{64000}).frame(0, size_t{41});
