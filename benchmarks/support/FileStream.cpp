@@ -106,7 +106,7 @@ uint32_t FileStream::read(uint8_t *to, uint32_t *count) {
 }
 
 uint32_t FileStream::seek(uint16_t origin, int64_t offset) {
-    const int64_t target = origin == 0 ? offset : position_ + offset;
+    const int64_t target = origin == SPLITER_ORIGIN_START ? offset : position_ + offset;
     if (target < 0) return SPLITER_ERR_IO;
     position_ = target;
     return 0;

@@ -26,7 +26,7 @@ uint32_t MemoryStream::read(uint64_t &at, void *buffer, uint32_t *count) {
 
 uint32_t MemoryStream::seek(uint64_t &at, uint16_t origin, int64_t offset) {
     ++counts.seeks;
-    const int64_t target = origin == 0 ? offset : static_cast<int64_t>(at) + offset;
+    const int64_t target = origin == SPLITER_ORIGIN_START ? offset : static_cast<int64_t>(at) + offset;
     if (target < 0 || static_cast<uint64_t>(target) > bytes_.size()) return SPLITER_ERR_IO;
     at = static_cast<uint64_t>(target);
     return 0;

@@ -45,8 +45,8 @@ void copy_unchanged(const Mp3PcmStore &pcm, uint32_t first, uint32_t count, Mp3O
 
 // At the rate of the synthesis.
 void copy(const Mp3PcmStore &pcm, uint32_t mode, Mp3Delivery *state, Mp3OutputRoom *room) {
-    const bool mixes = mode == kMp3Mono && pcm.channels == 2;
-    const bool doubles = mode == kMp3Stereo && pcm.channels == 1;
+    const bool mixes = mode == QU_MP3_CHANNELS_MONO && pcm.channels == 2;
+    const bool doubles = mode == QU_MP3_CHANNELS_STEREO && pcm.channels == 1;
     const uint32_t out_channels = mixes ? 1 : doubles ? 2 : pcm.channels;
     const uint32_t count = std::min(pcm.samples - state->next, room->left / (out_channels * kSampleBytes));
     if (count == 0) return;
@@ -106,7 +106,7 @@ void downsample(const Mp3PcmStore &pcm, uint32_t ratio, uint32_t mode, Mp3Delive
                 Mp3OutputRoom *room) {
     convert_carried(state, pcm.channels);
     const Samples samples(pcm, *state);
-    const bool mixes = pcm.channels == 2 && mode != 0 && mode != kMp3Stereo;
+    const bool mixes = pcm.channels == 2 && mode != QU_MP3_CHANNELS_OWN && mode != QU_MP3_CHANNELS_STEREO;
     const uint32_t needed = (pcm.channels == 2 && !mixes ? 2 : 1) * kSampleBytes;
     const uint32_t step = ratio > kMp3HalfRate ? ratio / 2 : ratio;
     while (state->position / kStep + 1 < samples.count()) {

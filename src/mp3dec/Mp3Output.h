@@ -9,12 +9,8 @@
 
 namespace quorv {
 
-// Channel modes; any other value delivers the stream's own channels.
-inline constexpr uint32_t kMp3Mono = 1;    // two channels are mixed
-inline constexpr uint32_t kMp3Stereo = 2;  // one channel is doubled, unless the rate is interpolated
-
-// The output-rate word: the ratio of the stream's rate to the output's in 1/128 in the low half, the channel
-// mode in the high half.
+// The output-rate word: the ratio of the stream's rate to the output's in 1/128 in the low half, one of
+// QU_MP3_CHANNELS_* in the high half.
 inline constexpr uint32_t kMp3NoRequest = 0xFFFFFFFF;
 inline constexpr uint32_t kMp3SameRate = 128;
 
@@ -24,7 +20,7 @@ inline uint32_t mp3_rate_ratio(uint32_t word) {
     return word == kMp3NoRequest ? kMp3SameRate : word & 0xFFFF;
 }
 inline uint32_t mp3_channel_mode(uint32_t word) {
-    return word == kMp3NoRequest ? 0 : word >> 16;
+    return word == kMp3NoRequest ? uint32_t{QU_MP3_CHANNELS_OWN} : word >> 16;
 }
 
 // What is kept between deliveries.

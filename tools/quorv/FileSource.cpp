@@ -129,7 +129,8 @@ uint32_t FileReader::read(uint8_t *to, uint32_t *count) {
 
 uint32_t FileReader::seek(uint16_t origin, int64_t offset) {
     int64_t target = offset;
-    if (origin != 0 && __builtin_add_overflow(offset, position(), &target)) return SPLITER_ERR_INVALID_PARAM;
+    if (origin != SPLITER_ORIGIN_START && __builtin_add_overflow(offset, position(), &target))
+        return SPLITER_ERR_INVALID_PARAM;
     if (target < 0) return SPLITER_ERR_INVALID_PARAM;
     position_ = static_cast<uint64_t>(target);
     return SPLITER_OK;

@@ -63,7 +63,8 @@ Mp3Container::Mp3Container(FileSource &file) : file_(file), piece_(kPieceBytes) 
 }
 
 void Mp3Container::describe() {
-    const StreamHolder stream(MStreamOpenFromFileS(file_.path_to_open().c_str(), 1), MStreamClose);
+    const StreamHolder stream(MStreamOpenFromFileS(file_.path_to_open().c_str(), MSTREAM_OPEN_READ),
+                              MStreamClose);
     if (!stream) throw Failure(ExitCode::Io, "cannot be opened a second time");
     uint32_t duration = 0, frame_count = 0;
     QuMp3Summary summary = {};

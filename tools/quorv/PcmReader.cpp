@@ -18,8 +18,6 @@ constexpr size_t kOutputBytes = 0x10000;
 // How far the first frame is searched for, and with how much the search begins.
 constexpr size_t kMaxFirstBytes = size_t{1} << 20;
 constexpr size_t kMinFirstBytes = 4096;
-// The library's channel modes.
-constexpr uint32_t kMono = 1, kStereo = 2;
 
 bool get_info(std::vector<uint8_t> &bytes, QuMp3Info &info) {
     const std::unique_ptr<MStreamRecord, decltype(&MStreamClose)> stream(
@@ -45,8 +43,9 @@ PcmReader::PcmReader(Container &container, const Track &track, const PcmFormat &
     // The library doubles one channel only where it does not interpolate.
     duplicates_ = stream.channels == 1 && format_.channels == 2;
     QuMp3Config config = {2, 3, stream.sample_rate};
-    const QuMp3OutputRequest request = {stream.channels == 2 && format_.channels == 2 ? kStereo : kMono,
-                                        format_.sample_rate};
+    const QuMp3OutputRequest request = {
+        stream.channels == 2 && format_.channels == 2 ? QU_MP3_CHANNELS_STEREO : QU_MP3_CHANNELS_MONO,
+        format_.sample_rate};
     decoder_ = QU_MP3_decoder_init(&config, &request);
     if (decoder_ == nullptr) throw Failure(ExitCode::Io, "out of memory");
     input_ = first_bytes_;
