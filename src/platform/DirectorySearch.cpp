@@ -2,20 +2,27 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>
 #include <string.h>
 
 #include "platform/FileInfo.h"
+#include "platform/MemoryOwner.h"
 #include "platform/NarrowPath.h"
 #include "platform/Wildcard.h"
 
 struct MDirFind {
-    uint32_t filter;
-    char *directory;  // ends with its separator; empty for the current directory
-    char *pattern;    // in lower case; null when every name matches
-    DIR *stream;
-    const dirent *entry;
+    uint32_t filter = 0;
+    quorv::Owned<char[]> directory;  // ends with its separator; empty for the current directory
+    quorv::Owned<char[]> pattern;    // in lower case; null when every name matches
+    DIR *stream = nullptr;
+    const dirent *entry = nullptr;
+
+    explicit MDirFind(uint32_t wanted) : filter(wanted) {}
+    ~MDirFind() {
+        if (stream != nullptr) closedir(stream);
+    }
+    MDirFind(const MDirFind &) = delete;
+    MDirFind &operator=(const MDirFind &) = delete;
 };
 
 namespace quorv {
@@ -25,10 +32,10 @@ bool is_separator(char c) {
     return c == '/' || c == '\\';
 }
 
-char *copy_text(const char *text, size_t length) {
-    char *const copy = static_cast<char *>(MMemAlloc(nullptr, length + 1));
+Owned<char[]> copy_text(const char *text, size_t length) {
+    Owned<char[]> copy = make_array<char>(length + 1);
     if (copy == nullptr) return nullptr;
-    memcpy(copy, text, length);
+    memcpy(copy.get(), text, length);
     copy[length] = 0;
     return copy;
 }
@@ -48,31 +55,25 @@ bool split_path(MDirFind *find, const char *path) {
     if (strpbrk(last, "*?") == nullptr) {
         const size_t length = strlen(path);
         // Room for the separator that may have to be added.
-        find->directory = static_cast<char *>(MMemAlloc(nullptr, length + 2));
+        find->directory = make_array<char>(length + 2);
         if (find->directory == nullptr) return false;
-        memcpy(find->directory, path, length + 1);
-        if (*last != 0) memcpy(find->directory + length, "/", 2);
+        memcpy(find->directory.get(), path, length + 1);
+        if (*last != 0) memcpy(&find->directory[length], "/", 2);
         return true;
     }
     find->directory = copy_text(path, static_cast<size_t>(last - path));
     if (find->directory == nullptr) return false;
     if (strcmp(last, "*") == 0 || strcmp(last, "*.*") == 0) return true;
     find->pattern = copy_text(last, strlen(last));
-    return MSCsMakeLower(find->pattern) == ResultOk;
-}
-
-void free_search(MDirFind *find) {
-    if (find->stream != nullptr) closedir(find->stream);
-    MMemFree(nullptr, find->directory);
-    MMemFree(nullptr, find->pattern);
-    MMemFree(nullptr, find);
+    return MSCsMakeLower(find->pattern.get()) == ResultOk;
 }
 
 bool is_wanted(const MDirFind *find, const struct stat &status) {
     const bool directory = S_ISDIR(status.st_mode);
     if (!directory && !S_ISREG(status.st_mode)) return false;
     if (find->filter == (directory ? uint32_t{MDIR_FILES} : uint32_t{MDIR_DIRECTORIES})) return false;
-    return find->pattern == nullptr || matches_wildcard(find->pattern, last_component(find->entry->d_name));
+    return find->pattern == nullptr ||
+           matches_wildcard(find->pattern.get(), last_component(find->entry->d_name));
 }
 
 enum class Step { Found, End, Failed };
@@ -83,7 +84,7 @@ Step advance(MDirFind *find, struct stat *status) {
         find->entry = readdir(find->stream);
         if (find->entry == nullptr) return Step::End;
         if (fstatat(dirfd(find->stream), find->entry->d_name, status, 0) != 0) {
-            free_search(find);
+            const Owned<MDirFind> freed(find);
             return Step::Failed;
         }
         if (is_wanted(find, *status)) return Step::Found;
@@ -91,13 +92,13 @@ Step advance(MDirFind *find, struct stat *status) {
 }
 
 void put_name(const MDirFind *find, char *name) {
-    const size_t length = strlen(find->directory);
-    memcpy(name, find->directory, length);
+    const size_t length = strlen(find->directory.get());
+    memcpy(name, find->directory.get(), length);
     memcpy(name + length, find->entry->d_name, strlen(find->entry->d_name) + 1);
 }
 
 void put_name(const MDirFind *find, uint16_t *name) {
-    const int32_t written = MCharToWChar(find->directory, name, INT32_MAX);
+    const int32_t written = MCharToWChar(find->directory.get(), name, INT32_MAX);
     MCharToWChar(find->entry->d_name, name + written - 1, INT32_MAX);
 }
 
@@ -133,14 +134,10 @@ using namespace quorv;
 
 MDirHandle MDirStartFindS(const char *pattern_path, uint32_t filter) {
     if (pattern_path == nullptr || *pattern_path == 0) return nullptr;
-    MDirFind *const find = static_cast<MDirFind *>(MMemAlloc(nullptr, sizeof(MDirFind)));
-    if (find == nullptr) return nullptr;
-    *find = MDirFind{};
-    find->filter = filter;
-    if (split_path(find, pattern_path)) find->stream = opendir(*find->directory == 0 ? "." : find->directory);
-    if (find->stream != nullptr) return find;
-    free_search(find);
-    return nullptr;
+    Owned<MDirFind> find = make_owned<MDirFind>(filter);
+    if (find == nullptr || !split_path(find.get(), pattern_path)) return nullptr;
+    find->stream = opendir(find->directory[0] == 0 ? "." : find->directory.get());
+    return find->stream != nullptr ? find.release() : nullptr;
 }
 
 MDirHandle MDirStartFindW(const uint16_t *pattern_path, uint32_t filter) {
@@ -171,9 +168,8 @@ int32_t MDirFindNextExW(MDirHandle find, uint16_t *name, MFileInfo *info) {
 }
 
 int32_t MDirEndFind(MDirHandle find) {
-    if (find == nullptr) return 0;
-    free_search(find);
-    return 1;
+    const Owned<MDirFind> own(find);
+    return own != nullptr ? 1 : 0;
 }
 
 int32_t MDirEndFindEx(MDirHandle find) {

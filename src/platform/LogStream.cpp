@@ -2,10 +2,10 @@
 
 #include "platform/LogStream.h"
 
-#include <quorv/platform/memory.h>
 #include <stdio.h>
 #include <string.h>
 
+#include "platform/MemoryOwner.h"
 #include "platform/StreamKinds.h"
 
 using namespace quorv;
@@ -61,27 +61,21 @@ uint32_t quorv::open_log_stream(const char *path, uint32_t mode, MLogHandle *log
     if (log == nullptr) return ResultInvalidArg;
     *log = nullptr;
     if (path == nullptr) return ResultInvalidArg;
-    MLogStream *const made = static_cast<MLogStream *>(MMemAlloc(nullptr, sizeof(MLogStream)));
+    Owned<MLogStream> made = make_owned<MLogStream>();
     if (made == nullptr) return ResultNoMemory;
     made->level_mask = 0xFFFFFFFF;
     made->enabled = 1;
     made->buffered = 1;
-    made->fill = 0;
-    made->failed = 0;
-    made->is_contexts_own = false;
     made->file = MStreamOpenFromFileS(path, mode);
-    if (made->file == nullptr) {
-        MMemFree(nullptr, made);
-        return ResultFailed;
-    }
+    if (made->file == nullptr) return ResultFailed;
     // The log has a buffer of its own; a second one would hide failed writes and hold back flushed text.
     file_stream_unbuffer(made->file);
-    *log = made;
+    *log = made.release();
     return ResultOk;
 }
 
 void quorv::close_log_stream(MLogHandle log) {
-    log->flush();
-    MStreamClose(log->file);
-    MMemFree(nullptr, log);
+    const Owned<MLogStream> own(log);
+    own->flush();
+    MStreamClose(own->file);
 }

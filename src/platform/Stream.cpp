@@ -1,8 +1,8 @@
 // The stream functions: each passes the call to the stream's kind.
 
-#include <quorv/platform/memory.h>
 #include <quorv/platform/stream.h>
 
+#include "platform/MemoryOwner.h"
 #include "platform/StreamKinds.h"
 
 namespace quorv {
@@ -67,16 +67,15 @@ int32_t MStreamClose(MStream stream) {
 }
 
 int32_t MStreamCopy(MStream source, MStream destination, int32_t count) {
-    void *const buffer = MMemAlloc(nullptr, kCopyChunk);
+    const Owned<uint8_t[]> buffer = make_array<uint8_t>(kCopyChunk);
     if (buffer == nullptr) return 0;
     int32_t total = 0;
     while (total < count) {
         const int32_t left = count - total;
-        const int32_t got = MStreamRead(source, buffer, left < kCopyChunk ? left : kCopyChunk);
-        const int32_t written = MStreamWrite(destination, buffer, got);
+        const int32_t got = MStreamRead(source, buffer.get(), left < kCopyChunk ? left : kCopyChunk);
+        const int32_t written = MStreamWrite(destination, buffer.get(), got);
         total += written;
         if (got == 0 || written < got) break;
     }
-    MMemFree(nullptr, buffer);
     return total;
 }

@@ -1,8 +1,9 @@
 // Mutexes and events, over POSIX threads.
 
 #include <pthread.h>
-#include <quorv/platform/memory.h>
 #include <quorv/platform/thread.h>
+
+#include "platform/MemoryOwner.h"
 
 namespace quorv {
 namespace {
@@ -45,10 +46,8 @@ bool init_event(Event *event) {
 using namespace quorv;
 
 MMutex MMutexCreate(void) {
-    void *const mutex = MMemAlloc(nullptr, sizeof(pthread_mutex_t));
-    if (mutex != nullptr && init_recursive(mutex_of(mutex))) return mutex;
-    MMemFree(nullptr, mutex);
-    return nullptr;
+    Owned<pthread_mutex_t> mutex = make_owned<pthread_mutex_t>();
+    return mutex != nullptr && init_recursive(mutex.get()) ? mutex.release() : nullptr;
 }
 
 uint32_t MMutexLock(MMutex mutex) {
@@ -64,17 +63,14 @@ uint32_t MMutexUnlock(MMutex mutex) {
 }
 
 uint32_t MMutexDestroy(MMutex mutex) {
-    if (mutex == nullptr) return ResultOk;
-    pthread_mutex_destroy(mutex_of(mutex));
-    MMemFree(nullptr, mutex);
+    const Owned<pthread_mutex_t> own(mutex_of(mutex));
+    if (own != nullptr) pthread_mutex_destroy(own.get());
     return ResultOk;
 }
 
 MEvent MEventCreate(void) {
-    void *const event = MMemAlloc(nullptr, sizeof(Event));
-    if (event != nullptr && init_event(event_of(event))) return event;
-    MMemFree(nullptr, event);
-    return nullptr;
+    Owned<Event> event = make_owned<Event>();
+    return event != nullptr && init_event(event.get()) ? event.release() : nullptr;
 }
 
 uint32_t MEventSignal(MEvent event) {
@@ -97,9 +93,9 @@ uint32_t MEventReset(MEvent /*event*/) {
 }
 
 uint32_t MEventDestroy(MEvent event) {
-    if (event == nullptr) return ResultInvalidArg;
-    pthread_cond_destroy(&event_of(event)->condition);
-    pthread_mutex_destroy(&event_of(event)->mutex);
-    MMemFree(nullptr, event);
+    const Owned<Event> own(event_of(event));
+    if (own == nullptr) return ResultInvalidArg;
+    pthread_cond_destroy(&own->condition);
+    pthread_mutex_destroy(&own->mutex);
     return ResultOk;
 }
