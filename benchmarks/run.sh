@@ -7,7 +7,7 @@ set -euo pipefail
 . "$(dirname "$(readlink -f "$0")")/../scripts/lib.sh"
 
 build=$top/build/release
-install_packages build test bench
+install_packages build test bench cross
 quietly "$build/configure.log" env -C "$top" cmake --preset release
 quietly "$build/build.log" cmake --build "$build" -j "$jobs" -- --quiet
 
@@ -38,15 +38,47 @@ run "Index and seeking" avi_seek
 run "Start code search" start_code
 run "Decoding MPEG audio" mp3_decode "$work"
 
+streams="layer3-128 layer3-320 layer3-vbr mpeg2-64 layer2-192"
+start_of() { # STREAM PARTS: one of so many parts of the ten minutes
+  head -c $(($(stat -c %s "$work/$1") / $2)) "$work/$1" >"$work/start"
+}
+
 # Instructions for a sample of all channels, from the first twenty seconds of each stream.
 printf '\n| stream | quorv | best | generic |\n| --- | ---: | ---: | ---: |\n'
-for stream in layer3-128 layer3-320 layer3-vbr mpeg2-64 layer2-192; do
-  head -c $(($(stat -c %s "$work/$stream") / 30)) "$work/$stream" >"$work/start"
+for stream in $streams; do
+  start_of "$stream" 30
   printf '| %s |' "$stream"
   for who in quorv best generic; do
     count=$(valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect='decode_with_*' \
-      "$build/benchmarks/quorv_mp3_decode_benchmark" --role "$who" "$work/start" 2>"$work/log")
+      "$build/benchmarks/quorv_mp3_decode_once" "$who" "$work/start" 2>"$work/log")
     awk -v count="$count" '/Collected/ { printf " %.0f |", $NF / count }' "$work/log"
   done
+  echo
+done
+
+# The same on 32-bit ARM, from the first minute, emulated; whole processes. libmpg123 is unpacked only, so that it
+# does not replace the one of this machine.
+arm=$top/build/arm triple=arm-linux-gnueabihf
+quietly "$arm/configure.log" env -C "$top" cmake --preset arm
+quietly "$arm/build.log" cmake --build "$arm" -j "$jobs" --target quorv -- --quiet
+quietly "$work/log" env -C "$work" apt-get -o APT::Sandbox::User=root download {libmpg123-0,libmpg123-dev}:armhf
+for package in "$work"/*.deb; do dpkg-deb -x "$package" "$work/arm"; done
+$triple-g++ -std=c++20 -O2 -I "$work/arm/usr/include/$triple" -I "$top/include" -I "$top/benchmarks" \
+  "$top/benchmarks/Mp3DecodeOnce.cpp" "$top/benchmarks/support/DecodeMp3.cpp" -o "$work/decode_once" \
+  "$arm/src/libopencore_quorvlocalparser.so" "$work/arm/usr/lib/$triple/libmpg123.so.0"
+count_on() { # PROCESSOR WHO
+  local count
+  count=$(qemu-arm -cpu "$1" -L "/usr/$triple" -E LD_LIBRARY_PATH="/usr/$triple/lib:$arm/src:$work/arm/usr/lib/$triple" \
+    -plugin "$build/benchmarks/libquorv_count_instructions.so" -d plugin -D "$work/log" \
+    "$work/decode_once" "$2" "$work/start")
+  awk -v count="$count" '{ printf " %.0f |", $1 / count }' "$work/log"
+}
+printf '\n| stream | quorv, NEON | quorv, no NEON | libmpg123 |\n| --- | ---: | ---: | ---: |\n'
+for stream in $streams; do
+  start_of "$stream" 10
+  printf '| %s |' "$stream"
+  count_on cortex-a15 quorv
+  count_on cortex-a15,neon=off quorv
+  count_on cortex-a15 best
   echo
 done
