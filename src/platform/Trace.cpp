@@ -114,6 +114,7 @@ uint32_t MSTATIC_MTableOutPutID(uint32_t level, uint32_t kind, const char *text)
     return write_text_record(level, kind, word_of(text), text);
 }
 
+// NOLINTNEXTLINE(readability-function-size): the one function of more than six parameters
 uint32_t MSTATIC_MLogTraceData(uint32_t level, uint32_t a, uint32_t b, uint32_t c, uint32_t d,
                                const uint32_t *values, uint32_t count) {
     if (count > kMaxValues || (values == nullptr && count > 0)) return ResultInvalidArg;
