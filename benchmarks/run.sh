@@ -4,6 +4,7 @@
 #
 # usage: benchmarks/run.sh > tables.md     TMPDIR says where the files are made
 set -euo pipefail
+# shellcheck source=../scripts/lib.sh
 . "$(dirname "$(readlink -f "$0")")/../scripts/lib.sh"
 
 build=$top/build/release
@@ -15,6 +16,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/quorv-bench.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 
 # avimux's own interleaving, with the sound well ahead of the picture.
+# shellcheck disable=SC2086  # encoders are pieces of a pipeline
 mux() { # NAME VIDEO-ENCODER SOUND-ENCODER
   gst-launch-1.0 -q avimux name=mux ! filesink location="$work/$1.avi" \
     videotestsrc num-buffers=500 ! video/x-raw,width=320,height=240,framerate=25/1 ! $2 ! mux. \

@@ -1,6 +1,8 @@
 # Sourced by the scripts beside it: where the project is, installing Debian packages, quiet set-up steps.
+# shellcheck shell=bash
 
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck disable=SC2034  # for the scripts that source this one
 jobs=$(nproc)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
@@ -25,33 +27,33 @@ quietly() {
 # QUORV_NO_INSTALL=1 leaves that to the caller.
 install_packages() {
   [ -z "${QUORV_NO_INSTALL:-}" ] || return 0
-  local wanted missing as_root=() name
-  wanted=$(awk -v groups=" $* " '!/^#/ && NF == 2 && index(groups, " " $1 " ") { print $2 }' \
+  local wanted missing=() as_root=() name
+  mapfile -t wanted < <(awk -v groups=" $* " '!/^#/ && NF == 2 && index(groups, " " $1 " ") { print $2 }' \
     "$top/scripts/packages.txt" | sort -u)
   command -v apt-get >/dev/null ||
-    die "no apt-get here: install what Debian calls" $wanted "and run again with QUORV_NO_INSTALL=1"
-  missing=$(for name in $wanted; do
+    die "no apt-get here: install what Debian calls ${wanted[*]} and run again with QUORV_NO_INSTALL=1"
+  for name in "${wanted[@]}"; do
     case $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) in
       installed*) ;;
-      *) echo "$name" ;;
+      *) missing+=("$name") ;;
     esac
-  done)
-  [ -n "$missing" ] || return 0
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
 
   if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || die "run once as root to install these packages:" $missing
+    command -v sudo >/dev/null || die "run once as root to install these packages: ${missing[*]}"
     as_root=(sudo)
   fi
-  say "installing Debian packages:" $missing
-  local log name architectures
+  say "installing Debian packages: ${missing[*]}"
+  local log architectures
   log=$(mktemp "${TMPDIR:-/tmp}/quorv-apt.XXXXXX")
-  architectures=$(printf '%s\n' $missing | sed -n 's/.*://p')
+  architectures=$(printf '%s\n' "${missing[@]}" | sed -n 's/.*://p')
   for name in $architectures; do
     quietly "$log" "${as_root[@]}" dpkg --add-architecture "$name" || exit 1
   done
   # A mirror may lack an index that is not needed here; whether something is missing shows in the next step.
   "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update </dev/null >"$log" 2>&1 || say "apt-get update: $(tail -n 1 "$log")"
   quietly "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends $missing || exit 1
+    apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "${missing[@]}" || exit 1
   rm -f "$log"
 }

@@ -4,6 +4,7 @@
 # usage: check_completion.sh QUORV COMPLETION MANUAL
 set -euo pipefail
 quorv=$1 manual=$(sed 's/\\-/-/g' "$3") checked=0
+# shellcheck source=../../tools/completion/quorv.bash
 . "$2"
 [[ $(complete -p quorv) =~ -F\ ([^ ]+) ]] && completer=${BASH_REMATCH[1]}
 

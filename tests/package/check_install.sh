@@ -17,7 +17,7 @@ rm -rf "$WORK"
 mkdir -p "$WORK/pkg_config"
 "$CPACK" -G DEB --config "$build/CPackConfig.cmake" -B "$WORK" >"$WORK/log" || fail "cpack failed: $(tail -n 5 "$WORK/log")"
 set -- "$WORK"/*.deb
-[ $# -eq 1 ] && [ -f "$1" ] || fail "not one package but: $*"
+{ [ $# -eq 1 ] && [ -f "$1" ]; } || fail "not one package but: $*"
 [ "$(dpkg-deb -f "$1" Version)" = "$version" ] || fail "not of version $version: $1"
 dpkg-deb -f "$1" Depends | grep -q 'libc6 ' || fail "the package does not say that it needs libc6"
 # Unpacked elsewhere, so that nothing installed can rely on where it was meant to go.
