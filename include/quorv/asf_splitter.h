@@ -43,7 +43,7 @@ extern "C" {
  *                        an earlier call
  *
  * @retval SPLITER_OK                 the header is known
- * @retval SPLITER_ERR_INVALID_PARAM  a null argument
+ * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a callback that is null
  * @retval SPLITER_ERR_NO_MEMORY      an allocation failed
  * @retval SPLITER_ERR_BAD_FORMAT     as for ASF_SPLITER_Open
  * @return otherwise the code of a callback
@@ -63,7 +63,7 @@ QUORV_API uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, 
  *                        ASF_SPLITER_GetHTTPParam; a handle that is open already is only rewound
  *
  * @retval SPLITER_OK                 the file is open
- * @retval SPLITER_ERR_INVALID_PARAM  a null argument
+ * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a callback that is null
  * @retval SPLITER_ERR_BAD_FORMAT     the file does not begin with a Header Object that a Data Object follows;
  *                                    an object of less than 24 bytes; packets of less than 10 bytes or more
  *                                    than 64 MB; a known video codec with less than 51 or more than 307 bytes

@@ -35,7 +35,7 @@ extern "C" {
  *                        an earlier call
  *
  * @retval SPLITER_OK                 the header is known
- * @retval SPLITER_ERR_INVALID_PARAM  a null argument
+ * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a callback that is null
  * @return otherwise the open callback's code, or the header's result as for AVI_SPLITER_Open
  */
 QUORV_API uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHttpParam *param,
@@ -53,7 +53,7 @@ QUORV_API uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, 
  *                        AVI_SPLITER_GetHTTPParam; a handle that is open already is only rewound
  *
  * @retval SPLITER_OK                    the file is open
- * @retval SPLITER_ERR_INVALID_PARAM     a null argument or another mode
+ * @retval SPLITER_ERR_INVALID_PARAM     a null argument, a callback that is null, or another mode
  * @retval SPLITER_ERR_IO                progressive sources: a failed read or a wrong signature
  * @retval SPLITER_ERR_END_OF_STREAM     progressive sources: no media data
  * @retval SPLITER_ERR_BAD_FORMAT        more than 100 streams; progressive sources: a bad stream header

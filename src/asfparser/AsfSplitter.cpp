@@ -177,7 +177,7 @@ uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
                                   SplitterHandle *handle) {
     if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
-    if (source == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AsfContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;
@@ -194,7 +194,7 @@ uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
 }
 
 uint32_t ASF_SPLITER_Open(const SplitterStreamSource *source, uint32_t /*mode*/, SplitterHandle *handle) {
-    if (source == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AsfContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;

@@ -114,7 +114,7 @@ uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
                                   SplitterHandle *handle) {
     if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
-    if (source == nullptr || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
     AviContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;
@@ -129,7 +129,8 @@ uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
 }
 
 uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode, SplitterHandle *handle) {
-    if (source == nullptr || handle == nullptr || (mode != 1 && mode != 2)) return SPLITER_ERR_INVALID_PARAM;
+    if (!is_complete(source) || handle == nullptr || (mode != 1 && mode != 2))
+        return SPLITER_ERR_INVALID_PARAM;
     AviContext *context = nullptr;
     uint32_t code = acquire_context(source, *handle, &context);
     if (code != SPLITER_OK) return code;

@@ -15,6 +15,12 @@ void clear_rest(void *buffer, uint32_t count, uint32_t delivered) {
 
 }  // namespace
 
+bool is_complete(const SplitterStreamSource *source) {
+    return source != nullptr && source->open != nullptr && source->close != nullptr &&
+           source->read != nullptr && source->seek != nullptr && source->tell != nullptr &&
+           source->size != nullptr;
+}
+
 uint32_t StreamSource::open(StreamAccess access) {
     stream = 0;
     position = kUnknownPosition;

@@ -10,6 +10,9 @@ namespace quorv {
 enum class SeekOrigin : uint16_t { Start = SPLITER_ORIGIN_START, Current = SPLITER_ORIGIN_CURRENT };
 enum class StreamAccess : uint32_t { Read = SPLITER_ACCESS_READ, ReadShared = SPLITER_ACCESS_READER };
 
+// Whether there is a record, and a callback for everything that is asked of a stream.
+bool is_complete(const SplitterStreamSource *source);
+
 // All functions return 0 or the callback's code. Their outputs are always defined, whatever the callback
 // left in them.
 struct StreamSource {

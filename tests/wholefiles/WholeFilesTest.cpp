@@ -144,6 +144,27 @@ TEST_P(WholeFiles, HttpParamSaysWhetherTheIndexIsThere) {
     }
 }
 
+TEST(Splitters, NeedAllCallbacks) {
+    using Source = SplitterStreamSource;
+    void (*const remove[])(Source &) = {
+        [](Source &s) { s.open = nullptr; }, [](Source &s) { s.close = nullptr; },
+        [](Source &s) { s.read = nullptr; }, [](Source &s) { s.seek = nullptr; },
+        [](Source &s) { s.tell = nullptr; }, [](Source &s) { s.size = nullptr; }};
+    const MemoryStore store;
+    for (const SplitterApi &api : {kAviSplitter, kAsfSplitter}) {
+        for (size_t i = 0; i < std::size(remove); ++i) {
+            TestSource source(store);
+            SplitterStreamSource record = source.record();
+            remove[i](record);
+            SplitterHandle handle = nullptr;
+            SplitterHttpParam param;
+            EXPECT_EQ(api.open(&record, 1, &handle), uint32_t{SPLITER_ERR_INVALID_PARAM}) << i;
+            EXPECT_EQ(api.get_http_param(&record, &param, &handle), uint32_t{SPLITER_ERR_INVALID_PARAM}) << i;
+            EXPECT_EQ(source.calls(), 0u);
+        }
+    }
+}
+
 TEST(Splitters, RecordsAreZeroedOnFailure) {
     for (const SplitterApi &api : {kAviSplitter, kAsfSplitter}) {
         const SplitterStreamSource source = {};
