@@ -21,7 +21,10 @@ extern "C" {
  * not consume the frames of the other.
  *
  * Up to three readers of the source are open at a time: one for header and index with access mode 1, two for
- * the tracks with access mode 2. Each must have a position of its own.
+ * the tracks with access mode 2. Each is a stream with a position of its own: the open callback must not give
+ * the same one out again, neither for the second nor for the third. The splitter remembers where each stands
+ * and seeks only when it wants to be elsewhere, so a stream that two readers share is read in wrong places;
+ * and each reader is closed.
  *
  * A progressive source whose bytes have not arrived yet says so by returning SPLITER_ERR_DATA_PENDING from
  * read, seek or size. Every function hands that on, leaves all positions as they were, and can be called

@@ -63,9 +63,10 @@ enum {
     SPLITER_ACCESS_READER = 2 /**< ASF: one of the readers of the data packets */
 };
 
-/** Where a seek callback counts from. */
+/** Where a seek callback counts from. Not the values of stdio.h, which has 1 and 2 the other way round. */
 enum {
     SPLITER_ORIGIN_START = 0,  /**< the stream's first byte */
+    SPLITER_ORIGIN_END = 1,    /**< the byte behind its last; the splitters never count from there */
     SPLITER_ORIGIN_CURRENT = 2 /**< the position */
 };
 
@@ -114,6 +115,7 @@ typedef struct _tag_Stream_Source_ {
     uint32_t source_kind;
     /**
      * Opens the stream and stores its handle; access_mode is SPLITER_ACCESS_READ or SPLITER_ACCESS_READER.
+     * Each call opens another stream, which has a position of its own.
      */
     uint32_t (*open)(void *user_context, SplitterStream *stream, uint32_t access_mode);
     /** Closes the stream. */
@@ -123,7 +125,10 @@ typedef struct _tag_Stream_Source_ {
      * may be lower without being an error. A source whose bytes have not arrived yet returns a code.
      */
     uint32_t (*read)(void *user_context, SplitterStream stream, void *buffer, uint32_t *count);
-    /** Moves by a byte offset from SPLITER_ORIGIN_START or SPLITER_ORIGIN_CURRENT. */
+    /**
+     * Moves by a byte offset from SPLITER_ORIGIN_START, 0, or SPLITER_ORIGIN_CURRENT, 2. The origin is not
+     * one for fseek, whose 2 is the end (SEEK_END); here the end is 1.
+     */
     uint32_t (*seek)(void *user_context, SplitterStream stream, uint16_t origin, int64_t offset);
     /** Stores the position in bytes from the start. */
     uint32_t (*tell)(void *user_context, SplitterStream stream, int64_t *position);
