@@ -116,10 +116,11 @@ QUORV_API uint32_t ASF_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t trac
  * | SPLITER_CFG_CODEC_DATA         | SplitterTrackData: out, the decoder-specific data of the track         |
  * | SPLITER_CFG_VIDEO_TYPE_DATA    | SplitterTrackData: out, the type-specific data of the video stream     |
  *
- * The count is that of the different packets that the Simple Index Object leads to: 1000 when there is no
- * usable one, 0 as long as it was not looked for, and for tracks that are not video. The next key frame is
- * the first one behind the video read position. The decoder-specific data is empty for audio once it was sent
- * with a frame, and for numbers that are no track's; the type-specific data is empty for an unknown codec.
+ * The count is that of the different packets of the file that the Simple Index Object leads to: 1000 when
+ * there is no usable one or it leads to none of the file's packets, 0 as long as it was not looked for, and
+ * for tracks that are not video. The next key frame is the first one behind the video read position. The
+ * decoder-specific data is empty for audio once it was sent with a frame, and for numbers that are no
+ * track's; the type-specific data is empty for an unknown codec.
  *
  * @param[in]     handle  an open file
  * @param[in]     id      SPLITER_CFG_*
@@ -133,6 +134,7 @@ QUORV_API uint32_t ASF_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t trac
  * @retval SPLITER_ERR_UNSUPPORTED       next key frame, type-specific data: the track is not video; any other
  *                                       identifier
  * @retval SPLITER_ERR_NO_PARSER         next key frame: the handle was not opened
+ * @retval SPLITER_ERR_NO_MEMORY         next key frame: as for ASF_SPLITER_ReadFrame
  * @return otherwise the code of a callback
  */
 QUORV_API uint32_t ASF_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size);
@@ -158,6 +160,7 @@ QUORV_API uint32_t ASF_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, voi
  * @retval SPLITER_ERR_INVALID_PARAM     a null handle or value
  * @retval SPLITER_ERR_UNSUPPORTED       there is no usable index; any other identifier
  * @retval SPLITER_ERR_NO_PARSER         loading the index: the handle was not opened
+ * @retval SPLITER_ERR_NO_MEMORY         loading the index: an allocation failed
  * @return otherwise the code of a callback
  */
 QUORV_API uint32_t ASF_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, const void *value,
@@ -187,6 +190,8 @@ QUORV_API uint32_t ASF_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, con
  *                                       so does ASF_SPLITER_Reset
  * @retval SPLITER_ERR_INVALID_PARAM     a null argument, or a number that is no track's
  * @retval SPLITER_ERR_NO_PARSER         the handle was not opened
+ * @retval SPLITER_ERR_NO_MEMORY         packets of more than 64 KB: an allocation failed; for these, memory
+ *                                       grows with the bytes that come
  * @return otherwise the callback's code; the read position is unchanged
  */
 QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buffer, uint32_t size,
@@ -209,13 +214,14 @@ QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, 
  * @retval SPLITER_OK                 the track has been moved
  * @retval SPLITER_ERR_UNSUPPORTED    the file does not say how long it is; or the next key frame was wanted
  *                                    after a Seek that returned SPLITER_ERR_DATA_PENDING
- * @retval SPLITER_ERR_END_OF_STREAM  the time is at or behind the end, the index ends before it, or there is
- *                                    no key frame; a video track of a local source then stands at its end.
- *                                    Or there is no next key frame; then nothing has moved
+ * @retval SPLITER_ERR_END_OF_STREAM  the time is at or behind the end, or there is no key frame; a video
+ *                                    track of a local source then stands at its end. Or there is no next key
+ *                                    frame; then nothing has moved
  * @retval SPLITER_ERR_DATA_PENDING   progressive: repeat the call later; until a Seek has another result,
  *                                    ReadFrame gives this code
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument, or a number that is no track's
  * @retval SPLITER_ERR_NO_PARSER      the handle was not opened; time 0 needs no more than the header
+ * @retval SPLITER_ERR_NO_MEMORY      as for ASF_SPLITER_ReadFrame
  * @return otherwise the callback's code
  */
 QUORV_API uint32_t ASF_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode);

@@ -24,6 +24,11 @@ uint32_t find_interval(AsfContext *context, uint32_t stream_number, uint32_t *in
                           : context->data_parser->GetObjectInterval(stream_number, interval);
 }
 
+// Another try may find what could not be looked at now.
+bool may_pass(uint32_t code) {
+    return code == SPLITER_ERR_DATA_PENDING || code == SPLITER_ERR_NO_MEMORY;
+}
+
 // A buffer that has no room for the codec data has none for the frame either; then this only finds out how
 // large the frame is.
 uint32_t load(AsfContext *context, uint32_t stream, uint32_t prefix, uint8_t *buffer, uint32_t size,
@@ -46,9 +51,9 @@ uint32_t asf_prime(AsfContext *context) {
     const int32_t base_before = context->data_parser->TimeBase();
     uint32_t video = 0, audio = 0, code = SPLITER_OK;
     if (header.video.present) code = find_interval(context, header.video.stream_number, &video);
-    if (code != SPLITER_ERR_DATA_PENDING && header.audio.present)
+    if (!may_pass(code) && header.audio.present)
         code = find_interval(context, header.audio.stream_number, &audio);
-    if (code == SPLITER_ERR_DATA_PENDING) {
+    if (may_pass(code)) {
         context->data_parser->MoveTimeBase(base_before);
         return code;
     }

@@ -44,8 +44,7 @@ uint32_t load_index(AsfContext *context) {
     return context->index_parser->LoadIndex(&context->reader, header.data_end, header.preroll);
 }
 
-uint32_t init_parser(AsfContext *context) {
-    const AsfHeader &header = context->header;
+AsfDataLayout data_layout(const AsfHeader &header) {
     AsfDataLayout layout;
     layout.first_packet = header.first_packet;
     layout.data_end = header.data_end;
@@ -55,14 +54,23 @@ uint32_t init_parser(AsfContext *context) {
     layout.audio_stream = header.audio.present ? header.audio.stream_number : kAsfNoStream;
     layout.video_stream = header.video.present ? header.video.stream_number : kAsfNoStream;
     layout.time_base = header.preroll;
-    return context->data_parser->InitParser(layout);
+    return layout;
+}
+
+// That there is no index, or that it cannot be read, is no failure.
+uint32_t find_index(AsfContext *context) {
+    if (!context->opened) {
+        const uint64_t stream_size = context->base->GetStreamSize(&context->reader);
+        context->data_parser->SetLayout(data_layout(context->header), stream_size);
+    }
+    return load_index(context) == SPLITER_ERR_NO_MEMORY ? SPLITER_ERR_NO_MEMORY : SPLITER_OK;
 }
 
 uint32_t open_file(AsfContext *context) {
     uint32_t code = context->base->CreateReader(&context->reader, StreamAccess::Read);
     if (code != SPLITER_OK) return code;
     code = read_header(context);
-    if (code == SPLITER_OK) code = init_parser(context);
+    if (code == SPLITER_OK) code = context->data_parser->InitParser(data_layout(context->header));
     if (code != SPLITER_OK) {
         context->base->DestroyReader(&context->reader);
         return code;
@@ -185,10 +193,8 @@ uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
     if (!context->opened) code = context->base->CreateReader(&context->reader, StreamAccess::Read);
     if (code != SPLITER_OK) return release_context(context, handle, code);
     code = read_header(context);
-    if (code == SPLITER_OK) {
-        load_index(context);
-        param->index_flag = context->index_parser->IsLoaded() ? 1 : 0;
-    }
+    if (code == SPLITER_OK) code = find_index(context);
+    if (code == SPLITER_OK) param->index_flag = context->index_parser->IsLoaded() ? 1 : 0;
     if (!context->opened) context->base->DestroyReader(&context->reader);
     return release_context(context, handle, code);
 }

@@ -14,9 +14,13 @@ namespace {
 constexpr uint32_t kMinPacketSize = 2 + 4 + 2 + 1 + 1;
 // Far beyond the packets of writers, which have up to 64 KB.
 constexpr uint32_t kMaxPacketSize = uint32_t{64} << 20;
-// Packets are kept up to this size in all; one is kept whatever its size.
+// Packets are kept up to this size in all; of one that is larger, room for so much is made at first.
 constexpr uint32_t kBufferBytes = 65536;
 constexpr int32_t kIntervalPackets = 100;
+
+bool is_possible(uint32_t packet_size) {
+    return packet_size >= kMinPacketSize && packet_size <= kMaxPacketSize;
+}
 
 }  // namespace
 
@@ -27,16 +31,20 @@ CASFDataObjectParser::~CASFDataObjectParser() {
     base_->DestroyReader(&video_.reader);
 }
 
-uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
-    if (layout.packet_size < kMinPacketSize || layout.packet_size > kMaxPacketSize)
-        return SPLITER_ERR_BAD_FORMAT;
+void CASFDataObjectParser::SetLayout(const AsfDataLayout &layout, uint64_t stream_size) {
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
+    packet_count_ = 0;
+    if (is_possible(layout.packet_size)) count_packets(stream_size);
+}
+
+uint32_t CASFDataObjectParser::InitParser(const AsfDataLayout &layout) {
+    if (!is_possible(layout.packet_size)) return SPLITER_ERR_BAD_FORMAT;
     uint32_t code = base_->CreateReader(&audio_.reader, StreamAccess::ReadShared);
     if (code != SPLITER_OK) return code;
     code = base_->CreateReader(&video_.reader, StreamAccess::ReadShared);
     if (code == SPLITER_OK) {
-        count_packets(base_->GetStreamSize(&video_.reader));
+        SetLayout(layout, base_->GetStreamSize(&video_.reader));
         if (allocate_packets()) {
             Reset();
             return SPLITER_OK;
@@ -53,9 +61,34 @@ bool CASFDataObjectParser::allocate_packets() {
     const auto fitting = static_cast<int32_t>(std::max(kBufferBytes / layout_.packet_size, 1u));
     buffered_count_ = std::min({fitting, kMaxBufferedPackets, packet_count_});
     std::fill_n(buffered_, kMaxBufferedPackets, -1);
-    const size_t size = static_cast<size_t>(buffered_count_) * layout_.packet_size;
-    packets_ = static_cast<uint8_t *>(MMemAlloc(nullptr, std::max<size_t>(size, 1)));
+    const uint64_t size = static_cast<uint64_t>(buffered_count_) * layout_.packet_size;
+    packets_room_ = static_cast<size_t>(std::clamp<uint64_t>(size, 1, kBufferBytes));
+    packets_ = static_cast<uint8_t *>(MMemAlloc(nullptr, packets_room_));
     return packets_ != nullptr;
+}
+
+// One read, but for a packet that is larger than the room there is. The header alone says how large that is,
+// so room is made as the bytes come.
+uint32_t CASFDataObjectParser::fill_packet(StreamState *state, size_t start) {
+    uint32_t done = 0;
+    while (done < layout_.packet_size) {
+        const uint32_t missing = layout_.packet_size - done;
+        if (packets_room_ - start == done) {
+            const size_t room = packets_room_ + std::min(missing, done);
+            void *grown = MMemRealloc(nullptr, packets_, room);
+            if (grown == nullptr) return SPLITER_ERR_NO_MEMORY;
+            packets_ = static_cast<uint8_t *>(grown);
+            packets_room_ = room;
+        }
+        const auto step = static_cast<uint32_t>(std::min<size_t>(missing, packets_room_ - start - done));
+        uint32_t delivered = 0;
+        const uint32_t code = base_->ReadData(&state->reader, packets_ + start + done, step, &delivered);
+        if (code == SPLITER_SOURCE_AT_END) return SPLITER_ERR_END_OF_STREAM;
+        if (code != SPLITER_OK) return code;
+        if (delivered < step) return SPLITER_ERR_END_OF_STREAM;
+        done += step;
+    }
+    return SPLITER_OK;
 }
 
 // A live recording does not say how many there are; then the end of the media data tells. A file that was cut
@@ -109,21 +142,18 @@ uint32_t CASFDataObjectParser::ParseOnePacket(uint32_t stream, int32_t index) {
 
 uint32_t CASFDataObjectParser::read_packet(StreamState *state, int32_t index) {
     const int32_t slot = index % buffered_count_;
-    uint8_t *const packet = packets_ + static_cast<size_t>(slot) * layout_.packet_size;
-    packet_ = packet;
+    const size_t start = static_cast<size_t>(slot) * layout_.packet_size;
     packet_offset_ = layout_.first_packet + uint64_t{layout_.packet_size} * static_cast<uint32_t>(index);
     // The other stream may have read it.
-    if (buffered_[slot] == index) return SPLITER_OK;
-    buffered_[slot] = -1;
-    if (packet_offset_ > INT64_MAX) return SPLITER_ERR_END_OF_STREAM;
-    uint32_t code = state->reader.move_to(static_cast<int64_t>(packet_offset_));
-    if (code != SPLITER_OK) return code;
-    uint32_t delivered = 0;
-    code = base_->ReadData(&state->reader, packet, layout_.packet_size, &delivered);
-    if (code == SPLITER_SOURCE_AT_END) return SPLITER_ERR_END_OF_STREAM;
-    if (code != SPLITER_OK) return code;
-    if (delivered < layout_.packet_size) return SPLITER_ERR_END_OF_STREAM;
-    buffered_[slot] = index;
+    if (buffered_[slot] != index) {
+        buffered_[slot] = -1;
+        if (packet_offset_ > INT64_MAX) return SPLITER_ERR_END_OF_STREAM;
+        uint32_t code = state->reader.move_to(static_cast<int64_t>(packet_offset_));
+        if (code == SPLITER_OK) code = fill_packet(state, start);
+        if (code != SPLITER_OK) return code;
+        buffered_[slot] = index;
+    }
+    packet_ = packets_ + start;
     return SPLITER_OK;
 }
 

@@ -46,15 +46,19 @@ public:
     static void *operator new(size_t size) noexcept { return MMemAlloc(nullptr, size); }
     static void operator delete(void *object) noexcept { MMemFree(nullptr, object); }
 
+    // All that can be known before the readers are open; 0 for a size of the stream that is not known.
+    void SetLayout(const AsfDataLayout &layout, uint64_t stream_size);
     // Allocates the packet buffer and opens both readers; on failure nothing stays open.
     uint32_t InitParser(const AsfDataLayout &layout);
     bool IsReady() const { return packets_ != nullptr; }
     const AsfDataLayout &Layout() const { return layout_; }
-    // How many packets the file can hold; INT32_MAX when that is not known.
+    // How many packets the file can hold; INT32_MAX when that is not known, 0 for packets of no possible
+    // size.
     int32_t PacketCount() const { return packet_count_; }
 
     // Parses one packet into the entries of that stream. SPLITER_ERR_END_OF_STREAM behind the last packet,
-    // also when the file ends in the middle of this one.
+    // also when the file ends in the middle of this one; SPLITER_ERR_NO_MEMORY when there is none for a
+    // packet of more than 64 KB.
     uint32_t ParseOnePacket(uint32_t stream, int32_t index);
     const CASFDataObjectEntryBlockMgr &Entries(uint32_t stream) { return state_of(stream).entries; }
 
@@ -95,6 +99,7 @@ private:
 
     void count_packets(uint64_t stream_size);
     bool allocate_packets();
+    uint32_t fill_packet(StreamState *state, size_t start);
     uint32_t read_packet(StreamState *state, int32_t index);
     uint32_t collect_entries(uint32_t stream, CASFDataObjectEntryBlockMgr *entries);
     bool add_entries(const AsfPayload &payload, CASFDataObjectEntryBlockMgr *entries) const;
@@ -113,6 +118,7 @@ private:
     int32_t time_base_ = 0;
     // The latest packets, each at its number modulo how many there are: the streams follow each other.
     uint8_t *packets_ = nullptr;
+    size_t packets_room_ = 0;  // bytes
     int32_t buffered_count_ = 0;
     int32_t buffered_[kMaxBufferedPackets] = {};  // -1 for none
     const uint8_t *packet_ = nullptr;             // the one that is parsed

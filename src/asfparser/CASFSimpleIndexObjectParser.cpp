@@ -45,8 +45,7 @@ uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t
                                                   uint64_t *size) const {
     uint32_t size_code = SPLITER_OK;
     const uint64_t end = base_->GetStreamSize(reader, &size_code);
-    // Where the stream ends may become known later.
-    if (size_code == SPLITER_ERR_DATA_PENDING) return size_code;
+    if (size_code != SPLITER_OK) return size_code;
     for (uint32_t i = 0; i < kMaxObjects; ++i) {
         if (position > end || end - position < kIndexHeader) break;
         uint32_t code = reader->move_to(static_cast<int64_t>(position));
@@ -92,6 +91,7 @@ uint32_t CASFSimpleIndexObjectParser::packet_at(uint32_t entry) const {
     return packet;
 }
 
+// The different packets among those that the file has.
 uint32_t CASFSimpleIndexObjectParser::count_key_frames() {
     auto *packets = static_cast<uint32_t *>(MMemAlloc(nullptr, size_t{entry_count_} * sizeof(uint32_t)));
     if (packets == nullptr) return SPLITER_ERR_NO_MEMORY;
@@ -99,17 +99,18 @@ uint32_t CASFSimpleIndexObjectParser::count_key_frames() {
         packets[i] = packet_at(i);
     uint32_t *const end = packets + entry_count_;
     if (!std::is_sorted(packets, end)) std::sort(packets, end);
-    key_frame_count_ = static_cast<uint32_t>(std::unique(packets, end) - packets);
+    const auto packet_count = static_cast<uint32_t>(data_parser_->PacketCount());
+    uint32_t *const present_end = std::lower_bound(packets, end, packet_count);
+    const auto count = static_cast<uint32_t>(std::unique(packets, present_end) - packets);
+    key_frame_count_ = count != 0 ? count : kUnknownCount;
     MMemFree(nullptr, packets);
     return SPLITER_OK;
 }
 
-uint32_t CASFSimpleIndexObjectParser::look_up(uint32_t time, uint32_t *packet) const {
-    if (!IsLoaded()) return SPLITER_ERR_NO_PARSER;
+// Times behind the end of the index are searched for from its last entry on.
+uint32_t CASFSimpleIndexObjectParser::packet_for(uint32_t time) const {
     const uint64_t entry = (uint64_t{time} + time_offset_) / interval_;
-    if (entry >= entry_count_) return SPLITER_ERR_END_OF_STREAM;
-    *packet = packet_at(static_cast<uint32_t>(entry));
-    return SPLITER_OK;
+    return packet_at(static_cast<uint32_t>(std::min<uint64_t>(entry, entry_count_ - 1)));
 }
 
 // The index only saves the search: what it leads to is checked, since there are files whose index is wrong.
@@ -117,10 +118,8 @@ uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirecti
                                                    AsfObjectStart *start) const {
     AsfObjectSearch search(data_parser_, data_parser_->Layout().video_stream,
                            AsfObjectSearch::Wanted::KeyFrames);
-    uint32_t packet = 0;
-    const uint32_t looked_up = look_up(time, &packet);
-    if (looked_up == SPLITER_ERR_END_OF_STREAM) return looked_up;
-    if (looked_up == SPLITER_OK && packet < static_cast<uint32_t>(data_parser_->PacketCount())) {
+    const uint32_t packet = IsLoaded() ? packet_for(time) : UINT32_MAX;
+    if (packet < static_cast<uint32_t>(data_parser_->PacketCount())) {
         bool found = false;
         const uint32_t code =
             search.find_from(static_cast<int32_t>(packet), {time, direction}, start, &found);

@@ -19,14 +19,15 @@ public:
 
     // Looks behind the media data for the first Simple Index Object and reads it whole. The index counts time
     // from `time_offset` milliseconds before the first frame. SPLITER_ERR_UNSUPPORTED when there is no usable
-    // index, SPLITER_ERR_NO_MEMORY, or the code of a failed read.
+    // index, SPLITER_ERR_NO_MEMORY, or the code of a failed callback.
     uint32_t LoadIndex(StreamSource *reader, uint64_t data_end, uint32_t time_offset);
     bool IsLoaded() const { return entry_count_ != 0; }
-    // The different packets that the index leads to; 1000 without a usable index, 0 before that is known.
+    // The different packets of the file that the index leads to; 1000 when there are none or no usable index,
+    // 0 before that is known.
     uint32_t KeyFrameCount() const { return key_frame_count_; }
 
     // The video key frame for a time; backward, in front of the first one, that. SPLITER_ERR_END_OF_STREAM
-    // when there is none, or when the index ends before the time.
+    // when there is none.
     uint32_t FindKeyFrame(uint32_t time, AsfSeekDirection direction, AsfObjectStart *start) const;
 
 private:
@@ -34,7 +35,7 @@ private:
     uint32_t read_entries(StreamSource *reader, uint64_t object_size);
     uint32_t count_key_frames();
     uint32_t packet_at(uint32_t entry) const;
-    uint32_t look_up(uint32_t time, uint32_t *packet) const;
+    uint32_t packet_for(uint32_t time) const;
 
     const CASFBase *const base_;
     CASFDataObjectParser *const data_parser_;

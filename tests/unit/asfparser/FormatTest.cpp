@@ -1,6 +1,7 @@
 // Headers, packets and arguments out of the ordinary: one small file, changed in one place at a time.
 
 #include "support/ExpectFrames.h"
+#include "support/FailingAllocator.h"
 
 namespace quorv::test {
 namespace {
@@ -240,6 +241,74 @@ TEST(AsfFormat, PacketsHaveRoomForAPayload) {
         EXPECT_EQ(AsfBytes(patched(good, kPacketSize, le32(size))).file.open_code, code) << size;
 }
 
+// The header alone does not decide what is allocated.
+TEST(AsfPacketSize, MemoryIsForBytesThatCome) {
+    AsfBuilder builder = small_file();
+    const Bytes bytes = patched(builder.build(), kPacketSize, le32(64u << 20));
+    for (const uint32_t kind : kKinds) {
+        for (const uint64_t cut : {uint64_t{builder.data_start()}, UINT64_MAX}) {
+            for (const SizeAnswer size : {SizeAnswer::Known, SizeAnswer::Fails}) {
+                const FailingAllocator heap;
+                AsfBytes asf(bytes, kind, {.size = size, .cut = cut});
+                EXPECT_NE(asf.file.read(2).code, 0u);
+                EXPECT_LT(heap.peak_bytes(), 400000u);
+            }
+        }
+    }
+}
+
+TEST(AsfPacketSize, LargePacketsAreReadInParts) {
+    const AsfLayout layout = {.packet_size = 300000, .widths = {.padding = 3, .payload_length = 3}};
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, layout, AsfIndex::None);
+    for (uint32_t i = 0; i < 12; ++i)
+        builder.frame(0, i * 40, 70000 + i).frame(1, i * 40, 25);
+    const MemoryStore store(builder.build());
+    bool lacked_memory = true;
+    for (uint64_t at = 1; lacked_memory; ++at) {
+        TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+        FailingAllocator heap(at);
+        SplitterFile file(kAsfSplitter, source.record());
+        const uint32_t first = file.open_code == 0 ? file.read(2).code : file.open_code;
+        lacked_memory = heap.has_failed();
+        EXPECT_EQ(first, lacked_memory ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u);
+        if (file.open_code != 0) continue;
+        ASSERT_EQ(file.reset(), 0u);
+        expect_frames(file, 2, builder.truth(0));
+        expect_frames(file, 3, builder.truth(1));
+    }
+}
+
+// Each remembers where it stands: behind the damaged packet, the video track's needs no seek.
+TEST(AsfReaders, NeedAStreamOfTheirOwnEach) {
+    AsfBuilder builder = small_file();
+    const Bytes good = builder.build();
+    const MemoryStore store(patched(good, builder.data_start() + 5 * 200 + 4, {0xFF}));
+    static SplitterStream shared;
+    static uint32_t (*open)(void *, SplitterStream *, uint32_t);
+    for (const bool is_shared : {false, true}) {
+        TestSource source(store), other(store);
+        SplitterStreamSource record = source.record();
+        open = record.open;
+        shared = 0;
+        if (is_shared) {
+            record.open = [](void *user, SplitterStream *stream, uint32_t mode) -> uint32_t {
+                const bool again = mode == SPLITER_ACCESS_READER && shared != 0;
+                const uint32_t code = again ? 0 : open(user, &shared, mode);
+                *stream = shared;
+                if (mode == SPLITER_ACCESS_READ) shared = 0;
+                return code;
+            };
+            record.close = [](void *, SplitterStream) -> uint32_t { return 0; };
+        }
+        SplitterFile both(kAsfSplitter, record), alone(kAsfSplitter, other.record());
+        while (alone.read(2).code == 0)
+            ASSERT_EQ(both.read(2).code, 0u);
+        ASSERT_EQ(both.read(2).code, kBad);
+        ASSERT_EQ(both.read(3).data, builder.truth(1)[0].data);
+        EXPECT_EQ(both.read(2) == alone.read(2), !is_shared);
+    }
+}
+
 // A download that is over too early.
 TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
     Bytes bytes = small_file().build();
@@ -325,6 +394,27 @@ TEST(AsfWaiting, EndsWithAnyOtherResult) {
         asf.source.faults.arrived = UINT64_MAX;
         EXPECT_EQ(file.read(3).code, 0u) << i;
     }
+}
+
+TEST(AsfFormat, LookingForTheIndexHandsOnItsFailures) {
+    const MemoryStore store(asf_sample_files()[0].bytes);
+    bool lacked_memory = true;
+    for (uint64_t at = 1; lacked_memory; ++at) {
+        TestSource source(store);
+        const SplitterStreamSource record = source.record();
+        SplitterHandle handle = nullptr;
+        SplitterHttpParam param = {};
+        FailingAllocator heap(at);
+        const uint32_t code = ASF_SPLITER_GetHTTPParam(&record, &param, &handle);
+        lacked_memory = heap.has_failed();
+        EXPECT_EQ(code, lacked_memory ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u);
+        EXPECT_EQ(param.index_flag, lacked_memory ? 0u : 1u);
+        SplitterFile file(kAsfSplitter, handle);
+    }
+    AsfBytes asf(asf_sample_files()[0].bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Fails});
+    const uint32_t load = 1;
+    EXPECT_EQ(kAsfSplitter.set_config(asf.file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load),
+              kSourceFailed);
 }
 
 TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {

@@ -129,19 +129,82 @@ TEST(AsfSeekEnds, SeeksWaitForTheirBytes) {
     }
 }
 
-// The index ends before the time: it is not guessed what lies there.
-TEST(AsfSeekEnds, TimesBehindTheIndex) {
+struct IndexedFile {
     AsfBuilder builder = video_and_audio(AsfIndex::Right);
     Bytes bytes = builder.build();
-    const Bytes guid = le32(0x33000890);
-    const auto index = std::search(bytes.begin() + static_cast<std::ptrdiff_t>(builder.data_start()),
-                                   bytes.end(), guid.begin(), guid.end());
-    ASSERT_NE(index, bytes.end());
-    index[52] = 40;  // entries of 100 ms each, 3000 ms of them before the start
-    index[53] = 0;
-    AsfBytes asf(bytes);
-    EXPECT_EQ(asf.file.seek(kVideo, 999, 0), 0u);
-    EXPECT_EQ(asf.file.seek(kVideo, 1000, 0), kEnd);
+    uint8_t *index = nullptr;  // of 100 ms an entry, 3000 ms of them before the start
+    uint32_t entries = 0;
+
+    IndexedFile() {
+        const Bytes guid = le32(0x33000890);
+        const auto data = bytes.begin() + static_cast<std::ptrdiff_t>(builder.data_start());
+        index = &*std::search(data, bytes.end(), guid.begin(), guid.end());
+        entries = index[52] + index[53] * 256u;
+    }
+    void set_entries(uint32_t count) { std::copy_n(le32(count).data(), 4, index + 52); }
+    void set_packet(uint32_t entry, uint32_t packet) {
+        std::copy_n(le32(packet).data(), 4, index + 56 + entry * 6);
+    }
+};
+
+uint32_t key_frame_count(SplitterHandle handle) {
+    SplitterTrackValue value = {kVideo, 7};
+    uint32_t size = sizeof value;
+    EXPECT_EQ(kAsfSplitter.get_config(handle, SPLITER_CFG_KEYFRAME_COUNT, &value, &size), 0u);
+    return value.value;
+}
+
+// Behind the end of the index, times are found as they are without one.
+TEST(AsfSeekEnds, TimesBehindTheIndex) {
+    OpenedAsf bare(video_and_audio(AsfIndex::None));
+    for (const uint32_t entries : {2u, 40u}) {
+        IndexedFile indexed;
+        indexed.set_entries(entries);
+        AsfBytes asf(indexed.bytes);
+        EXPECT_EQ(key_frame_count(asf.file.handle()), entries == 2 ? 1u : 3u);
+        for (uint32_t time = 1; time < 5000; time += 77) {
+            for (const uint32_t mode : {SPLITER_SEEK_BACKWARD, SPLITER_SEEK_FORWARD}) {
+                uint32_t reached = 0, right = 0;
+                ASSERT_EQ(asf.file.seek(kVideo, time, mode, &reached),
+                          bare.file.seek(kVideo, time, mode, &right));
+                ASSERT_EQ(reached, right) << time;
+                ASSERT_TRUE(asf.file.read(kVideo) == bare.file.read(kVideo)) << time;
+            }
+        }
+    }
+}
+
+// Before the file is opened, too.
+TEST(AsfIndexes, CountTheKeyFramesOfPacketsThatTheFileHas) {
+    const IndexedFile good;
+    const auto packets = static_cast<uint32_t>((good.index - &good.bytes[good.builder.data_start()]) / 200);
+    const struct {
+        uint32_t stated, replaced, with, count;
+    } cases[] = {{good.entries, 0, 0, 15},
+                 {good.entries, good.entries, packets - 1, 1},
+                 {good.entries, good.entries, packets, 1000},
+                 {good.entries, 34, UINT32_MAX, 14},
+                 {1, 0, 0, 1000},
+                 {2, 0, 0, 1}};
+    for (const auto &c : cases) {
+        IndexedFile file;
+        file.set_entries(c.stated);
+        for (uint32_t i = 0; i < c.replaced; ++i)
+            file.set_packet(i, c.with);
+        const MemoryStore store(file.bytes);
+        for (const uint32_t kind : kKinds) {
+            TestSource source(store, kind);
+            const SplitterStreamSource record = source.record();
+            SplitterHandle handle = nullptr;
+            SplitterHttpParam param;
+            ASSERT_EQ(ASF_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+            SplitterFile opened(kAsfSplitter, handle);
+            EXPECT_EQ(key_frame_count(handle), c.count) << c.with;
+            ASSERT_EQ(ASF_SPLITER_Open(&record, 1, &handle), 0u);
+            EXPECT_EQ(key_frame_count(handle), c.count) << c.with;
+            EXPECT_EQ(opened.is_seekable(kVideo), 1u);
+        }
+    }
 }
 
 // One frame a packet, and a key frame among 300 of them.
