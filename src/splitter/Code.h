@@ -1,5 +1,5 @@
-// What the functions inside the splitters return: the result codes of the interface, as a type that nobody can
-// drop.
+// What the functions inside the splitters return: the result codes of the interface, as a type that nobody
+// can drop.
 #ifndef QUORV_SRC_SPLITTER_CODE_H
 #define QUORV_SRC_SPLITTER_CODE_H
 
@@ -8,9 +8,10 @@
 
 namespace quorv {
 
-// A callback's own code is Code{value}: it passes through as it is, whether it has a name here or not. Where a
-// failure is of no consequence, a cast to void and a comment say so.
-enum class [[nodiscard]] Code : uint32_t {
+// A callback's own code is Code{value}: it passes through as it is, whether it has a name here or not. Where
+// a failure is of no consequence, a cast to void and a comment say so.
+enum class [[nodiscard]] Code : uint32_t;
+enum class Code : uint32_t {
     Ok = SPLITER_OK,
     Io = SPLITER_ERR_IO,
     InvalidParam = SPLITER_ERR_INVALID_PARAM,
