@@ -123,6 +123,12 @@ typedef struct _tag_Stream_Source_ {
     /**
      * Reads at the current position; *count is the byte count asked for and then the count delivered, which
      * may be lower without being an error. A source whose bytes have not arrived yet returns a code.
+     *
+     * A source that claims bytes which it has not written is found out, also behind its end, and is taken to
+     * end there. However wrong its size and its positions are, no call of a splitter's function then makes
+     * more callbacks than 100000, or 20 for each KB of what the file's header claims or the size callback
+     * reports, whichever is less (of 100 MB when that fails), if that is more. Honest sources have no bound:
+     * one that delivers a byte at a time is read to its end.
      */
     uint32_t (*read)(void *user_context, SplitterStream stream, void *buffer, uint32_t *count);
     /**

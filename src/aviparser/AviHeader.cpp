@@ -85,8 +85,8 @@ uint32_t HeaderWalk::run() {
         }
         const int64_t data_start = avi_url_fstell(&source_);
         if (data_start < 0 || data_start > kAviMaxPosition) return SPLITER_ERR_IO;
-        // A source that reports success and delivers nothing would be walked for ever.
-        if (data_start <= position) return SPLITER_ERR_END_OF_STREAM;
+        // A source that reports success and delivers nothing would be walked for ever, whatever it tells.
+        if (data_start <= position || source_.position == position) return SPLITER_ERR_END_OF_STREAM;
         if (avi_is_zero_header(tag, size)) {
             position = avi_skip_zeros(&context_, position, context_.file_end);
             continue;

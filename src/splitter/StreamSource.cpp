@@ -4,6 +4,10 @@
 
 #include <string.h>
 
+#include <algorithm>
+
+#include "splitter/ReadMark.h"
+
 namespace quorv {
 
 namespace {
@@ -24,6 +28,7 @@ bool is_complete(const SplitterStreamSource *source) {
 uint32_t StreamSource::open(StreamAccess access) {
     stream = 0;
     position = kUnknownPosition;
+    end_of_honesty = INT64_MAX;
     return callbacks.open(callbacks.user_context, &stream, static_cast<uint32_t>(access));
 }
 
@@ -32,6 +37,9 @@ uint32_t StreamSource::close() {
 }
 
 uint32_t StreamSource::read_once(void *buffer, uint32_t count, uint32_t *delivered) {
+    *delivered = 0;
+    if (position >= end_of_honesty) return 0;
+    if (position >= 0) count = static_cast<uint32_t>(std::min<int64_t>(count, end_of_honesty - position));
     uint32_t got = count;
     const uint32_t code = callbacks.read(callbacks.user_context, stream, buffer, &got);
     // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
@@ -53,6 +61,32 @@ uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
 }
 
 uint32_t StreamSource::read_available(void *buffer, uint32_t count, uint32_t *delivered) {
+    const int64_t start = position;
+    ReadMark mark(buffer, count);
+    const uint32_t code = read_repeatedly(buffer, count, delivered);
+    const bool suspicious = code == 0 && *delivered == count && mark.stands();
+    mark.lift(*delivered);
+    // Without a way back the suspicion cannot be proved.
+    if (!suspicious || start < 0 || seek(SeekOrigin::Start, start) != 0) return code;
+    return read_again(buffer, count, delivered);
+}
+
+// Once more, now that another value is where the mark was.
+uint32_t StreamSource::read_again(void *buffer, uint32_t count, uint32_t *delivered) {
+    const int64_t start = position;
+    fill_for_second_read(buffer, count);
+    const uint32_t code = read_repeatedly(buffer, count, delivered);
+    const uint32_t written = written_by_second_read(buffer, count);
+    if (code == 0 && written < *delivered) {
+        *delivered = written;
+        end_of_honesty = start + int64_t{written};
+        position = kUnknownPosition;
+    }
+    clear_rest(buffer, count, *delivered);
+    return code;
+}
+
+uint32_t StreamSource::read_repeatedly(void *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t done = 0;
     *delivered = 0;
     while (done < count) {

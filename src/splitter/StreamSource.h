@@ -15,10 +15,14 @@ bool is_complete(const SplitterStreamSource *source);
 
 // All functions return 0 or the callback's code. Their outputs are always defined, whatever the callback
 // left in them.
+//
+// A source that claims bytes which it has not written is taken at its deeds: for all callers it ends where it
+// was caught, like one that delivers nothing there. Claims of less than 4 bytes are not checked.
 struct StreamSource {
     SplitterStreamSource callbacks;
     SplitterStream stream;
-    int64_t position;  // where the stream stands, -1 when that is not certain
+    int64_t position;                    // where the stream stands, -1 when that is not certain
+    int64_t end_of_honesty = INT64_MAX;  // from here on it is not asked any more
 
     bool is_local() const { return callbacks.source_kind == SPLITER_SOURCE_LOCAL; }
 
@@ -27,7 +31,7 @@ struct StreamSource {
     // One read call. `*delivered` never exceeds `count`; what was not delivered reads as zero.
     uint32_t read(void *buffer, uint32_t count, uint32_t *delivered);
     // Reads until `count` bytes came or the source delivers nothing more. After a failure, too, `*delivered`
-    // says how many came. Behind them the buffer is left alone.
+    // says how many came. Behind them the buffer is left alone, or zeroed when the source has lied.
     uint32_t read_available(void *buffer, uint32_t count, uint32_t *delivered);
     // The same, and what was not delivered reads as zero.
     uint32_t read_fully(void *buffer, uint32_t count, uint32_t *delivered);
@@ -39,6 +43,8 @@ struct StreamSource {
 
 private:
     uint32_t read_once(void *buffer, uint32_t count, uint32_t *delivered);
+    uint32_t read_repeatedly(void *buffer, uint32_t count, uint32_t *delivered);
+    uint32_t read_again(void *buffer, uint32_t count, uint32_t *delivered);
 };
 
 }  // namespace quorv

@@ -169,6 +169,23 @@ void expect_defined_with_odd_sources(const SplitterApi &api, const ByteStore &fi
     }
 }
 
+void expect_few_callbacks_of_liars(const SplitterApi &api, const ByteStore &file, uint32_t kind) {
+    for (uint64_t from = 0; from <= file.size(); from += std::max<uint64_t>(file.size() / 16, 1)) {
+        for (const SizeAnswer size :
+             {SizeAnswer::Known, SizeAnswer::Zero, SizeAnswer::Huge, SizeAnswer::Fails}) {
+            for (const LiarTells tells :
+                 {LiarTells::WhatItClaims, LiarTells::NoMovement, LiarTells::MoreEachTime}) {
+                SCOPED_TRACE("lies from " + std::to_string(from) + ", size answer " +
+                             std::to_string(static_cast<int>(size)) + ", tells " +
+                             std::to_string(static_cast<int>(tells)));
+                walk_file(api, file, kind,
+                          {.size = size, .lies_from = from, .liar_tells = tells, .call_limit = 100000});
+                ASSERT_FALSE(testing::Test::HasFailure());
+            }
+        }
+    }
+}
+
 void expect_same_frames_after_transient_failures(const SplitterApi &api, const ByteStore &file, uint32_t kind,
                                                  bool keys) {
     TestSource whole(file, kind);

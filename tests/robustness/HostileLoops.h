@@ -24,6 +24,10 @@ void expect_same_frames_after_transient_failures(const SplitterApi &api, const B
 // The first allocation fails, then the second, and so on; once or from then on.
 void expect_defined_without_memory(const SplitterApi &api, const ByteStore &file, uint32_t kind);
 
+// Sources that claim all bytes and write nothing, from the start, in the middle of the file and behind its
+// end. No walk makes more callbacks than a single call may.
+void expect_few_callbacks_of_liars(const SplitterApi &api, const ByteStore &file, uint32_t kind);
+
 // The file is cut at every byte below 64 KB, then at every 997th. What is read of it is the beginning of
 // what the whole file gives.
 void expect_defined_when_truncated(const SplitterApi &api, const ByteStore &file, uint32_t kind);

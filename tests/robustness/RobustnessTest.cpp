@@ -15,6 +15,8 @@ protected:
     const AnySample &sample = all_sample_files()[std::get<0>(GetParam())];
     uint32_t kind = std::get<1>(GetParam());
     const MemoryStore &file = sample.bytes;
+    // The position of an ASF file's first packet, or of the list type "movi".
+    uint64_t file_header_end() const { return sample.header_bytes - (sample.is_asf() ? 0 : 100); }
 };
 
 INSTANTIATE_TEST_SUITE_P(All, Robustness,
@@ -31,6 +33,20 @@ TEST_P(Robustness, FailingCallbacks) {
 
 TEST_P(Robustness, OddSources) {
     expect_defined_with_odd_sources(sample.api, file, kind);
+}
+
+// Of what the headers claim, too, and when they claim far more: the first RIFF and its "movi" list, or the
+// packets, which are all that counts in a Data Object without a size.
+TEST_P(Robustness, LyingSources) {
+    expect_few_callbacks_of_liars(sample.api, file, kind);
+    MemoryStore boastful = file;
+    if (sample.is_asf()) {
+        boastful.patch(file_header_end() - 10, le32(INT32_MAX));
+    } else {
+        boastful.patch(4, le32(UINT32_MAX - 1));
+        boastful.patch(file_header_end() - 4, le32(UINT32_MAX - 1));
+    }
+    expect_few_callbacks_of_liars(sample.api, boastful, kind);
 }
 
 TEST_P(Robustness, FailingAllocations) {

@@ -15,11 +15,13 @@ inline constexpr uint32_t kSourceFailed = 0x5E1F0001;
 inline constexpr uint32_t kSourceAtEnd = 0x5E1F0002;
 inline constexpr uint32_t kNotArrived = SPLITER_ERR_DATA_PENDING;
 
-enum class SizeAnswer { Known, Zero, Negative, Fails };
+enum class SizeAnswer { Known, Zero, Negative, Huge, Fails };
 enum class FaultKind {
     Fail,      // the callback returns kSourceFailed and leaves garbage in its outputs
     EmptyRead  // a read reports success and delivers nothing; other callbacks work
 };
+// How the position that is told moves in reads that lie.
+enum class LiarTells { WhatItClaims, NoMovement, MoreEachTime };
 
 // What a source does wrong. The default does everything right.
 struct Faults {
@@ -28,9 +30,11 @@ struct Faults {
     FaultKind kind = FaultKind::Fail;
     uint32_t longest_read = UINT32_MAX;  // a read delivers at most this many bytes, as a success
     SizeAnswer size = SizeAnswer::Known;
-    bool end_is_success = false;       // a read at the end gives 0 bytes and success, not kSourceAtEnd
-    uint64_t arrived = UINT64_MAX;     // bytes that have arrived; reading further gives kNotArrived
-    uint64_t cut = UINT64_MAX;         // the source has no more bytes than these
+    bool end_is_success = false;      // a read at the end gives 0 bytes and success, not kSourceAtEnd
+    uint64_t arrived = UINT64_MAX;    // bytes that have arrived; reading further gives kNotArrived
+    uint64_t cut = UINT64_MAX;        // the source has no more bytes than these
+    uint64_t lies_from = UINT64_MAX;  // what reads claim to deliver from there on they do not write
+    LiarTells liar_tells = LiarTells::WhatItClaims;
     uint64_t call_limit = UINT64_MAX;  // more callbacks than this are a hang: the process aborts
 };
 
@@ -73,8 +77,9 @@ public:
         };
         r.tell = [](void *user, SplitterStream stream, int64_t *position) -> uint32_t {
             TestSource &s = self(user);
-            const int64_t at = s.position_of(stream);
+            int64_t &at = s.position_of(stream);
             ++s.others;
+            if (s.lies(at) && s.faults.liar_tells == LiarTells::MoreEachTime) at += 1000;
             *position = s.fails() ? INT64_MIN : at;
             return s.fails() ? kSourceFailed : 0;
         };
@@ -83,8 +88,8 @@ public:
             s.position_of(stream);
             ++s.others;
             const bool fails = s.fails() || s.faults.size == SizeAnswer::Fails;
-            const int64_t answers[] = {static_cast<int64_t>(s.length()), 0, -1};
-            *length = fails ? INT64_MAX : answers[static_cast<int>(s.faults.size)];
+            const int64_t answers[] = {static_cast<int64_t>(s.length()), 0, -1, INT64_MAX / 4, INT64_MAX};
+            *length = answers[static_cast<int>(fails ? SizeAnswer::Fails : s.faults.size)];
             return fails ? kSourceFailed : 0;
         };
         return r;
@@ -114,6 +119,7 @@ private:
         if (calls() > faults.call_limit) misuse("more callbacks than any sane reader makes: a hang");
         return faults.at != 0 && (calls() == faults.at || (faults.for_good && calls() > faults.at));
     }
+    bool lies(int64_t at) const { return at >= 0 && static_cast<uint64_t>(at) >= faults.lies_from; }
     bool fails() const { return goes_wrong() && faults.kind == FaultKind::Fail; }
     int64_t &position_of(SplitterStream stream) {
         const size_t reader = stream - kFirstStream;
@@ -129,6 +135,7 @@ private:
             return kSourceFailed;
         }
         const uint64_t position = static_cast<uint64_t>(at);
+        if (lies(at + int64_t{*count} - 1)) return read_lying(at, static_cast<uint8_t *>(buffer), *count);
         const uint64_t left = position < length() ? length() - position : 0;
         const uint64_t take = goes_wrong() ? 0 : std::min<uint64_t>({*count, left, faults.longest_read});
         const bool at_end = *count > 0 && left == 0 && !faults.end_is_success;
@@ -139,6 +146,14 @@ private:
         at += static_cast<int64_t>(take);
         bytes_read += take;
         *count = static_cast<uint32_t>(take);
+        return 0;
+    }
+    uint32_t read_lying(int64_t &at, uint8_t *buffer, uint32_t count) {
+        const uint64_t position = static_cast<uint64_t>(at);
+        const uint64_t honest_end = std::min(faults.lies_from, length());
+        const uint64_t honest = position < honest_end ? honest_end - position : 0;
+        store_.copy(position, buffer, static_cast<size_t>(honest));
+        at += static_cast<int64_t>(faults.liar_tells == LiarTells::NoMovement ? honest : count);
         return 0;
     }
     uint32_t seek(int64_t &at, uint16_t origin, int64_t offset) {

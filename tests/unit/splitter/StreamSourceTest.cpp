@@ -1,0 +1,97 @@
+// Reads from sources that claim more than they write, and from honest ones whose bytes look like that.
+
+#include "splitter/StreamSource.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "support/TestSource.h"
+
+namespace quorv::test {
+namespace {
+
+// The bytes 100, 101, ... and among them what the splitters put into a buffer to see whether it is written.
+Bytes content_with_marks() {
+    Bytes bytes(40);
+    std::iota(bytes.begin(), bytes.end(), uint8_t{100});
+    const Bytes mark = {0xB5, 0x9D, 0x2C, 0xE3};
+    for (const ptrdiff_t at : {8, 12, 16, 23, 36})
+        std::copy(mark.begin(), mark.end(), bytes.begin() + at);
+    return bytes;
+}
+
+struct Read {
+    uint32_t code, delivered;
+    Bytes buffer;
+};
+
+Read read_from(TestSource &test, uint32_t start, uint32_t count) {
+    StreamSource source = {};
+    source.callbacks = test.record();
+    EXPECT_EQ(source.open(StreamAccess::Read), 0u);
+    EXPECT_EQ(source.move_to(start), 0u);
+    Read result = {0, 0, Bytes(count, 0x77)};
+    result.code = source.read_available(result.buffer.data(), count, &result.delivered);
+    return result;
+}
+
+TEST(StreamSource, BelievesBytesOfAnyValue) {
+    const Bytes bytes = content_with_marks();
+    const MemoryStore store(bytes);
+    for (const uint32_t longest_read : {1u, 5u, 100u}) {
+        for (uint32_t start = 0; start < bytes.size(); ++start) {
+            for (uint32_t count = 1; count <= bytes.size() - start; ++count) {
+                TestSource test(store, SPLITER_SOURCE_LOCAL, {.longest_read = longest_read});
+                const Read read = read_from(test, start, count);
+                ASSERT_EQ(read.code, 0u);
+                ASSERT_EQ(read.delivered, count);
+                ASSERT_EQ(read.buffer, Bytes(bytes.begin() + start, bytes.begin() + start + count));
+            }
+        }
+    }
+}
+
+TEST(StreamSource, EndsWhereASourceStopsWriting) {
+    const Bytes bytes = content_with_marks();
+    const MemoryStore store(bytes);
+    for (uint32_t lies_from = 0; lies_from <= bytes.size(); ++lies_from) {
+        for (uint32_t start = 0; start <= bytes.size(); ++start) {
+            const uint32_t honest = lies_from > start ? lies_from - start : 0;
+            SCOPED_TRACE(std::to_string(lies_from) + ", read from " + std::to_string(start));
+            TestSource test(store, SPLITER_SOURCE_LOCAL, {.lies_from = lies_from});
+            const Read read = read_from(test, start, honest + 20);
+            ASSERT_EQ(read.code, 0u);
+            ASSERT_EQ(read.delivered, honest);
+            const auto behind = read.buffer.begin() + honest;
+            ASSERT_TRUE(std::equal(read.buffer.begin(), behind, bytes.begin() + start));
+            ASSERT_EQ(Bytes(behind, read.buffer.end()), Bytes(20));
+        }
+    }
+}
+
+// What lies in front of that place can still be had; behind it nothing is asked for any more.
+TEST(StreamSource, AsksNoMoreBehindALie) {
+    const MemoryStore store(content_with_marks());
+    TestSource test(store, SPLITER_SOURCE_LOCAL, {.lies_from = 30});
+    StreamSource source = {};
+    source.callbacks = test.record();
+    ASSERT_EQ(source.open(StreamAccess::Read), 0u);
+    ASSERT_EQ(source.move_to(25), 0u);
+    uint8_t buffer[20];
+    uint32_t delivered = 0;
+    ASSERT_EQ(source.read_fully(buffer, 20, &delivered), 0u);
+    EXPECT_EQ(delivered, 5u);
+    const uint64_t reads = test.reads;
+    ASSERT_EQ(source.move_to(31), 0u);
+    ASSERT_EQ(source.read(buffer, 1, &delivered), 0u);
+    EXPECT_EQ(delivered, 0u);
+    EXPECT_EQ(test.reads, reads);
+    ASSERT_EQ(source.move_to(28), 0u);
+    ASSERT_EQ(source.read_available(buffer, 8, &delivered), 0u);
+    EXPECT_EQ(delivered, 2u);
+    EXPECT_EQ(buffer[1], 129);
+}
+
+}  // namespace
+}  // namespace quorv::test
