@@ -13,7 +13,7 @@ namespace {
 constexpr QuMp3Config kDefaultConfig = {2, 3, 0};
 
 bool is_complete(const Mp3Decoder *decoder) {
-    return decoder != nullptr && decoder->synthesis.pcm != nullptr && decoder->frame.stores != nullptr;
+    return decoder != nullptr && decoder->synthesis.pcm != nullptr && decoder->frame.channels != nullptr;
 }
 
 bool is_valid(const QuMp3Buffer *buffer) {

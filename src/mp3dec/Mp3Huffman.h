@@ -6,8 +6,8 @@
 #define QUORV_SRC_MP3DEC_MP3HUFFMAN_H
 
 #include "mp3dec/Mp3BitCache.h"
+#include "mp3dec/Mp3Channel.h"
 #include "mp3dec/Mp3SideInfo.h"
-#include "mp3dec/Mp3Stores.h"
 
 namespace quorv {
 

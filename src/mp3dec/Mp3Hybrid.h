@@ -3,8 +3,8 @@
 #ifndef QUORV_SRC_MP3DEC_MP3HYBRID_H
 #define QUORV_SRC_MP3DEC_MP3HYBRID_H
 
+#include "mp3dec/kernels/Mp3Kernels.h"
 #include "mp3dec/Mp3SideInfo.h"
-#include "mp3dec/Mp3Stores.h"
 
 namespace quorv {
 
@@ -16,7 +16,7 @@ struct Mp3Extent {
 };
 
 // Turns a granule of one channel into subband samples, saturated: 18 slots from `slot` on.
-void mp3_imdct(Mp3Stores *stores, uint32_t channel, const Mp3Granule &granule, Mp3Extent extent,
+void mp3_imdct(const Mp3Kernels &kernels, Mp3Channel *channel, const Mp3Granule &granule, Mp3Extent extent,
                uint32_t slot);
 
 }  // namespace quorv

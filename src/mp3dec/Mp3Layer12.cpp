@@ -7,7 +7,6 @@
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3BitCache.h"
 #include "mp3dec/Mp3FrameHeader.h"
-#include "mp3dec/Mp3Stores.h"
 #include "mp3dec/tables/AllocationTables.h"
 #include "mp3dec/tables/Layer12Tables.h"
 
@@ -102,13 +101,9 @@ void read_codes(Mp3BitCache *bits, uint32_t levels, uint32_t codes[kGroup]) {
 }
 
 // Clears the subbands without samples.
-void clear_silent(Mp3Stores *stores, const SubbandFrame &frame) {
-    for (uint32_t ch = 0; ch < frame.channels; ++ch) {
-        for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
-            if (frame.quantizer[ch][sb] == 0)
-                MMemSet(stores->samples[ch][sb], 0, sizeof stores->samples[ch][sb]);
-        }
-    }
+void clear_silent(Mp3Channel *channels, const SubbandFrame &frame) {
+    for (uint32_t ch = 0; ch < frame.channels; ++ch)
+        MMemSet(channels[ch].samples(), 0, kMp3MaxSlots * sizeof(Mp3Slot));
 }
 
 // Moves the reader behind the samples and checks that the frame held them.
@@ -134,19 +129,19 @@ uint32_t read_allocation_1(Mp3BitReader *reader, SubbandFrame *frame) {
     return used;
 }
 
-void read_factors_1(Mp3BitCache *bits, SubbandFrame *frame, Mp3Stores *stores) {
+void read_factors_1(Mp3BitCache *bits, SubbandFrame *frame, Mp3Channel *channels) {
     uint32_t sums[2] = {};
     for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
         for (uint32_t ch = 0; ch < frame->channels; ++ch) {
             if (frame->quantizer[ch][sb] == 0) continue;
             frame->factor[ch][sb][0] = static_cast<uint8_t>(bits->read(6));
             sums[ch] += largest_of(frame->factor[ch][sb][0]);
-            if (sums[ch] > kMp3SafeSum) stores->is_loud[ch] = 1;
+            if (sums[ch] > kMp3SafeSum) channels[ch].is_loud = true;
         }
     }
 }
 
-void read_samples_1(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *stores) {
+void read_samples_1(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Channel *channels) {
     for (uint32_t slot = 0; slot < kLayer1Slots; ++slot) {
         for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
             const uint32_t own = channels_with_own_samples(frame, sb);
@@ -155,7 +150,7 @@ void read_samples_1(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *sto
                 if (frame.quantizer[ch][sb] == 0) continue;
                 const Scale scale = scale_of(frame.quantizer[ch][sb], frame.factor[ch][sb][0]);
                 if (ch < own) code = bits->read(code_bits(scale.levels));
-                stores->samples[ch][sb][slot] = dequantize(code, scale);
+                channels[ch].samples()[slot][sb] = dequantize(code, scale);
             }
         }
     }
@@ -218,7 +213,7 @@ void read_factors_2(Mp3BitCache *bits, SubbandFrame *frame) {
 
 // Three slots.
 void read_group_2(Mp3BitCache *bits, const SubbandFrame &frame, const Scale (*scales)[kMp3Subbands],
-                  uint32_t slot, Mp3Stores *stores) {
+                  uint32_t slot, Mp3Channel *channels) {
     for (uint32_t sb = 0; sb < frame.subbands; ++sb) {
         const uint32_t own = channels_with_own_samples(frame, sb);
         uint32_t codes[kGroup] = {};
@@ -227,12 +222,12 @@ void read_group_2(Mp3BitCache *bits, const SubbandFrame &frame, const Scale (*sc
             const Scale scale = scales[ch][sb];
             if (ch < own) read_codes(bits, scale.levels, codes);
             for (uint32_t i = 0; i < kGroup; ++i)
-                stores->samples[ch][sb][slot + i] = dequantize(codes[i], scale);
+                channels[ch].samples()[slot + i][sb] = dequantize(codes[i], scale);
         }
     }
 }
 
-void read_samples_2(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *stores) {
+void read_samples_2(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Channel *channels) {
     constexpr uint32_t kPartSlots = kMp3MaxSlots / kParts;
     for (uint32_t part = 0; part < kParts; ++part) {
         Scale scales[2][kMp3Subbands] = {};
@@ -244,10 +239,10 @@ void read_samples_2(Mp3BitCache *bits, const SubbandFrame &frame, Mp3Stores *sto
                 scales[ch][sb] = scale_of(quantizer, frame.factor[ch][sb][part]);
                 sum += largest_of(frame.factor[ch][sb][part]);
             }
-            if (sum > kMp3SafeSum) stores->is_loud[ch] = 1;
+            if (sum > kMp3SafeSum) channels[ch].is_loud = true;
         }
         for (uint32_t slot = part * kPartSlots; slot < (part + 1) * kPartSlots; slot += kGroup)
-            read_group_2(bits, frame, scales, slot, stores);
+            read_group_2(bits, frame, scales, slot, channels);
     }
 }
 
@@ -266,9 +261,9 @@ int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
     if (!mp3_crc_matches(header, start, used)) return mp3_fail(state, MP3_ERR_CRC);
 
     Mp3BitCache bits(*state->header_reader);
-    read_factors_1(&bits, &work, frame->stores);
-    clear_silent(frame->stores, work);
-    read_samples_1(&bits, work, frame->stores);
+    read_factors_1(&bits, &work, frame->channels);
+    clear_silent(frame->channels, work);
+    read_samples_1(&bits, work, frame->channels);
     return finish(state, bits, available, used);
 }
 
@@ -290,8 +285,8 @@ int32_t layer2_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
 
     Mp3BitCache bits(*state->header_reader);
     read_factors_2(&bits, &work);
-    clear_silent(frame->stores, work);
-    read_samples_2(&bits, work, frame->stores);
+    clear_silent(frame->channels, work);
+    read_samples_2(&bits, work, frame->channels);
     return finish(state, bits, available, used);
 }
 

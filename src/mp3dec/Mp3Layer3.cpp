@@ -13,7 +13,6 @@
 #include "mp3dec/Mp3ScaleFactors.h"
 #include "mp3dec/Mp3SideInfo.h"
 #include "mp3dec/Mp3Stereo.h"
-#include "mp3dec/Mp3Stores.h"
 
 namespace quorv {
 
@@ -21,7 +20,8 @@ namespace {
 
 struct Layer3Frame {
     Mp3FrameHeader *header;
-    Mp3Stores *stores;
+    Mp3Channel *channels;
+    const Mp3Kernels *kernels;
     Mp3SideInfo side;
     Mp3ScaleFactors factors[2];
     Mp3BitReader *main;
@@ -77,12 +77,14 @@ int32_t requantize(const Layer3Frame &frame, uint32_t g, Mp3Spectrum spectra[2])
 
     // None may do, as scale factors turn lines down. If not, far fewer tell how many do.
     int32_t decoded[2][kMp3GranuleLines];
-    MMemCpy(decoded, frame.stores->spectrum, sizeof decoded);
     const uint32_t counts[2] = {spectra[0].count, spectra[1].count};
+    for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch)
+        MMemCpy(decoded[ch], spectra[ch].lines, sizeof decoded[ch]);
     const auto again = [&](int32_t bits) {
-        MMemCpy(frame.stores->spectrum, decoded, sizeof decoded);
-        spectra[0].count = counts[0];
-        spectra[1].count = counts[1];
+        for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch) {
+            MMemCpy(spectra[ch].lines, decoded[ch], sizeof decoded[ch]);
+            spectra[ch].count = counts[ch];
+        }
         return requantize_with(frame, g, bits, spectra);
     };
     if (requantize_with(frame, g, 0, spectra) >= kMp3LineHeadroom) return 0;
@@ -96,15 +98,15 @@ uint32_t decode_granule(Layer3Frame *frame, uint32_t g) {
     const uint32_t channels = mp3_channels(header);
     Mp3Spectrum spectra[2] = {};
     for (uint32_t ch = 0; ch < channels; ++ch) {
-        spectra[ch].lines = frame->stores->spectrum[ch];
+        spectra[ch].lines = frame->channels[ch].spectrum;
         const uint32_t error = read_channel(frame, g, ch, &spectra[ch]);
         if (error != 0) return error;
     }
     const int32_t extra_bits = requantize(*frame, g, spectra);
     if (channels == 2) mp3_stereo(header, frame->side.granules[g][1], frame->factors[1], spectra);
     for (uint32_t ch = 0; ch < channels; ++ch)
-        mp3_imdct(frame->stores, ch, frame->side.granules[g][ch], {spectra[ch].count, extra_bits},
-                  g * kMp3GranuleSlots);
+        mp3_imdct(*frame->kernels, &frame->channels[ch], frame->side.granules[g][ch],
+                  {spectra[ch].count, extra_bits}, g * kMp3GranuleSlots);
     return 0;
 }
 
@@ -128,7 +130,8 @@ uint32_t decode_granules(Layer3Frame *frame, const Mp3MainData &data, int32_t *l
 int32_t layer3_decode(Mp3InputBuffer *state, Mp3Frame *frame, Mp3Synthesis *output) {
     Layer3Frame work{};
     work.header = &frame->header;
-    work.stores = frame->stores;
+    work.channels = frame->channels;
+    work.kernels = &frame->kernels;
     work.main = state->main_reader;
     if (reservoir_create(state) != 0) return mp3_fail(state, MP3_ERR_NO_MEMORY);
     const uint8_t *const side_start = bit_position(*state->header_reader);
@@ -148,7 +151,7 @@ int32_t layer3_decode(Mp3InputBuffer *state, Mp3Frame *frame, Mp3Synthesis *outp
     if (error == 0) error = decode_granules(&work, data, &state->leftover_bits);
     reservoir_keep(state, data);
     if (error != 0) return mp3_fail(state, error);
-    mp3_subsynth(frame, mp3_granules(frame->header) * kMp3GranuleSlots, output);
+    frame_synthesize(frame, mp3_granules(frame->header) * kMp3GranuleSlots, output);
     return 0;
 }
 

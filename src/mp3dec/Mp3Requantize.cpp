@@ -5,8 +5,8 @@
 #include <quorv/platform/memory.h>
 
 #include "mp3dec/FixedPoint.h"
+#include "mp3dec/Mp3Channel.h"
 #include "mp3dec/Mp3FrameHeader.h"
-#include "mp3dec/Mp3Stores.h"
 #include "mp3dec/tables/RequantizeTables.h"
 #include "mp3dec/tables/ScaleFactorBands.h"
 

@@ -4,9 +4,10 @@
 
 #include <stdint.h>
 
+#include "mp3dec/kernels/Mp3Kernels.h"
+
 namespace quorv {
 
-inline constexpr uint32_t kMp3Subbands = 32;
 inline constexpr uint32_t kMp3MaxSamples = 1152;  // of one channel in a frame
 // Ratio of the stream's rate to the output's, in 1/128, from which on the synthesis runs at half rate.
 inline constexpr uint32_t kMp3HalfRate = 256;
@@ -16,29 +17,34 @@ struct Mp3PcmStore {
     uint32_t channels;  // 1 or 2
     uint32_t samples;   // held, of each channel; half as many a frame at half rate
     union {
-        int16_t mono[kMp3MaxSamples];
-        uint32_t stereo[kMp3MaxSamples];  // left in the low 16 bits, right in the high ones
+        int16_t mono[kMp3MaxChannels * kMp3MaxSamples];  // the channels in turn
+        uint32_t stereo[kMp3MaxSamples];                 // left comes first in memory
     };
 };
 
-// What lasts over the whole stream beside the filter's history, which is with the frame's working stores.
+// What lasts over the whole stream beside the filter's history, which the channels keep.
 struct Mp3Synthesis {
     Mp3PcmStore *pcm;  // owned
     bool half_rate;    // the lower 16 subbands only, every second sample
 };
 
-struct Mp3Frame;
+// What to synthesise.
+struct Mp3SynthesisJob {
+    uint32_t channels;
+    uint32_t slots;        // an even number
+    const int32_t *gains;  // of the equaliser by subband; null for none
+};
+
+// The gains of an equaliser preset; null for those that are flat or not there.
+const int32_t *mp3_equalizer_gains(uint32_t preset);
 
 // Allocates the PCM store. `highest_layer` is a value of the decoder's configuration and not used: the store
 // has room for every layer. `ratio` is that of the rates in 1/128. 0 or -1.
 int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t highest_layer, uint32_t ratio);
 
-// Synthesises the first `slots` time slots of all channels, an even number, from the subband samples in the
-// frame's working stores into the PCM store. The subband samples are changed.
-void mp3_subsynth(Mp3Frame *frame, uint32_t slots, Mp3Synthesis *synthesis);
-
-// Synthesises a Layer I or II frame, whose decoder leaves subband samples only, into the PCM store.
-void synth_frame(Mp3Frame *frame, Mp3Synthesis *synthesis);
+// Synthesises the subband samples of the channels, which are changed, into the PCM store.
+void mp3_subsynth(const Mp3Kernels &kernels, Mp3Channel *channels, const Mp3SynthesisJob &job,
+                  Mp3Synthesis *synthesis);
 
 // Frees the PCM store.
 void synth_close(Mp3Synthesis *synthesis);

@@ -10,7 +10,7 @@
 #include <numbers>
 #include <vector>
 
-#include "mp3dec/CosineTransforms.h"
+#include "mp3dec/kernels/Window.h"
 #include "mp3dec/Mp3Frame.h"
 #include "mp3dec/Mp3Hybrid.h"
 #include "mp3dec/Mp3Requantize.h"
@@ -62,27 +62,6 @@ TEST(Mp3Kernels, FitTheirBitsToTheLoudestLine) {
     }
 }
 
-// The machine's lanes and single values, which machines without lanes use.
-TEST(Mp3Kernels, TransformAllLanesToTheSameBits) {
-    for (int round = 0; round < 200; ++round) {
-        Lane1 single[32];
-        Lanes several[32];
-        for (uint32_t k = 0; k < 32; ++k) {
-            int32_t input[Lanes::kCount];
-            std::generate_n(input, Lanes::kCount, [] { return random_value(25); });
-            single[k].value = input[Lanes::kCount - 1];
-            several[k] = load_lanes(input);
-        }
-        dct2<32>(single);
-        dct2<32>(several);
-        for (uint32_t m = 0; m < 32; ++m) {
-            int32_t output[Lanes::kCount];
-            store_lanes(output, several[m]);
-            ASSERT_EQ(output[Lanes::kCount - 1], single[m].value) << m;
-        }
-    }
-}
-
 double block_window(uint32_t type, uint32_t i) {
     if (type == 3) return block_window(1, 35 - i);
     if (type == 1 && i >= 18) return i < 24 ? 1 : i < 30 ? std::sin(kPi / 12 * (i - 18 + 0.5)) : 0;
@@ -118,7 +97,8 @@ void reduce_alias_textbook(std::vector<double> &lines, uint32_t edges) {
 }
 
 TEST(Mp3Kernels, MakeSubbandSamplesByTheImdctSum) {
-    const auto stores = std::make_unique<Mp3Stores>();
+    const auto channel = std::make_unique<Mp3Channel>();
+    const Mp3Kernels kernels = mp3_portable_kernels();
     const auto saturated = [](double value) { return std::clamp(value, -1.0 * INT32_MAX, 1.0 * INT32_MAX); };
     std::vector<double> overlap(576);
     for (uint32_t round = 0; round < 60; ++round) {
@@ -133,13 +113,13 @@ TEST(Mp3Kernels, MakeSubbandSamplesByTheImdctSum) {
                        extra = loud ? 0 : round % 4;
         std::vector<double> lines(576);
         for (uint32_t i = 0; i < 576; ++i) {
-            stores->spectrum[1][i] = i < count ? random_value(loud ? 30 : 26) : 0;
-            lines[i] = stores->spectrum[1][i] / std::sqrt(2) / std::exp2(kSpectrumBits + extra - kSampleBits);
+            channel->spectrum[i] = i < count ? random_value(loud ? 30 : 26) : 0;
+            lines[i] = channel->spectrum[i] / std::sqrt(2) / std::exp2(kSpectrumBits + extra - kSampleBits);
         }
         const bool mixed = granule.flags != 0;
         reduce_alias_textbook(lines, granule.block_type != 2 ? 31 : mixed ? 1 : 0);
-        stores->is_loud[1] = 0;
-        mp3_imdct(stores.get(), 1, granule, {count, static_cast<int32_t>(extra)}, 18);
+        channel->is_loud = false;
+        mp3_imdct(kernels, channel.get(), granule, {count, static_cast<int32_t>(extra)}, 18);
         double sums[18] = {};  // of the magnitudes in a slot
         for (uint32_t sb = 0; sb < 32; ++sb) {
             double output[36];
@@ -148,14 +128,14 @@ TEST(Mp3Kernels, MakeSubbandSamplesByTheImdctSum) {
                 const double expected =
                     saturated(output[i] + overlap[18 * sb + i]) * (sb % 2 != 0 && i % 2 != 0 ? -1 : 1);
                 // The 18 lines' errors of two rotations each, and that of the window's rounding.
-                ASSERT_NEAR(stores->samples[1][sb][18 + i], expected, tolerance)
+                ASSERT_NEAR(channel->samples()[18 + i][sb], expected, tolerance)
                     << "block type " << round % 4 << " subband " << sb;
                 overlap[18 * sb + i] = saturated(output[18 + i]);
                 sums[i] += std::abs(expected);
             }
         }
         const double largest = *std::max_element(sums, sums + 18);
-        EXPECT_TRUE(stores->is_loud[1] != 0 || largest < kMp3SafeSum * 65536.0) << largest;
+        EXPECT_TRUE(channel->is_loud || largest < kMp3SafeSum * 65536.0) << largest;
     }
 }
 
@@ -203,7 +183,7 @@ TEST(Mp3Kernels, LayerOneSamplesAreThoseOfTheTextbook) {
             const std::vector<double> expected = synthesise(subbands[channel], step);
             ASSERT_EQ(samples.size(), expected.size() * channels);
             for (size_t i = 0; i < expected.size(); ++i) {
-                // Rounded once; everything before adds less than 1/128.
+                // Rounded to 16 bits by way of 24; everything before adds less than 1/128.
                 ASSERT_NEAR(samples[i * channels + channel], expected[i], 0.508) << channels << ' ' << step;
             }
         }
@@ -217,14 +197,14 @@ TEST(Mp3Kernels, SynthesiseFarOverFullScale) {
     Mp3Synthesis synthesis{};
     ASSERT_EQ(frame_init(&frame, 2, 3, 1), 0);
     ASSERT_EQ(synth_init_zev(&synthesis, 3, 128), 0);
-    frame.stores->is_loud[0] = 1;
+    frame.channels[0].is_loud = true;
     std::vector<double> v(1024), expected;
     for (uint32_t slot = 0; slot < kMp3MaxSlots; ++slot) {
         v.insert(v.begin(), 64, 0.0);
         for (uint32_t k = 0; k < kMp3Subbands; ++k) {
-            frame.stores->samples[0][k][slot] = random_value(26 + static_cast<int>(slot) / 6);
+            frame.channels[0].samples()[slot][k] = random_value(26 + static_cast<int>(slot) / 6);
             for (uint32_t i = 0; i < 64; ++i)
-                v[i] += frame.stores->samples[0][k][slot] * std::cos((16 + i) * (2 * k + 1) * kPi / 64);
+                v[i] += frame.channels[0].samples()[slot][k] * std::cos((16 + i) * (2 * k + 1) * kPi / 64);
         }
         std::transform(v.begin(), v.begin() + 64, v.begin(),
                        [](double value) { return std::clamp(value, -1.0 * kMp3MaxT, 1.0 * kMp3MaxT); });
@@ -235,11 +215,58 @@ TEST(Mp3Kernels, SynthesiseFarOverFullScale) {
             expected.push_back(std::clamp(sum / std::exp2(kSampleBits + 1), -32768.0, 32767.0));
         }
     }
-    mp3_subsynth(&frame, kMp3MaxSlots, &synthesis);
+    mp3_subsynth(frame.kernels, frame.channels, {1, kMp3MaxSlots, nullptr}, &synthesis);
     for (size_t i = 0; i < expected.size(); ++i)
         EXPECT_NEAR(synthesis.pcm->mono[i], expected[i], 0.75) << i;
     synth_close(&synthesis);
     frame_close(&frame);
+}
+
+// What every set of kernels that the processor can run makes of two channels and four frames.
+std::vector<int32_t> run_kernels(const Mp3Kernels &kernels, int bits, uint32_t seed) {
+    Random random{seed};
+    const auto channels = std::make_unique<Mp3Channel[]>(2);
+    Mp3Synthesis synthesis{};
+    EXPECT_EQ(synth_init_zev(&synthesis, 3, 128), 0);
+    std::vector<int32_t> results;
+    for (uint32_t granule = 0; granule < 8; ++granule) {
+        for (uint32_t ch = 0; ch < 2; ++ch) {
+            for (int32_t &line : channels[ch].spectrum)
+                line = static_cast<int32_t>(random()) >> (31 - bits);
+            const uint32_t subbands = 1 + random() % 31;
+            std::fill(channels[ch].spectrum + size_t{18} * subbands, std::end(channels[ch].spectrum), 0);
+            Mp3Granule side{};
+            side.block_type = static_cast<uint8_t>(granule % 4);
+            side.flags = random() % 3 == 0 && granule % 4 != 0 ? kMp3MixedBlock : 0;
+            mp3_imdct(kernels, &channels[ch], side, {18 * subbands, static_cast<int32_t>(random() % 5) - 1},
+                      granule % 2 * 18);
+            for (const Mp3Slot &slot : channels[ch].overlap)
+                results.insert(results.end(), std::begin(slot), std::end(slot));
+        }
+        if (granule % 2 == 0) continue;
+        mp3_subsynth(kernels, channels.get(), {1 + granule / 2 % 2, granule < 4 ? 36u : 18u, nullptr},
+                     &synthesis);
+        results.insert(results.end(), synthesis.pcm->mono, synthesis.pcm->mono + 2304);
+    }
+    synth_close(&synthesis);
+    return results;
+}
+
+TEST(Mp3Kernels, EverySetHasTheBitsOfThePortableOne) {
+    Mp3Kernels sets[kMp3MaxKernelSets];
+    const uint32_t count = mp3_kernel_sets(sets);
+    ASSERT_GE(count, 1u);
+    for (uint32_t set = 1; set < count; ++set) {
+        printf("%s\n", sets[set].name);
+        for (const int bits : {20, 27, 30}) {
+            for (uint32_t seed = 1; seed < 20; ++seed) {
+                const std::vector<int32_t> results = run_kernels(sets[set], bits, seed),
+                                           expected = run_kernels(sets[0], bits, seed);
+                const auto at = std::mismatch(results.begin(), results.end(), expected.begin()).first;
+                ASSERT_EQ(at - results.begin(), std::ssize(expected)) << sets[set].name << ", bits " << bits;
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -7,13 +7,16 @@
 // two DCT-II of half the size, behind rotations of x[k] and x[N-1-k]. Rotations neither amplify rounding
 // errors nor need headroom, as factors of 1/cos would. A DCT-II of 32 takes 23 rotations and 11 single
 // products of a value and a factor.
-#ifndef QUORV_SRC_MP3DEC_COSINETRANSFORMS_H
-#define QUORV_SRC_MP3DEC_COSINETRANSFORMS_H
+#ifndef QUORV_SRC_MP3DEC_KERNELS_COSINETRANSFORMS_H
+#define QUORV_SRC_MP3DEC_KERNELS_COSINETRANSFORMS_H
 
-#include "mp3dec/FixedPoint.h"
+#include <stddef.h>
+#include <stdint.h>
+
 #include "mp3dec/tables/TransformTables.h"
 
 namespace quorv {
+namespace {
 
 // cos and sin of the angles (2k + 1) pi / 4N in turn.
 template <uint32_t N>
@@ -28,14 +31,14 @@ constexpr const int32_t *rotation_table() {
 }
 
 // cos of 10 to 80 degrees.
-inline constexpr int32_t kCos10 = 2114858546;
-inline constexpr int32_t kCos20 = 2017974537;
-inline constexpr int32_t kCos30 = 1859775393;
-inline constexpr int32_t kCos40 = 1645067915;
-inline constexpr int32_t kCos45 = 1518500250;
-inline constexpr int32_t kCos50 = 1380375881;
-inline constexpr int32_t kCos70 = 734482665;
-inline constexpr int32_t kCos80 = 372906622;
+constexpr int32_t kCos10 = 2114858546;
+constexpr int32_t kCos20 = 2017974537;
+constexpr int32_t kCos30 = 1859775393;
+constexpr int32_t kCos40 = 1645067915;
+constexpr int32_t kCos45 = 1518500250;
+constexpr int32_t kCos50 = 1380375881;
+constexpr int32_t kCos70 = 734482665;
+constexpr int32_t kCos80 = 372906622;
 
 template <class Lanes>
 inline void dct2_of_3(Lanes *x) {
@@ -52,11 +55,11 @@ inline void dct2_of_9(Lanes *x) {
     const Lanes s0 = x[0] + x[8], s1 = x[1] + x[7], s2 = x[2] + x[6], s3 = x[3] + x[5];
     const Lanes d0 = x[0] - x[8], d1 = x[1] - x[7], d2 = x[2] - x[6], d3 = x[3] - x[5];
     const Lanes middle = half(s1) - x[4];
-    const Lanes even4 = mul_sub(s0 - s2, kCos20, s0 - s3, kCos80);
-    const Lanes even8 = mul_sub(s0 - s3, kCos20, s0 - s2, kCos40);
+    const Lanes even4 = mul_add(mul(s0 - s2, kCos20), s0 - s3, -kCos80);
+    const Lanes even8 = mul_add(mul(s0 - s3, kCos20), s0 - s2, -kCos40);
     const Lanes side = mul(d1, kCos30);
-    const Lanes odd5 = mul_sub(d0 + d3, kCos10, d0 + d2, kCos70);
-    const Lanes odd7 = mul_sub(d0 + d2, kCos10, d0 + d3, kCos50);
+    const Lanes odd5 = mul_add(mul(d0 + d3, kCos10), d0 + d2, -kCos70);
+    const Lanes odd7 = mul_add(mul(d0 + d2, kCos10), d0 + d3, -kCos50);
     const Lanes outer = s0 + s2 + s3, inner = s1 + x[4];
     x[0] = outer + inner;
     x[1] = side + odd5 + odd7;
@@ -122,6 +125,7 @@ inline void dct4(Lanes *x) {
     }
 }
 
+}  // namespace
 }  // namespace quorv
 
 #endif

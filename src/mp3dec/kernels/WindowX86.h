@@ -1,19 +1,18 @@
-// The windowed sum at the end of the polyphase synthesis, with 16-bit products; see Mp3Window.h.
+// The windowed sum at the end of the polyphase synthesis, with 16-bit products; see Window.h.
 //
 // A value v is kept as high * 2^16 + low, a tap as 4 q + r where it needs more than 16 bits, so that the sum
 // is exact in 32 bits: sum = 2^16 * (4 hq + hr) + 4 lq + lr.
-
-#include "mp3dec/Mp3Window.h"
-
-#if defined(__SSE2__)
+#ifndef QUORV_SRC_MP3DEC_KERNELS_WINDOWX86_H
+#define QUORV_SRC_MP3DEC_KERNELS_WINDOWX86_H
 
 #include <emmintrin.h>
+#include <quorv/platform/memory.h>
 #include <stddef.h>
 
+#include "mp3dec/kernels/Window.h"
 #include "mp3dec/tables/SynthesisTables.h"
 
 namespace quorv {
-
 namespace {
 
 constexpr int kLowBits = 16;
@@ -53,7 +52,7 @@ __m128i taps_at(const int16_t (*taps)[2]) {
 
 // Eight pairs of a slot and the even or odd ones before it, four outputs side by side.
 Sum sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps) {
-    constexpr ptrdiff_t kBack = sizeof(Mp3WindowSlot) / sizeof *pairs;
+    constexpr ptrdiff_t kBack = sizeof(Mp3SplitSlot) / sizeof *pairs;
     Sum sum{_mm_madd_epi16(load(pairs), taps_at(taps.narrow[0])), {}};
     for (uint32_t p = 1; p < kMp3WindowPairs; ++p) {
         const __m128i values = load(pairs - static_cast<ptrdiff_t>(p) * kBack);
@@ -65,9 +64,9 @@ Sum sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps) {
 }
 
 // Four output samples in 32 bits, rounded but not saturated.
-inline __m128i four_samples(const Mp3WindowSlot *newest, uint32_t first, const SynthesisTaps &taps) {
+inline __m128i four_samples(const Mp3SplitSlot *newest, uint32_t first, const SynthesisTaps &taps) {
     const Sum high = sum_of_pairs(newest->high + first, taps), low = sum_of_pairs(newest->low + first, taps);
-    const __m128i rounding = _mm_set1_epi32(1 << (kMp3OutputShift - 1));
+    const __m128i rounding = _mm_set1_epi32(kMp3OutputRounding);
     const __m128i low_sum = _mm_srai_epi32(
         _mm_add_epi32(low.wide, _mm_srai_epi32(_mm_add_epi32(low.narrow, rounding), 2)), kLowBits - 2);
     const __m128i sum = _mm_add_epi32(high.wide, _mm_srai_epi32(_mm_add_epi32(high.narrow, low_sum), 2));
@@ -80,24 +79,26 @@ __m128i reverse16(__m128i value) {
     return _mm_shuffle_epi32(halves, _MM_SHUFFLE(1, 0, 3, 2));
 }
 
-}  // namespace
-
-void window_enter(Mp3WindowHistory *history, uint32_t slot, const int32_t t[kMp3Subbands]) {
-    Mp3WindowSlot *const to = &history->slots[slot % 2][kMp3PastSlots + slot / 2];
-    for (uint32_t j = 0; j < 16; j += 4) {
-        const __m128i a = load(t + 16 + j), b = load(history->last_b + j);
-        store(to->high[j], high_pairs(a, b));
-        store(to->low[j], low_pairs(a, b));
-        store(history->last_b + j, _mm_sub_epi32(_mm_setzero_si128(), reverse32(load(t + 13 - j))));
-    }
-    const __m128i zero = _mm_setzero_si128(), last = _mm_cvtsi32_si128(history->last_b[16]);
-    store(to->high[16], high_pairs(zero, last));
-    store(to->low[16], low_pairs(zero, last));
-    history->last_b[16] = wrap_sub(0, t[0]);
+// Where a slot of the frame is.
+Mp3SplitSlot *split_slot(Mp3SplitHistory *history, uint32_t slot) {
+    return &history->slots[slot % 2][kMp3PastSlots / 2 + slot / 2];
 }
 
-void window_sum(const Mp3WindowHistory &history, uint32_t slot, int16_t output[kMp3Subbands]) {
-    const Mp3WindowSlot *const newest = &history.slots[slot % 2][kMp3PastSlots + slot / 2];
+// Enters a slot, behind another one.
+void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot &t) {
+    const __m128i zero = _mm_setzero_si128();
+    for (uint32_t j = 0; j < 16; j += 4) {
+        const __m128i a = load(t + 16 + j), b = _mm_sub_epi32(zero, reverse32(load(before + 13 - j)));
+        store(to->high[j], high_pairs(a, b));
+        store(to->low[j], low_pairs(a, b));
+    }
+    const __m128i last = _mm_sub_epi32(zero, _mm_cvtsi32_si128(before[0]));
+    store(to->high[16], high_pairs(zero, last));
+    store(to->low[16], low_pairs(zero, last));
+}
+
+// The 32 output samples of a slot.
+void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands]) {
     for (uint32_t group = 0; group < 4; group += 2) {
         const uint32_t j = 4 * group;
         const auto &upper = synthesisTaps[0], &lower = synthesisTaps[1];
@@ -108,6 +109,45 @@ void window_sum(const Mp3WindowHistory &history, uint32_t slot, int16_t output[k
     }
 }
 
+void put_stereo(const int16_t *left, const int16_t *right, int16_t *pcm) {
+    for (uint32_t i = 0; i < kMp3Subbands; i += 8, pcm += 16) {
+        const __m128i l = load(left + i), r = load(right + i);
+        store(pcm, _mm_unpacklo_epi16(l, r));
+        store(pcm + 8, _mm_unpackhi_epi16(l, r));
+    }
+}
+
+void enter_slots(Mp3Channel *channel, uint32_t slots) {
+    const Mp3Slot *const t = channel->samples();
+    for (uint32_t slot = 0; slot < slots; ++slot)
+        window_enter(split_slot(&channel->split, slot), t[static_cast<int32_t>(slot) - 1], t[slot]);
+}
+
+// Makes the last slots of a frame the past of the next one.
+void advance(Mp3Channel *channel, uint32_t slots) {
+    for (auto &parity : channel->split.slots)
+        MMemMove(parity, parity + slots / 2, kMp3PastSlots / 2 * sizeof parity[0]);
+    MMemCpy(channel->slots[kMp3PastSlots - 1], channel->samples()[slots - 1], sizeof(Mp3Slot));
+}
+
+void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
+    for (uint32_t ch = 0; ch < count; ++ch)
+        enter_slots(&channels[ch], slots);
+    for (uint32_t slot = 0; slot < slots; ++slot, pcm += kMp3Subbands * count) {
+        if (count == 1) {
+            window_sum(split_slot(&channels[0].split, slot), pcm);
+            continue;
+        }
+        int16_t left[kMp3Subbands], right[kMp3Subbands];
+        window_sum(split_slot(&channels[0].split, slot), left);
+        window_sum(split_slot(&channels[1].split, slot), right);
+        put_stereo(left, right, pcm);
+    }
+    for (uint32_t ch = 0; ch < count; ++ch)
+        advance(&channels[ch], slots);
+}
+
+}  // namespace
 }  // namespace quorv
 
 #endif
