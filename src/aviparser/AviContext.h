@@ -82,9 +82,9 @@ struct AviTrack {
     // Where the last search that reached the end of the media data began and ended; it need not be repeated.
     int64_t exhausted_from, exhausted_to;
     int64_t opendml_position;  // of the data of the track's "indx" chunk
-    uint32_t opendml_size;     // 0 when there is none
-    bool has_opendml_index;
-    bool has_dropped_frames;  // its index counts frames that have no chunk
+    uint32_t opendml_size;     // 0 when there is none, or nothing of it is of use
+    bool has_opendml_index;    // whole, so that the legacy index is not needed
+    bool has_dropped_frames;   // its index counts frames that have no chunk
 };
 
 inline constexpr int32_t kAviNoChunk = -1;

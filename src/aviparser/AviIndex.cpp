@@ -36,6 +36,12 @@ Idx1Entry parse_entry(const uint8_t *bytes) {
             avi_le32(bytes + 12)};
 }
 
+// Whether an OpenDML index that ends early has the track's chunk at this position.
+bool is_known(const AviTrack &track, int64_t position) {
+    const AviIndexArray &index = track.index;
+    return track.opendml_size != 0 && index.count != 0 && position <= index.entries[index.count - 1].pos;
+}
+
 // False for an entry of a stream that this file does not declare.
 bool add_entry(AviContext *context, const Idx1Entry &entry) {
     if (entry.stream >= context->track_count) return false;
@@ -46,7 +52,9 @@ bool add_entry(AviContext *context, const Idx1Entry &entry) {
 
     const int64_t position = context->idx1_base + entry.offset;
     const bool repeated = position == context->idx1_previous;
+    context->idx1_previous = position;
     if (repeated) context->non_interleaved = true;
+    if (is_known(*track, position)) return true;
     if (!repeated && (entry.size != 0 || state.sample_size == 0)) {
         const bool first_picture = track->type == SPLITER_TRACK_VIDEO && track->index.count == 0;
         const bool key_frame = entry.key_frame || entry.stream == 1 || first_picture;
@@ -54,7 +62,6 @@ bool add_entry(AviContext *context, const Idx1Entry &entry) {
                             key_frame ? kAviIndexKeyFrame : 0);
     }
     state.index_timestamp += avi_piece_duration(state, entry.size);
-    context->idx1_previous = position;
     return true;
 }
 

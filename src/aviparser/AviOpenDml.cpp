@@ -36,7 +36,7 @@ public:
         if (size > 0) entries_left_ = static_cast<uint64_t>(size) / kAviChunkHeaderBytes;
     }
 
-    // False when the index is damaged, or there was no memory for an entry.
+    // False when the index ends early: at damage, or where there was no memory for an entry.
     bool read_track(AviTrack *track);
 
 private:
@@ -44,6 +44,7 @@ private:
     bool read_header(int64_t data_start, uint32_t size, IndexHeader *header);
     bool read_super_index(AviTrack *track, int64_t data_start, const IndexHeader &header);
     bool read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header);
+    bool read_entries(AviTrack *track, int64_t data_start, const IndexHeader &header);
     bool add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes);
 
     AviContext &context_;
@@ -101,7 +102,21 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     return true;
 }
 
+// All entries of an index chunk, or none.
 bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
+    const AviIndexArray before = track->index;
+    const int64_t timestamp = track->state->index_timestamp;
+    const bool had_dropped_frames = track->has_dropped_frames;
+    if (read_entries(track, data_start, header)) return true;
+    track->index.count = before.count;
+    track->index.key_frame_count = before.key_frame_count;
+    track->index.out_of_file_order = before.out_of_file_order;
+    track->state->index_timestamp = timestamp;
+    track->has_dropped_frames = had_dropped_frames;
+    return false;
+}
+
+bool OpenDmlReader::read_entries(AviTrack *track, int64_t data_start, const IndexHeader &header) {
     // The second field's offset, which an index of fields adds, is not needed to read the frame.
     const uint32_t expected = header.sub_type == kIndexFields ? 12 : 8;
     if (header.sub_type > kIndexFields || header.entry_bytes != expected) return false;
@@ -163,13 +178,15 @@ uint32_t avi_read_opendml_indexes(AviContext *context) {
     OpenDmlReader reader(context, block.data);
     bool all = true;
     std::for_each(first, last, [&](AviTrack *track) {
-        if (track->opendml_size != 0 && !reader.read_track(track)) {
-            avi_clear_index(&track->index);
-            track->state->index_timestamp = 0;
-            track->has_dropped_frames = false;
-        }
-        track->has_opendml_index = track->index.count > 0;
+        const bool whole = track->opendml_size != 0 && reader.read_track(track);
+        const bool usable = track->index.count != 0;
+        track->has_opendml_index = whole && usable;
         all = all && track->has_opendml_index;
+        if (usable) return;
+        // As if there were none: its times may be as wrong as its positions.
+        track->opendml_size = 0;
+        track->state->index_timestamp = 0;
+        track->has_dropped_frames = false;
     });
     context->index_complete = all;
     avi_free_packet(&block);

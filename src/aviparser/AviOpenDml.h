@@ -6,9 +6,9 @@
 
 namespace quorv {
 
-// Reads the OpenDML index of every track that has one. One that is damaged, or reaches outside the source, is
-// dropped whole: the legacy index then serves the track. When every track has its index, the context's index
-// counts as complete. Only SPLITER_ERR_NO_MEMORY is an error.
+// Reads the OpenDML index of every track that has one, up to the first index chunk that is missing or
+// damaged: from there on the legacy index serves the track. When every track has its whole index, the
+// context's index counts as complete. Only SPLITER_ERR_NO_MEMORY is an error.
 uint32_t avi_read_opendml_indexes(AviContext *context);
 
 }  // namespace quorv

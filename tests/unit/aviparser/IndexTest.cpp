@@ -192,6 +192,7 @@ TEST(AviOpenDml, BadSuperIndexesAreDropped) {
         builder.frame(0, 40 + i, i % 2 == 0);
     const Bytes beyond = join({le64(uint64_t{1} << 40), le32(100), le32(1)});
     const Bytes at_header = join({le64(0), le32(0xFFFFFFF0), le32(1)});
+    const Bytes lost = join({le32(0x70000000), le32(40), le32(0x70000030), le32(41)});
     const std::pair<const char *, Bytes> cases[] = {
         {"empty", {}},
         {"header cut", Bytes(23)},
@@ -202,6 +203,7 @@ TEST(AviOpenDml, BadSuperIndexesAreDropped) {
         {"many longs an entry", index_body(0xFFFF, 0, 0, 1, beyond)},
         {"unknown type", index_body(4, 0, 0x77, 1, beyond)},
         {"standard index without entries", index_body(2, 0, 1, 0, {})},
+        {"standard index of chunks beyond the file", index_body(2, 0, 1, 2, lost)},
         {"standard index that claims more", index_body(2, 0, 1, 0x0AAAAAAA, Bytes(16))},
     };
     for (const auto &[name, body] : cases) {
@@ -213,6 +215,39 @@ TEST(AviOpenDml, BadSuperIndexesAreDropped) {
         EXPECT_EQ(avi.file.seek(1, 80, SPLITER_SEEK_BACKWARD, &reached), 0u);
         EXPECT_EQ(reached, 80u);
     }
+}
+
+// What was read before a missing index chunk is kept; frames behind it count as they do without an index, or
+// the legacy index has them.
+TEST(AviOpenDml, IndexesThatEndEarly) {
+    for (const IndexKind kind : {IndexKind::OpenDml, IndexKind::OpenDmlFields}) {
+        AviBuilder builder({video_stream(tag("MJPG"))}, kind);
+        for (size_t i = 0; i < 40; ++i) {
+            if (i == 20) builder.segment();
+            builder.frame(0, 40 + i, i % 5 == 0);
+        }
+        const Bytes whole = builder.build().flatten();
+        AviBytes cut(Bytes(whole.begin(), whole.end() - 200));  // with the second index chunk
+        std::vector<TruthFrame> truth = builder.truth(0);
+        for (size_t i = 20; i < truth.size(); ++i)
+            truth[i].key = false;
+        expect_frames(cut.file, 1, truth, {.count = 39});
+        EXPECT_EQ(cut.file.seek(1, 39 * 40, SPLITER_SEEK_BACKWARD), 0u);
+        expect_frames(cut.file, 1, truth, {.from = 15, .count = 24});
+    }
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::OpenDml);
+    for (size_t i = 0; i < 8; ++i)
+        builder.frame(0, 40 + i, i % 3 == 0);
+    Bytes file = builder.build().flatten();
+    const auto entry_count = [&file](const std::string &id) -> uint8_t & {
+        return std::search(file.begin(), file.end(), id.begin(), id.end())[12];
+    };
+    entry_count("indx") = 2;  // of which the second is no index chunk
+    entry_count("ix00") = 2;
+    AviBytes avi(file);
+    expect_frames(avi.file, 1, builder.truth(0));
+    EXPECT_EQ(avi.file.seek(1, 200, SPLITER_SEEK_FORWARD), 0u);
+    expect_frames(avi.file, 1, builder.truth(0), {.from = 6});
 }
 
 // A super index that names the same index chunk over and over makes a small file look endless.
@@ -237,7 +272,7 @@ TEST(AviOpenDml, IndexChunksThatAreNamedOverAndOver) {
         OpenedAvi avi(builder, SPLITER_SOURCE_LOCAL, {.size = size, .call_limit = 20000});
         ASSERT_EQ(avi.file.open_code, 0u);
         EXPECT_LT(heap.peak_bytes(), uint64_t{4} << 20);
-        avi.expect_frames(0);
+        avi.expect_frames(0, {.keys = false});  // of the first of them
     }
 }
 
