@@ -27,6 +27,8 @@ public:
 
     // Whether the search has come to the end of the media data, with nothing left to be read.
     bool reached_end() const { return reached_end_; }
+    // Whether it has passed over bytes that belong to no chunk.
+    bool passed_bytes() const { return lost_bytes_ != 0; }
 
 private:
     // What to do with the bytes at the position.

@@ -40,8 +40,27 @@ int64_t search_start(const AviContext &context, const AviTrack &track, int64_t *
     return context.non_interleaved ? next.pos : track.read_position;
 }
 
+// How far the time stamp moves up to a chunk that was found behind damage: chunks may have been lost with the
+// bytes that were passed over. The index tells when the chunk is due; where it does not know the chunk, what
+// was counted on the way holds.
+int64_t duration_behind_damage(const AviTrack &track, int64_t chunk_position, int64_t counted) {
+    const AviIndexArray &index = track.index;
+    if (index.out_of_file_order) return counted;
+    const uint32_t number = first_entry_from(index, chunk_position);
+    const bool known = number < index.count && index.entries[number].pos == chunk_position;
+    return known ? index.entries[number].timestamp - track.state->frame_offset : counted;
+}
+
 bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {
     return index.count == 0 || index.entries[index.count - 1].pos < chunk_position;
+}
+
+// Reads on in the legacy index until it knows the chunk.
+void grow_index(AviContext *context, const AviTrack &track, int64_t chunk_position) {
+    // The frame is there whether its index entry can be read or not.
+    uint32_t ignored = SPLITER_OK;
+    while (index_ends_before(track.index, chunk_position) && avi_load_more_index(context, &ignored)) {
+    }
 }
 
 bool is_exhausted(const AviContext &context, const AviTrack &track) {
@@ -119,12 +138,9 @@ uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth gro
     state.data_position = chunk.data_position;
     state.bytes_left = chunk.size;
 
-    if (growth == AviIndexGrowth::Forbidden || track->has_opendml_index) return SPLITER_OK;
-    // The frame is there whether its index entry can be read or not.
-    uint32_t ignored = SPLITER_OK;
-    const int64_t header_position = chunk.data_position - kAviChunkHeaderBytes;
-    while (index_ends_before(track->index, header_position) && avi_load_more_index(context, &ignored)) {
-    }
+    const int64_t position = chunk.data_position - kAviChunkHeaderBytes;
+    if (growth == AviIndexGrowth::Allowed && !track->has_opendml_index) grow_index(context, *track, position);
+    if (search.passed_bytes()) *empty_duration = duration_behind_damage(*track, position, *empty_duration);
     return SPLITER_OK;
 }
 

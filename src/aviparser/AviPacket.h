@@ -20,8 +20,9 @@ uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *p
 enum class AviIndexGrowth { Allowed, Forbidden };
 
 // Makes sure that a chunk of the track is in progress. *empty_duration is how far the empty chunks that were
-// met move its time stamp; it counts when the chunk's first piece is taken. *reads_left, unless null, bounds
-// how many chunk headers the search may read; when they are used up there is no chunk.
+// met, and those that were lost to damage, move its time stamp; it counts when the chunk's first piece is
+// taken. *reads_left, unless null, bounds how many chunk headers the search may read; when they are used up
+// there is no chunk.
 uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, int64_t *empty_duration,
                         uint32_t *reads_left = nullptr);
 

@@ -59,6 +59,27 @@ TEST(AviPackets, WhatIsSteppedOver) {
     }
 }
 
+// The frames behind a chunk that is lost keep the times that the index has for them.
+TEST(AviPackets, TimesBehindLostChunks) {
+    const std::pair<IndexKind, uint32_t> cases[] = {{IndexKind::OpenDmlDirect, SPLITER_SOURCE_LOCAL},
+                                                    {IndexKind::Legacy, SPLITER_SOURCE_PROGRESSIVE}};
+    for (const auto &[index, kind] : cases) {
+        AviBuilder builder({video_stream(tag("MJPG")), pcm_stream(), mp3_stream()}, index);
+        for (size_t i = 0; i < 12; ++i)
+            builder.frame(0, i == 5 ? 0 : 40 + i, i % 4 == 0).frame(1, size_t{6000}).frame(2, 30 + i);
+        MemoryStore bytes = builder.build();
+        for (uint32_t stream = 0; stream < 3; ++stream) {
+            std::vector<TruthFrame> truth = builder.truth(stream);
+            const uint64_t lost = truth[4].position;
+            bytes.patch(lost, Bytes(8, 0x80));
+            std::erase_if(truth, [lost](const TruthFrame &frame) { return frame.position == lost; });
+            TestSource source(bytes, kind);
+            SplitterFile file(kAviSplitter, source.record());
+            expect_frames(file, stream + 1, truth);
+        }
+    }
+}
+
 // Chunks of other tracks cost nothing of the resynchronisation limit.
 TEST(AviPackets, TooMuchGarbageEndsTheTrackUntilItIsSought) {
     AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
