@@ -33,8 +33,8 @@ struct AviIndexArray {
     AviIndexEntry *entries;
     uint32_t count;
     uint32_t allocated_bytes;
-    uint32_t key_frame_count;  // of the appended entries
-    bool out_of_file_order;    // some entry's chunk lies before that of an earlier entry
+    uint32_t key_frame_count;
+    bool out_of_file_order;  // some entry's chunk lies before that of an earlier entry
 };
 
 // How far a stream has been read, and what decides how its chunks are cut into pieces.

@@ -56,8 +56,9 @@ bool add_entry(AviContext *context, const Idx1Entry &entry) {
     if (repeated) context->non_interleaved = true;
     if (is_known(*track, position)) return true;
     if (!repeated && (entry.size != 0 || state.sample_size == 0)) {
-        const bool first_picture = track->type == SPLITER_TRACK_VIDEO && track->index.count == 0;
-        const bool key_frame = entry.key_frame || entry.stream == 1 || first_picture;
+        const bool first_picture = track->type == SPLITER_TRACK_VIDEO && track->index.key_frame_count == 0;
+        // Decoding cannot start on an empty chunk, whatever is said of it.
+        const bool key_frame = entry.size != 0 && (entry.key_frame || entry.stream == 1 || first_picture);
         avi_add_index_entry(&track->index, position, state.index_timestamp, entry.size, 0,
                             key_frame ? kAviIndexKeyFrame : 0);
     }

@@ -30,13 +30,16 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
     if (append) {
         place = static_cast<int32_t>(index->count);
         ++index->count;
-        if (flags == kAviIndexKeyFrame) ++index->key_frame_count;
     }
     AviIndexEntry *entry = index->entries + place;
+    const bool overwrite = !append && entry->timestamp == timestamp;
+    // An empty chunk that takes no time leaves its place to the next one, which may be a key frame.
+    if (overwrite && avi_is_key_entry(*entry)) --index->key_frame_count;
+    if ((flags & kAviIndexKeyFrame) != 0) ++index->key_frame_count;
     if (append) {
         avi_assert(place == 0 || entry[-1].timestamp < timestamp, "index==0 || ie[-1].timestamp < timestamp",
                    "../../../src/aviparser/AviUtils");
-    } else if (entry->timestamp != timestamp) {
+    } else if (!overwrite) {
         // The search went forward, so the entry found is the first one beyond the new time stamp.
         memmove(entry + 1, entry, (index->count - static_cast<uint32_t>(place)) * sizeof(AviIndexEntry));
         ++index->count;

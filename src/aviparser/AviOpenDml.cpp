@@ -94,7 +94,8 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     const bool repeated =
         track->index.count != 0 && track->index.entries[track->index.count - 1].pos == position;
     if (present && !repeated && (length != 0 || state.sample_size == 0)) {
-        const uint32_t flags = (size & kNotKeyFrame) != 0 ? 0 : kAviIndexKeyFrame;
+        // Decoding cannot start on an empty chunk, whatever is said of it.
+        const uint32_t flags = (size & kNotKeyFrame) != 0 || length == 0 ? 0 : kAviIndexKeyFrame;
         if (avi_add_index_entry(&track->index, position, state.index_timestamp, length, 0, flags) < 0)
             return false;
     }

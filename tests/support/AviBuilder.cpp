@@ -257,9 +257,9 @@ void AviBuilder::note_frame(const Item &item, uint64_t position) {
         frame.position = position;
         frame.dts = track.clock;
         // Readers take every entry of the second stream of a legacy index and the first of every video stream
-        // as a key frame.
+        // as a key frame; of those that have data.
         frame.index_key = from == 0 && index != IndexKind::None &&
-                          (item.key || (is_legacy() && stream == 1) || (frame.dts == 0 && s.is_video));
+                          (item.key || (is_legacy() && stream == 1) || (track.truth.empty() && s.is_video));
         frame.time_stamp = milliseconds(stream, frame.dts);
         frame.duration = milliseconds(stream, units);
         frame.key = !s.is_video || frame.index_key || (index == IndexKind::None && frame.dts == 0);

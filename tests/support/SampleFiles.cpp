@@ -43,6 +43,7 @@ AviBuilder raw_video(IndexKind kind) {
     builder.header_extra = list(tag("odml"), chunk(tag("dmlh"), Bytes(248)));
     for (size_t i = 0; i < 9; ++i) {
         builder.frame(0, 30 + i, i % 3 == 0).frame(1, size_t{32});
+        if (i == 1) builder.frame(0, size_t{0});  // marked as key, and no picture
         if (i % 3 == 2 && i != 8) builder.segment();
     }
     return builder;
@@ -76,7 +77,7 @@ AviBuilder amv() {
 AviBuilder audio_only() {
     AviBuilder builder({mp3_stream(44100, 1152, 1152)});
     for (size_t i = 0; i < 12; ++i)
-        builder.frame(0, 60 + i % 3);
+        builder.frame(0, size_t{0}).frame(0, 60 + i % 3);
     return builder;
 }
 

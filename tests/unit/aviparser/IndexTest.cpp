@@ -47,6 +47,9 @@ TEST(AviIndex, EntriesMarkKeyFrames) {
           {"00dc", 0x10, 24, 12},
           {"00dc", 0, 44, 12}},
          "KK-"},
+        {"first picture behind an empty chunk",
+         {{"00dc", 0x10, 4, 0}, {"00dc", 0, 24, 12}, {"00dc", 0, 44, 12}},
+         "-K-"},
         {"index shorter than the media data", {{"00dc", 0x10, 4, 12}, {"00dc", 0x10, 24, 12}}, "KK-"},
     };
     for (const auto &[name, entries, expected] : cases) {
