@@ -28,19 +28,17 @@ static void print_codec(uint32_t codec) {
 
 static uint32_t print_track(const Splitter *splitter, SplitterHandle handle,
                             const SplitterTrackEntry *entry) {
-    SplitterVideoInfo video = {0};
-    SplitterAudioInfo audio = {0};
-    uint32_t result = SPLITER_OK;
+    SplitterTrackInfo info = {{0}};
+    const uint32_t result = splitter->get_track_info(handle, entry->track, &info, sizeof info);
     printf("%" PRIu32 " ", entry->track);
     if (entry->type == SPLITER_TRACK_VIDEO) {
-        result = splitter->get_track_info(handle, entry->track, &video, sizeof video);
-        print_codec(video.codec);
-        printf(" %" PRIu32 " ms, %" PRIu32 "x%" PRIu32, video.duration, video.width, video.height);
+        print_codec(info.video.codec);
+        printf(" %" PRIu32 " ms, %" PRIu32 "x%" PRIu32, info.video.duration, info.video.width,
+               info.video.height);
     } else if (entry->type == SPLITER_TRACK_AUDIO) {
-        result = splitter->get_track_info(handle, entry->track, &audio, sizeof audio);
-        print_codec(audio.codec);
-        printf(" %" PRIu32 " ms, %" PRIu32 " Hz, %" PRIu32 " channels", audio.duration, audio.sample_rate,
-               audio.channels);
+        print_codec(info.audio.codec);
+        printf(" %" PRIu32 " ms, %" PRIu32 " Hz, %" PRIu32 " channels", info.audio.duration,
+               info.audio.sample_rate, info.audio.channels);
     } else {
         printf("neither video nor audio");
     }

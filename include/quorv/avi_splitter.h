@@ -82,6 +82,13 @@ QUORV_API uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackLis
 /**
  * Describes a track.
  *
+ * **An audio track takes 36 bytes, also where size says less: a SplitterVideoInfo, which has 32, is too small
+ * for it.** Look at the track's type first, which AVI_SPLITER_EnumTrack tells, or pass a union:
+ *
+ *     SplitterTrackInfo info;
+ *     result = AVI_SPLITER_GetTrackInfo(handle, entry->track, &info, sizeof info);
+ *     if (entry->type == SPLITER_TRACK_AUDIO) play(info.audio.channels, info.audio.sample_rate);
+ *
  * The duration of an audio track is raised to that of the first video track when that one is longer; in a
  * file without video, to that of the last track.
  *
@@ -89,7 +96,7 @@ QUORV_API uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackLis
  * @param[in]  track   from 1
  * @param[out] info    a SplitterVideoInfo for a video track, a SplitterAudioInfo for an audio track; nothing
  *                     is written for any other
- * @param[in]  size    not looked at: info must have room for the whole record
+ * @param[in]  size    not looked at: info must have room for the whole record, 32 bytes of video, 36 of audio
  *
  * @retval SPLITER_OK                 info is filled
  * @retval SPLITER_ERR_INVALID_PARAM  a null argument, track 0 or a track above the count

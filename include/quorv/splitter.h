@@ -181,14 +181,27 @@ typedef struct SplitterAudioInfo {
     uint32_t reserved;        /**< 0 */
 } SplitterAudioInfo;
 
+/**
+ * Room for the description of any track: what GetTrackInfo should be given when the track's type has not been
+ * looked at.
+ */
+typedef union SplitterTrackInfo {
+    SplitterVideoInfo video; /**< of a track of type SPLITER_TRACK_VIDEO */
+    SplitterAudioInfo audio; /**< of a track of type SPLITER_TRACK_AUDIO */
+} SplitterTrackInfo;
+
 /** Filled by ReadFrame; all zero on failure, but for size with SPLITER_ERR_BUFFER_TOO_SMALL. */
 typedef struct SplitterFrameInfo {
-    uint32_t size;       /**< bytes written, or the size that the buffer must have */
-    uint32_t time_stamp; /**< presentation time, milliseconds */
-    uint32_t duration;   /**< milliseconds */
-    uint32_t reserved1;  /**< 0 */
-    uint32_t key_frame;  /**< 1 for a sync point, else 0 */
-    uint32_t reserved2;  /**< 0 */
+    uint32_t size; /**< bytes written, or the size that the buffer must have */
+    /**
+     * Milliseconds: when the frame is shown. AVI files only say when it is decoded: with B-frames, which are
+     * stored behind the frame that they are shown before, this is the decode time.
+     */
+    uint32_t time_stamp;
+    uint32_t duration;  /**< milliseconds */
+    uint32_t reserved1; /**< 0 */
+    uint32_t key_frame; /**< 1 for a sync point, else 0 */
+    uint32_t reserved2; /**< 0 */
 } SplitterFrameInfo;
 
 /** Filled by GetHTTPParam. */

@@ -16,6 +16,7 @@ static_assert(sizeof(void *) != 4 || sizeof(SplitterTrackList) == 8);
 static_assert(sizeof(void *) != 4 || sizeof(SplitterTrackData) == 12);
 static_assert(sizeof(SplitterTrackEntry) == 8 && sizeof(SplitterTrackValue) == 8);
 static_assert(sizeof(SplitterVideoInfo) == 32 && sizeof(SplitterAudioInfo) == 36);
+static_assert(sizeof(SplitterTrackInfo) == sizeof(SplitterAudioInfo));
 static_assert(sizeof(SplitterFrameInfo) == 24 && sizeof(SplitterHttpParam) == 8);
 static_assert(offsetof(SplitterVideoInfo, max_frame_size) == 24);
 static_assert(offsetof(SplitterAudioInfo, max_frame_size) == 28);

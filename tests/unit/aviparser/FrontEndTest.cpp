@@ -77,6 +77,21 @@ TEST(AviFrontEnd, BadArgumentsAreRefused) {
     avi.expect_frames(0);
 }
 
+// The record of an audio track is the longer one, and is written whole whatever size says.
+TEST(AviFrontEnd, TrackInfoFillsItsUnion) {
+    OpenedAvi avi(video_and_audio());
+    const std::pair<uint32_t, size_t> tracks[] = {{1, sizeof(SplitterVideoInfo)},
+                                                  {2, sizeof(SplitterTrackInfo)}};
+    for (const auto &[track, size] : tracks) {
+        SplitterTrackInfo records[2];
+        memset(records, 0x5A, sizeof records);
+        EXPECT_EQ(AVI_SPLITER_GetTrackInfo(avi.file.handle(), track, records, sizeof(SplitterVideoInfo)), 0u);
+        const Numbers filled = words(records);
+        const auto rest = std::find(filled.begin(), filled.end(), 0x5A5A5A5A);
+        EXPECT_EQ(static_cast<size_t>(rest - filled.begin()) * 4, size);
+    }
+}
+
 TEST(AviFrontEnd, GetConfigChecksTheRecordSize) {
     OpenedAvi avi(video_and_audio());
     const SplitterHandle handle = avi.file.handle();
