@@ -5,6 +5,7 @@
 #include <quorv/platform/memory.h>
 
 #include "mp3dec/Mp3FrameHeader.h"
+#include "mp3dec/Mp3FrameSync.h"
 #include "mp3dec/Mp3Layer12.h"
 #include "mp3dec/Mp3Layer3.h"
 

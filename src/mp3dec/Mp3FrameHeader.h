@@ -1,11 +1,11 @@
-// Finds and reads the header of a frame.
+// The header of a frame: reading it, and what it says.
 #ifndef QUORV_SRC_MP3DEC_MP3FRAMEHEADER_H
 #define QUORV_SRC_MP3DEC_MP3FRAMEHEADER_H
 
 #include <quorv/mp3_decoder.h>
 #include <stdint.h>
 
-#include "mp3dec/Mp3InputBuffer.h"
+#include "mp3dec/Mp3BitReader.h"
 
 namespace quorv {
 
@@ -15,12 +15,8 @@ inline constexpr uint32_t kMp3IgnoreCrc = 1;
 // Empties the record.
 void header_init(Mp3FrameHeader *header);
 
-// Finds the next frame from the read position on and reads its header. 0: frame start and read position are
-// those of the frame and the one behind it, and the header reader stands behind the header. -1 with
-// state->error: below 256 nothing is lost and more input is needed, else the position moved on.
-//
-// Out of sync, a frame counts only when two more sync words follow it at the distances that the headers tell.
-int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state);
+// Reads the header that the reader stands on, with the check word if there is one. 0 or an error code.
+uint32_t mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader);
 
 // Whether the check word is that of the header and the `bits` bits behind it; true for a frame without one.
 bool mp3_crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits);

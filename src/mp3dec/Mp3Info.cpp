@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "mp3dec/Mp3FrameHeader.h"
+#include "mp3dec/Mp3FrameSync.h"
 #include "mp3dec/Mp3InputBuffer.h"
 #include "mp3dec/Mp3Tag.h"
 

@@ -1,0 +1,19 @@
+// How long a frame is. A header of free format does not say it: there the distance to the next one is
+// measured.
+#ifndef QUORV_SRC_MP3DEC_MP3FRAMELENGTH_H
+#define QUORV_SRC_MP3DEC_MP3FRAMELENGTH_H
+
+#include <quorv/mp3_decoder.h>
+#include <stdint.h>
+
+#include "mp3dec/Mp3InputBuffer.h"
+
+namespace quorv {
+
+// The length in bytes of the frame at the frame start, behind whose header the header reader stands. Gives a
+// free-format header its bit rate. 0 or an error code.
+uint32_t mp3_frame_length(Mp3FrameHeader *header, Mp3InputBuffer *state, uint64_t *length);
+
+}  // namespace quorv
+
+#endif

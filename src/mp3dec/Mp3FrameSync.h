@@ -1,0 +1,21 @@
+// Finds frames in the input.
+#ifndef QUORV_SRC_MP3DEC_MP3FRAMESYNC_H
+#define QUORV_SRC_MP3DEC_MP3FRAMESYNC_H
+
+#include <quorv/mp3_decoder.h>
+#include <stdint.h>
+
+#include "mp3dec/Mp3InputBuffer.h"
+
+namespace quorv {
+
+// Finds the next frame from the read position on and reads its header. 0: frame start and read position are
+// those of the frame and the one behind it, and the header reader stands behind the header. -1 with
+// state->error: below 256 nothing is lost and more input is needed, else the position moved on.
+//
+// Out of sync, a frame counts only when two more sync words follow it at the distances that the headers tell.
+int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state);
+
+}  // namespace quorv
+
+#endif
