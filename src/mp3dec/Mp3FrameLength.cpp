@@ -24,7 +24,7 @@ uint32_t padding(const Mp3FrameHeader &header) {
     return mp3_has_flag(header, MP3_FLAG_PADDING) ? 1 : 0;
 }
 
-// The kind of frame that a measured length belongs to.
+// The kind of frame that a measured length belongs to. Every version has sample rates of its own.
 uint32_t format_key(const Mp3FrameHeader &header) {
     return header.sample_rate * 4 + header.layer;
 }
@@ -42,9 +42,13 @@ uint64_t largest_distance(const Mp3FrameHeader &header) {
     return bitrate * (header.layer == 1 ? 48 : slots_per_kbit(header)) * 1000 / header.sample_rate;
 }
 
-bool parses_as_same_kind(const Mp3FrameHeader &header, Mp3BitReader *reader) {
+// Whether the reader stands on a header that can be that of the next frame. One that differs in what all
+// frames of a stream share is a chance pattern in the data.
+bool parses_as_neighbour(const Mp3FrameHeader &header, Mp3BitReader *reader) {
     Mp3FrameHeader candidate = header;
-    return mp3_parse_header(&candidate, reader) == 0 && format_key(candidate) == format_key(header);
+    return mp3_parse_header(&candidate, reader) == 0 && candidate.bitrate_index == 0 &&
+           format_key(candidate) == format_key(header) &&
+           mp3_has_flag(candidate, MP3_FLAG_CRC) == mp3_has_flag(header, MP3_FLAG_CRC);
 }
 
 // Measures the distance from the frame start to the next header of the same kind. 0 or an error code; the
@@ -54,11 +58,13 @@ uint32_t measure_distance(const Mp3FrameHeader &header, Mp3InputBuffer *state, u
     Mp3InputBuffer near = *state;
     const uint64_t reach = largest_distance(header) + kMp3LookAhead;
     if (reach < buffer_left(*state, state->frame_start)) near.end = state->frame_start + reach;
-    for (;;) {
-        bit_skip(state->header_reader, 8);
+    for (const uint8_t *position = state->frame_start;; position = state->header_reader->byte) {
+        // The next header may begin in the bytes of one that is none.
+        bit_place(state->header_reader, position + 1, state->end);
         if (buffer_sync(&near) != 0) break;
         *distance = static_cast<uint64_t>(state->header_reader->byte - state->frame_start);
-        if (parses_as_same_kind(header, state->header_reader) &&
+        Mp3BitReader candidate = *state->header_reader;
+        if (parses_as_neighbour(header, &candidate) &&
             bitrate_of_distance(header, *distance) > kFreeFormatTooLow)
             return 0;
     }

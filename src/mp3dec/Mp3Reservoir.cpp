@@ -5,9 +5,14 @@
 #include <quorv/mp3_decoder.h>
 #include <quorv/platform/memory.h>
 
+#include <algorithm>
+
 namespace quorv {
 
 namespace {
+
+// The largest value of main_data_begin, a field of 9 bits.
+constexpr uint32_t kLongestBegin = 511;
 
 // main_data_begin of the frame at the read position, 0 when there is no Layer III header. The look-ahead
 // behind the frame holds enough bytes.
@@ -26,6 +31,11 @@ void append(Mp3InputBuffer *state, const uint8_t *bytes, uint32_t count) {
 
 uint32_t room(const Mp3InputBuffer &state) {
     return kMp3ReservoirSize - state.reservoir_fill;
+}
+
+void keep_last(Mp3InputBuffer *state, uint32_t count) {
+    MMemMove(state->reservoir, state->reservoir + state->reservoir_fill - count, count);
+    state->reservoir_fill = count;
 }
 
 }  // namespace
@@ -50,40 +60,26 @@ Mp3MainData reservoir_measure(const Mp3InputBuffer &state, uint32_t main_data_be
 uint32_t reservoir_open(Mp3InputBuffer *state, Mp3MainData *data) {
     const uint8_t *const body = bit_position(*state->header_reader);
     if (data->begin == 0) {
-        state->reservoir_fill = 0;
         bit_place(state->main_reader, body, body + data->length);
         return 0;
     }
     if (data->begin > state->reservoir_fill) return MP3_ERR_RESERVOIR;
-    const uint8_t *const start = state->reservoir + state->reservoir_fill - data->begin;
     if (data->begin < data->length) {
         const uint32_t missing = data->length - data->begin;
+        if (missing > room(*state)) keep_last(state, data->begin);
         if (missing > room(*state)) return MP3_ERR_RESERVOIR;
         append(state, body, missing);
         data->appended = missing;
     }
-    bit_place(state->main_reader, start, state->reservoir + state->reservoir_fill);
+    const uint8_t *const end = state->reservoir + state->reservoir_fill;
+    bit_place(state->main_reader, end - data->appended - data->begin, end);
     return 0;
 }
 
 void reservoir_keep(Mp3InputBuffer *state, const Mp3MainData &data) {
-    uint32_t rest = data.here - data.appended;
-    if (data.begin == 0) rest = data.next_begin;
-    if (data.next_begin <= rest) {
-        state->reservoir_fill = 0;
-        append(state, state->read_position - data.next_begin, data.next_begin);
-        return;
-    }
-    uint32_t keep = 0;
-    if (data.begin > data.length) {
-        const uint32_t wanted = data.next_begin - rest, unread = data.begin - data.length;
-        keep = wanted < unread ? wanted : unread;
-    }
-    if (keep < state->reservoir_fill) {
-        MMemMove(state->reservoir, state->reservoir + state->reservoir_fill - keep, keep);
-        state->reservoir_fill = keep;
-    }
-    if (rest <= room(*state)) append(state, state->read_position - rest, rest);
+    const uint32_t rest = std::min(data.here - data.appended, kLongestBegin);
+    keep_last(state, std::min(state->reservoir_fill, kLongestBegin - rest));
+    append(state, state->read_position - rest, rest);
 }
 
 }  // namespace quorv

@@ -10,7 +10,7 @@ namespace quorv {
 struct Mp3MainData {
     uint32_t here;        // bytes of the frame behind the side information
     uint32_t begin;       // bytes that it takes from the reservoir
-    uint32_t next_begin;  // bytes that the next frame takes from this one and the reservoir
+    uint32_t next_begin;  // bytes that the frame right behind takes from this one and the reservoir
     uint32_t length;      // bytes of the frame's data
     uint32_t appended;    // bytes of the frame that were copied to the reservoir to follow on its data there
 };
@@ -25,7 +25,7 @@ Mp3MainData reservoir_measure(const Mp3InputBuffer &state, uint32_t main_data_be
 // Puts the main reader on the frame's data, made contiguous. 0 or MP3_ERR_RESERVOIR.
 uint32_t reservoir_open(Mp3InputBuffer *state, Mp3MainData *data);
 
-// Keeps what the next frame needs.
+// Keeps as much as any frame may need: which one comes next is not known where other bytes stand in between.
 void reservoir_keep(Mp3InputBuffer *state, const Mp3MainData &data);
 
 }  // namespace quorv

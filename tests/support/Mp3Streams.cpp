@@ -56,6 +56,15 @@ Bytes real_mp3_stream() {
     return stream;
 }
 
+std::vector<size_t> frame_starts(const Bytes &stream) {
+    std::vector<size_t> starts;
+    size_t at = 0;
+    for (; at < stream.size(); at += 417u + (stream[at + 2] >> 1 & 1u))
+        starts.push_back(at);
+    starts.push_back(at);
+    return starts;
+}
+
 Bytes id3v2_tag(size_t size) {
     Bytes tag = join({text("ID3"), Bytes{4, 0, 0}});
     for (int shift = 21; shift >= 0; shift -= 7)
@@ -100,6 +109,10 @@ Bytes decode_to(const QuMp3OutputRequest &request, uint32_t stream_rate, const B
     const QuMp3Config config = {2, 3, stream_rate};
     const DecoderHolder decoder(QU_MP3_decoder_init(&config, &request));
     return decode(decoder.get(), stream, calls);
+}
+
+Bytes first_of(const Bytes &bytes, size_t size) {
+    return {bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size)};
 }
 
 std::vector<int16_t> samples_of(const Bytes &pcm) {

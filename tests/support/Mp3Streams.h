@@ -30,6 +30,8 @@ struct NoiseFormat {
 Bytes noise_stream(size_t frames, const NoiseFormat &format = {}, std::vector<double> *subbands = nullptr);
 // The MP3 track of the committed sample file: 128 kbit/s, 44100 Hz, two channels.
 Bytes real_mp3_stream();
+// Where the frames of such a stream start, and its end.
+std::vector<size_t> frame_starts(const Bytes &stream);
 // A tag of so many bytes behind its header of 10.
 Bytes id3v2_tag(size_t size);
 
@@ -53,6 +55,7 @@ Bytes decode(QuMp3Decoder decoder, const Bytes &stream, const Calls &calls = {},
 Bytes decode(const Bytes &stream, const Calls &calls = {});
 Bytes decode_to(const QuMp3OutputRequest &request, uint32_t stream_rate, const Bytes &stream,
                 const Calls &calls = {});
+Bytes first_of(const Bytes &bytes, size_t size);
 std::vector<int16_t> samples_of(const Bytes &pcm);
 
 }  // namespace quorv::test

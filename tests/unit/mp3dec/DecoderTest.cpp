@@ -8,6 +8,7 @@
 #include <cmath>
 #include <set>
 
+#include "support/FailingAllocator.h"
 #include "support/Mp3Streams.h"
 #include "support/RiffPieces.h"
 #include "support/TestFolder.h"
@@ -18,10 +19,6 @@ namespace {
 // Two layers, both channel counts and changes between them.
 Bytes mixed_stream() {
     return join({noise_stream(8), real_mp3_stream(), noise_stream(8, {48000, 1, 9}), noise_stream(8)});
-}
-
-Bytes first_of(const Bytes &bytes, size_t size) {
-    return {bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size)};
 }
 
 TEST(Mp3Decoder, AnyCutAndAnyOutputGiveTheSameSamples) {
@@ -75,16 +72,38 @@ TEST(Mp3Decoder, AResetDecoderIsANewOne) {
             EXPECT_TRUE(decode(decoder.get(), next) == decode(next));
         }
     }
+}
+
+TEST(Mp3Decoder, GivesUpWithoutMemoryOrAFrameUntilItIsReset) {
     // Two frames in a row, and then only headers of frames that do not end where another begins: whether the
     // first two are true stays open.
     Bytes headers(40000);
     for (size_t at = 0; at < headers.size(); at += at < 417 ? 417 : 100)
         memcpy(&headers[at], Bytes{0xFF, 0xFB, static_cast<uint8_t>(at <= 417 ? 0x90 : 0xE0), 0}.data(), 4);
-    int32_t code = 0;
-    decode(decoder.get(), headers, {[] { return 300; }}, &code);
-    EXPECT_EQ(code, QU_MP3_ERROR);
-    ASSERT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
-    EXPECT_TRUE(decode(decoder.get(), streams[0]) == decode(streams[0]));
+    Bytes mp3 = real_mp3_stream();
+    const Bytes pcm = decode(mp3);
+    struct Case {
+        Bytes *stream;
+        size_t piece;
+        uint64_t failing;  // allocation from the first read on
+        int32_t error;
+    };
+    for (const auto &[stream, piece, failing, error] : {Case{&headers, 300, 0, MP3_ERR_NEED_INPUT},
+                                                        {&mp3, 300, 1, MP3_ERR_NEED_INPUT},
+                                                        {&mp3, 60, 2, MP3_ERR_NEED_INPUT},
+                                                        {&mp3, 50000, 1, MP3_ERR_NO_MEMORY}}) {
+        SCOPED_TRACE(piece);
+        const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
+        int32_t code = 0;
+        {
+            const FailingAllocator heap(failing, FailureSpan::ForGood);
+            decode(decoder.get(), *stream, {[p = piece] { return p; }}, &code);
+        }
+        EXPECT_EQ(code, QU_MP3_ERROR);
+        EXPECT_EQ(QU_MP3_decoder_error(decoder.get()), error);
+        ASSERT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
+        EXPECT_TRUE(decode(decoder.get(), mp3) == pcm);
+    }
 }
 
 // What the interpolation, of a step in 1/128 samples, and the channel modes make of samples at the rate of
@@ -218,6 +237,7 @@ TEST(Mp3Hostile, DamageCostsFewFramesAndTheReasonIsTold) {
             return 4608;
         }};
         const Bytes clean = decode(*stream), pcm = decode(decoder.get(), broken, calls);
+        EXPECT_TRUE(width != 0 || pcm == clean);
         EXPECT_TRUE(told.contains(error) && (error == 0 || pcm.size() < clean.size()));
         EXPECT_TRUE(pcm.size() + 5 * gives >= clean.size() && pcm.size() <= clean.size() + gives);
         EXPECT_TRUE(std::equal(clean.rbegin(), clean.rbegin() + static_cast<ptrdiff_t>(clean.size() / 2),
@@ -279,6 +299,19 @@ TEST(Mp3Hostile, WhatIsFarOverFullScaleSaturates) {
             ASSERT_NEAR(samples[i], std::clamp(clean[i] * factor, -32768.0, 32767.0), factor / 2 + 1)
                 << steps;
     }
+}
+
+// The headers in the data are of frames that another bit rate or a check word tells from the stream's.
+TEST(Mp3Hostile, FreeFormatFramesEndAtAFrameOfTheirKind) {
+    const Bytes known = noise_stream(20);
+    Bytes stream = known;
+    for (size_t at = 0; at < stream.size(); at += 276) {
+        stream[at + 2] &= 0x0F;
+        const Bytes false_headers = {0xFF, 0xFF, 0x80, 0xFF, 0xFE, 0, 0};
+        std::copy(false_headers.begin(), false_headers.end(), &stream[at + 220]);
+        stream[at + 275] = 0xFF;
+    }
+    EXPECT_TRUE(decode(stream) == decode(known));
 }
 
 TEST(Mp3Hostile, FreeFormatFramesEndWhereNoneCanBeLonger) {
