@@ -171,11 +171,12 @@ QUORV_API void QU_MP3_decoder_close(QuMp3Decoder decoder);
 /**
  * Decodes as much of the input as the output takes.
  *
- * Bad frames are skipped without output; frames whose reservoir lies before the start of the stream, too.
+ * Bad frames are skipped without output; frames whose reservoir lies before the start of the stream, too. Tags
+ * (ID3v2, ID3v1, APE) at the start and behind a frame are stepped over.
  *
  * A frame is decoded when 8 bytes behind it are there. A piece too short for a frame is consumed whole, into
  * a copy; from then on all input goes through the copy. It grows fourfold when it is full without a frame,
- * which fails once it has 6912 bytes or more.
+ * which fails once it has 6912 bytes or more; up to 64 KB while 16 KB of what may be a tag are waited for.
  *
  * A decoder whose rate ratio is neither 128 nor 256 interpolates: output sample k lies at k x ratio / 128
  * samples of the stream, above 256 at half of that in samples of the half-rate synthesis. A single channel
@@ -192,7 +193,7 @@ QUORV_API void QU_MP3_decoder_close(QuMp3Decoder decoder);
  * @retval QU_MP3_OK           the output is exactly full and no decoded sample waits
  * @retval QU_MP3_NEED_INPUT   all usable input was consumed
  * @retval QU_MP3_OUTPUT_FULL  the output is full and samples wait
- * @retval QU_MP3_ERROR        no memory, or small pieces that never make a frame
+ * @retval QU_MP3_ERROR        no memory, or small pieces that never make a frame; QU_MP3_decoder_reset helps
  * @retval -1                  a null argument
  */
 QUORV_API int32_t QU_MP3_decoder_read(QuMp3Decoder decoder, QuMp3Buffer *input, QuMp3Buffer *output);
@@ -241,7 +242,7 @@ QUORV_API int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *head
 /**
  * Scans a stream for its format, frames and duration.
  *
- * An ID3v2 tag at the start is passed over. When the format changes, the frames after the last change count.
+ * Tags are passed over as by QU_MP3_decoder_read. When the format changes, the frames after the last change count.
  *
  * @param[in]  stream  an MStream of quorv/platform/stream.h; its position is the same afterwards
  * @param[out] info    what was found

@@ -39,6 +39,7 @@ bool initialize(Mp3Decoder *decoder) {
 // Decodes frames into the output until one of the two is used up.
 int32_t decode_frames(Mp3Decoder *decoder, QuMp3Buffer *input, const Mp3InputBytes &bytes, bool has_output) {
     buffer_set(&decoder->input, bytes.data, bytes.length);
+    decoder->input.stream_end = bytes.stream_end;
     const uint8_t *done = bytes.data;  // nothing in front of it is needed any more
     for (;;) {
         if (frame_decode(&decoder->frame, &decoder->input, &decoder->synthesis) == 0) {
@@ -56,8 +57,10 @@ int32_t decode_frames(Mp3Decoder *decoder, QuMp3Buffer *input, const Mp3InputByt
     }
     // The start of the current frame is still that of the last one when there are no bytes behind that.
     const uint8_t *keep = decoder->input.frame_start > done ? decoder->input.frame_start : done;
-    if (decoder->input.error == MP3_ERR_NEED_INPUT && !has_output)
-        return store_extend(&decoder->store, input, keep);
+    if (decoder->input.error == MP3_ERR_NEED_INPUT && !has_output) {
+        const uint32_t wanted = decoder->input.tag_is_open ? kMp3KeptTagBytes : kMp3RoomForFrames;
+        return store_extend(&decoder->store, input, keep, wanted);
+    }
     store_consume(&decoder->store, input, keep);
     return decoder->input.error == MP3_ERR_NEED_INPUT ? QU_MP3_NEED_INPUT : QU_MP3_ERROR;
 }

@@ -9,11 +9,10 @@
 
 namespace quorv {
 
-// Finds the next frame from the read position on and reads its header. 0: frame start and read position are
-// those of the frame and the one behind it, and the header reader stands behind the header. -1 with
-// state->error: below 256 nothing is lost and more input is needed, else the position moved on.
-//
-// Out of sync, a frame counts only when two more sync words follow it at the distances that the headers tell.
+// Steps over tags, finds the next frame from the read position on and reads its header. 0: frame start and
+// read position are those of the frame and of what is behind it, and the header reader stands behind the
+// header. -1 with state->error: below 256 nothing is lost and more input is needed, else the position moved
+// on.
 int32_t header_decode(Mp3FrameHeader *header, Mp3InputBuffer *state);
 
 }  // namespace quorv

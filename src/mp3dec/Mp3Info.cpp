@@ -34,7 +34,10 @@ struct Mp3Scan {
     Mp3FrameHeader header;
     QuMp3Info info;
     uint32_t lowest, highest;  // bit rates
-    uint64_t bytes;            // from the start of the audio to the end of the last frame counted
+    uint64_t bytes;   // from the start of the audio to the end of the last frame counted, without tags
+    uint64_t offset;  // of the buffer from the start of the audio
+    uint32_t held;    // bytes of the stream in the buffer
+    bool is_last;     // no more follow
     uint8_t buffer[kBufferBytes + kMp3EndPadding];
 };
 
@@ -54,41 +57,40 @@ void count_frame(Mp3Scan *scan) {
     scan->highest = std::max(scan->highest, header.bitrate);
 }
 
-// Counts the frames in the buffer, which begins `offset` bytes behind the start of the audio. Returns the
-// bytes that are done with.
-uint32_t scan_buffer(Mp3Scan *scan, uint32_t filled, uint64_t offset, uint32_t limit) {
-    buffer_set(&scan->input, scan->buffer, filled);
+// Counts the frames in the buffer. Returns the bytes that are done with.
+uint32_t scan_buffer(Mp3Scan *scan, uint32_t limit) {
+    Mp3InputBuffer *const input = &scan->input;
+    buffer_set(input, scan->buffer, scan->is_last ? sizeof scan->buffer : kBufferBytes);
+    if (scan->is_last) input->stream_end = scan->buffer + scan->held;
     const uint8_t *done = scan->buffer;
     while (limit == 0 || scan->info.frame_count < limit) {
-        if (header_decode(&scan->header, &scan->input) == 0) {
+        if (header_decode(&scan->header, input) == 0) {
             count_frame(scan);
-            scan->bytes = offset + static_cast<uint64_t>(scan->input.read_position - scan->buffer);
-        } else if (scan->input.error < kMp3FirstSkippingError) {
-            done = std::max(done, scan->input.frame_start);
+            const auto read = static_cast<uint64_t>(input->read_position - scan->buffer);
+            scan->bytes = scan->offset + read - input->tag_bytes;
+        } else if (input->error < kMp3FirstSkippingError) {
+            done = std::max(done, input->frame_start);
             break;
         }
-        done = scan->input.read_position;
+        done = input->read_position;
     }
     const auto used = static_cast<uint32_t>(done - scan->buffer);
     // No frame is as large as the buffer; what claims to be one must not stop the search.
-    return used == 0 ? kBufferBytes - static_cast<uint32_t>(kMp3LookAhead) : used;
+    return used == 0 ? kBufferBytes - static_cast<uint32_t>(kMp3LookAhead) : std::min(used, kBufferBytes);
 }
 
 void scan_stream(Mp3Scan *scan, uint32_t limit) {
     scan->lowest = kMaxStandardBitrate;
-    uint32_t held = 0;
-    uint64_t offset = 0;
-    for (bool is_last = false; !is_last && (limit == 0 || scan->info.frame_count < limit);) {
-        const int32_t got =
-            MStreamRead(scan->stream, scan->buffer + held, static_cast<int32_t>(kBufferBytes - held));
-        held += static_cast<uint32_t>(std::max(got, 0));
-        is_last = held < kBufferBytes;
-        memset(scan->buffer + held, 0, sizeof scan->buffer - held);
-        const uint32_t filled = is_last ? sizeof scan->buffer : kBufferBytes;
-        const uint32_t used = std::min(scan_buffer(scan, filled, offset, limit), kBufferBytes);
-        offset += used;
-        held = kBufferBytes - used;
-        memmove(scan->buffer, scan->buffer + used, held);
+    while (!scan->is_last && (limit == 0 || scan->info.frame_count < limit)) {
+        uint8_t *const free = scan->buffer + scan->held;
+        const int32_t got = MStreamRead(scan->stream, free, static_cast<int32_t>(kBufferBytes - scan->held));
+        scan->held += static_cast<uint32_t>(std::max(got, 0));
+        scan->is_last = scan->held < kBufferBytes;
+        memset(scan->buffer + scan->held, 0, sizeof scan->buffer - scan->held);
+        const uint32_t used = scan_buffer(scan, limit);
+        scan->offset += used;
+        scan->held = kBufferBytes - used;
+        memmove(scan->buffer, scan->buffer + used, scan->held);
     }
 }
 
@@ -118,6 +120,7 @@ int32_t scan_audio(Mp3Scan *scan, uint32_t limit) {
     if (tag < 0 || buffer_init(&scan->input, false) != 0) return -1;
     header_init(&scan->header);
     scan_stream(scan, limit);
+    const intptr_t tags = tag + static_cast<intptr_t>(scan->input.tag_bytes);
     buffer_close(&scan->input);
     QuMp3Info *info = &scan->info;
     if (info->frame_count == 0 || info->sample_rate == 0) return -1;
@@ -125,7 +128,7 @@ int32_t scan_audio(Mp3Scan *scan, uint32_t limit) {
     const uint32_t samples = mp3_samples_per_frame(info->layer, info->version != 0);
     info->bitrate = (scan->highest & 0xFFFF) | scan->lowest << 16;
     set_whole_duration(scan, samples);
-    if (limit != 0) estimate(scan, static_cast<uint64_t>(std::max<intptr_t>(size - tag, 0)), samples);
+    if (limit != 0) estimate(scan, static_cast<uint64_t>(std::max<intptr_t>(size - tags, 0)), samples);
     return 0;
 }
 

@@ -20,6 +20,7 @@ int32_t buffer_init(Mp3InputBuffer *state, bool again) {
     fresh.header_reader = again ? state->header_reader : new_reader();
     fresh.main_reader = again ? state->main_reader : new_reader();
     if (again) fresh.reservoir = state->reservoir;
+    fresh.at_start = true;
     *state = fresh;
     if (state->header_reader == nullptr || state->main_reader == nullptr) {
         buffer_close(state);
@@ -33,6 +34,7 @@ int32_t buffer_init(Mp3InputBuffer *state, bool again) {
 void buffer_set(Mp3InputBuffer *state, const uint8_t *data, size_t length) {
     state->start = state->frame_start = state->read_position = data;
     state->end = data + length;
+    state->stream_end = nullptr;
     bit_place(state->header_reader, data, state->end);
 }
 

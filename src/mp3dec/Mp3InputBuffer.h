@@ -14,6 +14,8 @@ inline constexpr size_t kMp3LookAhead = 8;
 // What is put behind the end of a stream, so that its last frame passes even when a byte of it is missing.
 inline constexpr uint32_t kMp3EndPadding = kMp3LookAhead + 1;
 inline constexpr uint32_t kMp3ReservoirSize = 2567;
+// How much of a tag among the frames is kept until it is clear that it is one.
+inline constexpr uint32_t kMp3KeptTagBytes = 16 << 10;
 // Error codes from here on mean a bad frame that was skipped; those below want more input or memory.
 inline constexpr uint32_t kMp3FirstSkippingError = 256;
 
@@ -35,13 +37,19 @@ struct Mp3InputBuffer {
     // free-format frame in slots, and the layer and sample rate that it was measured for.
     uint32_t free_format_slots;
     uint32_t free_format_key;
+    const uint8_t *stream_end;  // where the stream ends, null while that is not known
+    bool at_start;              // nothing but tags so far
+    bool tag_is_open;           // what may be a tag waits for more input; kMp3KeptTagBytes are enough to tell
+    uint64_t tag_left;          // bytes of a tag that are still to be passed over
+    uint64_t tag_bytes;         // that were passed over
 };
 
 // Makes an empty state and allocates the readers; with `again`, empties a state that was made before, which
 // cannot fail. 0 or -1.
 int32_t buffer_init(Mp3InputBuffer *state, bool again);
 
-// Points the state at new bytes, which must stay until the next call.
+// Points the state at new bytes, which must stay until the next call. Whether the stream ends in them is to
+// be set afterwards.
 void buffer_set(Mp3InputBuffer *state, const uint8_t *data, size_t length);
 
 // Moves the header reader to the next sync word at or behind it. -1, with the reader left where it is, when

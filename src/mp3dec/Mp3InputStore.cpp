@@ -13,8 +13,6 @@ namespace quorv {
 
 namespace {
 
-// Two frames of the largest size and what must lie behind them fit; input that needs more is not a frame.
-constexpr uint32_t kGrowthLimit = 6912;
 constexpr uint64_t kGrowth = 4;
 
 uint8_t *allocate(uint64_t size, uint32_t *capacity) {
@@ -65,10 +63,10 @@ int32_t make_copy(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *posit
     return QU_MP3_NEED_INPUT;
 }
 
-int32_t grow_copy(Mp3InputStore *store, QuMp3Buffer *input) {
+int32_t grow_copy(Mp3InputStore *store, QuMp3Buffer *input, uint32_t wanted_room) {
     uint32_t capacity = 0;
     uint8_t *grown = nullptr;
-    if (store->capacity < kGrowthLimit) {
+    if (store->capacity < wanted_room) {
         const uint64_t total = uint64_t{store->held} + (input->length - input->result);
         grown = allocate(kGrowth * total, &capacity);
     }
@@ -87,7 +85,7 @@ int32_t grow_copy(Mp3InputStore *store, QuMp3Buffer *input) {
 }  // namespace
 
 Mp3InputBytes store_take(Mp3InputStore *store, QuMp3Buffer *input) {
-    if (store->bytes == nullptr) return {static_cast<const uint8_t *>(input->data), input->length};
+    if (store->bytes == nullptr) return {static_cast<const uint8_t *>(input->data), input->length, nullptr};
     memmove(store->bytes, store->bytes + (store->held - store->unconsumed), store->unconsumed);
     store->held = store->unconsumed;
     if (input->length == 0) {
@@ -96,7 +94,8 @@ Mp3InputBytes store_take(Mp3InputStore *store, QuMp3Buffer *input) {
         remove_padding(store);
         append_piece(store, input);
     }
-    return {store->bytes, store->held};
+    const uint8_t *const end = store->bytes + store->held;
+    return {store->bytes, store->held, store->padded ? end - std::min(kMp3EndPadding, store->held) : nullptr};
 }
 
 void store_consume(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position) {
@@ -107,12 +106,13 @@ void store_consume(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *posi
     }
 }
 
-int32_t store_extend(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position) {
+int32_t store_extend(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position,
+                     uint32_t wanted_room) {
     if (store->bytes == nullptr) return make_copy(store, input, position);
     store_consume(store, input, position);
     const bool can_take_more = store->unconsumed < store->held || store->held < store->capacity;
     return can_take_more || input->length == 0 ? static_cast<int32_t>(QU_MP3_NEED_INPUT)
-                                               : grow_copy(store, input);
+                                               : grow_copy(store, input, wanted_room);
 }
 
 void store_close(Mp3InputStore *store) {

@@ -19,6 +19,7 @@ struct Mp3InputStore {
 struct Mp3InputBytes {
     const uint8_t *data;
     uint32_t length;
+    const uint8_t *stream_end;  // behind which there is padding only; null while the stream goes on
 };
 
 // Takes the caller's next piece and returns what to decode: with a copy, as much of the piece as fits into it
@@ -28,9 +29,14 @@ Mp3InputBytes store_take(Mp3InputStore *store, QuMp3Buffer *input);
 // Everything in front of the position has been decoded.
 void store_consume(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position);
 
-// What lies from the position on is too short for a frame although no frame came before it in this piece:
-// makes or enlarges the copy where that helps. QU_MP3_NEED_INPUT, or QU_MP3_ERROR when it must not grow.
-int32_t store_extend(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position);
+// What a copy must have room for; one that has it does not grow. Two frames of the largest size and what must
+// lie behind them fit; input that needs more is not a frame.
+inline constexpr uint32_t kMp3RoomForFrames = 6912;
+
+// What lies from the position on is too short although no frame came before it in this piece: makes or
+// enlarges the copy where that helps. QU_MP3_NEED_INPUT, or QU_MP3_ERROR when the copy has the room wanted
+// and is full.
+int32_t store_extend(Mp3InputStore *store, QuMp3Buffer *input, const uint8_t *position, uint32_t wanted_room);
 
 // Forgets everything and frees the copy.
 void store_close(Mp3InputStore *store);

@@ -28,7 +28,8 @@ Bytes headers(uint32_t header, size_t distance) {
 TEST(Mp3Info, TellsFormatAndDuration) {
     const Bytes stereo = noise_stream(100), tag = id3v2_tag(300), mono = noise_stream(50, {48000, 1, 9});
     const Bytes varied = join({noise_stream(40), noise_stream(60, {44100, 2, 9})});
-    // The estimate: 27600 bytes at 256 kbit/s are 862 ms; with padding there would be 870.
+    // The estimate: 27600 bytes at 256 kbit/s are 862 ms; with padding there would be 870. With two bit
+    // rates, the first 50 frames, 435 ms, have 14160 bytes, so 260 kbit/s; all have 29760.
     const QuMp3Info whole = {1, 2, 0, 256 | 256 << 16, 44100, 870, 100},
                     estimate = {1, 2, 0, 256 | 256 << 16, 44100, 862, 98};
     struct Case {
@@ -44,6 +45,10 @@ TEST(Mp3Info, TellsFormatAndDuration) {
         {"several bit rates", varied, 0, {1, 2, 0, 288 | 256 << 16, 44100, 870, 100}},
         {"an estimate", stereo, 5, estimate},
         {"an estimate behind a tag", join({tag, stereo}), 5, estimate},
+        {"an estimate of several bit rates, around tags",
+         join({tag, tag, noise_stream(20), tag, noise_stream(20), noise_stream(60, {44100, 2, 9})}),
+         50,
+         {1, 2, 0, 288 | 256 << 16, 44100, 915, 105}},
         {"320 kbit/s at 32 kHz", headers(0xFFFBE844, 1440), 0, {3, 2, 0, 320 | 320 << 16, 32000, 180, 5}},
         {"MPEG-2", headers(0xFFF38444, 192), 0, {3, 2, 1, 64 | 64 << 16, 24000, 120, 5}},
         {"MPEG-2.5, one channel", headers(0xFFE388C4, 576), 0, {3, 1, 2, 64 | 64 << 16, 8000, 360, 5}},
