@@ -1,0 +1,182 @@
+// Sources that are late, end early or share their streams, and heaps without room.
+
+#include "support/FailingAllocator.h"
+#include "unit/asfparser/SmallFile.h"
+
+namespace quorv::test {
+namespace {
+
+TEST(AsfFormat, WhatWorksWithoutADurationOrBeforeOpening) {
+    AsfBytes asf(patched(small_file().build(), kPlayDuration, le64(0)));
+    uint32_t time = 0, size = 4;
+    EXPECT_EQ(asf.file.next_key_time(2, &time), 0u);
+    EXPECT_EQ(time, 160u);
+    for (const auto &[track, code] : {std::pair{2u, kSmall}, {3u, kNothing}, {9u, kNothing}}) {
+        SplitterTrackData data = {track, nullptr, 0};
+        EXPECT_EQ(kAsfSplitter.get_config(asf.file.handle(), SPLITER_CFG_VIDEO_TYPE_DATA, &data, &size),
+                  code);
+    }
+    AsfBytes other(small_file().build());
+    const SplitterStreamSource record = other.source.record();
+    SplitterHandle handle = nullptr;
+    SplitterHttpParam param;
+    ASSERT_EQ(ASF_SPLITER_GetHTTPParam(&record, &param, &handle), 0u);
+    SplitterFile unopened(kAsfSplitter, handle);
+    EXPECT_EQ(unopened.seek(2, 0, 0), 0u);
+    EXPECT_EQ(unopened.seek(2, 1, 0), uint32_t{SPLITER_ERR_NO_PARSER});
+}
+
+// The header alone does not decide what is allocated.
+TEST(AsfPacketSize, MemoryIsForBytesThatCome) {
+    AsfBuilder builder = small_file();
+    const Bytes bytes = patched(builder.build(), kPacketSize, le32(64u << 20));
+    for (const uint32_t kind : kKinds) {
+        for (const uint64_t cut : {uint64_t{builder.data_start()}, UINT64_MAX}) {
+            for (const SizeAnswer size : {SizeAnswer::Known, SizeAnswer::Fails}) {
+                const FailingAllocator heap;
+                AsfBytes asf(bytes, kind, {.size = size, .cut = cut});
+                EXPECT_NE(asf.file.read(2).code, 0u);
+                EXPECT_LT(heap.peak_bytes(), 400000u);
+            }
+        }
+    }
+}
+
+TEST(AsfPacketSize, LargePacketsAreReadInParts) {
+    const AsfLayout layout = {.packet_size = 300000, .widths = {.padding = 3, .payload_length = 3}};
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, layout, AsfIndex::None);
+    for (uint32_t i = 0; i < 12; ++i)
+        builder.frame(0, i * 40, 70000 + i).frame(1, i * 40, 25);
+    const MemoryStore store(builder.build());
+    bool lacked_memory = true;
+    for (uint64_t at = 1; lacked_memory; ++at) {
+        TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+        FailingAllocator heap(at);
+        SplitterFile file(kAsfSplitter, source.record());
+        const uint32_t first = file.open_code == 0 ? file.read(2).code : file.open_code;
+        lacked_memory = heap.has_failed();
+        EXPECT_EQ(first, lacked_memory ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u);
+        if (file.open_code != 0) continue;
+        ASSERT_EQ(file.reset(), 0u);
+        expect_frames(file, 2, builder.truth(0));
+        expect_frames(file, 3, builder.truth(1));
+    }
+}
+
+// Each remembers where it stands: behind the damaged packet, the video track's needs no seek.
+TEST(AsfReaders, NeedAStreamOfTheirOwnEach) {
+    AsfBuilder builder = small_file();
+    const Bytes good = builder.build();
+    const MemoryStore store(patched(good, builder.data_start() + 5 * 200 + 4, {0xFF}));
+    static SplitterStream shared;
+    static uint32_t (*open)(void *, SplitterStream *, uint32_t);
+    for (const bool is_shared : {false, true}) {
+        TestSource source(store), other(store);
+        SplitterStreamSource record = source.record();
+        open = record.open;
+        shared = 0;
+        if (is_shared) {
+            record.open = [](void *user, SplitterStream *stream, uint32_t mode) -> uint32_t {
+                const bool again = mode == SPLITER_ACCESS_READER && shared != 0;
+                const uint32_t code = again ? 0 : open(user, &shared, mode);
+                *stream = shared;
+                if (mode == SPLITER_ACCESS_READ) shared = 0;
+                return code;
+            };
+            record.close = [](void *, SplitterStream) -> uint32_t { return 0; };
+        }
+        SplitterFile both(kAsfSplitter, record), alone(kAsfSplitter, other.record());
+        while (alone.read(2).code == 0)
+            ASSERT_EQ(both.read(2).code, 0u);
+        ASSERT_EQ(both.read(2).code, kBad);
+        ASSERT_EQ(both.read(3).data, builder.truth(1)[0].data);
+        EXPECT_EQ(both.read(2) == alone.read(2), !is_shared);
+    }
+}
+
+// A download that is over too early.
+TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
+    Bytes bytes = small_file().build();
+    bytes.resize(bytes.size() - 300);
+    const MemoryStore store(bytes);
+    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+    SplitterStreamSource record = source.record();
+    EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, kSourceAtEnd);
+    static const auto read = record.read;
+    record.read = [](void *user, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
+        const uint32_t code = read(user, stream, buffer, count);
+        return code == kSourceAtEnd ? SPLITER_SOURCE_AT_END : code;
+    };
+    EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+}
+
+// Every result of a seek but the one that began it, and a rewind.
+TEST(AsfWaiting, EndsWithAnyOtherResult) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
+    for (uint32_t i = 0; i < 12; ++i)
+        builder.frame(0, i * 40, 120, i % 4 == 0).frame(1, i * 40, 25);
+    AsfBytes asf(builder.build(), SPLITER_SOURCE_PROGRESSIVE);
+    SplitterFile &file = asf.file;
+    const struct {
+        uint32_t track, time, code;
+    } seeks[] = {{2, UINT32_MAX, SPLITER_ERR_UNSUPPORTED},
+                 {9, 5, SPLITER_ERR_INVALID_PARAM},
+                 {2, 5000, SPLITER_ERR_END_OF_STREAM},
+                 {3, 0, 0}};
+    for (size_t i = 0; i <= std::size(seeks); ++i) {
+        asf.source.faults.arrived = builder.data_start() + 600;
+        ASSERT_EQ(file.seek(2, 400, 0), kNotArrived);
+        ASSERT_EQ(file.read(3).code, kNotArrived);
+        if (i == std::size(seeks)) {
+            ASSERT_EQ(file.reset(), 0u);
+        } else {
+            ASSERT_EQ(file.seek(seeks[i].track, seeks[i].time, 0), seeks[i].code);
+        }
+        asf.source.faults.arrived = UINT64_MAX;
+        EXPECT_EQ(file.read(3).code, 0u) << i;
+    }
+}
+
+TEST(AsfFormat, LookingForTheIndexHandsOnItsFailures) {
+    const MemoryStore store(asf_sample_files()[0].bytes);
+    bool lacked_memory = true;
+    for (uint64_t at = 1; lacked_memory; ++at) {
+        TestSource source(store);
+        const SplitterStreamSource record = source.record();
+        SplitterHandle handle = nullptr;
+        SplitterHttpParam param = {};
+        FailingAllocator heap(at);
+        const uint32_t code = ASF_SPLITER_GetHTTPParam(&record, &param, &handle);
+        lacked_memory = heap.has_failed();
+        EXPECT_EQ(code, lacked_memory ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u);
+        EXPECT_EQ(param.index_flag, lacked_memory ? 0u : 1u);
+        SplitterFile file(kAsfSplitter, handle);
+    }
+    AsfBytes asf(asf_sample_files()[0].bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Fails});
+    const uint32_t load = 1;
+    EXPECT_EQ(kAsfSplitter.set_config(asf.file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load),
+              kSourceFailed);
+}
+
+TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
+    const AsfSample &sample = asf_sample_files()[0];
+    const MemoryStore store(sample.bytes);
+    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+    SplitterStreamSource record = source.record();
+    static int64_t size = -1;
+    record.size = [](void *, SplitterStream, int64_t *length) {
+        *length = size;
+        return size < 0 ? kNotArrived : uint32_t{SPLITER_OK};
+    };
+    SplitterFile file(kAsfSplitter, record);
+    const uint32_t load = 1;
+    for (const uint32_t code : {kNotArrived, uint32_t{SPLITER_OK}}) {
+        EXPECT_EQ(file.is_seekable(2), 0u);
+        EXPECT_EQ(kAsfSplitter.set_config(file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load), code);
+        size = static_cast<int64_t>(sample.bytes.size());
+    }
+    EXPECT_EQ(file.is_seekable(2), 1u);
+}
+
+}  // namespace
+}  // namespace quorv::test
