@@ -28,6 +28,13 @@ constexpr uint32_t fourcc(const char (&text)[5]) {
            uint32_t{static_cast<uint8_t>(text[2])} << 8 | uint32_t{static_cast<uint8_t>(text[3])};
 }
 
+enum class SeekDirection { Backward, Forward };
+
+// Of the interface's seek modes.
+constexpr SeekDirection seek_direction(uint32_t mode) {
+    return mode == SPLITER_SEEK_FORWARD ? SeekDirection::Forward : SeekDirection::Backward;
+}
+
 // Truncates a computed time or count to an integer. Values come from files, so they may be anything:
 // NaN and negatives give 0, values beyond the type give its limit.
 constexpr uint32_t clamp_to_u32(double value) {
