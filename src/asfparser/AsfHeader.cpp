@@ -2,6 +2,8 @@
 
 #include "asfparser/AsfHeader.h"
 
+#include <iterator>
+
 #include "asfparser/AsfStreamProperties.h"
 
 namespace quorv {
@@ -16,17 +18,16 @@ constexpr uint32_t kMillisecondsPerHighHalf = 429497;
 
 class HeaderWalk {
 public:
-    HeaderWalk(const CASFBase &base, StreamSource *source, AsfHeader *header)
-        : reader_(base, source), header_(*header) {}
+    HeaderWalk(StreamSource *source, AsfHeader *header) : reader_(source), header_(*header) {}
 
-    uint32_t read_header_object();
-    uint32_t read_data_object_header();
+    Code read_header_object();
+    Code read_data_object_header();
 
 private:
-    uint32_t read_child(const AsfObjectHeader &child);
-    uint32_t read_file_properties();
-    uint32_t read_stream_properties();
-    uint32_t read_header_extension();
+    Code read_child(const AsfObjectHeader &child);
+    Code read_file_properties();
+    Code read_stream_properties();
+    Code read_header_extension();
     void read_extended_stream_properties(uint32_t size);
     bool has_ended(uint64_t position_before);
 
@@ -40,94 +41,96 @@ bool HeaderWalk::has_ended(uint64_t position_before) {
     return position <= position_before || (reader_.stream_size() != 0 && position >= reader_.stream_size());
 }
 
-uint32_t HeaderWalk::read_header_object() {
+Code HeaderWalk::read_header_object() {
     reader_.move_to(0);
     const AsfObjectHeader whole = reader_.object_header();
-    if (reader_.code() != SPLITER_OK) return reader_.code();
-    if (!CASFBase::CompareGUID(whole.guid, kAsfHeaderObject) || whole.size < kHeaderObjectBytes)
-        return SPLITER_ERR_BAD_FORMAT;
+    if (reader_.code() != Code::Ok) return reader_.code();
+    if (!CASFBase::CompareGUID(whole.guid, kAsfHeaderObject) || whole.size_low() < kHeaderObjectBytes)
+        return Code::BadFormat;
     reader_.skip(kHeaderObjectBytes - kAsfObjectHeaderBytes);
-    uint32_t left = whole.size - kHeaderObjectBytes;
+    uint32_t left = whole.size_low() - kHeaderObjectBytes;
     bool wrapped = false;
     while (left != 0) {
         const uint64_t start = reader_.position();
-        AsfObjectHeader child = reader_.object_header();
-        if (reader_.code() != SPLITER_OK) return reader_.code();
-        if (child.size == 0) {
+        const AsfObjectHeader child = reader_.object_header();
+        if (reader_.code() != Code::Ok) return reader_.code();
+        const uint32_t size = child.size_low();
+        if (size == 0) {
             reader_.skip(left > kAsfObjectHeaderBytes ? left - kAsfObjectHeaderBytes : 0);
             return reader_.code();
         }
-        if (child.size < kAsfObjectHeaderBytes) return SPLITER_ERR_BAD_FORMAT;
-        const uint32_t code = read_child(child);
-        if (code != SPLITER_OK) return code;
+        if (size < kAsfObjectHeaderBytes) return Code::BadFormat;
+        const Code code = read_child(child);
+        if (code != Code::Ok) return code;
         // A child may claim more than is left. Then objects are read up to the end of the file.
-        wrapped |= child.size > left;
-        left -= child.size;
-        if (wrapped && left != 0 && has_ended(start)) return SPLITER_ERR_BAD_FORMAT;
+        wrapped |= size > left;
+        left -= size;
+        if (wrapped && left != 0 && has_ended(start)) return Code::BadFormat;
     }
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
-uint32_t HeaderWalk::read_child(const AsfObjectHeader &child) {
+Code HeaderWalk::read_child(const AsfObjectHeader &child) {
     if (child.guid.first == kAsfHeaderExtensionGroup) return read_header_extension();
     if (CASFBase::CompareGUID(child.guid, kAsfFilePropertiesObject)) return read_file_properties();
     if (CASFBase::CompareGUID(child.guid, kAsfStreamPropertiesObject)) return read_stream_properties();
-    reader_.skip(child.size - kAsfObjectHeaderBytes);
+    reader_.skip(child.size_low() - kAsfObjectHeaderBytes);
     return reader_.code();
 }
 
-uint32_t HeaderWalk::read_file_properties() {
-    uint32_t low = 0, high = 0, send_low = 0, send_high = 0, preroll_high = 0;
+Code HeaderWalk::read_file_properties() {
     reader_.skip(16 + 8 + 8 + 8);  // identifier, size, creation date, packet count
-    reader_.qword(&low, &high);
-    reader_.qword(&send_low, &send_high);
-    reader_.qword(&header_.preroll, &preroll_high);
-    const uint64_t duration = low / kAsfUnitsPerMillisecond + uint64_t{high} * kMillisecondsPerHighHalf;
+    const uint64_t play_duration = reader_.le64();
+    reader_.le64();  // send duration
+    header_.preroll = static_cast<uint32_t>(reader_.le64());
+    const uint64_t duration = static_cast<uint32_t>(play_duration) / kAsfUnitsPerMillisecond +
+                              (play_duration >> 32) * kMillisecondsPerHighHalf;
     header_.duration = duration > header_.preroll ? saturate_to_u32(duration - header_.preroll) : 0;
     reader_.skip(4 + 4);  // flags, minimum packet size
-    header_.packet_size = reader_.dword();
-    header_.max_bitrate = reader_.dword();
+    header_.packet_size = reader_.le32();
+    header_.max_bitrate = reader_.le32();
     return reader_.code();
 }
 
-uint32_t HeaderWalk::read_stream_properties() {
+Code HeaderWalk::read_stream_properties() {
     const AsfGuid type = reader_.guid();
     reader_.skip(16 + 8);  // error correction type, time offset
-    const uint32_t type_data_length = reader_.dword();
-    const uint32_t error_correction_length = reader_.dword();
-    const uint32_t stream_number = reader_.word() & 0x7F;
+    const uint32_t type_data_length = reader_.le32();
+    const uint32_t error_correction_length = reader_.le32();
+    const uint32_t stream_number = reader_.le16() & 0x7F;
     reader_.skip(4);
-    if (reader_.code() != SPLITER_OK) return reader_.code();
-    const uint32_t code =
+    if (reader_.code() != Code::Ok) return reader_.code();
+    const Code code =
         type.first == kAsfAudioMediaGroup
             ? asf_read_audio_properties(&reader_, stream_number, &header_.audio)
             : asf_read_video_properties(&reader_, stream_number, type_data_length, &header_.video);
-    if (code != SPLITER_OK) return code;
+    if (code != Code::Ok) return code;
     reader_.skip(error_correction_length);
     return reader_.code();
 }
 
 // A malformed child ends the extension; the file is good all the same.
-uint32_t HeaderWalk::read_header_extension() {
+Code HeaderWalk::read_header_extension() {
     reader_.skip(18);
-    uint32_t left = reader_.dword();
+    uint32_t left = reader_.le32();
     while (left != 0) {
         const uint64_t start = reader_.position();
         const AsfObjectHeader child = reader_.object_header();
-        if (reader_.code() != SPLITER_OK) break;
-        if (child.size == 0) {
+        if (reader_.code() != Code::Ok) break;
+        const uint32_t size = child.size_low();
+        if (size == 0) {
             reader_.skip(left > kAsfObjectHeaderBytes ? left - kAsfObjectHeaderBytes : 0);
             break;
         }
         const bool is_stream = child.guid.first == kAsfExtendedStreamPropertiesGroup;
-        if (child.size < (is_stream ? kExtendedStreamPropertiesBytes : kAsfObjectHeaderBytes)) break;
+        if (size < (is_stream ? kExtendedStreamPropertiesBytes : kAsfObjectHeaderBytes)) break;
         if (is_stream) {
-            read_extended_stream_properties(child.size);
+            read_extended_stream_properties(size);
         } else {
-            reader_.skip(child.size - kAsfObjectHeaderBytes);
+            reader_.skip(size - kAsfObjectHeaderBytes);
         }
-        const bool wrapped = child.size > left;
-        left -= child.size;
+        const bool wrapped = size > left;
+        left -= size;
         if (wrapped || has_ended(start)) break;
     }
     return reader_.code();
@@ -135,33 +138,26 @@ uint32_t HeaderWalk::read_header_extension() {
 
 void HeaderWalk::read_extended_stream_properties(uint32_t size) {
     reader_.skip(44 + 4);  // times, rates, buffer sizes, largest object, flags
-    const uint32_t stream_number = reader_.word();
+    const uint32_t stream_number = reader_.le16();
     reader_.skip(2);  // language
-    uint32_t low = 0, high = 0;
-    reader_.qword(&low, &high);
+    const auto units = static_cast<uint32_t>(reader_.le64());
     reader_.skip(size - kExtendedStreamPropertiesBytes);
-    if (reader_.code() != SPLITER_OK) return;
-    for (AsfStreamSlot &slot : header_.slots) {
-        if (slot.stream_number != kAsfNoStream) continue;
-        slot = {stream_number, low / kAsfUnitsPerMillisecond};
-        return;
-    }
+    if (reader_.code() != Code::Ok || header_.interval_count == std::size(header_.intervals)) return;
+    header_.intervals[header_.interval_count++] = {stream_number, units / kAsfUnitsPerMillisecond};
 }
 
-uint32_t HeaderWalk::read_data_object_header() {
+Code HeaderWalk::read_data_object_header() {
     const AsfObjectHeader object = reader_.object_header();
-    if (reader_.code() != SPLITER_OK) return reader_.code();
-    const uint64_t size = uint64_t{object.size_high} << 32 | object.size;
-    if (!CASFBase::CompareGUID(object.guid, kAsfDataObject) || size < kDataObjectBytes)
-        return SPLITER_ERR_BAD_FORMAT;
+    if (reader_.code() != Code::Ok) return reader_.code();
+    if (!CASFBase::CompareGUID(object.guid, kAsfDataObject) || object.size < kDataObjectBytes)
+        return Code::BadFormat;
     const uint64_t position = reader_.position();
     const uint64_t limit = reader_.stream_size() != 0 ? reader_.stream_size() : uint64_t{INT64_MAX};
-    const uint64_t body = size - kAsfObjectHeaderBytes;
+    const uint64_t body = object.size - kAsfObjectHeaderBytes;
     header_.is_cut = position > limit || body > limit - position;
     header_.data_end = header_.is_cut ? limit : position + body;
     reader_.skip(16);  // file identifier
-    uint32_t high = 0;
-    reader_.qword(&header_.total_packets, &high);
+    header_.total_packets = static_cast<uint32_t>(reader_.le64());
     reader_.skip(2);
     header_.first_packet = reader_.position();
     // Streams of unknown codecs are offered when there is no other.
@@ -169,14 +165,25 @@ uint32_t HeaderWalk::read_data_object_header() {
     return reader_.code();
 }
 
+Code read_objects(StreamSource *reader, AsfHeader *header) {
+    HeaderWalk walk(reader, header);
+    const Code code = walk.read_header_object();
+    return code == Code::Ok ? walk.read_data_object_header() : code;
+}
+
 }  // namespace
 
-uint32_t asf_read_header(const CASFBase &base, StreamSource *reader, AsfHeader *header) {
-    asf_clear_header(header);
-    HeaderWalk walk(base, reader, header);
-    uint32_t code = walk.read_header_object();
-    if (code == SPLITER_OK) code = walk.read_data_object_header();
-    if (code != SPLITER_OK) asf_clear_header(header);
+uint32_t AsfHeader::frame_interval(uint32_t stream_number) const {
+    for (uint32_t i = 0; i < interval_count; ++i) {
+        if (intervals[i].stream_number == stream_number) return intervals[i].milliseconds;
+    }
+    return 0;
+}
+
+Code asf_read_header(StreamSource *reader, AsfHeader *header) {
+    *header = {};
+    const Code code = read_objects(reader, header);
+    if (code != Code::Ok) *header = {};
     return code;
 }
 

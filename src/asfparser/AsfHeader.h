@@ -1,14 +1,67 @@
-// Reads the Header Object and the header of the Data Object.
+// What the header of a file says, read from the Header Object and the header of the Data Object.
 #ifndef QUORV_SRC_ASFPARSER_ASFHEADER_H
 #define QUORV_SRC_ASFPARSER_ASFHEADER_H
 
-#include "asfparser/AsfContext.h"
+#include "platform/MemoryOwner.h"
+#include "splitter/Code.h"
+#include "splitter/StreamSource.h"
 
 namespace quorv {
 
-// From the start of the file, with that reader. SPLITER_OK leaves a complete header; after a failure it is
-// empty: SPLITER_ERR_BAD_FORMAT, SPLITER_ERR_NO_MEMORY or the code of a failed read or seek.
-uint32_t asf_read_header(const CASFBase &base, StreamSource *reader, AsfHeader *header);
+inline constexpr uint32_t kAsfMaxCodecData = 256;
+
+struct AsfCodecData {
+    uint8_t bytes[kAsfMaxCodecData] = {};
+    uint32_t length = 0;
+    bool first = false;  // is put in front of the first frame
+};
+
+struct AsfAudioStream {
+    bool present = false;
+    uint32_t stream_number = 0;
+    uint32_t codec = 0;  // FourCC, 0 when it is not known
+    uint32_t channels = 0, sample_rate = 0, block_align = 0, bits_per_sample = 0, bit_rate = 0;
+    AsfCodecData codec_data;
+};
+
+struct AsfVideoStream {
+    bool present = false;
+    uint32_t stream_number = 0;
+    uint32_t codec = 0;              // FourCC, 0 when it is not known
+    uint32_t unrecognised_code = 0;  // FourCC, as long as no stream with a known codec has come
+    uint32_t width = 0, height = 0;
+    AsfCodecData codec_data = {.first = true};
+    Owned<uint8_t[]> type_data;  // all of the stream's type-specific data
+    uint32_t type_data_length = 0;
+};
+
+// What an Extended Stream Properties Object says of a stream.
+struct AsfFrameInterval {
+    uint32_t stream_number, milliseconds;
+};
+
+// The default is that of a file without a header.
+struct AsfHeader {
+    uint32_t packet_size = 4096;
+    uint32_t max_bitrate = 0;
+    uint32_t duration = 0;  // milliseconds, the preroll not counted; 0 when it is not known
+    uint32_t preroll = 0;   // milliseconds
+    AsfAudioStream audio;
+    AsfVideoStream video;
+    AsfFrameInterval intervals[2] = {};  // the first ones in the file
+    uint32_t interval_count = 0;
+    uint64_t first_packet = 0;
+    uint64_t data_end = 0;  // of the Data Object, at most the end of the stream
+    bool is_cut = false;    // the stream ends before the Data Object
+    uint32_t total_packets = 0;
+
+    // Milliseconds from frame to frame, 0 when the header does not say.
+    uint32_t frame_interval(uint32_t stream_number) const;
+};
+
+// From the start of the file, with that reader. Ok leaves a complete header, everything else the default:
+// BadFormat, NoMemory or the code of a failed read or seek.
+Code asf_read_header(StreamSource *reader, AsfHeader *header);
 
 }  // namespace quorv
 

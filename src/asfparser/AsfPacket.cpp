@@ -33,7 +33,7 @@ uint32_t AsfPacketWalk::field(uint32_t type) {
         return 0;
     }
     uint32_t value = 0;
-    CASFBase::ReadFromMemByType(bytes_ + at_, &value, type);
+    static_cast<void>(CASFBase::ReadFromMemByType(bytes_ + at_, &value, type));  // no type is above 3
     at_ += width;
     return value;
 }
@@ -47,7 +47,7 @@ void AsfPacketWalk::skip(uint32_t count) {
     at_ += count;
 }
 
-uint32_t AsfPacketWalk::read_header() {
+Code AsfPacketWalk::read_header() {
     uint32_t length_flags = byte();
     if ((length_flags & kErrorCorrectionPresent) != 0) {
         skip(length_flags & kErrorCorrectionLength);
@@ -64,30 +64,27 @@ uint32_t AsfPacketWalk::read_header() {
         payloads_left_ = payload_flags & kPayloadCount;
         payload_length_type_ = length_type(payload_flags, 6);
     }
-    return failed_ ? SPLITER_ERR_BAD_FORMAT : SPLITER_OK;
+    return code();
 }
 
-bool AsfPacketWalk::next(AsfPayload *payload, uint32_t *code) {
-    *code = SPLITER_OK;
+bool AsfPacketWalk::next(AsfPayload *payload) {
     if (payloads_left_ == 0) return false;
     --payloads_left_;
     const uint32_t first = byte();
     payload->stream_number = first & kStreamNumber;
     payload->key_frame = (first & kKeyFrame) != 0;
-    if (!failed_ && !multiple_ && payload->stream_number != wanted_stream_) return false;
-    if (read_payload(payload)) return true;
-    *code = SPLITER_ERR_BAD_FORMAT;
-    return false;
+    if (!multiple_ && payload->stream_number != wanted_stream_) return false;
+    read_payload(payload);
+    return !failed_;
 }
 
-bool AsfPacketWalk::read_payload(AsfPayload *payload) {
+void AsfPacketWalk::read_payload(AsfPayload *payload) {
     payload->object_number = field(length_type(property_flags_, 4));
     payload->offset_into_object = field(length_type(property_flags_, 2));
     read_replicated_data(payload);
     payload->data_length = payload_length();
     payload->data_start = at_;
     skip(payload->data_length);
-    return !failed_;
 }
 
 void AsfPacketWalk::read_replicated_data(AsfPayload *payload) {

@@ -2,7 +2,7 @@
 #ifndef QUORV_SRC_ASFPARSER_ASFPACKET_H
 #define QUORV_SRC_ASFPARSER_ASFPACKET_H
 
-#include <stdint.h>
+#include "splitter/Code.h"
 
 namespace quorv {
 
@@ -21,23 +21,24 @@ struct AsfPayload {
 };
 
 // Goes through the payloads of one packet. Nothing outside the packet is read; a field or a payload that does
-// not lie inside ends the walk with SPLITER_ERR_BAD_FORMAT.
+// not lie inside ends the walk with BadFormat.
 class AsfPacketWalk {
 public:
     // A packet of a single payload is left when that is not of the wanted stream.
     AsfPacketWalk(const uint8_t *bytes, uint32_t size, uint32_t wanted_stream)
         : bytes_(bytes), size_(size), wanted_stream_(wanted_stream) {}
 
-    uint32_t read_header();
-    // False behind the last payload, and after a failure, which *code tells.
-    bool next(AsfPayload *payload, uint32_t *code);
+    Code read_header();
+    // False behind the last payload, and after a failure.
+    bool next(AsfPayload *payload);
+    Code code() const { return failed_ ? Code::BadFormat : Code::Ok; }
 
 private:
     uint32_t left() const { return size_ - at_; }
     uint32_t field(uint32_t type);
     uint32_t byte() { return field(1); }
     void skip(uint32_t count);
-    bool read_payload(AsfPayload *payload);
+    void read_payload(AsfPayload *payload);
     void read_replicated_data(AsfPayload *payload);
     uint32_t payload_length();
 

@@ -4,8 +4,9 @@
 #include <quorv/asf_splitter.h>
 #include <string.h>
 
-#include "asfparser/AsfHeader.h"
 #include "asfparser/AsfPlayback.h"
+#include "asfparser/AsfSeek.h"
+#include "splitter/CallerRecords.h"
 
 namespace quorv {
 
@@ -15,31 +16,26 @@ AsfContext *context_of(SplitterHandle handle) {
     return static_cast<AsfContext *>(handle);
 }
 
-// Takes the context that the handle holds, or makes one.
-uint32_t acquire_context(const SplitterStreamSource *source, SplitterHandle handle, AsfContext **context) {
-    *context = handle != nullptr ? context_of(handle) : asf_new_context(*source);
-    return *context != nullptr ? SPLITER_OK : SPLITER_ERR_NO_MEMORY;
-}
-
-// Stores a new context, or ends it when the call that made it has failed; one that came in stays as it was.
-uint32_t release_context(AsfContext *context, SplitterHandle *handle, uint32_t code) {
-    if (*handle != nullptr) return code;
-    if (code == SPLITER_OK) {
-        *handle = context;
-    } else {
-        asf_free_context(context);
-    }
+// Makes a call on the context that the handle holds, or on a new one, which it then gets. A new context ends
+// when the call fails; one that came in stays as it was.
+template <typename Call>
+Code with_context(const SplitterStreamSource *source, SplitterHandle *handle, Call call) {
+    if (*handle != nullptr) return call(context_of(*handle));
+    Owned<AsfContext> context = asf_new_context(*source);
+    if (context == nullptr) return Code::NoMemory;
+    const Code code = call(context.get());
+    if (code == Code::Ok) *handle = context.release();
     return code;
 }
 
-uint32_t read_header(AsfContext *context) {
-    if (context->header_parsed) return SPLITER_OK;
-    const uint32_t code = asf_read_header(*context->base, &context->reader, &context->header);
-    context->header_parsed = code == SPLITER_OK;
+Code read_header(AsfContext *context) {
+    if (context->header_parsed) return Code::Ok;
+    const Code code = asf_read_header(&context->reader, &context->header);
+    context->header_parsed = code == Code::Ok;
     return code;
 }
 
-uint32_t load_index(AsfContext *context) {
+Code load_index(AsfContext *context) {
     const AsfHeader &header = context->header;
     return context->index_parser->LoadIndex(&context->reader, header.data_end, header.preroll);
 }
@@ -57,30 +53,53 @@ AsfDataLayout data_layout(const AsfHeader &header) {
     return layout;
 }
 
-// That there is no index, or that it cannot be read, is no failure.
-uint32_t find_index(AsfContext *context) {
+Code read_header_and_index(AsfContext *context, SplitterHttpParam *param) {
+    const Code code = read_header(context);
+    if (code != Code::Ok) return code;
     if (!context->opened) {
-        const uint64_t stream_size = context->base->GetStreamSize(&context->reader);
-        context->data_parser->SetLayout(data_layout(context->header), stream_size);
+        const uint64_t stream_size = CASFBase::GetStreamSize(&context->reader);
+        context->data_parser->Packets().set_layout(data_layout(context->header), stream_size);
     }
-    return load_index(context) == SPLITER_ERR_NO_MEMORY ? SPLITER_ERR_NO_MEMORY : SPLITER_OK;
+    // That there is no index, or that it cannot be read, is no failure.
+    if (load_index(context) == Code::NoMemory) return Code::NoMemory;
+    param->index_flag = context->index_parser->IsLoaded() ? 1 : 0;
+    return Code::Ok;
 }
 
-uint32_t open_file(AsfContext *context) {
-    uint32_t code = context->base->CreateReader(&context->reader, StreamAccess::Read);
-    if (code != SPLITER_OK) return code;
+// An open file has its reader; else one is open for the time of this call.
+Code get_http_param(AsfContext *context, SplitterHttpParam *param) {
+    if (context->opened) return read_header_and_index(context, param);
+    Code code = context->base->CreateReader(&context->reader, StreamAccess::Read);
+    if (code != Code::Ok) return code;
+    code = read_header_and_index(context, param);
+    CASFBase::DestroyReader(&context->reader);
+    return code;
+}
+
+Code open_readers(AsfContext *context) {
+    Code code = context->base->CreateReader(&context->reader, StreamAccess::Read);
+    if (code != Code::Ok) return code;
     code = read_header(context);
-    if (code == SPLITER_OK) code = context->data_parser->InitParser(data_layout(context->header));
-    if (code != SPLITER_OK) {
-        context->base->DestroyReader(&context->reader);
-        return code;
+    if (code == Code::Ok) code = context->data_parser->InitParser(data_layout(context->header));
+    if (code != Code::Ok) CASFBase::DestroyReader(&context->reader);
+    return code;
+}
+
+Code open_file(AsfContext *context) {
+    if (!context->opened) {
+        const Code code = open_readers(context);
+        if (code != Code::Ok) return code;
+        context->opened = true;
+        if (context->base->IsLocal()) {
+            // What cannot be found out here is missing later, but the file can be played.
+            static_cast<void>(asf_prime(context));
+            const bool has_times = context->header.duration != 0;
+            if (has_times && context->data_parser->Packets().packet_count() > 0)
+                static_cast<void>(load_index(context));
+        }
     }
-    context->opened = true;
-    if (!context->base->IsLocal()) return SPLITER_OK;
-    // What cannot be found out here is missing later, but the file can be played.
-    asf_prime(context);
-    if (context->data_parser->PacketCount() > 0 && context->header.duration != 0) load_index(context);
-    return SPLITER_OK;
+    asf_rewind(context);
+    return Code::Ok;
 }
 
 uint32_t whole_frames_per_second(uint32_t interval) {
@@ -116,63 +135,90 @@ SplitterAudioInfo audio_info(const AsfContext &context) {
     return info;
 }
 
-template <typename Info>
-uint32_t copy_info(const Info &info, void *to, uint32_t size) {
-    if (size < sizeof(info)) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    memcpy(to, &info, sizeof(info));
-    return SPLITER_OK;
-}
-
-// Checks the size of a caller's record and takes it over.
-template <typename Record>
-Record *take_record(void *value, uint32_t *size) {
-    if (*size < sizeof(Record)) return nullptr;
-    *size = sizeof(Record);
-    return static_cast<Record *>(value);
-}
-
-uint32_t key_frame_count(const AsfContext *context, void *value, uint32_t *size) {
+Code key_frame_count(const AsfContext *context, void *value, uint32_t *size) {
     auto *record = take_record<SplitterTrackValue>(value, size);
-    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (record == nullptr) return Code::BufferTooSmall;
     record->value = context->is_video(record->track) ? context->index_parser->KeyFrameCount() : 0;
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
-uint32_t next_key_frame_time(AsfContext *context, void *value, uint32_t *size) {
+Code next_key_frame_time(AsfContext *context, void *value, uint32_t *size) {
     auto *record = take_record<SplitterTrackValue>(value, size);
-    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (record == nullptr) return Code::BufferTooSmall;
     record->value = 0;
-    if (!context->is_video(record->track)) return SPLITER_ERR_UNSUPPORTED;
+    if (!context->is_video(record->track)) return Code::Unsupported;
     return asf_next_key_frame_time(context, &record->value);
 }
 
-void set_data(SplitterTrackData *record, const uint8_t *data, uint32_t length) {
-    record->data = length != 0 ? data : nullptr;
-    record->length = length;
-}
-
-uint32_t codec_data(const AsfContext *context, void *value, uint32_t *size) {
+Code codec_data(const AsfContext *context, void *value, uint32_t *size) {
     auto *record = take_record<SplitterTrackData>(value, size);
-    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (record == nullptr) return Code::BufferTooSmall;
     const AsfHeader &header = context->header;
     set_data(record, nullptr, 0);
     if (context->is_video(record->track))
         set_data(record, header.video.codec_data.bytes, header.video.codec_data.length);
     if (context->is_audio(record->track))
         set_data(record, header.audio.codec_data.bytes, header.audio.codec_data.length);
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
-uint32_t video_type_data(const AsfContext *context, void *value, uint32_t *size) {
+Code video_type_data(const AsfContext *context, void *value, uint32_t *size) {
     // Here the track is checked before the rest of the record.
     uint32_t track = 0;
-    if (*size < sizeof(track)) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (*size < sizeof(track)) return Code::BufferTooSmall;
     memcpy(&track, value, sizeof(track));
-    if (!context->is_video(track)) return SPLITER_ERR_UNSUPPORTED;
+    if (!context->is_video(track)) return Code::Unsupported;
     auto *record = take_record<SplitterTrackData>(value, size);
-    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    set_data(record, context->header.video.type_data, context->header.video.type_data_length);
-    return SPLITER_OK;
+    if (record == nullptr) return Code::BufferTooSmall;
+    set_data(record, context->header.video.type_data.get(), context->header.video.type_data_length);
+    return Code::Ok;
+}
+
+Code get_config(AsfContext *context, uint32_t id, void *value, uint32_t *size) {
+    switch (id) {
+        case SPLITER_CFG_KEYFRAME_COUNT:
+            return key_frame_count(context, value, size);
+        case SPLITER_CFG_NEXT_KEYFRAME_TIME:
+            return next_key_frame_time(context, value, size);
+        case SPLITER_CFG_CODEC_DATA:
+            return codec_data(context, value, size);
+        case SPLITER_CFG_VIDEO_TYPE_DATA:
+            return video_type_data(context, value, size);
+        default:
+            return Code::Unsupported;
+    }
+}
+
+// Every setting is a number.
+Code set_config(AsfContext *context, uint32_t id, const void *value, uint32_t size) {
+    const bool is_setting = id == SPLITER_CFG_CODEC_DATA_FIRST || id == SPLITER_CFG_SEEK_THRESHOLD ||
+                            id == SPLITER_CFG_LOAD_INDEX;
+    if (!is_setting) return Code::Unsupported;
+    uint32_t number = 0;
+    if (size < sizeof(number)) return Code::BufferTooSmall;
+    memcpy(&number, value, sizeof(number));
+    if (id == SPLITER_CFG_CODEC_DATA_FIRST) context->header.video.codec_data.first = number != 0;
+    if (id != SPLITER_CFG_LOAD_INDEX) return Code::Ok;
+    if (!context->opened) return Code::NoParser;
+    return number != 0 ? load_index(context) : Code::Ok;
+}
+
+Code read_frame(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size,
+                SplitterFrameInfo *frame) {
+    if (context->waiting) return Code::DataPending;
+    if (!context->is_video(track) && !context->is_audio(track)) return Code::InvalidParam;
+    const Code code = asf_prime(context);
+    if (code != Code::Ok) return code;
+    return asf_read_frame(context, track, buffer, size, frame);
+}
+
+Code seek(AsfContext *context, uint32_t track, uint32_t *time, uint32_t mode) {
+    Code code = Code::InvalidParam;
+    if (context->is_video(track) || context->is_audio(track))
+        code = asf_seek(context, track, time, seek_direction(mode));
+    // Every other result ends the waiting, too, those for refused arguments among them.
+    context->waiting = !context->base->IsLocal() && code == Code::DataPending;
+    return code;
 }
 
 }  // namespace
@@ -186,27 +232,13 @@ uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
     if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
     if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AsfContext *context = nullptr;
-    uint32_t code = acquire_context(source, *handle, &context);
-    if (code != SPLITER_OK) return code;
-    // An open file has its reader; else one is open for the time of this call.
-    if (!context->opened) code = context->base->CreateReader(&context->reader, StreamAccess::Read);
-    if (code != SPLITER_OK) return release_context(context, handle, code);
-    code = read_header(context);
-    if (code == SPLITER_OK) code = find_index(context);
-    if (code == SPLITER_OK) param->index_flag = context->index_parser->IsLoaded() ? 1 : 0;
-    if (!context->opened) context->base->DestroyReader(&context->reader);
-    return release_context(context, handle, code);
+    const auto call = [param](AsfContext *context) { return get_http_param(context, param); };
+    return to_public(with_context(source, handle, call));
 }
 
 uint32_t ASF_SPLITER_Open(const SplitterStreamSource *source, uint32_t /*mode*/, SplitterHandle *handle) {
     if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AsfContext *context = nullptr;
-    uint32_t code = acquire_context(source, *handle, &context);
-    if (code != SPLITER_OK) return code;
-    if (!context->opened) code = open_file(context);
-    if (code == SPLITER_OK) asf_rewind(context);
-    return release_context(context, handle, code);
+    return to_public(with_context(source, handle, open_file));
 }
 
 uint32_t ASF_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
@@ -226,47 +258,19 @@ uint32_t ASF_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
 uint32_t ASF_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t track, void *info, uint32_t size) {
     if (handle == nullptr || info == nullptr) return SPLITER_ERR_INVALID_PARAM;
     const AsfContext &context = *context_of(handle);
-    if (context.is_video(track)) return copy_info(video_info(context), info, size);
-    if (context.is_audio(track)) return copy_info(audio_info(context), info, size);
+    if (context.is_video(track)) return to_public(fill_record(video_info(context), info, size));
+    if (context.is_audio(track)) return to_public(fill_record(audio_info(context), info, size));
     return SPLITER_ERR_INVALID_PARAM;
 }
 
 uint32_t ASF_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size) {
     if (handle == nullptr || value == nullptr || size == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AsfContext *context = context_of(handle);
-    switch (id) {
-        case SPLITER_CFG_KEYFRAME_COUNT:
-            return key_frame_count(context, value, size);
-        case SPLITER_CFG_NEXT_KEYFRAME_TIME:
-            return next_key_frame_time(context, value, size);
-        case SPLITER_CFG_CODEC_DATA:
-            return codec_data(context, value, size);
-        case SPLITER_CFG_VIDEO_TYPE_DATA:
-            return video_type_data(context, value, size);
-        default:
-            return SPLITER_ERR_UNSUPPORTED;
-    }
+    return to_public(get_config(context_of(handle), id, value, size));
 }
 
 uint32_t ASF_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, const void *value, uint32_t size) {
     if (handle == nullptr || value == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AsfContext *context = context_of(handle);
-    uint32_t number = 0;
-    if (size >= sizeof(number)) memcpy(&number, value, sizeof(number));
-    switch (id) {
-        case SPLITER_CFG_CODEC_DATA_FIRST:
-            if (size < sizeof(number)) return SPLITER_ERR_BUFFER_TOO_SMALL;
-            context->header.video.codec_data.first = number != 0;
-            return SPLITER_OK;
-        case SPLITER_CFG_SEEK_THRESHOLD:
-            return size < sizeof(number) ? SPLITER_ERR_BUFFER_TOO_SMALL : SPLITER_OK;
-        case SPLITER_CFG_LOAD_INDEX:
-            if (size < sizeof(number)) return SPLITER_ERR_BUFFER_TOO_SMALL;
-            if (!context->opened) return SPLITER_ERR_NO_PARSER;
-            return number != 0 ? load_index(context) : uint32_t{SPLITER_OK};
-        default:
-            return SPLITER_ERR_UNSUPPORTED;
-    }
+    return to_public(set_config(context_of(handle), id, value, size));
 }
 
 uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buffer, uint32_t size,
@@ -274,23 +278,12 @@ uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
     if (frame == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *frame = {};
     if (handle == nullptr || buffer == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AsfContext *context = context_of(handle);
-    if (context->waiting) return SPLITER_ERR_DATA_PENDING;
-    if (!context->is_video(track) && !context->is_audio(track)) return SPLITER_ERR_INVALID_PARAM;
-    const uint32_t code = asf_prime(context);
-    if (code != SPLITER_OK) return code;
-    return asf_read_frame(context, track, static_cast<uint8_t *>(buffer), size, frame);
+    return to_public(read_frame(context_of(handle), track, static_cast<uint8_t *>(buffer), size, frame));
 }
 
 uint32_t ASF_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode) {
     if (handle == nullptr || time == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AsfContext *context = context_of(handle);
-    uint32_t code = SPLITER_ERR_INVALID_PARAM;
-    if (context->is_video(track) || context->is_audio(track))
-        code = asf_seek(context, track, time, mode == SPLITER_SEEK_FORWARD);
-    // Every other result ends the waiting, too, those for refused arguments among them.
-    context->waiting = !context->base->IsLocal() && code == SPLITER_ERR_DATA_PENDING;
-    return code;
+    return to_public(seek(context_of(handle), track, time, mode));
 }
 
 uint32_t ASF_SPLITER_Reset(SplitterHandle handle) {
@@ -307,6 +300,6 @@ uint32_t ASF_SPLITER_IsSeekable(SplitterHandle handle, uint32_t /*track*/) {
 
 uint32_t ASF_SPLITER_Close(SplitterHandle handle) {
     if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    asf_free_context(context_of(handle));
+    Owned<AsfContext>(context_of(handle)).reset();
     return SPLITER_OK;
 }

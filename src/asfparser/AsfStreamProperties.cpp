@@ -39,54 +39,54 @@ void read_codec_data(AsfHeaderReader *reader, uint32_t length, AsfCodecData *dat
     data->length = reader->bytes_up_to(data->bytes, kAsfMaxCodecData, length);
 }
 
-uint32_t read_known_video(AsfHeaderReader *reader, uint64_t start, uint32_t length, AsfVideoStream *video) {
-    if (length < kUpToCodecData || length - kUpToCodecData > kAsfMaxCodecData) return SPLITER_ERR_BAD_FORMAT;
+Code read_known_video(AsfHeaderReader *reader, uint64_t start, uint32_t length, AsfVideoStream *video) {
+    if (length < kUpToCodecData || length - kUpToCodecData > kAsfMaxCodecData) return Code::BadFormat;
     video->present = true;
     reader->skip(kUpToCodecData - kUpToCompression);
     read_codec_data(reader, length - kUpToCodecData, &video->codec_data);
-    if (reader->code() != SPLITER_OK) return reader->code();
-    video->type_data = static_cast<uint8_t *>(MMemAlloc(nullptr, length));
-    if (video->type_data == nullptr) return SPLITER_ERR_NO_MEMORY;
+    if (reader->code() != Code::Ok) return reader->code();
+    video->type_data = make_array<uint8_t>(length);
+    if (video->type_data == nullptr) return Code::NoMemory;
     video->type_data_length = length;
     reader->move_to(start);
-    reader->bytes(video->type_data, length);
+    reader->bytes(video->type_data.get(), length);
     return reader->code();
 }
 
 }  // namespace
 
-uint32_t asf_read_audio_properties(AsfHeaderReader *reader, uint32_t stream_number, AsfAudioStream *audio) {
+Code asf_read_audio_properties(AsfHeaderReader *reader, uint32_t stream_number, AsfAudioStream *audio) {
     if (audio->present) {
         reader->skip(16);
-        reader->skip(reader->word());
+        reader->skip(reader->le16());
         return reader->code();
     }
     audio->present = true;
     audio->stream_number = stream_number;
-    audio->codec = find_codec(kAudioCodecs, reader->word());
-    audio->channels = reader->word();
-    audio->sample_rate = reader->dword();
-    audio->bit_rate = saturate_to_u32(uint64_t{reader->dword()} * 8);
-    audio->block_align = reader->word();
-    audio->bits_per_sample = reader->word();
-    read_codec_data(reader, reader->word(), &audio->codec_data);
+    audio->codec = find_codec(kAudioCodecs, reader->le16());
+    audio->channels = reader->le16();
+    audio->sample_rate = reader->le32();
+    audio->bit_rate = saturate_to_u32(uint64_t{reader->le32()} * 8);
+    audio->block_align = reader->le16();
+    audio->bits_per_sample = reader->le16();
+    read_codec_data(reader, reader->le16(), &audio->codec_data);
     audio->codec_data.first = audio->codec == fourcc("mp3 ");
     if (audio->codec == fourcc("mp3 ") || audio->codec == fourcc("aac ")) audio->bits_per_sample = 16;
     return reader->code();
 }
 
-uint32_t asf_read_video_properties(AsfHeaderReader *reader, uint32_t stream_number, uint32_t length,
-                                   AsfVideoStream *video) {
+Code asf_read_video_properties(AsfHeaderReader *reader, uint32_t stream_number, uint32_t length,
+                               AsfVideoStream *video) {
     if (video->present || length < kUpToCompression) {
         reader->skip(length);
         return reader->code();
     }
     const uint64_t start = reader->position();
-    video->width = reader->dword();
-    video->height = reader->dword();
+    video->width = reader->le32();
+    video->height = reader->le32();
     reader->skip(19);
-    const uint32_t compression = reader->dword();
-    if (reader->code() != SPLITER_OK) return reader->code();
+    const uint32_t compression = reader->le32();
+    if (reader->code() != Code::Ok) return reader->code();
     video->stream_number = stream_number;
     video->codec = find_codec(kVideoCodecs, compression);
     if (video->codec == 0) {

@@ -4,91 +4,103 @@
 
 #include <string.h>
 
+#include "splitter/ByteOrder.h"
+
 namespace quorv {
 
-namespace {
-
-uint32_t little_endian(const uint8_t *bytes, uint32_t count) {
-    uint32_t value = 0;
-    for (uint32_t i = 0; i < count; ++i)
-        value |= uint32_t{bytes[i]} << (8 * i);
-    return value;
+AsfReader::~AsfReader() {
+    CASFBase::DestroyReader(this);
 }
-
-}  // namespace
 
 CASFBase::~CASFBase() = default;
 
-uint32_t CASFBase::CreateReader(StreamSource *reader, StreamAccess access) const {
+Code CASFBase::CreateReader(AsfReader *reader, StreamAccess access) const {
     reader->callbacks = *source_;
-    return reader->open(access);
+    const Code code{reader->open(access)};
+    reader->is_open = code == Code::Ok;
+    return code;
 }
 
-uint32_t CASFBase::DestroyReader(StreamSource *reader) const {
-    return reader->close();
+void CASFBase::DestroyReader(AsfReader *reader) {
+    if (reader->is_open) static_cast<void>(reader->close());
+    reader->is_open = false;
 }
 
-uint64_t CASFBase::GetStreamSize(StreamSource *reader, uint32_t *code) const {
+uint64_t CASFBase::GetStreamSize(StreamSource *reader, Code *code) {
     int64_t length = 0;
-    const uint32_t result = reader->size(&length);
+    const Code result{reader->size(&length)};
     if (code != nullptr) *code = result;
-    return result == 0 && length > 0 ? static_cast<uint64_t>(length) : 0;
+    return result == Code::Ok && length > 0 ? static_cast<uint64_t>(length) : 0;
 }
 
-int64_t CASFBase::MStreamTell_RO(StreamSource *reader) const {
+int64_t CASFBase::MStreamTell_RO(StreamSource *reader) {
     if (reader->position >= 0) return reader->position;
     int64_t position = 0;
-    if (reader->tell(&position) != 0 || position < 0) return 0;
+    if (Code{reader->tell(&position)} != Code::Ok || position < 0) return 0;
     reader->position = position;
     return position;
 }
 
-uint32_t CASFBase::MStreamSeek_RO(StreamSource *reader, SeekOrigin origin, int64_t offset) const {
-    return reader->seek(origin, offset);
+Code CASFBase::MStreamSeek_RO(StreamSource *reader, SeekOrigin origin, int64_t offset) {
+    return Code{reader->seek(origin, offset)};
 }
 
-uint32_t CASFBase::SkipNBytes(StreamSource *reader, int32_t count) const {
+Code CASFBase::SkipNBytes(StreamSource *reader, int32_t count) {
     return MStreamSeek_RO(reader, SeekOrigin::Current, count);
 }
 
-uint32_t CASFBase::ReadData(StreamSource *reader, void *buffer, uint32_t count, uint32_t *delivered) const {
+Code CASFBase::MoveTo(StreamSource *reader, uint64_t position) {
+    return Code{reader->move_to(static_cast<int64_t>(position))};
+}
+
+Code CASFBase::ReadData(StreamSource *reader, void *buffer, uint32_t count, uint32_t *delivered) {
     const int64_t start = MStreamTell_RO(reader);
     uint32_t got = 0;
-    const uint32_t code = delivered != nullptr ? reader->read_available(buffer, count, delivered)
-                                               : reader->read_fully(buffer, count, &got);
-    if (code != 0) MStreamSeek_RO(reader, SeekOrigin::Start, start);
+    const Code code{delivered != nullptr ? reader->read_available(buffer, count, delivered)
+                                         : reader->read_fully(buffer, count, &got)};
+    // The failure that counts is the first one.
+    if (code != Code::Ok) static_cast<void>(MStreamSeek_RO(reader, SeekOrigin::Start, start));
     return code;
 }
 
-uint32_t CASFBase::ReadWORD(StreamSource *reader, uint16_t *value) const {
-    uint8_t bytes[2];
-    const uint32_t code = ReadData(reader, bytes, sizeof(bytes));
-    if (code == 0) *value = static_cast<uint16_t>(little_endian(bytes, sizeof(bytes)));
+Code CASFBase::ReadInteger(StreamSource *reader, uint32_t width, uint64_t *value) {
+    uint8_t bytes[8] = {};
+    const Code code = ReadData(reader, bytes, width);
+    if (code == Code::Ok) *value = load_le64(bytes);
     return code;
 }
 
-uint32_t CASFBase::ReadDWORD(StreamSource *reader, uint32_t *value) const {
-    uint8_t bytes[4];
-    const uint32_t code = ReadData(reader, bytes, sizeof(bytes));
-    if (code == 0) *value = little_endian(bytes, sizeof(bytes));
+Code CASFBase::ReadWORD(StreamSource *reader, uint16_t *value) {
+    uint64_t read = *value;
+    const Code code = ReadInteger(reader, sizeof(*value), &read);
+    *value = static_cast<uint16_t>(read);
     return code;
 }
 
-uint32_t CASFBase::ReadQWORD(StreamSource *reader, uint32_t *low, uint32_t *high) const {
-    uint8_t bytes[8];
-    const uint32_t code = ReadData(reader, bytes, sizeof(bytes));
-    if (code != 0) return code;
-    if (low != nullptr) *low = little_endian(bytes, 4);
-    if (high != nullptr) *high = little_endian(bytes + 4, 4);
-    return 0;
+Code CASFBase::ReadDWORD(StreamSource *reader, uint32_t *value) {
+    uint64_t read = *value;
+    const Code code = ReadInteger(reader, sizeof(*value), &read);
+    *value = static_cast<uint32_t>(read);
+    return code;
 }
 
-uint32_t CASFBase::ReadGUID(StreamSource *reader, AsfGuid *guid) const {
-    uint32_t code = ReadDWORD(reader, &guid->first);
-    if (code == 0) code = ReadWORD(reader, &guid->second);
-    if (code == 0) code = ReadWORD(reader, &guid->third);
-    if (code == 0) code = ReadData(reader, guid->rest, sizeof(guid->rest));
-    return code;
+Code CASFBase::ReadQWORD(StreamSource *reader, uint32_t *low, uint32_t *high) {
+    uint64_t read = 0;
+    const Code code = ReadInteger(reader, sizeof(read), &read);
+    if (code != Code::Ok) return code;
+    if (low != nullptr) *low = static_cast<uint32_t>(read);
+    if (high != nullptr) *high = static_cast<uint32_t>(read >> 32);
+    return Code::Ok;
+}
+
+Code CASFBase::ReadGUID(StreamSource *reader, AsfGuid *guid) {
+    Code code = ReadDWORD(reader, &guid->first);
+    if (code != Code::Ok) return code;
+    code = ReadWORD(reader, &guid->second);
+    if (code != Code::Ok) return code;
+    code = ReadWORD(reader, &guid->third);
+    if (code != Code::Ok) return code;
+    return ReadData(reader, guid->rest, sizeof(guid->rest));
 }
 
 bool CASFBase::CompareGUID(const AsfGuid &a, const AsfGuid &b) {
@@ -96,11 +108,23 @@ bool CASFBase::CompareGUID(const AsfGuid &a, const AsfGuid &b) {
            memcmp(a.rest, b.rest, sizeof(a.rest)) == 0;
 }
 
-uint32_t CASFBase::ReadFromMemByType(const uint8_t *bytes, uint32_t *value, uint32_t type) {
+Code CASFBase::ReadFromMemByType(const uint8_t *bytes, uint32_t *value, uint32_t type) {
     *value = 0;
-    if (type > 3) return SPLITER_ERR_INVALID_PARAM;
-    *value = little_endian(bytes, WidthOfType(type));
-    return SPLITER_OK;
+    switch (type) {
+        case 0:
+            return Code::Ok;
+        case 1:
+            *value = bytes[0];
+            return Code::Ok;
+        case 2:
+            *value = load_le16(bytes);
+            return Code::Ok;
+        case 3:
+            *value = load_le32(bytes);
+            return Code::Ok;
+        default:
+            return Code::InvalidParam;
+    }
 }
 
 }  // namespace quorv

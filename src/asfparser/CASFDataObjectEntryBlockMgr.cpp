@@ -2,21 +2,19 @@
 
 #include "asfparser/CASFDataObjectEntryBlockMgr.h"
 
-#include <quorv/splitter.h>
-
 namespace quorv {
 
-uint32_t CASFDataObjectEntryBlockMgr::AddEntry(const ASF_DataObjectEntry &entry) {
-    if (count_ >= kCapacity) return SPLITER_ERR_BUFFER_TOO_SMALL;
+Code CASFDataObjectEntryBlockMgr::AddEntry(const ASF_DataObjectEntry &entry) {
+    if (count_ >= kCapacity) return Code::BufferTooSmall;
     entries_[count_++] = entry;
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
-uint32_t CASFDataObjectEntryBlockMgr::GetEntry(ASF_DataObjectEntry *entry, int32_t *index) const {
-    if (*index >= count_ || count_ == 0) return SPLITER_ERR_BUFFER_TOO_SMALL;
+Code CASFDataObjectEntryBlockMgr::GetEntry(ASF_DataObjectEntry *entry, int32_t *index) const {
+    if (*index >= count_ || count_ == 0) return Code::BufferTooSmall;
     if (*index < 0) *index = count_ - 1;
     *entry = entries_[*index];
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
 void CASFDataObjectEntryBlockMgr::ShiftTimes(int32_t milliseconds) {

@@ -2,7 +2,7 @@
 #ifndef QUORV_SRC_ASFPARSER_CASFDATAOBJECTENTRYBLOCKMGR_H
 #define QUORV_SRC_ASFPARSER_CASFDATAOBJECTENTRYBLOCKMGR_H
 
-#include <stdint.h>
+#include "splitter/Code.h"
 
 namespace quorv {
 
@@ -42,10 +42,10 @@ class CASFDataObjectEntryBlockMgr {
 public:
     static constexpr int32_t kCapacity = 100;
 
-    // SPLITER_ERR_BUFFER_TOO_SMALL when the block is full.
-    uint32_t AddEntry(const ASF_DataObjectEntry &entry);
-    // A negative index becomes that of the last entry. SPLITER_ERR_BUFFER_TOO_SMALL when there is none.
-    uint32_t GetEntry(ASF_DataObjectEntry *entry, int32_t *index) const;
+    // BufferTooSmall when the block is full.
+    Code AddEntry(const ASF_DataObjectEntry &entry);
+    // A negative index becomes that of the last entry. BufferTooSmall when there is none.
+    Code GetEntry(ASF_DataObjectEntry *entry, int32_t *index) const;
     void Clear() { count_ = 0; }
     int32_t Count() const { return count_; }
     // Moves the times of all entries that have one.

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "splitter/ByteOrder.h"
+
 namespace quorv {
 
 namespace {
@@ -17,94 +19,108 @@ constexpr uint32_t kUnknownCount = 1000;
 // Files have a handful of objects behind the media data.
 constexpr uint32_t kMaxObjects = 1000;
 
-}  // namespace
-
-CASFSimpleIndexObjectParser::~CASFSimpleIndexObjectParser() {
-    MMemFree(nullptr, entries_);
+// Leaves the reader behind the object's header. *size does not exceed what the stream holds.
+Code find_object(StreamSource *reader, uint64_t position, uint64_t *size) {
+    Code size_code = Code::Ok;
+    const uint64_t end = CASFBase::GetStreamSize(reader, &size_code);
+    if (size_code != Code::Ok) return size_code;
+    for (uint32_t i = 0; i < kMaxObjects; ++i) {
+        if (position > end || end - position < kIndexHeader) break;
+        Code code = CASFBase::MoveTo(reader, position);
+        if (code != Code::Ok) return code;
+        AsfGuid guid = {};
+        code = CASFBase::ReadGUID(reader, &guid);
+        if (code != Code::Ok) return code;
+        code = CASFBase::ReadInteger(reader, sizeof(*size), size);
+        if (code != Code::Ok) return code;
+        if (*size < kAsfObjectHeaderBytes || *size > end - position) break;
+        if (CASFBase::CompareGUID(guid, kAsfSimpleIndexObject)) return Code::Ok;
+        position += *size;
+    }
+    return Code::Unsupported;
 }
 
-uint32_t CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t data_end,
-                                                uint32_t time_offset) {
-    if (IsLoaded()) return SPLITER_OK;
+// What stands in front of the entries.
+struct IndexFields {
+    uint64_t interval;  // milliseconds
+    uint32_t entry_count;
+};
+
+Code read_fields(StreamSource *reader, IndexFields *fields) {
+    Code code = CASFBase::SkipNBytes(reader, kAsfGuidBytes);  // file identifier
+    if (code != Code::Ok) return code;
+    uint64_t units = 0;
+    code = CASFBase::ReadInteger(reader, sizeof(units), &units);
+    if (code != Code::Ok) return code;
+    code = CASFBase::SkipNBytes(reader, 4);  // maximum packet count
+    if (code != Code::Ok) return code;
+    fields->interval = units / kAsfUnitsPerMillisecond;
+    return CASFBase::ReadDWORD(reader, &fields->entry_count);
+}
+
+}  // namespace
+
+CASFSimpleIndexObjectParser::~CASFSimpleIndexObjectParser() = default;
+
+Code CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t data_end, uint32_t time_offset) {
+    if (IsLoaded()) return Code::Ok;
     time_offset_ = time_offset;
-    uint64_t size = 0;
-    uint32_t code = find_object(reader, data_end, &size);
-    if (code == SPLITER_OK) code = read_entries(reader, size);
-    if (code == SPLITER_OK) code = count_key_frames();
-    if (code == SPLITER_OK) return code;
-    MMemFree(nullptr, entries_);
-    entries_ = nullptr;
+    const Code code = load(reader, data_end);
+    if (code == Code::Ok) return code;
+    entries_.reset();
     entry_count_ = 0;
     // What has not arrived yet may still be there.
-    if (code != SPLITER_ERR_DATA_PENDING) key_frame_count_ = kUnknownCount;
+    if (code != Code::DataPending) key_frame_count_ = kUnknownCount;
     return code;
 }
 
-// Leaves the reader behind the object's header. *size does not exceed what the stream holds.
-uint32_t CASFSimpleIndexObjectParser::find_object(StreamSource *reader, uint64_t position,
-                                                  uint64_t *size) const {
-    uint32_t size_code = SPLITER_OK;
-    const uint64_t end = base_->GetStreamSize(reader, &size_code);
-    if (size_code != SPLITER_OK) return size_code;
-    for (uint32_t i = 0; i < kMaxObjects; ++i) {
-        if (position > end || end - position < kIndexHeader) break;
-        uint32_t code = reader->move_to(static_cast<int64_t>(position));
-        AsfGuid guid = {};
-        if (code == SPLITER_OK) code = base_->ReadGUID(reader, &guid);
-        uint32_t low = 0, high = 0;
-        if (code == SPLITER_OK) code = base_->ReadQWORD(reader, &low, &high);
-        if (code != SPLITER_OK) return code;
-        *size = uint64_t{high} << 32 | low;
-        if (*size < kAsfObjectHeaderBytes || *size > end - position) break;
-        if (CASFBase::CompareGUID(guid, kAsfSimpleIndexObject)) return SPLITER_OK;
-        position += *size;
-    }
-    return SPLITER_ERR_UNSUPPORTED;
+Code CASFSimpleIndexObjectParser::load(StreamSource *reader, uint64_t data_end) {
+    uint64_t size = 0;
+    Code code = find_object(reader, data_end, &size);
+    if (code != Code::Ok) return code;
+    code = read_entries(reader, size);
+    if (code != Code::Ok) return code;
+    return count_key_frames();
 }
 
-uint32_t CASFSimpleIndexObjectParser::read_entries(StreamSource *reader, uint64_t object_size) {
-    uint32_t code = base_->SkipNBytes(reader, kAsfGuidBytes);  // file identifier
-    uint32_t low = 0, high = 0, count = 0;
-    if (code == SPLITER_OK) code = base_->ReadQWORD(reader, &low, &high);
-    if (code == SPLITER_OK) code = base_->SkipNBytes(reader, 4);  // maximum packet count
-    if (code == SPLITER_OK) code = base_->ReadDWORD(reader, &count);
-    if (code != SPLITER_OK) return code;
-    const uint64_t interval = (uint64_t{high} << 32 | low) / kAsfUnitsPerMillisecond;
-    const uint64_t bytes = uint64_t{count} * kEntryBytes;
-    const bool usable = interval > 0 && interval <= UINT32_MAX && count >= 2 && bytes <= UINT32_MAX &&
-                        object_size >= kIndexHeader && bytes <= object_size - kIndexHeader;
-    if (!usable) return SPLITER_ERR_UNSUPPORTED;
-    entries_ = static_cast<uint8_t *>(MMemAlloc(nullptr, static_cast<size_t>(bytes)));
-    if (entries_ == nullptr) return SPLITER_ERR_NO_MEMORY;
+Code CASFSimpleIndexObjectParser::read_entries(StreamSource *reader, uint64_t object_size) {
+    IndexFields fields = {};
+    Code code = read_fields(reader, &fields);
+    if (code != Code::Ok) return code;
+    const uint64_t bytes = uint64_t{fields.entry_count} * kEntryBytes;
+    const bool usable = fields.interval > 0 && fields.interval <= UINT32_MAX && fields.entry_count >= 2 &&
+                        bytes <= UINT32_MAX && object_size >= kIndexHeader &&
+                        bytes <= object_size - kIndexHeader;
+    if (!usable) return Code::Unsupported;
+    entries_ = make_array<uint8_t>(bytes);
+    if (entries_ == nullptr) return Code::NoMemory;
     uint32_t delivered = 0;
-    code = base_->ReadData(reader, entries_, static_cast<uint32_t>(bytes), &delivered);
-    if (code != SPLITER_OK) return code;
-    if (delivered < bytes) return SPLITER_ERR_UNSUPPORTED;
-    interval_ = static_cast<uint32_t>(interval);
-    entry_count_ = count;
-    return SPLITER_OK;
+    code = CASFBase::ReadData(reader, entries_.get(), static_cast<uint32_t>(bytes), &delivered);
+    if (code != Code::Ok) return code;
+    if (delivered < bytes) return Code::Unsupported;
+    interval_ = static_cast<uint32_t>(fields.interval);
+    entry_count_ = fields.entry_count;
+    return Code::Ok;
 }
 
 uint32_t CASFSimpleIndexObjectParser::packet_at(uint32_t entry) const {
-    uint32_t packet = 0;
-    CASFBase::ReadFromMemByType(entries_ + size_t{entry} * kEntryBytes, &packet, 3);
-    return packet;
+    return load_le32(entries_.get() + size_t{entry} * kEntryBytes);
 }
 
 // The different packets among those that the file has.
-uint32_t CASFSimpleIndexObjectParser::count_key_frames() {
-    auto *packets = static_cast<uint32_t *>(MMemAlloc(nullptr, size_t{entry_count_} * sizeof(uint32_t)));
-    if (packets == nullptr) return SPLITER_ERR_NO_MEMORY;
+Code CASFSimpleIndexObjectParser::count_key_frames() {
+    const auto numbers = make_array<uint32_t>(entry_count_);
+    if (numbers == nullptr) return Code::NoMemory;
+    uint32_t *const packets = numbers.get();
     for (uint32_t i = 0; i < entry_count_; ++i)
         packets[i] = packet_at(i);
     uint32_t *const end = packets + entry_count_;
     if (!std::is_sorted(packets, end)) std::sort(packets, end);
-    const auto packet_count = static_cast<uint32_t>(data_parser_->PacketCount());
+    const auto packet_count = static_cast<uint32_t>(packets_.packet_count());
     uint32_t *const present_end = std::lower_bound(packets, end, packet_count);
     const auto count = static_cast<uint32_t>(std::unique(packets, present_end) - packets);
     key_frame_count_ = count != 0 ? count : kUnknownCount;
-    MMemFree(nullptr, packets);
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
 // Times behind the end of the index are searched for from its last entry on.
@@ -114,22 +130,22 @@ uint32_t CASFSimpleIndexObjectParser::packet_for(uint32_t time) const {
 }
 
 // The index only saves the search: what it leads to is checked, since there are files whose index is wrong.
-uint32_t CASFSimpleIndexObjectParser::FindKeyFrame(uint32_t time, AsfSeekDirection direction,
-                                                   AsfObjectStart *start) const {
-    AsfObjectSearch search(data_parser_, data_parser_->Layout().video_stream,
-                           AsfObjectSearch::Wanted::KeyFrames);
-    const uint32_t packet = IsLoaded() ? packet_for(time) : UINT32_MAX;
-    if (packet < static_cast<uint32_t>(data_parser_->PacketCount())) {
-        bool found = false;
-        const uint32_t code =
-            search.find_from(static_cast<int32_t>(packet), {time, direction}, start, &found);
-        if (code != SPLITER_OK || found) return code;
+Code CASFSimpleIndexObjectParser::FindKeyFrame(AsfSeekTarget target, AsfObjectStart *start) const {
+    AsfObjectSearch search(&packets_, packets_.layout().video_stream, AsfObjectSearch::Wanted::KeyFrames);
+    const uint32_t packet = IsLoaded() ? packet_for(target.time) : UINT32_MAX;
+    if (packet < static_cast<uint32_t>(packets_.packet_count())) {
+        std::optional<AsfObjectStart> found;
+        const Code code = search.find_from(static_cast<int32_t>(packet), target, &found);
+        if (code != Code::Ok) return code;
+        if (found) {
+            *start = *found;
+            return Code::Ok;
+        }
     }
-    const uint32_t code = search.find({time, direction}, start);
+    const Code code = search.find(target, start);
+    if (code != Code::EndOfStream || target.direction == SeekDirection::Forward) return code;
     // In front of the first key frame, that one is meant.
-    return code == SPLITER_ERR_END_OF_STREAM && direction == AsfSeekDirection::Backward
-               ? search.find({time, AsfSeekDirection::Forward}, start)
-               : code;
+    return search.find({target.time, SeekDirection::Forward}, start);
 }
 
 }  // namespace quorv
