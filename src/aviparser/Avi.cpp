@@ -11,6 +11,7 @@
 #include "aviparser/AviIndex.h"
 #include "aviparser/AviMath.h"
 #include "aviparser/AviSeek.h"
+#include "splitter/CallerRecords.h"
 
 namespace quorv {
 
@@ -79,9 +80,8 @@ uint32_t duration_ms(const AviTrack &track, int32_t units) {
 }
 
 uint32_t next_key_frame_time(AviContext *context, void *value, uint32_t *size) {
-    if (*size < sizeof(SplitterTrackValue)) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    *size = sizeof(SplitterTrackValue);
-    auto *record = static_cast<SplitterTrackValue *>(value);
+    auto *record = take_record<SplitterTrackValue>(value, size);
+    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
     AviTrack *track = find_track(context, record->track);
     if (track == nullptr) return SPLITER_ERR_INVALID_PARAM;
     record->value = 0;
@@ -94,13 +94,11 @@ uint32_t next_key_frame_time(AviContext *context, void *value, uint32_t *size) {
 }
 
 uint32_t codec_data(const AviContext *context, void *value, uint32_t *size) {
-    if (*size < sizeof(SplitterTrackData)) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    *size = sizeof(SplitterTrackData);
-    auto *record = static_cast<SplitterTrackData *>(value);
+    auto *record = take_record<SplitterTrackData>(value, size);
+    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
     const AviTrack *track = find_track(context, record->track);
     if (track == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    record->data = track->codec_data_length != 0 ? track->codec_data : nullptr;
-    record->length = track->codec_data_length;
+    set_data(record, track->codec_data, track->codec_data_length);
     return SPLITER_OK;
 }
 

@@ -83,7 +83,7 @@ uint32_t AviChunkSearch::fill() {
 AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
     // Perhaps the header of a further segment; its size reaches beyond the media data.
     if (is_riff(header)) return Step::ListHeader;
-    const uint32_t size = avi_le32(header + 4);
+    const uint32_t size = load_le32(header + 4);
     if (context_.media_end - position() - kAviChunkHeaderBytes < size) return Step::Byte;
     // The chunks of a list are read one by one.
     if (memcmp(header, "LIST", 4) == 0) return Step::ListHeader;
@@ -162,7 +162,7 @@ uint32_t AviChunkSearch::look(Header *header) {
         if (code != SPLITER_OK) return code;
         bytes = window_ + offset_;
     }
-    *header = {classify(bytes), avi_le32(bytes + 4), position() + kAviChunkHeaderBytes};
+    *header = {classify(bytes), load_le32(bytes + 4), position() + kAviChunkHeaderBytes};
     if (!seen) {
         const uint32_t code = check_riff(bytes, &header->step);
         if (code != SPLITER_OK) return code;

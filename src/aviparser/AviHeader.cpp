@@ -66,7 +66,7 @@ uint32_t HeaderWalk::open_riff() {
         });
     if (!known) return SPLITER_ERR_IO;
 
-    context_.riff_end = 8 + int64_t{avi_le32(head + 4)};
+    context_.riff_end = 8 + int64_t{load_le32(head + 4)};
     context_.source_size = avi_url_fsize(&source_);
     context_.file_end = context_.source_size;
     if (context_.file_end <= 0) context_.file_end = context_.riff_end == 8 ? INT64_MAX : context_.riff_end;

@@ -32,8 +32,8 @@ struct Idx1Entry {
 Idx1Entry parse_entry(const uint8_t *bytes) {
     // Characters below '0' give huge numbers, which no track has.
     const int stream = 10 * (bytes[0] - '0') + (bytes[1] - '0');
-    return {static_cast<uint32_t>(stream), (bytes[4] & kKeyFrameFlag) != 0, avi_le32(bytes + 8),
-            avi_le32(bytes + 12)};
+    return {static_cast<uint32_t>(stream), (bytes[4] & kKeyFrameFlag) != 0, load_le32(bytes + 8),
+            load_le32(bytes + 12)};
 }
 
 // Whether an OpenDML index that ends early has the track's chunk at this position.
@@ -97,7 +97,7 @@ uint32_t search_idx1(AviContext *context) {
         uint32_t delivered = 0;
         if (source.move_to(position) != 0) return SPLITER_OK;
         if (source.read_fully(header, sizeof(header), &delivered) != 0) return SPLITER_OK;
-        const uint32_t tag = avi_le32(header), size = avi_le32(header + 4);
+        const uint32_t tag = load_le32(header), size = load_le32(header + 4);
         // What the source's size promises and does not come has not arrived yet.
         if (delivered < sizeof(header) && context->source_size > 0) return SPLITER_OK;
         if (delivered < sizeof(header)) break;
@@ -138,7 +138,7 @@ uint32_t avi_read_idx1(AviContext *context) {
     if (delivered < kBlockBytes) context->index_complete = true;
 
     if (context->idx1_base == kUnset && delivered >= kEntryBytes) {
-        const bool absolute = int64_t{avi_le32(context->idx1_block + 8)} > context->media_start;
+        const bool absolute = int64_t{load_le32(context->idx1_block + 8)} > context->media_start;
         context->idx1_base = absolute ? 0 : context->media_start;
     }
     bool any_known = false;

@@ -62,11 +62,11 @@ bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *
     uint8_t bytes[kIndexHeaderBytes];
     if (size < kIndexHeaderBytes || !read_at(data_start, bytes, sizeof(bytes))) return false;
     if (context_.source_size > 0 && context_.source_size - data_start < size) return false;
-    header->entry_bytes = avi_le16(bytes) * 4;
+    header->entry_bytes = load_le16(bytes) * 4;
     header->sub_type = bytes[2];
     header->type = bytes[3];
-    header->entries = avi_le32(bytes + 4);
-    header->base_offset = static_cast<int64_t>(avi_le64(bytes + 12));
+    header->entries = load_le32(bytes + 4);
+    header->base_offset = static_cast<int64_t>(load_le64(bytes + 12));
     return header->entry_bytes != 0 && header->entries <= (size - kIndexHeaderBytes) / header->entry_bytes;
 }
 
@@ -75,7 +75,7 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     if (entries_left_ == 0) return false;
     --entries_left_;
     AviStreamState &state = *track->state;
-    const uint32_t offset = avi_le32(bytes), size = avi_le32(bytes + 4);
+    const uint32_t offset = load_le32(bytes), size = load_le32(bytes + 4);
     const uint32_t length = size & ~kNotKeyFrame;
     // A frame that was dropped may have an entry without a chunk: only its time passes.
     if (offset == 0 && length == 0) {
@@ -142,10 +142,10 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         uint8_t entry[kSuperEntryBytes], chunk[kAviChunkHeaderBytes];
         if (!read_at(data_start + kIndexHeaderBytes + int64_t{i} * kSuperEntryBytes, entry, sizeof(entry)))
             return false;
-        const auto chunk_start = static_cast<int64_t>(avi_le64(entry));
+        const auto chunk_start = static_cast<int64_t>(load_le64(entry));
         if (chunk_start > kAviMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
         IndexHeader inner = {};
-        const uint32_t chunk_size = avi_le32(chunk + 4);
+        const uint32_t chunk_size = load_le32(chunk + 4);
         if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;
         // The index chunks of a stream follow each other, and none counts twice: a small file could otherwise
         // make a huge index.

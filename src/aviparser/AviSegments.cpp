@@ -43,7 +43,7 @@ uint32_t read_list_header(AviContext *context, int64_t position, ListHeader *hea
     uint32_t delivered = 0;
     uint32_t code = context->source.move_to(position);
     if (code == 0) code = context->source.read_fully(bytes, sizeof(bytes), &delivered);
-    *header = {avi_le32(bytes), avi_le32(bytes + 4), avi_le32(bytes + 8)};
+    *header = {load_le32(bytes), load_le32(bytes + 4), load_le32(bytes + 8)};
     *found = delivered == sizeof(bytes);
     // Bytes that the source's size promises and that do not come have not arrived yet.
     if (code == 0 && !*found && context->source_size > 0) return SPLITER_ERR_END_OF_STREAM;
