@@ -1,9 +1,11 @@
 // The file kind of stream, over the C library's buffered files.
 
-#include <quorv/platform/memory.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <sys/types.h>
+#include <unistd.h>
 
+#include "platform/MemoryOwner.h"
 #include "platform/NarrowPath.h"
 #include "platform/StreamKinds.h"
 
@@ -70,9 +72,8 @@ int32_t file_stream_flush(MStream stream) {
 }
 
 int32_t file_stream_close(MStream stream) {
-    const int32_t closed = fclose(file_of(stream)) == 0 ? 1 : 0;
-    MMemFree(nullptr, stream);
-    return closed;
+    const Owned<MStreamRecord> own(stream);
+    return fclose(file_of(own.get())) == 0 ? 1 : 0;
 }
 
 bool file_stream_failed(MStream stream) {
@@ -83,6 +84,26 @@ void file_stream_unbuffer(MStream stream) {
     setvbuf(file_of(stream), nullptr, _IONBF, 0);
 }
 
+bool file_stream_sync(MStream stream) {
+    return fflush(file_of(stream)) == 0 && fsync(file_stream_descriptor(stream)) == 0;
+}
+
+int file_stream_descriptor(MStream stream) {
+    return fileno(file_of(stream));
+}
+
+MStream create_private_file_stream(const char *path) {
+    Owned<MStreamRecord> stream(new_stream_record(kFileStream));
+    if (stream == nullptr) return nullptr;
+    const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file < 0) return nullptr;
+    stream->handle = fdopen(file, "wb");
+    if (stream->handle != nullptr) return stream.release();
+    close(file);
+    unlink(path);
+    return nullptr;
+}
+
 }  // namespace quorv
 
 using namespace quorv;
@@ -90,12 +111,10 @@ using namespace quorv;
 MStream MStreamOpenFromFileS(const char *path, uint32_t mode) {
     if (path == nullptr) return nullptr;
     // The record comes first: without memory the file is not touched and nothing stays open.
-    MStreamRecord *const stream = new_stream_record(kFileStream);
+    Owned<MStreamRecord> stream(new_stream_record(kFileStream));
     if (stream == nullptr) return nullptr;
     stream->handle = fopen(path, mode_string(mode));
-    if (stream->handle != nullptr) return stream;
-    MMemFree(nullptr, stream);
-    return nullptr;
+    return stream->handle != nullptr ? stream.release() : nullptr;
 }
 
 MStream MStreamOpenFromFileW(const uint16_t *path, uint32_t mode) {

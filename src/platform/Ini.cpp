@@ -1,6 +1,5 @@
 // The INI functions: opening and closing, queries and edits.
 
-#include <errno.h>
 #include <limits.h>
 #include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>
@@ -9,17 +8,17 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include "platform/FileReplacement.h"
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
 
 namespace quorv {
 namespace {
 
-constexpr char kTemporarySuffix[] = "_tmp";
 constexpr char kDefaultSection[] = "default";
 constexpr size_t kMaxKeyAndValue = 2044;
 
-// The path of the file itself: a save must neither put a file in the place of a link, nor a temporary file in
+// The path of the file itself: a save must neither put a file in the place of a link, nor files beside it in
 // another folder than the file's. Other paths stay as they were given; they may be shorter than absolute
 // ones.
 bool follow_links(const char *path, char *file_path) {
@@ -31,23 +30,22 @@ bool follow_links(const char *path, char *file_path) {
 
 // Opens the file, or creates it empty when there is none. Only a file that is certainly missing is created,
 // and in a mode that empties nothing: a file that merely cannot be opened now must not lose its contents.
-MStream open_source(const char *path) {
-    MStreamRecord *const stream = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ);
-    if (stream != nullptr || !is_missing(path)) return stream;
-    return MStreamOpenFromFileS(path, MSTREAM_OPEN_APPEND_READ);
+bool open_source(MIniFile *ini, const char *path) {
+    if (is_missing(path)) {
+        ini->source = MStreamOpenFromFileS(path, MSTREAM_OPEN_APPEND_READ);
+        return ini->source != nullptr && follow_links(path, ini->path);
+    }
+    if (!follow_links(path, ini->path)) return false;
+    finish_replacement(ini->path);
+    ini->source = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
+    return ini->source != nullptr;
 }
 
 bool start(MIniFile *ini, const char *path) {
     ini->buffer = static_cast<char *>(MMemAlloc(nullptr, kIniBufferSize));
     // Before the file is touched: without memory it is not created either.
-    constexpr size_t kTemporaryRoom = PATH_MAX + sizeof kTemporarySuffix;
     ini->path = static_cast<char *>(MMemAlloc(nullptr, PATH_MAX));
-    ini->temporary_path = static_cast<char *>(MMemAlloc(nullptr, kTemporaryRoom));
-    if (ini->buffer == nullptr || ini->path == nullptr || ini->temporary_path == nullptr) return false;
-    ini->source = open_source(path);
-    if (ini->source == nullptr || !follow_links(path, ini->path)) return false;
-    snprintf(ini->temporary_path, kTemporaryRoom, "%s%s", ini->path, kTemporarySuffix);
-    return parse_ini_file(ini);
+    return ini->buffer != nullptr && ini->path != nullptr && open_source(ini, path) && parse_ini_file(ini);
 }
 
 std::string_view section_name(const char *section) {
@@ -138,11 +136,6 @@ bool save(MIniFile *ini) {
 
 }  // namespace
 
-bool is_missing(const char *path) {
-    struct stat status;
-    return stat(path, &status) != 0 && errno == ENOENT;
-}
-
 }  // namespace quorv
 
 using namespace quorv;
@@ -162,7 +155,6 @@ int32_t MIniEndS(MIniHandle ini) {
     const bool saved = !ini->modified || save(ini);
     MStreamClose(ini->source);
     free_ini_nodes(ini);
-    MMemFree(nullptr, ini->temporary_path);
     MMemFree(nullptr, ini->path);
     MMemFree(nullptr, ini->buffer);
     MMemFree(nullptr, ini);

@@ -73,9 +73,8 @@ using IniKeyPool = IniNodePool<IniKey, 128>;
 
 struct MIniFile {
     MStream source;
-    char *buffer;          // kIniBufferSize bytes
-    char *path;            // of the file itself, where it was opened through a link
-    char *temporary_path;  // beside it
+    char *buffer;  // kIniBufferSize bytes
+    char *path;    // of the file itself, where it was opened through a link
     quorv::IniSection *first_section;
     quorv::IniSection *last_section;
     quorv::IniSection *cursor;  // of the category search
@@ -111,11 +110,7 @@ void free_ini_nodes(MIniFile *ini);
 // there is no memory.
 bool parse_ini_file(MIniFile *ini);
 
-// Whether there is certainly no such file, as opposed to one that cannot be looked at.
-bool is_missing(const char *path);
-
-// Brings the edits to the file, which must be as it was read, and closes the source; false when the file
-// stays without them.
+// Brings the edits to the file, which must be as it was read; false when the file stays without them.
 bool write_back_ini_file(MIniFile *ini);
 
 enum class IniComparison { Same, Different, Unknown };

@@ -1,6 +1,7 @@
 // Saving edits of an INI file that somebody else has changed since it was read. The places of its lines are
 // no longer true then, so the edits are made again, to what the file holds now.
 
+#include "platform/FileReplacement.h"
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
 #include "platform/StreamKinds.h"

@@ -1,28 +1,24 @@
-// Writing an INI file back: a temporary file takes the untouched bytes of the old one and the new lines, and
-// replaces the old one when it is complete.
+// Writing an INI file back: the text that replaces the old one is made of its untouched bytes and the new
+// lines.
 
-#include <limits.h>
-#include <quorv/platform/strings.h>
-#include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 
+#include "platform/FileReplacement.h"
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
-#include "platform/NarrowPath.h"
 
 namespace quorv {
 namespace {
 
 enum WriteBackResult : uint32_t {
     kWritten = 0,
-    kWriteFailed = 110,      // a write to the temporary file came back short
+    kWriteFailed = 110,      // a write to the new file came back short
     kReadFailed = 111,       // a read or seek of the source failed
-    kNoTemporaryFile = 112,  // the temporary file could not be created
+    kNoTemporaryFile = 112,  // the new file could not be created
     kLineTooLong = 200       // a line could not be read back
 };
 
-// Makes the contents of the temporary file. Each step returns a WriteBackResult; the first that is not
+// Makes the new text. Each step returns a WriteBackResult; the first that is not
 // kWritten ends the work.
 class IniWriter {
 public:
@@ -111,69 +107,15 @@ private:
     intptr_t copied_ = 0;  // offset in the source up to which it was copied or passed over
 };
 
-// The settings may be private, and the temporary file may come to replace the file.
-void copy_permissions(const char *from, const char *to) {
-    struct stat status;
-    if (stat(from, &status) == 0) chmod(to, status.st_mode & 07777);
-}
-
-// What an earlier save had to leave at the temporary path may be the only whole file there is: it is moved
-// out of the way. False when that fails.
-bool keep_earlier_file(const char *temporary_path) {
-    struct stat status;
-    if (lstat(temporary_path, &status) != 0 || !S_ISREG(status.st_mode)) return true;
-    char kept[PATH_MAX];
-    return snprintf(kept, sizeof kept, "%s_old", temporary_path) < PATH_MAX &&
-           MStreamFileRenameS(temporary_path, kept) != 0;
-}
-
-WriteBackResult write_temporary_file(MIniFile *ini) {
-    if (!keep_earlier_file(ini->temporary_path)) return kNoTemporaryFile;
-    MStreamRecord *const out = MStreamFileCreateS(ini->temporary_path);
-    if (out == nullptr) return kNoTemporaryFile;
-    copy_permissions(ini->path, ini->temporary_path);
-    const WriteBackResult result = IniWriter(ini, out).write();
-    // Buffered bytes reach the disk here, if they do.
-    const bool closed = MStreamClose(out) != 0;
-    return result == kWritten && !closed ? kWriteFailed : result;
-}
-
-bool copy_over(const char *path, const char *source) {
-    uint16_t wide_path[kNarrowPathRoom];
-    uint16_t wide_source[kNarrowPathRoom];
-    if (strlen(path) >= kNarrowPathRoom || strlen(source) >= kNarrowPathRoom) return false;
-    MCharToWChar(path, wide_path, kNarrowPathRoom);
-    MCharToWChar(source, wide_source, kNarrowPathRoom);
-    return MStreamFileCopyS(wide_path, wide_source) != 0;
-}
-
-// Whether the file can be written, or is gone and can be made again. To take its place by renaming would work
-// for a file that must not be written, too, since that asks for permission to write to the folder alone.
-bool may_be_replaced(const char *path) {
-    MStreamRecord *const file = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ_WRITE);
-    if (file == nullptr) return is_missing(path);
-    MStreamClose(file);
-    return true;
+WriteBackResult write_new_text(MIniFile *ini, MStream out) {
+    return out == nullptr ? kNoTemporaryFile : IniWriter(ini, out).write();
 }
 
 }  // namespace
 
 bool write_back_ini_file(MIniFile *ini) {
-    const WriteBackResult result = write_temporary_file(ini);
-    MStreamClose(ini->source);
-    ini->source = nullptr;
-    if (result == kNoTemporaryFile) return false;
-    if (result != kWritten || !may_be_replaced(ini->path)) {
-        MStreamFileDeleteS(ini->temporary_path);
-        return false;
-    }
-    // Copying keeps the file's identity (its links and its owner), but a copy that fails leaves it in pieces;
-    // then the temporary file takes its place, or stays as the only whole one.
-    if (copy_over(ini->path, ini->temporary_path)) {
-        MStreamFileDeleteS(ini->temporary_path);
-        return true;
-    }
-    return MStreamFileRenameS(ini->temporary_path, ini->path) != 0;
+    FileReplacement replacement(ini->path, ini->source);
+    return write_new_text(ini, replacement.stream()) == kWritten && replacement.put_in_place();
 }
 
 }  // namespace quorv

@@ -5,6 +5,8 @@
 
 #include <quorv/platform/stream.h>
 
+#include <memory>
+
 namespace quorv {
 
 constexpr uintptr_t kFileStream = 1;
@@ -23,6 +25,12 @@ inline bool is_memory_stream(MStream stream) {
 // A zeroed record of this kind; null when there is no memory.
 MStream new_stream_record(uintptr_t kind);
 
+struct CloseOwnedStream {
+    void operator()(MStream stream) const { MStreamClose(stream); }
+};
+// For what is read: of a stream that was written to, the result of closing it counts.
+using OwnedStream = std::unique_ptr<MStreamRecord, CloseOwnedStream>;
+
 // The file kind of the MStream* function of the same name; the stream must be a file stream.
 int32_t file_stream_read(MStream stream, void *buffer, size_t count);
 int32_t file_stream_write(MStream stream, const void *buffer, size_t count);
@@ -37,6 +45,12 @@ bool file_stream_failed(MStream stream);
 // Takes the C library's buffer away: what is written goes to the system at once, and a write that fails comes
 // back short. Before the first read or write only.
 void file_stream_unbuffer(MStream stream);
+// Brings what was written to the disk; false when not all of it got there.
+bool file_stream_sync(MStream stream);
+// The system's number of the open file.
+int file_stream_descriptor(MStream stream);
+// A stream to a file that is new and that none but its owner may open; null when the path names anything.
+MStream create_private_file_stream(const char *path);
 
 }  // namespace quorv
 

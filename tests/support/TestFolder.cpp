@@ -11,8 +11,10 @@
 
 namespace quorv::test {
 
-TestFolder::TestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "quorv-test-XXXXXX").string();
+TestFolder::TestFolder(const std::filesystem::path &parent) {
+    const bool given = std::filesystem::is_directory(parent);
+    std::string name =
+        ((given ? parent : std::filesystem::temp_directory_path()) / "quorv-test-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder " + name);
     folder_ = name;
 }

@@ -12,7 +12,8 @@ namespace quorv::test {
 
 class TestFolder {
 public:
-    TestFolder();
+    // In this folder, or where there is none, in that for temporary files.
+    explicit TestFolder(const std::filesystem::path &parent = {});
     ~TestFolder();
     TestFolder(const TestFolder &) = delete;
     TestFolder &operator=(const TestFolder &) = delete;

@@ -17,7 +17,7 @@ extern "C" {
  * @ingroup platform
  * Settings in text files: sections of key and value lines.
  *
- *     [Section]
+ *     [Section]          its name may be empty
  *     Key = value        blanks around names and values do not count
  *     # * ;              begin a comment line
  *
@@ -32,6 +32,28 @@ extern "C" {
  *
  * A handle belongs to one thread at a time. A handle does not see what others do to its file; when the file
  * has changed by the time the edits are written back, they are made to what it holds then.
+ *
+ * **What may happen to a file.** Killed at any moment, or without power, a user's settings are the old or
+ * the new ones, or can be made the new ones:
+ *
+ * - MIniStartS creates a missing file, empty. Another one it leaves alone, unless a save of it was killed
+ *   (see below).
+ * - MIniEndS leaves the file alone when nothing was edited. Otherwise it writes the new text beside the
+ *   file, to NAME_wip. Whole and on the disk, that becomes NAME_tmp and at once takes the file's place and
+ *   name, with the old file's owner, group and mode; access lists and extended attributes are not taken
+ *   over.
+ * - Where owner, group or mode could not be kept that way, or the file has further hard links or cannot be
+ *   renamed over, it is written over instead, and NAME_tmp goes when the copy is on the disk. Only a save
+ *   that is killed in between leaves the file cut short, or empty. The next MIniStartS finds that the file
+ *   is the beginning of NAME_tmp, and makes it whole; a NAME_tmp that holds the same as the file it
+ *   removes. It does neither with a NAME_tmp that belongs to anyone but the file's owner or this process's
+ *   user.
+ * - When writing over the file fails half-way, or a path that ends with "_tmp" has 260 or more characters,
+ *   NAME_tmp takes the file's place after all: it belongs to the process then, and further hard links keep
+ *   the old contents, or what was made of them. Should that fail, too, NAME_tmp stays at its name.
+ * - A NAME_tmp that a save finds is renamed to NAME_tmp_old, a NAME_wip is removed.
+ * - A file that cannot be written is left as it was, and so is one whose folder takes no new files. A
+ *   symbolic link stays what it is: all this is about the file that it led to when it was opened.
  * @{
  */
 
@@ -46,7 +68,7 @@ enum {
 
 /** One value to read or write. */
 typedef struct MIniQuery {
-    const char *section; /**< null for the section "default" */
+    const char *section; /**< null for the section "default"; "" for that without a name, "[]" */
     const char *key;     /**< the key's name */
     void *value;         /**< buffer to read into, or the value to write; not changed by MIniWriteS */
     uint32_t type;       /**< MINI_TYPE_INTEGER or MINI_TYPE_STRING */
@@ -54,7 +76,8 @@ typedef struct MIniQuery {
 } MIniQuery;
 
 /**
- * Opens a file, or creates it empty when there is none, and reads it.
+ * Opens a file, or creates it empty when there is none, and reads it. A save that was killed is finished
+ * first.
  *
  * @param[in] path  of the file; copied
  *
@@ -67,15 +90,7 @@ QUORV_API MIniHandle MIniStartS(const char *path);
 /**
  * Writes the edits back, if there are any, and frees the handle in every case.
  *
- * The edited file is first made beside the file, under its name with "_tmp" appended, and the file is only
- * touched when that is complete. It is copied over the file, which keeps its owner and its links. When the
- * copy fails half-way, or a path that ends with "_tmp" has 260 or more characters, the complete file takes
- * the place of the old one: it belongs to the process then, and further hard links keep the old contents, or
- * what the copy made of them. A file that cannot be written is left as it was. A symbolic link stays what it
- * is; all this is about the file that it led to when it was opened.
- *
- * Should replacing the file fail in both ways, the complete file stays at its name. What a later save finds
- * there it does not overwrite but renames, "_old" appended.
+ * What that does to the file, and to others beside it, stands at the top of this page.
  *
  * @param[in] ini  the file
  *
@@ -157,8 +172,8 @@ QUORV_API int32_t MIniWriteSingleS(MIniHandle ini, const char *section, const ch
 QUORV_API int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key);
 
 /**
- * Gives the name of the first section; MIniFindNextCategoryS gives those behind it, in order. A section with
- * an empty name ("[]") is passed over.
+ * Gives the name of the first section; MIniFindNextCategoryS gives those behind it, in order. A section
+ * without a name ("[]"), which can be read and written, is passed over.
  *
  * 0 has two meanings. When the name does not fit, or name is null, *size is what it needs, and the next call
  * tries the same section again. At the end name is empty.
