@@ -23,13 +23,14 @@ void scale_window(const int32_t *window, int32_t extra_bits, int32_t *scaled) {
 }
 
 Mp3Windows choose_windows(const Mp3Granule &granule, int32_t extra_bits) {
-    Mp3Windows windows;
+    Mp3Windows windows{};
     windows.is_short = granule.block_type == kMp3ShortBlocks;
     windows.mixed = mp3_is_mixed(granule);
+    windows.large = extra_bits <= 0;
     const int32_t lacking = extra_bits < 0 ? -extra_bits : 0;
     windows.lacking_bits = lacking < kMaxLackingBits ? lacking : kMaxLackingBits;
     scale_window(imdctWindow[granule.block_type], extra_bits, windows.block);
-    if (windows.mixed) scale_window(imdctWindow[0], extra_bits, windows.normal);
+    scale_window(imdctWindow[0], extra_bits, windows.normal);
     return windows;
 }
 

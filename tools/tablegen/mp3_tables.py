@@ -184,15 +184,23 @@ def synthesis_tables():
     half = [int(w) for w in WINDOW.split()]
     assert len(half) == 257
     d = half + [half[512 - i] if i % 64 == 0 else -half[512 - i] for i in range(257, 512)]
-    # Output j (0 to 15) and 32 - m (m = 1 to 16) are sums over p of taps for A[j] and B[j], see Mp3Window.h.
+    # Output j (0 to 15) and 32 - m (m = 1 to 16) are sums over p of taps for A[j] and B[j], see kernels/Window.h.
     upper = [[(d[j + 64 * p], d[j + 32 + 64 * p]) for p in range(8)] for j in range(16)]
     lower = [[(-d[32 - m + 64 * p], d[64 - m + 64 * p]) for p in range(8)] for m in range(1, 17)]
     for p in range(8):
         lower[15][p] = (0, lower[15][p][1])  # A[16] is 0
-    taps = [tap for half in (upper, lower) for column in half for pair in column for tap in pair]
+    # B is t with the sign changed.
+    taps = [16 * sign * column[p][which] for half in (upper, lower) for column in half
+            for which, sign in ((0, 1), (1, -1)) for p in range(8)]
+    columns = [upper, [[(0, 0)] * 8] + lower[:15]]
+    lanes = [16 * sign * half[j ^ flip][p][which] for half in columns
+             for which, sign, flip in ((0, 1, 0), (1, -1, 3)) for p in range(8) for j in range(16)]
     return ("Window of the polyphase synthesis.", [
-        "// [upper: output j, or lower: output 31 - j][j][pair p][tap of A, tap of B], in units of 2^-16.\n" +
-        array("int32_t", "synthesisWindow", taps, (2, 16, 8, 2)),
+        "// [upper: output j, or lower: output 31 - j][j][eight taps of A, eight of -B], in units of 2^-20.\n" +
+        array("int32_t", "synthesisWindow", taps, (2, 16, 16)),
+        "// The same for four columns side by side: [output j, or 32 - j][taps of A, of -B][pair p][j]. Those of -B are in\n"
+        "// reverse order in each group of four.\n" +
+        array("int32_t", "synthesisWindowLanes", lanes, (2, 2, 8, 16)),
         "// The same for 16-bit products, four columns side by side: a tap is 4 wide + narrow in pairs 3 and 4, and all "
         "narrow\n// in the others.\n"
         "struct alignas(16) SynthesisTaps {\n    int16_t narrow[8][4][2];\n    int16_t wide[2][4][2];\n};\n",

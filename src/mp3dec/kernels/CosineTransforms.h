@@ -55,11 +55,11 @@ inline void dct2_of_9(Lanes *x) {
     const Lanes s0 = x[0] + x[8], s1 = x[1] + x[7], s2 = x[2] + x[6], s3 = x[3] + x[5];
     const Lanes d0 = x[0] - x[8], d1 = x[1] - x[7], d2 = x[2] - x[6], d3 = x[3] - x[5];
     const Lanes middle = half(s1) - x[4];
-    const Lanes even4 = mul_add(mul(s0 - s2, kCos20), s0 - s3, -kCos80);
-    const Lanes even8 = mul_add(mul(s0 - s3, kCos20), s0 - s2, -kCos40);
+    const Lanes even4 = mul_sub(mul(s0 - s2, kCos20), s0 - s3, kCos80);
+    const Lanes even8 = mul_sub(mul(s0 - s3, kCos20), s0 - s2, kCos40);
     const Lanes side = mul(d1, kCos30);
-    const Lanes odd5 = mul_add(mul(d0 + d3, kCos10), d0 + d2, -kCos70);
-    const Lanes odd7 = mul_add(mul(d0 + d2, kCos10), d0 + d3, -kCos50);
+    const Lanes odd5 = mul_sub(mul(d0 + d3, kCos10), d0 + d2, kCos70);
+    const Lanes odd7 = mul_sub(mul(d0 + d2, kCos10), d0 + d3, kCos50);
     const Lanes outer = s0 + s2 + s3, inner = s1 + x[4];
     x[0] = outer + inner;
     x[1] = side + odd5 + odd7;

@@ -2,6 +2,8 @@
 #ifndef QUORV_SRC_MP3DEC_KERNELS_HYBRIDKERNEL_H
 #define QUORV_SRC_MP3DEC_KERNELS_HYBRIDKERNEL_H
 
+#include <initializer_list>
+
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/kernels/CosineTransforms.h"
 #include "mp3dec/kernels/Mp3Kernels.h"
@@ -28,64 +30,140 @@ void reduce_alias(int32_t *spectrum, uint32_t edges) {
     }
 }
 
-// The IMDCT's 36 outputs are the DCT-IV u of the lines, mirrored: u[9..17], -u[17..9], -u[8..0], -u[0..8].
-template <class Lanes>
-inline void imdct36(Lanes *x, const int32_t *window, Lanes *overlap, Lanes *output) {
+// Where a group of subbands is: rows of slots, kMp3Subbands apart.
+struct Places {
+    int32_t *overlap;
+    int32_t *samples;
+};
+
+// How single lanes are transformed: whether windows have factors of a half and more, and whether the subband
+// is odd. Several lanes do not care for the former and have both kinds of subbands.
+template <bool large_windows, bool odd_subband>
+struct Style {
+    static constexpr bool kLarge = large_windows;
+    static constexpr bool kOdd = odd_subband;
+};
+
+// Frequency inversion: every second sample of every second subband.
+template <class Style, class Lanes>
+inline void put_sample(const Places &places, size_t slot, Lanes sample) {
+    if (slot % 2 != 0) {
+        if constexpr (Lanes::kCount > 1)
+            sample = negate_odd(sample);
+        else if constexpr (Style::kOdd)
+            sample = -sample;
+    }
+    store_lanes(places.samples + slot * kMp3Subbands, sample);
+}
+
+// The IMDCT's 36 outputs are the DCT-IV u of the lines, mirrored: u[9..17], -u[17..9], -u[8..0], -u[0..8]. In
+// the middle of a window factors are large.
+template <class Style, class Lanes>
+inline void imdct36(Lanes *x, const int32_t *window, const Places &places) {
     dct4<18>(x);
 #pragma GCC unroll 9
-    for (uint32_t i = 0; i < 9; ++i) {
+    for (size_t i = 0; i < 9; ++i) {
+        int32_t *const rising = places.overlap + i * kMp3Subbands;
+        int32_t *const falling = places.overlap + (17 - i) * kMp3Subbands;
         const Lanes first = x[9 + i], second = x[8 - i];
-        output[i] = mul_add(overlap[i], first, window[i]);
-        output[17 - i] = mul_sub(overlap[17 - i], first, window[17 - i]);
-        overlap[i] = mul_sub(Lanes{}, second, window[18 + i]);
-        overlap[17 - i] = mul_sub(Lanes{}, second, window[35 - i]);
+        put_sample<Style>(places, i, add_windowed<false>(load_lanes(Lanes{}, rising), first, window[i]));
+        put_sample<Style>(
+            places, 17 - i,
+            subtract_windowed<Style::kLarge>(load_lanes(Lanes{}, falling), first, window[17 - i]));
+        store_lanes(rising, subtract_windowed<Style::kLarge>(Lanes{}, second, window[18 + i]));
+        store_lanes(falling, subtract_windowed<false>(Lanes{}, second, window[35 - i]));
     }
 }
 
 // The same of 12 outputs, three times, each 6 samples later than the one before.
-template <class Lanes>
-inline void imdct12(const Lanes *x, const int32_t *window, Lanes *overlap, Lanes *output) {
+template <class Style, class Lanes>
+inline void imdct12(const Lanes *x, const int32_t *window, const Places &places) {
     Lanes sum[36] = {};
-    for (uint32_t w = 0; w < 3; ++w) {
+    for (size_t w = 0; w < 3; ++w) {
         Lanes u[6];
-        for (uint32_t k = 0; k < 6; ++k)
+        for (size_t k = 0; k < 6; ++k)
             u[k] = x[3 * k + w];
         dct4<6>(u);
         Lanes *const at = sum + 6 + 6 * w;
-        for (uint32_t i = 0; i < 3; ++i) {
-            at[i] = mul_add(at[i], u[3 + i], window[i]);
-            at[5 - i] = mul_sub(at[5 - i], u[3 + i], window[5 - i]);
-            at[6 + i] = mul_sub(at[6 + i], u[2 - i], window[6 + i]);
-            at[11 - i] = mul_sub(at[11 - i], u[2 - i], window[11 - i]);
+        for (size_t i = 0; i < 3; ++i) {
+            at[i] = add_windowed<false>(at[i], u[3 + i], window[i]);
+            at[5 - i] = subtract_windowed<Style::kLarge>(at[5 - i], u[3 + i], window[5 - i]);
+            at[6 + i] = subtract_windowed<Style::kLarge>(at[6 + i], u[2 - i], window[6 + i]);
+            at[11 - i] = subtract_windowed<false>(at[11 - i], u[2 - i], window[11 - i]);
         }
     }
-    for (uint32_t i = 0; i < kLines; ++i) {
-        output[i] = overlap[i] + sum[i];
-        overlap[i] = sum[kLines + i];
+    for (size_t i = 0; i < kLines; ++i) {
+        int32_t *const overlap = places.overlap + i * kMp3Subbands;
+        put_sample<Style>(places, i, load_lanes(Lanes{}, overlap) + sum[i]);
+        store_lanes(overlap, sum[kLines + i]);
     }
 }
 
-template <class Lanes>
-inline void imdct_block(Lanes *x, const Mp3Windows &windows, Lanes *overlap, Lanes *output) {
-    if (windows.is_short)
-        imdct12(x, windows.block, overlap, output);
+template <class Style, class Lanes>
+[[gnu::noinline]] void imdct_block(Lanes *x, bool is_short, const int32_t *window, const Places &places) {
+    if (is_short)
+        imdct12<Style>(x, window, places);
     else
-        imdct36(x, windows.block, overlap, output);
+        imdct36<Style>(x, window, places);
 }
 
-// The two lowest subbands of a mixed block have the normal window.
 template <class Lanes>
-void imdct_mixed(Lanes *x, const Mp3Windows &windows, uint32_t subband, Lanes *overlap, Lanes *output) {
-    Lanes lines[kLines], normal_overlap[kLines], normal_output[kLines];
-    for (uint32_t i = 0; i < kLines; ++i) {
-        lines[i] = x[i];
-        normal_overlap[i] = overlap[i];
+inline void imdct_lanes(Lanes *x, bool is_short, const int32_t *window, const Places &places, bool large,
+                        uint32_t subband) {
+    if constexpr (Lanes::kCount > 1) {
+        imdct_block<Style<false, false>>(x, is_short, window, places);
+    } else if (large) {
+        if (subband % 2 != 0)
+            imdct_block<Style<true, true>>(x, is_short, window, places);
+        else
+            imdct_block<Style<true, false>>(x, is_short, window, places);
+    } else {
+        if (subband % 2 != 0)
+            imdct_block<Style<false, true>>(x, is_short, window, places);
+        else
+            imdct_block<Style<false, false>>(x, is_short, window, places);
     }
-    imdct36(lines, windows.normal, normal_overlap, normal_output);
-    imdct_block(x, windows, overlap, output);
-    for (uint32_t i = 0; i < kLines; ++i) {
-        overlap[i] = first_two(normal_overlap[i], overlap[i], subband);
-        output[i] = first_two(normal_output[i], output[i], subband);
+}
+
+// Rows of a group.
+template <uint32_t lanes>
+struct Rows {
+    int32_t values[kLines][lanes];
+
+    void load(const int32_t *from) {
+        for (uint32_t i = 0; i < kLines; ++i) {
+            for (uint32_t lane = 0; lane < lanes; ++lane)
+                values[i][lane] = from[i * kMp3Subbands + lane];
+        }
+    }
+
+    void store(int32_t *to) const {
+        for (uint32_t i = 0; i < kLines; ++i) {
+            for (uint32_t lane = 0; lane < lanes; ++lane)
+                to[i * kMp3Subbands + lane] = values[i][lane];
+        }
+    }
+};
+
+// The two lowest subbands of a mixed block have the normal window: several lanes are transformed twice.
+template <class Lanes>
+void imdct_mixed(Lanes *x, const Mp3Windows &windows, const Places &places, uint32_t subband) {
+    if constexpr (Lanes::kCount > 2) {
+        Lanes lines[kLines];
+        for (uint32_t i = 0; i < kLines; ++i)
+            lines[i] = x[i];
+        Rows<Lanes::kCount> before;
+        Rows<2> overlap, samples;
+        before.load(places.overlap);
+        imdct_lanes(lines, false, windows.normal, places, windows.large, subband);
+        overlap.load(places.overlap);
+        samples.load(places.samples);
+        before.store(places.overlap);
+        imdct_lanes(x, windows.is_short, windows.block, places, windows.large, subband);
+        overlap.store(places.overlap);
+        samples.store(places.samples);
+    } else {
+        imdct_lanes(x, false, windows.normal, places, windows.large, subband);
     }
 }
 
@@ -94,37 +172,42 @@ void imdct_mixed(Lanes *x, const Mp3Windows &windows, uint32_t subband, Lanes *o
 constexpr uint32_t kSafeLines = 23150;
 constexpr int kLoudShift = 4;  // makes any lines below 2^30.5 safe, which is what alias reduction leaves
 
+template <class Lanes>
+void imdct_group(Lanes *x, const Mp3Windows &windows, const Places &places, uint32_t subband) {
+    if (windows.mixed && subband < 2)
+        imdct_mixed(x, windows, places, subband);
+    else
+        imdct_lanes(x, windows.is_short, windows.block, places, windows.large, subband);
+}
+
 // Subbands of a group that may need more than 32 bits: their lines are turned down, and their overlap is left
 // out until everything is turned up again.
 template <class Lanes>
-void lower_loud(uint32_t loud, Lanes *x, Lanes *overlap) {
+void imdct_loud(Lanes *x, uint32_t loud, const Mp3Windows &windows, const Places &places, uint32_t subband) {
+    Rows<Lanes::kCount> before;
+    before.load(places.overlap);
     for (uint32_t i = 0; i < kLines; ++i) {
-        int32_t line[Lanes::kCount], left[Lanes::kCount];
+        int32_t line[Lanes::kCount];
         store_lanes(line, x[i]);
-        store_lanes(left, overlap[i]);
         for (uint32_t lane = 0; lane < Lanes::kCount; ++lane) {
             if ((loud >> lane & 1) == 0) continue;
             line[lane] = mul_shift<kLoudShift>(line[lane], 1);
-            left[lane] = 0;
+            places.overlap[i * kMp3Subbands + lane] = 0;
         }
         x[i] = load_lanes(Lanes{}, line);
-        overlap[i] = load_lanes(Lanes{}, left);
     }
-}
-
-template <class Lanes>
-void raise_loud(uint32_t loud, int bits, const int32_t *before, Lanes *overlap, Lanes *output) {
+    imdct_group(x, windows, places, subband);
+    const int bits = kLoudShift + windows.lacking_bits;
     for (uint32_t i = 0; i < kLines; ++i) {
-        int32_t now[Lanes::kCount], next[Lanes::kCount];
-        store_lanes(now, output[i]);
-        store_lanes(next, overlap[i]);
         for (uint32_t lane = 0; lane < Lanes::kCount; ++lane) {
             if ((loud >> lane & 1) == 0) continue;
-            now[lane] = saturate(before[i * kMp3Subbands + lane] + (int64_t{now[lane]} << bits));
-            next[lane] = saturate(int64_t{next[lane]} << bits);
+            const bool inverted = (i & (subband + lane) & 1) != 0;
+            int32_t *const now = places.samples + i * kMp3Subbands + lane;
+            int32_t *const next = places.overlap + i * kMp3Subbands + lane;
+            const int64_t old = inverted ? -int64_t{before.values[i][lane]} : before.values[i][lane];
+            *now = saturate(old + (int64_t{*now} << bits));
+            *next = saturate(int64_t{*next} << bits);
         }
-        output[i] = load_lanes(Lanes{}, now);
-        overlap[i] = load_lanes(Lanes{}, next);
     }
 }
 
@@ -133,36 +216,30 @@ template <class Lanes>
 void transform_group(Mp3Channel *channel, uint32_t subband, const Mp3Windows &windows, uint32_t slot,
                      Mp3Loudness *loudness) {
     constexpr uint32_t kAllLanes = (1u << Lanes::kCount) - 1;
-    Lanes x[kLines], overlap[kLines], output[kLines];
+    const Places places{&channel->overlap[0][subband], &channel->samples()[slot][subband]};
+    Lanes x[kLines];
     load_columns<kLines>(channel->spectrum + size_t{subband} * kLines, kLines, x);
-    for (uint32_t i = 0; i < kLines; ++i)
-        overlap[i] = load_lanes(Lanes{}, &channel->overlap[i][subband]);
     const auto sums = sum_magnitudes<kLines>(x);
     const uint32_t loud = windows.lacking_bits != 0 ? kAllLanes : lanes_above(sums, kSafeLines);
     loudness->subbands |= loud << subband;
     loudness->sum += total_of(sums);
     const uint32_t affected = loud | (channel->loud_overlaps >> subband & kAllLanes);
-    if (affected != 0) lower_loud(affected, x, overlap);
-    if (windows.mixed && subband < 2)
-        imdct_mixed(x, windows, subband, overlap, output);
-    else
-        imdct_block(x, windows, overlap, output);
     if (affected != 0)
-        raise_loud(affected, kLoudShift + windows.lacking_bits, &channel->overlap[0][subband], overlap,
-                   output);
-    Mp3Slot *const samples = channel->samples() + slot;
-    for (uint32_t i = 0; i < kLines; ++i) {
-        // Frequency inversion: every second sample of every second subband.
-        store_lanes(&samples[i][subband], i % 2 != 0 ? negate_odd(output[i], subband) : output[i]);
-        store_lanes(&channel->overlap[i][subband], overlap[i]);
-    }
+        imdct_loud(x, affected, windows, places, subband);
+    else
+        imdct_group(x, windows, places, subband);
 }
 
 template <class Lanes>
 Mp3Loudness imdct(Mp3Channel *channel, const Mp3Windows &windows, uint32_t subbands, uint32_t slot) {
+    Mp3Windows own = windows;
+    for (int32_t *const window : std::initializer_list<int32_t *>{own.normal, own.block}) {
+        for (uint32_t i = 0; i < 36; ++i)
+            window[i] = window_factor(Lanes{}, window[i]);
+    }
     Mp3Loudness loudness{};
     for (uint32_t subband = 0; subband < subbands; subband += Lanes::kCount)
-        transform_group<Lanes>(channel, subband, windows, slot, &loudness);
+        transform_group<Lanes>(channel, subband, own, slot, &loudness);
     return loudness;
 }
 

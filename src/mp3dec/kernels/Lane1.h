@@ -4,7 +4,7 @@
 
 #include <stddef.h>
 
-#include "mp3dec/FixedPoint.h"
+#include "mp3dec/kernels/Products.h"
 
 namespace quorv {
 namespace {
@@ -31,52 +31,42 @@ inline Lane1 half(Lane1 a) {
     return {a.value >> 1};
 }
 
-#if defined(__arm__) && defined(__ARM_FEATURE_DSP)
-
-// (sum * 2^32 + a * b + 2^31) >> 32 in one instruction, which compilers do not find themselves.
-inline int32_t high_product_add(int32_t a, int32_t b, int32_t sum) {
-    int32_t result;
-    __asm__("smmlar %0, %1, %2, %3" : "=r"(result) : "r"(a), "r"(b), "r"(sum));
-    return result;
+// Factors count twice in a high product. From a half on they wrap and are then off by the value itself.
+inline int32_t twice(int32_t factor) {
+    return static_cast<int32_t>(static_cast<uint32_t>(factor) << 1);
 }
 
-inline int32_t high_product(int32_t a, int32_t b) {
-    int32_t result;
-    __asm__("smmulr %0, %1, %2" : "=r"(result) : "r"(a), "r"(b));
-    return result;
-}
+constexpr int32_t kHalf = 1 << 30;
 
-// The factor counts twice in a high product, which wraps from a half on and is then off by the value itself.
+// sum + a * factor, which is at least 0.
 inline Lane1 mul_add(Lane1 sum, Lane1 a, int32_t factor) {
-    const int32_t twice = static_cast<int32_t>(static_cast<uint32_t>(factor) << 1);
-    if (factor >= 1 << 30) return {high_product_add(a.value, twice, wrap_add(sum.value, a.value))};
-    if (factor < -(1 << 30)) return {high_product_add(a.value, twice, wrap_sub(sum.value, a.value))};
-    return {high_product_add(a.value, twice, sum.value)};
+    return {add_high_product((factor < kHalf ? sum : sum + a).value, a.value, twice(factor))};
 }
 
-inline Lane1 mul(Lane1 a, int32_t factor) {
-    const int32_t twice = static_cast<int32_t>(static_cast<uint32_t>(factor) << 1);
-    if (factor >= 1 << 30) return {high_product_add(a.value, twice, a.value)};
-    if (factor < -(1 << 30)) return {high_product_add(a.value, twice, wrap_sub(0, a.value))};
-    return {high_product(a.value, twice)};
-}
-
-#else
-
-// a * factor, rounded; a tie upwards. The factor has 31 fractional bits and is not -1.
-inline Lane1 mul(Lane1 a, int32_t factor) {
-    return {mul_shift<31>(a.value, factor)};
-}
-
-inline Lane1 mul_add(Lane1 sum, Lane1 a, int32_t factor) {
-    return sum + mul(a, factor);
-}
-
-#endif
-
-// sum + a * -factor; the factor is at least 0.
+// sum + a * -factor, which is at least 0.
 inline Lane1 mul_sub(Lane1 sum, Lane1 a, int32_t factor) {
-    return mul_add(sum, a, -factor);
+    return {subtract_high_product((factor < kHalf ? sum : sum - a).value, a.value, twice(factor))};
+}
+
+// a * factor, rounded, a tie upwards. The factor has 31 fractional bits and is at least 0.
+inline Lane1 mul(Lane1 a, int32_t factor) {
+    if (factor < kHalf) return {high_product(a.value, twice(factor))};
+    return mul_add({0}, a, factor);
+}
+
+// The factor of a block's window as the next two functions take it; `large` is whether it is a half or more.
+inline int32_t window_factor(Lane1 /*kind*/, int32_t factor) {
+    return twice(factor);
+}
+
+template <bool large>
+inline Lane1 add_windowed(Lane1 sum, Lane1 a, int32_t factor) {
+    return {add_high_product((large ? sum + a : sum).value, a.value, factor)};
+}
+
+template <bool large>
+inline Lane1 subtract_windowed(Lane1 sum, Lane1 a, int32_t factor) {
+    return {subtract_high_product((large ? sum - a : sum).value, a.value, factor)};
 }
 
 // a * c + b * s and a * s - b * c for factors of at least 0.
@@ -106,16 +96,6 @@ inline void store_columns(const Lane1 x[columns], int32_t *to, size_t /*stride*/
 #pragma GCC unroll 32
     for (uint32_t k = 0; k < columns; ++k)
         to[k] = x[k].value;
-}
-
-// Changes the sign of the lanes with odd numbers; `first` is the number of the first.
-inline Lane1 negate_odd(Lane1 a, uint32_t first) {
-    return first % 2 != 0 ? -a : a;
-}
-
-// Lanes with the numbers 0 and 1 of a, the others of b.
-inline Lane1 first_two(Lane1 a, Lane1 b, uint32_t first) {
-    return first < 2 ? a : b;
 }
 
 // The sum of the magnitudes in units of 2^16, each rounded down.

@@ -75,20 +75,32 @@ inline Lane4 in_order(__m128i lanes) {
     return {_mm_shuffle_epi32(lanes, _MM_SHUFFLE(3, 1, 2, 0))};
 }
 
-// sum + a * -factor.
-inline Lane4 mul_sub(Lane4 sum, Lane4 a, int32_t factor) {
-    const LaneFactors f = factors_of(factor);
-    return sum - in_order(products<true>(with_offset(a), f)) + Lane4{f.all};
-}
-
 inline Lane4 mul(Lane4 a, int32_t factor) {
-    if (factor < 0) return mul_sub({_mm_setzero_si128()}, a, -factor);
     const LaneFactors f = factors_of(factor);
     return in_order(products<false>(with_offset(a), f)) - Lane4{f.all};
 }
 
 inline Lane4 mul_add(Lane4 sum, Lane4 a, int32_t factor) {
-    return factor < 0 ? mul_sub(sum, a, -factor) : sum + mul(a, factor);
+    return sum + mul(a, factor);
+}
+
+inline Lane4 mul_sub(Lane4 sum, Lane4 a, int32_t factor) {
+    const LaneFactors f = factors_of(factor);
+    return sum - in_order(products<true>(with_offset(a), f)) + Lane4{f.all};
+}
+
+inline int32_t window_factor(Lane4 /*kind*/, int32_t factor) {
+    return factor;
+}
+
+template <bool large>
+inline Lane4 add_windowed(Lane4 sum, Lane4 a, int32_t factor) {
+    return mul_add(sum, a, factor);
+}
+
+template <bool large>
+inline Lane4 subtract_windowed(Lane4 sum, Lane4 a, int32_t factor) {
+    return mul_sub(sum, a, factor);
 }
 
 // a * c + b * s and a * s - b * c. The factors are numbers or lanes of them.
@@ -151,15 +163,10 @@ inline void store_lanes(int32_t *to, Lane4 a) {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(to), a.value);
 }
 
-inline Lane4 negate_odd(Lane4 a, uint32_t /*first*/) {
+// Changes the sign of every second lane.
+inline Lane4 negate_odd(Lane4 a) {
     const __m128i odd = _mm_set_epi32(-1, 0, -1, 0);
     return {_mm_sub_epi32(_mm_xor_si128(a.value, odd), odd)};
-}
-
-// Only the first group of lanes asks for that.
-inline Lane4 first_two(Lane4 a, Lane4 b, uint32_t /*first*/) {
-    const __m128i mask = _mm_set_epi32(0, 0, -1, -1);
-    return {_mm_or_si128(_mm_and_si128(mask, a.value), _mm_andnot_si128(mask, b.value))};
 }
 
 template <uint32_t columns>

@@ -15,6 +15,7 @@ struct Mp3Windows {
     int32_t block[36];
     bool is_short;
     bool mixed;
+    bool large;  // factors of a half and more are where they were before scaling; none of those is left else
     int lacking_bits;
 };
 

@@ -23,6 +23,9 @@ inline constexpr uint32_t kMp3WindowPairs = 8;  // of an output sample
 inline constexpr int kMp3OutputShift = kSampleBits + 16 - 15;
 // Both roundings in one, before the shift.
 inline constexpr int32_t kMp3OutputRounding = (1 << (kMp3OutputShift - 1)) + (1 << (kMp3OutputShift - 9));
+// The same for taps in units of 2^-20: the high word is the sample.
+inline constexpr uint32_t kMp3WindowRounding = uint32_t{kMp3OutputRounding} << 4;
+static_assert(kMp3OutputShift + 4 == 32);
 // Nearly 16.0, the largest transformed value. What is added to round a value must not wrap.
 inline constexpr int32_t kMp3MaxT = INT32_MAX - (1 << 16);
 
