@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <numeric>
 
 namespace quorv::test {
 namespace {
@@ -222,15 +223,26 @@ uint32_t AviBuilder::chunk_id(uint32_t stream) const {
            uint32_t{static_cast<uint8_t>(type[1])} << 24;
 }
 
-// Exact: whole seconds apart from the rest, so that nothing overflows. A stream without a rate of its own
-// has that of the main header.
-uint32_t AviBuilder::milliseconds(uint32_t stream, uint64_t units) const {
+// In lowest terms. A stream without a rate of its own has that of the main header.
+std::pair<uint64_t, uint64_t> AviBuilder::scale_and_rate(uint32_t stream) const {
     uint64_t scale = streams[stream].header.scale;
     uint64_t rate = streams[stream].header.rate;
     if (scale == 0 || rate == 0) {
         scale = main.microseconds_per_frame != 0 ? main.microseconds_per_frame : 1;
         rate = main.microseconds_per_frame != 0 ? 1000000 : 25;
     }
+    const uint64_t divisor = std::gcd(scale, rate);
+    return {scale / divisor, rate / divisor};
+}
+
+double AviBuilder::unit(uint32_t stream) const {
+    const auto [scale, rate] = scale_and_rate(stream);
+    return static_cast<double>(scale) * 1000.0 / static_cast<double>(rate);
+}
+
+// Exact: whole seconds apart from the rest, so that nothing overflows.
+uint32_t AviBuilder::milliseconds(uint32_t stream, uint64_t units) const {
+    const auto [scale, rate] = scale_and_rate(stream);
     const uint64_t ticks = units * scale;
     return static_cast<uint32_t>(ticks / rate * 1000 + ticks % rate * 1000 / rate);
 }

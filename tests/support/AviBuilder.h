@@ -69,6 +69,8 @@ public:
     MemoryStore build();
     const std::vector<TruthFrame> &truth(uint32_t stream) const { return tracks_[stream].truth; }
     uint32_t track(uint32_t stream) const { return stream + 1; }
+    // Milliseconds a unit of the stream's time base.
+    double unit(uint32_t stream) const;
     uint64_t media_start() const { return media_start_; }  // position of "movi" in the first segment
 
     MainHeader main;
@@ -114,6 +116,7 @@ private:
     Bytes legacy_index() const;
     Bytes standard_index(uint32_t stream, const std::vector<Entry> &entries) const;
     void note_frame(const Item &item, uint64_t position);
+    std::pair<uint64_t, uint64_t> scale_and_rate(uint32_t stream) const;
     uint32_t milliseconds(uint32_t stream, uint64_t units) const;
     uint32_t chunk_id(uint32_t stream) const;
     bool is_open_dml() const { return index >= IndexKind::OpenDml; }

@@ -27,6 +27,7 @@ struct AnySample {
     struct Track {
         SplitterTrackEntry entry;
         std::vector<TruthFrame> truth;
+        double unit;                             // AVI: milliseconds of the time base; ASF: 0
         size_t cut_at_first = 0, cut_later = 0;  // leading bytes that the first frame comes without
     };
     const SplitterApi &api;

@@ -138,6 +138,11 @@ public:
         const uint32_t no = 0;
         api_.set_config(handle_, SPLITER_CFG_CODEC_DATA_FIRST, &no, sizeof no);
     }
+    // ASF: as for a source that is still arriving.
+    uint32_t load_index() {
+        const uint32_t yes = 1;
+        return api_.set_config(handle_, SPLITER_CFG_LOAD_INDEX, &yes, sizeof yes);
+    }
     uint32_t close() {
         const uint32_t code = api_.close(handle_);
         if (code == 0) handle_ = nullptr;

@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "support/ExpectFrames.h"
+#include "support/ExpectSeeks.h"
 #include "support/SampleFiles.h"
 
 namespace quorv::test {
@@ -64,6 +64,28 @@ TEST_P(WholeFiles, AreTheTruthAndComeAgainAfterReset) {
         EXPECT_EQ(file.close(), 0u);
         EXPECT_FALSE(source.is_open());
         EXPECT_EQ(source.access_modes, sample.is_asf() ? (Numbers{1, 2, 2}) : Numbers{1});
+    }
+}
+
+TEST_P(WholeFiles, SeeksReachWhatTheFrameListSays) {
+    for (const uint32_t kind : kKinds) {
+        // An OpenDML index of a source that is still arriving is not read.
+        if (kind != SPLITER_SOURCE_LOCAL && sample.has_open_dml) continue;
+        TestSource source(sample.bytes, kind);
+        SplitterFile file(api, source.record());
+        file.load_index();
+        for (const AnySample::Track &track : sample.tracks) {
+            std::vector<TruthFrame> truth = track.truth;
+            Bytes &first = truth.front().data;
+            first.erase(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(track.cut_later));
+            file.read_all(track.entry.track);  // takes what comes once
+            const SeekRules rules = {track.entry.type == SPLITER_TRACK_VIDEO, track.unit};
+            expect_seeks(file, track.entry.track, truth, rules);
+            const auto is_target = [&](const TruthFrame &frame) { return rules.is_target(frame); };
+            const auto targets = std::count_if(truth.begin(), truth.end(), is_target);
+            if (sample.is_asf()) continue;
+            EXPECT_EQ(file.is_seekable(track.entry.track) != 0, targets > 1);
+        }
     }
 }
 
