@@ -20,15 +20,15 @@ TEST_P(SeekTest, KeyFramesOfTheVideoAreReached) {
         sample.file.reset();
         const std::vector<Frame> frames = sample.file.read_all(1).frames;
         // Time stamps are truncated to whole milliseconds.
-        const double unit = (frames.back().info.time_stamp + 0.5) / std::max(static_cast<double>(frames.size()) - 1, 1.0);
+        const double unit =
+            (frames.back().info.time_stamp + 0.5) / std::max(static_cast<double>(frames.size()) - 1, 1.0);
         std::vector<TruthFrame> truth;
         for (const Frame &frame : frames) {
             const bool key = frame.info.key_frame != 0;
             const size_t distance = GetParam().key_distance;
             EXPECT_TRUE(distance == 0 || key == (truth.size() % distance == 0)) << "frame " << truth.size();
             const auto number = static_cast<uint64_t>(std::lround((frame.info.time_stamp + 0.5) / unit));
-            truth.push_back(
-                {frame.data, frame.info.time_stamp, frame.info.duration, key, 0, number, key});
+            truth.push_back({frame.data, frame.info.time_stamp, frame.info.duration, key, 0, number, key});
         }
         expect_seeks(sample.file, 1, truth, {true, unit}, truth.size() / 50 + 1);
     }

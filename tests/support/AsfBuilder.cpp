@@ -111,19 +111,18 @@ void AsfBuilder::add_payload(const Bytes &head, const Bytes &data) {
 void AsfBuilder::add_object(uint32_t stream) {
     TruthFrame &frame = truth_[stream].back();
     const auto size = static_cast<uint32_t>(frame.data.size());
-    for (uint32_t offset = 0; offset < size;) {
+    uint32_t offset = 0;
+    do {
         Bytes replicated = join({le32(size), le32(frame.time_stamp + layout.preroll)});
         replicated.resize(offset == 0 || !layout.replicated_once ? layout.replicated_length : 0);
         const Bytes head = payload_head(stream, frame.key, offset, replicated, replicated.size());
+        if (room_behind(head) == 0) flush();
         const uint32_t length = std::min(room_behind(head), size - offset);
-        if (length == 0) {
-            flush();
-            continue;
-        }
         if (offset == 0) frame.position = packet_count_;
-        add_payload(head, Bytes(&frame.data[offset], &frame.data[offset] + length));
+        const auto data = frame.data.begin() + offset;
+        add_payload(head, Bytes(data, data + length));
         offset += length;
-    }
+    } while (offset < size);
     ++numbers_[stream];
 }
 

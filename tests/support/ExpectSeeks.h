@@ -55,7 +55,8 @@ inline void expect_next_key(SplitterFile &file, uint32_t track, const std::vecto
         }
         return std::nullopt;
     };
-    const auto queried = key_time(rules.is_asf() ? 0 : here), sought = key_time(rules.is_asf() ? 0 : here + 1);
+    const auto queried = key_time(rules.is_asf() ? 0 : here),
+               sought = key_time(rules.is_asf() ? 0 : here + 1);
     const uint32_t none = rules.is_asf() ? kEnd : uint32_t{SPLITER_ERR_UNSUPPORTED};
     uint32_t reached = 0;
     EXPECT_EQ(file.next_key_time(track, &reached), queried ? 0 : none);

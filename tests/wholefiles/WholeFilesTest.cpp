@@ -166,40 +166,5 @@ TEST_P(WholeFiles, HttpParamSaysWhetherTheIndexIsThere) {
     }
 }
 
-TEST(Splitters, NeedAllCallbacks) {
-    using Source = SplitterStreamSource;
-    void (*const remove[])(Source &) = {
-        [](Source &s) { s.open = nullptr; }, [](Source &s) { s.close = nullptr; },
-        [](Source &s) { s.read = nullptr; }, [](Source &s) { s.seek = nullptr; },
-        [](Source &s) { s.tell = nullptr; }, [](Source &s) { s.size = nullptr; }};
-    const MemoryStore store;
-    for (const SplitterApi &api : {kAviSplitter, kAsfSplitter}) {
-        for (size_t i = 0; i < std::size(remove); ++i) {
-            TestSource source(store);
-            SplitterStreamSource record = source.record();
-            remove[i](record);
-            SplitterHandle handle = nullptr;
-            SplitterHttpParam param;
-            EXPECT_EQ(api.open(&record, 1, &handle), uint32_t{SPLITER_ERR_INVALID_PARAM}) << i;
-            EXPECT_EQ(api.get_http_param(&record, &param, &handle), uint32_t{SPLITER_ERR_INVALID_PARAM}) << i;
-            EXPECT_EQ(source.calls(), 0u);
-        }
-    }
-}
-
-TEST(Splitters, RecordsAreZeroedOnFailure) {
-    for (const SplitterApi &api : {kAviSplitter, kAsfSplitter}) {
-        const SplitterStreamSource source = {};
-        SplitterHandle handle = nullptr;
-        SplitterHttpParam param = {7, 7}, other = {7, 7};
-        SplitterTrackList list = {7, nullptr};
-        const uint32_t bad = SPLITER_ERR_INVALID_PARAM;
-        EXPECT_EQ(api.get_http_param(nullptr, &param, &handle), bad);
-        EXPECT_EQ(api.get_http_param(&source, &other, nullptr), bad);
-        EXPECT_EQ(api.enum_track(nullptr, &list), bad);
-        EXPECT_EQ(param.index_flag | param.reserved | other.index_flag | other.reserved | list.count, 0u);
-    }
-}
-
 }  // namespace
 }  // namespace quorv::test

@@ -32,7 +32,7 @@ TEST(AviPackets, WhatIsSteppedOver) {
     const std::pair<const char *, Bytes> cases[] = {
         {"padding of any value", {0x30}},
         {"garbage", payload(5, 5, 999)},
-        {"garbage at the limit", Bytes(131072 - 8, 0x80)},
+        {"garbage at the limit", Bytes(131072, 0x80)},
         {"junk", chunk(tag("JUNK"), hidden)},
         {"index chunk", chunk(tag("ix00"), hidden)},
         {"index chunk of the other spelling", chunk(tag("00ix"), hidden)},
@@ -86,7 +86,7 @@ TEST(AviPackets, TooMuchGarbageEndsTheTrackUntilItIsSought) {
     builder.frame(0, size_t{51});
     for (int i = 0; i < 30000; ++i)
         builder.frame(1, size_t{4});
-    builder.frame(0, size_t{52}).raw(Bytes(131072 + 64, 0x80)).frame(0, size_t{53});
+    builder.frame(0, size_t{52}).raw(Bytes(131072 + 1, 0x80)).frame(0, size_t{53});
     OpenedAvi avi(builder);
     avi.expect_frames(0, {.count = 2});
     for (int i = 0; i < 3; ++i)
