@@ -32,7 +32,7 @@ public:
     bool key_frame() const { return key_frame_; }
 
 private:
-    uint8_t *const buffer_;
+    uint8_t *buffer_;
     const uint32_t capacity_;
     bool started_ = false;
     bool key_frame_ = false;

@@ -84,7 +84,7 @@ Code AsfFrameAssembler::end_of_scan(AsfPosition at, Code code) {
 }
 
 Code AsfFrameAssembler::add_fragment(const ASF_DataObjectEntry &entry) {
-    uint8_t *const to = frame_.make_room(entry);
+    uint8_t *to = frame_.make_room(entry);
     if (to == nullptr) return Code::BufferTooSmall;
     const auto length = static_cast<uint32_t>(entry.data_length);
     if (length != 0) {

@@ -42,7 +42,7 @@ private:
     void read_replicated_data(AsfPayload *payload);
     uint32_t payload_length();
 
-    const uint8_t *const bytes_;
+    const uint8_t *bytes_;
     const uint32_t size_;
     const uint32_t wanted_stream_;
     uint32_t at_ = 0;

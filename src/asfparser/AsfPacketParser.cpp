@@ -81,7 +81,7 @@ int32_t AsfPacketParser::relative_time(uint32_t time) const {
     return static_cast<int32_t>(time - static_cast<uint32_t>(time_base_));
 }
 
-// What is kept of times counts from the base, that of the other stream, too.
+// The times that are kept count from the base, those of the other stream, too.
 void AsfPacketParser::move_time_base(int32_t time_base) {
     const int32_t shift = time_base_ - time_base;
     if (shift == 0) return;

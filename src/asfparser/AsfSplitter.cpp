@@ -1,9 +1,9 @@
-// The exported functions of the ASF splitter: argument checks, opening and closing, and the records that
-// callers see.
+// The exported functions of the ASF splitter: argument checks, handles, and the records that callers see.
 
 #include <quorv/asf_splitter.h>
 #include <string.h>
 
+#include "asfparser/AsfOpen.h"
 #include "asfparser/AsfPlayback.h"
 #include "asfparser/AsfSeek.h"
 #include "splitter/CallerRecords.h"
@@ -26,80 +26,6 @@ Code with_context(const SplitterStreamSource *source, SplitterHandle *handle, Ca
     const Code code = call(context.get());
     if (code == Code::Ok) *handle = context.release();
     return code;
-}
-
-Code read_header(AsfContext *context) {
-    if (context->header_parsed) return Code::Ok;
-    const Code code = asf_read_header(&context->reader, &context->header);
-    context->header_parsed = code == Code::Ok;
-    return code;
-}
-
-Code load_index(AsfContext *context) {
-    const AsfHeader &header = context->header;
-    return context->index_parser->LoadIndex(&context->reader, header.data_end, header.preroll);
-}
-
-AsfDataLayout data_layout(const AsfHeader &header) {
-    AsfDataLayout layout;
-    layout.first_packet = header.first_packet;
-    layout.data_end = header.data_end;
-    layout.is_cut = header.is_cut;
-    layout.total_packets = header.total_packets;
-    layout.packet_size = header.packet_size;
-    layout.audio_stream = header.audio.present ? header.audio.stream_number : kAsfNoStream;
-    layout.video_stream = header.video.present ? header.video.stream_number : kAsfNoStream;
-    layout.time_base = header.preroll;
-    return layout;
-}
-
-Code read_header_and_index(AsfContext *context, SplitterHttpParam *param) {
-    const Code code = read_header(context);
-    if (code != Code::Ok) return code;
-    if (!context->opened) {
-        const uint64_t stream_size = CASFBase::GetStreamSize(&context->reader);
-        context->data_parser->Packets().set_layout(data_layout(context->header), stream_size);
-    }
-    // That there is no index, or that it cannot be read, is no failure.
-    if (load_index(context) == Code::NoMemory) return Code::NoMemory;
-    param->index_flag = context->index_parser->IsLoaded() ? 1 : 0;
-    return Code::Ok;
-}
-
-// An open file has its reader; else one is open for the time of this call.
-Code get_http_param(AsfContext *context, SplitterHttpParam *param) {
-    if (context->opened) return read_header_and_index(context, param);
-    Code code = context->base->CreateReader(&context->reader, StreamAccess::Read);
-    if (code != Code::Ok) return code;
-    code = read_header_and_index(context, param);
-    CASFBase::DestroyReader(&context->reader);
-    return code;
-}
-
-Code open_readers(AsfContext *context) {
-    Code code = context->base->CreateReader(&context->reader, StreamAccess::Read);
-    if (code != Code::Ok) return code;
-    code = read_header(context);
-    if (code == Code::Ok) code = context->data_parser->InitParser(data_layout(context->header));
-    if (code != Code::Ok) CASFBase::DestroyReader(&context->reader);
-    return code;
-}
-
-Code open_file(AsfContext *context) {
-    if (!context->opened) {
-        const Code code = open_readers(context);
-        if (code != Code::Ok) return code;
-        context->opened = true;
-        if (context->base->IsLocal()) {
-            // What cannot be found out here is missing later, but the file can be played.
-            static_cast<void>(asf_prime(context));
-            const bool has_times = context->header.duration != 0;
-            if (has_times && context->data_parser->Packets().packet_count() > 0)
-                static_cast<void>(load_index(context));
-        }
-    }
-    asf_rewind(context);
-    return Code::Ok;
 }
 
 uint32_t whole_frames_per_second(uint32_t interval) {
@@ -200,7 +126,7 @@ Code set_config(AsfContext *context, uint32_t id, const void *value, uint32_t si
     if (id == SPLITER_CFG_CODEC_DATA_FIRST) context->header.video.codec_data.first = number != 0;
     if (id != SPLITER_CFG_LOAD_INDEX) return Code::Ok;
     if (!context->opened) return Code::NoParser;
-    return number != 0 ? load_index(context) : Code::Ok;
+    return number != 0 ? asf_load_index(context) : Code::Ok;
 }
 
 Code read_frame(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size,
@@ -232,13 +158,13 @@ uint32_t ASF_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
     if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
     if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    const auto call = [param](AsfContext *context) { return get_http_param(context, param); };
+    const auto call = [param](AsfContext *context) { return asf_find_index(context, param); };
     return to_public(with_context(source, handle, call));
 }
 
 uint32_t ASF_SPLITER_Open(const SplitterStreamSource *source, uint32_t /*mode*/, SplitterHandle *handle) {
     if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    return to_public(with_context(source, handle, open_file));
+    return to_public(with_context(source, handle, asf_open));
 }
 
 uint32_t ASF_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {

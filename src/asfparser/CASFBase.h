@@ -75,7 +75,7 @@ public:
     static Code ReadFromMemByType(const uint8_t *bytes, uint32_t *value, uint32_t type);
 
 private:
-    const SplitterStreamSource *const source_;
+    const SplitterStreamSource *source_;
 };
 
 }  // namespace quorv

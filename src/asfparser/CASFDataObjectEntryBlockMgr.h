@@ -8,7 +8,7 @@ namespace quorv {
 
 // A payload, that is a media object or a fragment of one.
 struct ASF_DataObjectEntry {
-    uint32_t stream_number;
+    uint32_t stream_number;  // the same in all of a block
     uint32_t object_number;
     int32_t offset_into_object;
     int32_t object_size;  // -1 when the payload does not say

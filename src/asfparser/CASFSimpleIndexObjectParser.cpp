@@ -111,13 +111,13 @@ uint32_t CASFSimpleIndexObjectParser::packet_at(uint32_t entry) const {
 Code CASFSimpleIndexObjectParser::count_key_frames() {
     const auto numbers = make_array<uint32_t>(entry_count_);
     if (numbers == nullptr) return Code::NoMemory;
-    uint32_t *const packets = numbers.get();
+    uint32_t *packets = numbers.get();
     for (uint32_t i = 0; i < entry_count_; ++i)
         packets[i] = packet_at(i);
-    uint32_t *const end = packets + entry_count_;
+    uint32_t *end = packets + entry_count_;
     if (!std::is_sorted(packets, end)) std::sort(packets, end);
     const auto packet_count = static_cast<uint32_t>(packets_.packet_count());
-    uint32_t *const present_end = std::lower_bound(packets, end, packet_count);
+    uint32_t *present_end = std::lower_bound(packets, end, packet_count);
     const auto count = static_cast<uint32_t>(std::unique(packets, present_end) - packets);
     key_frame_count_ = count != 0 ? count : kUnknownCount;
     return Code::Ok;

@@ -14,13 +14,13 @@ uint8_t filling(uint32_t bytes_to_end) {
 }  // namespace
 
 void fill_for_second_read(void *buffer, uint32_t count) {
-    auto *const bytes = static_cast<uint8_t *>(buffer);
+    auto *bytes = static_cast<uint8_t *>(buffer);
     for (uint32_t i = 0; i < count; ++i)
         bytes[i] = filling(count - i);
 }
 
 uint32_t written_by_second_read(const void *buffer, uint32_t count) {
-    const auto *const bytes = static_cast<const uint8_t *>(buffer);
+    const auto *bytes = static_cast<const uint8_t *>(buffer);
     uint32_t written = count;
     while (written > 0 && bytes[written - 1] == filling(count - (written - 1)))
         --written;

@@ -39,7 +39,7 @@ public:
 
 private:
     const uint32_t size_, start_;  // in the buffer
-    uint8_t *const covered_;
+    uint8_t *covered_;
     uint8_t before_[kBytes];
 };
 
