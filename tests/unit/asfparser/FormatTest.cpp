@@ -182,9 +182,8 @@ TEST(AsfFormat, TheObjectSizeNeedsToBeSaidOnce) {
     AsfLayout layout = {.packet_size = 100, .multiple = false};
     layout.replicated_once = true;
     AsfBuilder builder({asf_video(1)}, layout, AsfIndex::None);
-    Bytes bytes = builder.frame(0, 0, 100000).frame(0, 40, 500).build();
-    bytes.resize(bytes.size() - 150);
-    AsfBytes asf(bytes);
+    const Bytes bytes = builder.frame(0, 0, 100000).frame(0, 40, 500).build();
+    AsfBytes asf(bytes, SPLITER_SOURCE_LOCAL, {.cut = bytes.size() - 150});
     Bytes buffer(100);
     SplitterFrameInfo info;
     EXPECT_EQ(kAsfSplitter.read_frame(asf.file.handle(), 2, buffer.data(), 100, &info), kSmall);

@@ -96,10 +96,8 @@ TEST(AsfReaders, NeedAStreamOfTheirOwnEach) {
 
 // A download that is over too early.
 TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
-    Bytes bytes = small_file().build();
-    bytes.resize(bytes.size() - 300);
-    const MemoryStore store(bytes);
-    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+    const MemoryStore store(small_file().build());
+    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE, {.cut = store.size() - 300});
     SplitterStreamSource record = source.record();
     EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, kSourceAtEnd);
     static const auto read = record.read;
