@@ -1,94 +1,113 @@
 // Huffman decoding of Layer III spectra; see the header.
 //
-// huffTable holds a tree for each table. A level of a tree begins with an entry whose low 4 bits are the
-// number of bits to look up, w; 2^w entries follow. An entry below kLeaf leads to another level: it is the
-// distance from the beginning of this one. A leaf holds the number of its bits, y, x, and how many of the two
-// values are not zero.
+// Most pairs are found at once, with their signs (HuffmanRoots.h). For the others huffTable holds a tree for
+// each table. A level of a tree begins with an entry whose low 4 bits are the number of bits to look up, w;
+// 2^w entries follow. An entry below kHuffmanLeaf leads to another level: it is the distance from the
+// beginning of this one. A leaf holds the number of its bits, y, x, and how many of the two values are not
+// zero.
 
 #include "mp3dec/Mp3Huffman.h"
 
 #include <quorv/platform/memory.h>
 
 #include "mp3dec/Mp3FrameHeader.h"
-#include "mp3dec/tables/HuffmanTables.h"
+#include "mp3dec/tables/HuffmanRoots.h"
 #include "mp3dec/tables/ScaleFactorBands.h"
 
 namespace quorv {
 
 namespace {
 
-constexpr uint32_t kLeaf = 0x1000;
+using Word = Mp3BitWindow::Word;
+
 constexpr uint8_t kNoCodes = 0;
 constexpr uint8_t kWithLinbits = 3;
 constexpr uint32_t kEscape = 15;
+// The largest root or quadruple.
+constexpr uint32_t kMaxAtOnce = 10;
+// That many fit what the window shows.
+constexpr int32_t kAtOnce = Mp3BitWindow::kAhead / kMaxAtOnce;
 
-// Finds the leaf of the next code, whose bits in the leaf's own level are left in the cache.
-inline uint32_t find_leaf(Mp3BitCache *bits, const uint16_t *level) {
-    bits->refill();
-    uint32_t width = level[0] & 15u;
-    uint32_t entry = level[1 + bits->peek(width)];
-    while (entry < kLeaf) {
+uint32_t find_leaf(Mp3BitWindow *bits, const uint16_t *level) {
+    for (;;) {
+        const Word word = bits->ahead(bits->position());
+        const uint32_t width = level[0] & 15u;
+        const uint32_t entry = level[1 + Mp3BitWindow::first_bits(word, width)];
+        if (entry >= kHuffmanLeaf) {
+            bits->skip(entry >> 12);
+            return entry;
+        }
         bits->skip(width);
-        bits->refill();
         level += entry;
-        width = level[0] & 15u;
-        entry = level[1 + bits->peek(width)];
     }
-    return entry;
 }
 
-// Adds the sign that follows a value that is not zero; the caller accounts for it.
-inline int32_t with_sign(Mp3BitCache *bits, uint32_t magnitude) {
-    const uint32_t value = magnitude | bits->sign();
-    bits->shift(magnitude != 0 ? 1 : 0);
-    return static_cast<int32_t>(value);
+// Pairs of one table.
+struct Pairs {
+    const Mp3BitWindow &bits;
+    const uint16_t *root;
+    uint32_t shift;  // leaves the bits that the root is looked up by
+    uint32_t table;
+    Mp3Spectrum *spectrum;
+};
+
+// Reads what follows the code of a value, linbits and the sign, and puts it into the spectrum.
+void put_value(Mp3BitWindow *bits, uint32_t magnitude, uint32_t linbits, Mp3Spectrum *spectrum,
+               int32_t *output) {
+    if (linbits != 0 && magnitude == kEscape) magnitude += bits->read(linbits);
+    const bool negative = magnitude != 0 && bits->read(1) != 0;
+    *output = negative ? -static_cast<int32_t>(magnitude) : static_cast<int32_t>(magnitude);
+    if (magnitude <= kMp3SmallValue) return;
+    spectrum->magnitudes |= magnitude;
+    spectrum->large[spectrum->large_count++] = {static_cast<uint16_t>(output - spectrum->lines),
+                                                static_cast<int16_t>(*output)};
+    *output = 0;
 }
 
-// The values of a leaf without linbits. Code and signs fit what one refill provides; the last bit of them is
-// y's sign, if it has one.
-inline void put_pair(Mp3BitCache *bits, uint32_t leaf, int32_t *output) {
-    const uint32_t length = leaf >> 12, all = length + (leaf & 15);
-    const uint32_t y_sign = bits->peek(all) << 31;
-    Mp3BitCache signs = *bits;
-    signs.shift(length);
-    output[0] = static_cast<int32_t>((leaf >> 4 & 15) | signs.sign());
-    output[1] = static_cast<int32_t>((leaf >> 8 & 15) | y_sign);
-    bits->skip(all);
+// A pair of any length, linbits included. Returns the position behind it.
+[[gnu::noinline]] uint32_t put_long_pair(const Pairs &pairs, uint32_t position, int32_t *output) {
+    Mp3BitWindow bits = pairs.bits;
+    bits.move_to(position);
+    const uint32_t leaf = find_leaf(&bits, &huffTable[huffTabOffset[pairs.table]]);
+    const uint32_t linbits = huffTabLookup[pairs.table].linbits;
+    put_value(&bits, leaf >> 4 & 15, linbits, pairs.spectrum, output);
+    put_value(&bits, leaf >> 8 & 15, linbits, pairs.spectrum, output + 1);
+    return bits.position();
 }
 
-int32_t escaped_value(Mp3BitCache *bits, uint32_t magnitude, uint32_t linbits) {
-    if (magnitude == kEscape) magnitude += bits->read(linbits);
-    bits->refill();
-    const int32_t value = with_sign(bits, magnitude);
-    bits->account(magnitude != 0 ? 1 : 0);
-    return value;
-}
-
-constexpr bool has_escape(uint32_t leaf) {
-    return (leaf & 0xF0) == kEscape << 4 || (leaf & 0xF00) == kEscape << 8;
-}
-
-// Apart from the common case, which then keeps the cache in registers. The pair is returned through `output`.
-[[gnu::noinline]] Mp3BitCache put_escaped_pair(Mp3BitCache cache, uint32_t leaf, uint32_t linbits,
-                                               int32_t *output) {
-    cache.skip(leaf >> 12);
-    output[0] = escaped_value(&cache, leaf >> 4 & 15, linbits);
-    output[1] = escaped_value(&cache, leaf >> 8 & 15, linbits);
-    return cache;
-}
-
-template <bool with_linbits>
-void decode_pairs(Mp3BitCache *bits, const uint16_t *tree, uint32_t linbits, int32_t *output,
-                  uint32_t count) {
-    Mp3BitCache cache = *bits;
-    for (const int32_t *const end = output + count; output != end; output += 2) {
-        const uint32_t leaf = find_leaf(&cache, tree);
-        if (with_linbits && has_escape(leaf))
-            cache = put_escaped_pair(cache, leaf, linbits, output);
-        else
-            put_pair(&cache, leaf, output);
+// Some pairs, few enough for what the window shows when all are short. Returns the position behind them.
+template <int32_t count>
+inline uint32_t put_pairs(const Pairs &pairs, uint32_t position, int32_t *output) {
+    Word word = pairs.bits.ahead(position);
+#pragma GCC unroll 8
+    for (int32_t i = 0; i < count; ++i, output += 2) {
+        const uint32_t entry = pairs.root[word >> pairs.shift], used = entry & 15;
+        if (used != 0) {
+            output[0] = static_cast<int16_t>(entry << 5) >> 11;
+            output[1] = static_cast<int16_t>(entry) >> 11;
+            word <<= used;
+            position += used;
+        } else {
+            position = put_long_pair(pairs, position, output);
+            word = pairs.bits.ahead(position);
+        }
     }
-    *bits = cache;
+    return position;
+}
+
+void decode_pairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spectrum *spectrum) {
+    const HuffmanRoot root = kHuffmanRoots[table];
+    const Pairs pairs = {*bits, &kHuffmanRootEntry[root.first], Mp3BitWindow::kBits - root.width, table,
+                         spectrum};
+    uint32_t position = bits->position();
+    int32_t *output = spectrum->lines + spectrum->coded;
+    const int32_t *const end = output + count;
+    constexpr ptrdiff_t kValues = ptrdiff_t{2} * kAtOnce;
+    for (; end - output >= kValues; output += kValues)
+        position = put_pairs<kAtOnce>(pairs, position, output);
+    for (; output != end; output += 2)
+        position = put_pairs<1>(pairs, position, output);
+    bits->move_to(position);
 }
 
 uint32_t min(uint32_t a, uint32_t b) {
@@ -112,60 +131,56 @@ void find_regions(const Mp3FrameHeader &header, const Mp3Granule &granule, uint3
 
 }  // namespace
 
-int32_t dechuffpairs(Mp3BitCache *bits, uint32_t table, int32_t *output, uint32_t count) {
+int32_t dechuffpairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spectrum *spectrum) {
     const HuffTabLookup &lookup = huffTabLookup[table];
-    const uint16_t *const tree = huffTable + huffTabOffset[table];
     if (lookup.type > kWithLinbits) return -1;
-    if (lookup.type == kNoCodes)
-        MMemSet(output, 0, count * sizeof *output);
-    else if (lookup.type == kWithLinbits)
-        decode_pairs<true>(bits, tree, lookup.linbits, output, count);
-    else
-        decode_pairs<false>(bits, tree, 0, output, count);
+    if (lookup.type == kNoCodes) {
+        MMemSet(spectrum->lines + spectrum->coded, 0, count * sizeof *spectrum->lines);
+    } else {
+        decode_pairs(bits, table, count, spectrum);
+        spectrum->magnitudes |= table < 13 ? 7 : 15;
+    }
+    spectrum->coded += count;
     return 0;
 }
 
-uint32_t dechuffquads(Mp3BitCache *bits, uint32_t table, uint32_t available, int32_t *output, uint32_t room) {
-    Mp3BitCache cache = *bits;
-    const uint8_t *const codes = quadTable + quadTabOffset[table];
-    const uint32_t width = quadTabMaxBits[table];
-    uint32_t count = 0, used = cache.consumed();
-    while (count + 4 <= room && used < available) {
-        cache.refill();
-        const uint32_t entry = codes[cache.peek(width)];
-        cache.skip(entry >> 4);
-        int32_t *const values = output + count;
-        for (uint32_t i = 0; i < 4; ++i) {
-            values[i] = with_sign(&cache, entry >> (3 - i) & 1);
-        }
-        cache.account(static_cast<uint32_t>(__builtin_popcount(entry & 15)));
-        used = cache.consumed();
-        if (used > available) break;
-        count += 4;
+void dechuffquads(Mp3BitWindow *bits, uint32_t table, uint32_t available, Mp3Spectrum *spectrum) {
+    const uint16_t *const codes = table == 0 ? kQuadEntriesA.data() : kQuadEntriesB.data();
+    const uint32_t shift = Mp3BitWindow::kBits - (table == 0 ? kQuadWidths[0] : kQuadWidths[1]);
+    const uint32_t limit = bits->start() + available;
+    int32_t *output = spectrum->lines + spectrum->coded;
+    const int32_t *const end = output + ((kMp3GranuleLines - spectrum->coded) & ~3u);
+    uint32_t position = bits->position();
+    while (output != end && position < limit) {
+        const uint32_t entry = codes[bits->ahead(position) >> shift];
+        position += entry & 15;
+        if (position > limit) break;
+        for (uint32_t i = 0; i < 4; ++i)
+            output[i] = static_cast<int32_t>(entry << (20 + 2 * i)) >> 30;
+        output += 4;
     }
-    *bits = cache;
-    return count;
+    bits->move_to(position);
+    spectrum->coded = static_cast<uint32_t>(output - spectrum->lines);
 }
 
-int32_t mp3_dechuff(Mp3BitCache *bits, const Mp3FrameHeader &header, const Mp3Granule &granule,
-                    uint32_t available, int32_t spectrum[kMp3GranuleLines]) {
+int32_t mp3_dechuff(Mp3BitWindow *bits, const Mp3FrameHeader &header, const Mp3Granule &granule,
+                    uint32_t available, Mp3Spectrum *spectrum) {
     uint32_t starts[2];
     find_regions(header, granule, starts);
     const uint32_t big_values = min(2u * granule.big_values, kMp3GranuleLines);
     const uint32_t ends[3] = {min(starts[0], big_values), min(starts[1], big_values), big_values};
-    uint32_t position = 0;
+    spectrum->coded = spectrum->large_count = 0;
+    spectrum->magnitudes = 1;
     for (uint32_t region = 0; region < 3; ++region) {
-        if (ends[region] <= position) continue;
-        if (dechuffpairs(bits, granule.table_select[region], spectrum + position, ends[region] - position) <
-                0 ||
+        if (ends[region] <= spectrum->coded) continue;
+        if (dechuffpairs(bits, granule.table_select[region], ends[region] - spectrum->coded, spectrum) != 0 ||
             bits->consumed() > available)
             return -1;
-        position = ends[region];
     }
-    const uint32_t table = (granule.flags & kMp3Count1TableB) != 0 ? 1 : 0;
-    position += dechuffquads(bits, table, available, spectrum + position, kMp3GranuleLines - position);
-    MMemSet(spectrum + position, 0, (kMp3GranuleLines - position) * sizeof *spectrum);
-    return static_cast<int32_t>(position);
+    dechuffquads(bits, (granule.flags & kMp3Count1TableB) != 0 ? 1 : 0, available, spectrum);
+    MMemSet(spectrum->lines + spectrum->coded, 0,
+            (kMp3GranuleLines - spectrum->coded) * sizeof *spectrum->lines);
+    return 0;
 }
 
 }  // namespace quorv

@@ -36,30 +36,24 @@ uint32_t read_channel(Layer3Frame *frame, uint32_t g, uint32_t ch, Mp3Spectrum *
     if (length != 0 && frame->left_bits == 0) return MP3_ERR_HUFFMAN;
     const uint32_t available = length < frame->left_bits ? length : frame->left_bits;
 
-    Mp3BitCache bits(*frame->main);
+    Mp3BitWindow bits(*frame->main);
     if (mp3_is_low_rate(header))
         mp3_read_scale_factors_low_rate(&bits, granule, ch == 1 && mp3_has_intensity(header),
                                         &frame->factors[ch]);
     else
         mp3_read_scale_factors(&bits, granule, g == 0 ? 0 : frame->side.scfsi[ch], &frame->factors[ch]);
     if (bits.consumed() > available) return MP3_ERR_HUFFMAN;
-    const int32_t count = mp3_dechuff(&bits, header, granule, available, spectrum->lines);
-    if (count < 0) return MP3_ERR_HUFFMAN;
-    spectrum->count = static_cast<uint32_t>(count);
+    if (mp3_dechuff(&bits, header, granule, available, spectrum) != 0) return MP3_ERR_HUFFMAN;
     bit_skip1(frame->main, length);
     frame->left_bits -= available;
     return 0;
 }
 
-// Requantises all channels. Returns the redundant sign bits of the largest line.
-int32_t requantize_with(const Layer3Frame &frame, uint32_t g, int32_t extra_bits, Mp3Spectrum spectra[2]) {
-    int32_t headroom = 31;
-    for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch) {
-        const int32_t own = mp3_deqchannel(*frame.header, frame.side.granules[g][ch], frame.factors[ch],
-                                           extra_bits, &spectra[ch]);
-        if (own < headroom) headroom = own;
-    }
-    return headroom;
+// Requantises all channels.
+void requantize_with(const Layer3Frame &frame, uint32_t g, int32_t extra_bits, Mp3Spectrum spectra[2]) {
+    for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch)
+        mp3_requantize(*frame.kernels, *frame.header, frame.side.granules[g][ch], frame.factors[ch],
+                       extra_bits, &spectra[ch]);
 }
 
 // Requantises all channels with as many extra bits as they have room for, which are returned.
@@ -77,17 +71,16 @@ int32_t requantize(const Layer3Frame &frame, uint32_t g, Mp3Spectrum spectra[2])
 
     // None may do, as scale factors turn lines down. If not, far fewer tell how many do.
     int32_t decoded[2][kMp3GranuleLines];
-    const uint32_t counts[2] = {spectra[0].count, spectra[1].count};
     for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch)
         MMemCpy(decoded[ch], spectra[ch].lines, sizeof decoded[ch]);
     const auto again = [&](int32_t bits) {
-        for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch) {
+        for (uint32_t ch = 0; ch < mp3_channels(*frame.header); ++ch)
             MMemCpy(spectra[ch].lines, decoded[ch], sizeof decoded[ch]);
-            spectra[ch].count = counts[ch];
-        }
-        return requantize_with(frame, g, bits, spectra);
+        requantize_with(frame, g, bits, spectra);
+        const int32_t left = mp3_headroom(spectra[0]), right = mp3_headroom(spectra[1]);
+        return left < right ? left : right;
     };
-    if (requantize_with(frame, g, 0, spectra) >= kMp3LineHeadroom) return 0;
+    if (again(0) >= kMp3LineHeadroom) return 0;
     extra_bits = again(-kProbeBits) - kProbeBits - kMp3LineHeadroom;
     again(extra_bits);
     return extra_bits;
@@ -96,14 +89,17 @@ int32_t requantize(const Layer3Frame &frame, uint32_t g, Mp3Spectrum spectra[2])
 uint32_t decode_granule(Layer3Frame *frame, uint32_t g) {
     const Mp3FrameHeader &header = *frame->header;
     const uint32_t channels = mp3_channels(header);
-    Mp3Spectrum spectra[2] = {};
+    Mp3Spectrum spectra[2];
     for (uint32_t ch = 0; ch < channels; ++ch) {
         spectra[ch].lines = frame->channels[ch].spectrum;
         const uint32_t error = read_channel(frame, g, ch, &spectra[ch]);
         if (error != 0) return error;
     }
+    const Mp3Granule &right = frame->side.granules[g][1];
+    Mp3LastBands last{};
+    if (mp3_has_intensity(header)) last = mp3_last_bands(header, right, spectra[1]);
     const int32_t extra_bits = requantize(*frame, g, spectra);
-    if (channels == 2) mp3_stereo(header, frame->side.granules[g][1], frame->factors[1], spectra);
+    if (channels == 2) mp3_stereo(header, right, frame->factors[1], last, spectra);
     for (uint32_t ch = 0; ch < channels; ++ch)
         mp3_imdct(*frame->kernels, &frame->channels[ch], frame->side.granules[g][ch],
                   {spectra[ch].count, extra_bits}, g * kMp3GranuleSlots);

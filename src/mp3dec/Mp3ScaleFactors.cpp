@@ -17,11 +17,11 @@ constexpr uint32_t kScfsiGroups[5] = {0, 6, 11, 16, 21};
 constexpr uint32_t kLongUpper = 11;
 constexpr uint32_t kShortUpper = 6;
 
-uint8_t read(Mp3BitCache *bits, uint32_t length) {
+uint8_t read(Mp3BitWindow *bits, uint32_t length) {
     return static_cast<uint8_t>(bits->read(length));
 }
 
-void read_short_bands(Mp3BitCache *bits, uint32_t from, uint32_t to, uint32_t length,
+void read_short_bands(Mp3BitWindow *bits, uint32_t from, uint32_t to, uint32_t length,
                       Mp3ScaleFactors *factors) {
     for (uint32_t band = from; band < to; ++band) {
         for (uint32_t w = 0; w < 3; ++w)
@@ -72,7 +72,7 @@ void store(const Mp3Granule &granule, uint32_t n, uint8_t value, uint8_t illegal
 
 }  // namespace
 
-void mp3_read_scale_factors(Mp3BitCache *bits, const Mp3Granule &granule, uint32_t scfsi,
+void mp3_read_scale_factors(Mp3BitWindow *bits, const Mp3Granule &granule, uint32_t scfsi,
                             Mp3ScaleFactors *factors) {
     const uint8_t *const lengths = sflen_table[granule.scalefac_compress];
     if (scfsi == 0) *factors = {};
@@ -97,7 +97,7 @@ void mp3_read_scale_factors(Mp3BitCache *bits, const Mp3Granule &granule, uint32
     read_short_bands(bits, kShortUpper, kMp3ShortBands - 1, lengths[1], factors);
 }
 
-void mp3_read_scale_factors_low_rate(Mp3BitCache *bits, const Mp3Granule &granule, bool intensity_right,
+void mp3_read_scale_factors_low_rate(Mp3BitWindow *bits, const Mp3Granule &granule, bool intensity_right,
                                      Mp3ScaleFactors *factors) {
     const Partitions partitions = intensity_right ? partitions_of_positions(granule.scalefac_compress)
                                                   : partitions_of(granule.scalefac_compress);

@@ -2,7 +2,7 @@
 #ifndef QUORV_SRC_MP3DEC_MP3SCALEFACTORS_H
 #define QUORV_SRC_MP3DEC_MP3SCALEFACTORS_H
 
-#include "mp3dec/Mp3BitCache.h"
+#include "mp3dec/Mp3BitWindow.h"
 #include "mp3dec/Mp3SideInfo.h"
 
 namespace quorv {
@@ -21,11 +21,11 @@ struct Mp3ScaleFactors {
 };
 
 // MPEG-1. scfsi is 0 in the first granule; else its bits keep bands of the granule before.
-void mp3_read_scale_factors(Mp3BitCache *bits, const Mp3Granule &granule, uint32_t scfsi,
+void mp3_read_scale_factors(Mp3BitWindow *bits, const Mp3Granule &granule, uint32_t scfsi,
                             Mp3ScaleFactors *factors);
 
 // MPEG-2. intensity_right: the right channel of intensity stereo.
-void mp3_read_scale_factors_low_rate(Mp3BitCache *bits, const Mp3Granule &granule, bool intensity_right,
+void mp3_read_scale_factors_low_rate(Mp3BitWindow *bits, const Mp3Granule &granule, bool intensity_right,
                                      Mp3ScaleFactors *factors);
 
 }  // namespace quorv

@@ -98,7 +98,7 @@ void do_short_bands(const Joint &joint, const uint16_t *boundaries, uint32_t fir
 }
 
 void do_intensity(const Mp3FrameHeader &header, const Joint &joint, const Mp3Granule &granule,
-                  const Mp3ScaleFactors &factors, const Mp3Spectrum &right) {
+                  const Mp3ScaleFactors &factors, const Mp3LastBands &right) {
     const uint16_t *const long_bands = header.scale_factor_bands;
     const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
     if (!mp3_is_short(granule)) {
@@ -119,16 +119,48 @@ void do_intensity(const Mp3FrameHeader &header, const Joint &joint, const Mp3Gra
     do_short_bands(joint, short_bands, kMp3MixedFirstShortBand, right.last_short, factors);
 }
 
+// Whether any coded value from `start` up to `end` is not zero.
+bool has_values(const Mp3Spectrum &spectrum, uint32_t start, uint32_t end) {
+    for (uint32_t i = start; i < end; ++i) {
+        if (spectrum.lines[i] != 0) return true;
+    }
+    for (uint32_t i = 0; i < spectrum.large_count; ++i) {
+        if (spectrum.large[i].line >= start && spectrum.large[i].line < end) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
+Mp3LastBands mp3_last_bands(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                            const Mp3Spectrum &spectrum) {
+    const uint16_t *const long_bands = header.scale_factor_bands;
+    const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
+    const bool is_short = mp3_is_short(granule), mixed = is_short && mp3_is_mixed(granule);
+    Mp3LastBands last = {-1, {-1, -1, -1}};
+    const uint32_t bands = !is_short ? kMp3LongBands : mixed ? mp3_mixed_long_bands(header) : 0;
+    for (uint32_t band = 0; band < bands; ++band) {
+        if (has_values(spectrum, long_bands[band], long_bands[band + 1]))
+            last.last_long = static_cast<int32_t>(band);
+    }
+    for (uint32_t band = mixed ? kMp3MixedFirstShortBand : 0; is_short && band < kMp3ShortBands; ++band) {
+        const uint32_t width = static_cast<uint32_t>(short_bands[band + 1] - short_bands[band]);
+        for (uint32_t w = 0; w < 3; ++w) {
+            const uint32_t start = 3u * short_bands[band] + w * width;
+            if (has_values(spectrum, start, start + width)) last.last_short[w] = static_cast<int32_t>(band);
+        }
+    }
+    return last;
+}
+
 void mp3_stereo(const Mp3FrameHeader &header, const Mp3Granule &right_granule, const Mp3ScaleFactors &right,
-                Mp3Spectrum spectra[2]) {
+                const Mp3LastBands &last, Mp3Spectrum spectra[2]) {
     const Joint joint{spectra[0].lines, spectra[1].lines, mp3_has_middle_side(header),
                       mp3_is_low_rate(header), right_granule.scalefac_compress & 1u};
     if (!joint.middle_side && !mp3_has_intensity(header)) return;
     const uint32_t count = spectra[0].count > spectra[1].count ? spectra[0].count : spectra[1].count;
     if (mp3_has_intensity(header))
-        do_intensity(header, joint, right_granule, right, spectra[1]);
+        do_intensity(header, joint, right_granule, right, last);
     else
         sum_and_difference(joint, {0, count, 1});
     spectra[0].count = spectra[1].count = count;

@@ -6,10 +6,21 @@
 
 namespace quorv {
 
+// The last band with a coded value that is not zero, -1 for none: of long blocks or the long part of mixed
+// ones, and of each window of short ones. Intensity stereo is behind them.
+struct Mp3LastBands {
+    int32_t last_long;
+    int32_t last_short[3];
+};
+
+// Of a spectrum as it was decoded.
+Mp3LastBands mp3_last_bands(const Mp3FrameHeader &header, const Mp3Granule &granule,
+                            const Mp3Spectrum &spectrum);
+
 // Makes left and right of the two requantised channels. `right` has the right channel's scale factors, which
-// are the intensity positions.
+// are the intensity positions, and `last` its last bands; both count with intensity stereo only.
 void mp3_stereo(const Mp3FrameHeader &header, const Mp3Granule &right_granule, const Mp3ScaleFactors &right,
-                Mp3Spectrum spectra[2]);
+                const Mp3LastBands &last, Mp3Spectrum spectra[2]);
 
 }  // namespace quorv
 

@@ -115,7 +115,8 @@ def fixed(value, bits):
 
 
 def requantize_tables():
-    small = [fixed(n ** (4 / 3) * 2 ** (-quarter / 4), 25) for quarter in range(4) for n in range(16)]
+    small = [fixed(math.copysign(abs(n) ** (4 / 3) * 2 ** (-quarter / 4), n), 25) for quarter in range(4)
+             for n in range(-15, 16)]
     power = [fixed(n ** (4 / 3), 21 if n < 128 else 17) for n in range(1029)]
     # MPEG-1 intensity: left and right share by position, is / (1 + is) with is = tan(position * pi / 12); then as
     # much again for frames with middle/side.
@@ -128,7 +129,8 @@ def requantize_tables():
     # MPEG-2 intensity: powers of 2^-1/4 and 2^-1/2.
     steps = [fixed(gain * 2 ** (-step * n / 4), 30) for gain in (1, math.sqrt(2)) for step in (1, 2) for n in range(17)]
     return ("Power law and intensity stereo factors of Layer III.", [
-        "// n^(4/3) * 2^(-q/4) in units of 2^-25, by q and n.\n" + array("int32_t", "mp3dec_pow43_14", small, (4, 16)),
+        "// |n|^(4/3) * 2^(-q/4) in units of 2^-25 with the sign of n, by q and n + 15.\n" +
+        array("int32_t", "mp3dec_pow43_14", small, (4, 31)),
         "// n^(4/3) in units of 2^-21 for n below 128, else 2^-17.\n" + array("int32_t", "mp3dec_pow43", power),
         "// 2^(-q/4) in units of 2^-31.\n" +
         array("uint32_t", "mp3dec_pow14", [f"{fixed(2 ** (-q / 4), 31)}u" for q in range(4)]),
@@ -217,17 +219,12 @@ LEVELS = [3, 5, 7, 9] + [2 ** n - 1 for n in range(4, 17)]
 
 
 def layer12_tables():
-    """1 / steps, normalised to [2^30, 2^31), by the three fractions of a scale factor."""
-    mantissas, shifts = [], []
-    for levels in LEVELS:
-        shift = math.floor(math.log2(levels))
-        mantissas += [fixed(2 ** (-third / 3) / levels * 2 ** shift, 31) for third in range(3)]
-        shifts.append(shift)
+    """Factors for numerators with the highest bit of a code at bit 30, by the three fractions of a scale factor."""
+    factors = [fixed(2 ** -(third / 3) * 2 ** levels.bit_length() / levels, 30) for levels in LEVELS for third in range(3)]
     return ("Dequantisation of Layers I and II.", [
         "// Steps of a quantiser, by class.\n" + array("uint16_t", "layer2Levels", LEVELS),
-        "// 2^(-third/3) / steps, in units of 2^-(31 + layer2Shift).\n" +
-        array("uint32_t", "layer2Factor", [f"{m}u" for m in mantissas], (len(LEVELS), 3)),
-        array("uint8_t", "layer2Shift", shifts)])
+        "// 2^(-third/3) * 2^n / steps for codes of n bits, in units of 2^-30.\n" +
+        array("int32_t", "layer2Factor", factors, (len(LEVELS), 3))])
 
 
 def main():

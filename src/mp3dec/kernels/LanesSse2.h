@@ -80,6 +80,11 @@ inline Lane4 mul(Lane4 a, int32_t factor) {
     return in_order(products<false>(with_offset(a), f)) - Lane4{f.all};
 }
 
+// The factors are at least 0.
+inline Lane4 mul(Lane4 a, Lane4 factors) {
+    return in_order(products<false>(with_offset(a), factors_of(factors))) - factors;
+}
+
 inline Lane4 mul_add(Lane4 sum, Lane4 a, int32_t factor) {
     return sum + mul(a, factor);
 }

@@ -29,6 +29,13 @@ struct Mp3Kernels {
     const char *name;
     uint32_t lanes;  // subbands that imdct() does at once
 
+    // Replaces values of -15 to 15 by their powers, shifted right and rounded: halves go up. `powers` points
+    // at that of 0; the shift is 1 to 30.
+    void (*requantize)(int32_t *lines, uint32_t count, const int32_t *powers, int shift);
+    // Multiplies all subbands by their factors in units of 2^-32, rounded: halves go up. Factors are even and
+    // not negative, samples up to 2^30 in size.
+    void (*dequantize)(Mp3Slot *slots, uint32_t count, const int32_t factors[kMp3Subbands]);
+
     // Alias reduction at the lower edges of subbands 1 to `edges`.
     void (*reduce_alias)(int32_t *spectrum, uint32_t edges);
     // Transforms the lowest subbands, a multiple of `lanes`, into 18 slots of samples from `slot` on.

@@ -9,6 +9,20 @@ namespace quorv {
 
 namespace {
 
+void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift) {
+    const int32_t rounding = 1 << (shift - 1);
+#pragma GCC unroll 4
+    for (uint32_t i = 0; i < count; ++i)
+        lines[i] = (powers[lines[i]] + rounding) >> shift;
+}
+
+void dequantize(Mp3Slot *slots, uint32_t count, const int32_t factors[kMp3Subbands]) {
+    for (uint32_t slot = 0; slot < count; ++slot) {
+        for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
+            slots[slot][sb] = mul_shift<32>(slots[slot][sb], factors[sb]);
+    }
+}
+
 // Line after line instead of edge after edge: two factors are all that is needed at a time.
 void reduce_alias_of_lines(int32_t *spectrum, uint32_t edges) {
 #pragma GCC unroll 8
@@ -27,7 +41,8 @@ void reduce_alias_of_lines(int32_t *spectrum, uint32_t edges) {
 }  // namespace
 
 Mp3Kernels mp3_portable_kernels() {
-    return {"portable", Lane1::kCount, reduce_alias_of_lines, imdct<Lane1>, dct32<Lane1>, window_by_threes};
+    return {"portable",   Lane1::kCount, requantize,      dequantize, reduce_alias_of_lines,
+            imdct<Lane1>, dct32<Lane1>,  window_by_threes};
 }
 
 }  // namespace quorv

@@ -15,31 +15,32 @@
 namespace quorv::test {
 namespace {
 
-constexpr uint32_t kMinus = 0x80000000;
-
-// A decoded value; zero may come with a sign.
-uint32_t plain(int32_t value) {
-    return static_cast<uint32_t>(value) == kMinus ? 0 : static_cast<uint32_t>(value);
-}
-
 void put_bits(BitWriter *writer, const std::string &bits) {
     for (const char bit : bits)
         writer->put(bit == '1', 1);
 }
 
-Mp3BitCache cache_of(const std::vector<uint8_t> &bytes) {
+Mp3BitWindow window_of(const std::vector<uint8_t> &bytes) {
     Mp3BitReader reader;
     bit_place(&reader, bytes.data(), bytes.data() + bytes.size());
-    return Mp3BitCache(reader);
+    return Mp3BitWindow(reader);
+}
+
+// The decoded values, of which large ones are kept apart.
+std::vector<int32_t> values_of(const Mp3Spectrum &spectrum) {
+    std::vector<int32_t> values(spectrum.lines, spectrum.lines + spectrum.coded);
+    for (uint32_t i = 0; i < spectrum.large_count; ++i)
+        values[spectrum.large[i].line] += spectrum.large[i].value;
+    return values;
 }
 
 // What follows the code of a value: linbits, which add up to `extra`, and the sign. Returns the whole value.
-uint32_t finish_value(BitWriter *writer, uint32_t value, uint32_t linbits, bool negative, uint32_t extra) {
+int32_t finish_value(BitWriter *writer, uint32_t value, uint32_t linbits, bool negative, uint32_t extra) {
     const bool escaped = linbits != 0 && value == 15;
     if (escaped) writer->put(extra, static_cast<int>(linbits));
     value += escaped ? extra : 0;
     if (value != 0) writer->put(negative, 1);
-    return value != 0 && negative ? value | kMinus : value;
+    return negative ? -static_cast<int32_t>(value) : static_cast<int32_t>(value);
 }
 
 TEST(Mp3Huffman, DecodesEveryCode) {
@@ -55,16 +56,23 @@ TEST(Mp3Huffman, DecodesEveryCode) {
         for (; table <= last; ++table, ++count) {
             SCOPED_TRACE(std::to_string(table) + ' ' + bits);
             const uint32_t linbits = huffTabLookup[table].linbits, largest = (1u << linbits) - 1;
-            BitWriter writer;
-            put_bits(&writer, bits);
-            const uint32_t x = finish_value(&writer, code_x, linbits, true, largest);
-            const uint32_t y = finish_value(&writer, code_y, linbits, false, largest / 2);
-            Mp3BitCache cache = cache_of(writer.data());
-            int32_t values[2];
-            ASSERT_EQ(dechuffpairs(&cache, table, values, 2), 0);
-            EXPECT_EQ(plain(values[0]), x);
-            EXPECT_EQ(plain(values[1]), y);
-            EXPECT_EQ(cache.consumed(), writer.bit_count());
+            // Once alone, and so often that several are looked up together.
+            for (const uint32_t pairs : {1u, 7u}) {
+                BitWriter writer;
+                std::vector<int32_t> expected;
+                while (expected.size() < 2 * pairs) {
+                    put_bits(&writer, bits);
+                    expected.push_back(finish_value(&writer, code_x, linbits, true, largest));
+                    expected.push_back(finish_value(&writer, code_y, linbits, false, largest / 2));
+                }
+                Mp3BitWindow window = window_of(writer.data());
+                int32_t lines[14];
+                Mp3Spectrum spectrum;
+                spectrum.lines = lines;
+                ASSERT_EQ(dechuffpairs(&window, table, 2 * pairs, &spectrum), 0);
+                EXPECT_EQ(values_of(spectrum), expected);
+                EXPECT_EQ(window.consumed(), writer.bit_count());
+            }
         }
     }
     ASSERT_EQ(count, 4u + 9 + 9 + 16 + 16 + 3 * 36 + 3 * 64 + 2 * 256 + 16 * 256);
@@ -74,15 +82,19 @@ TEST(Mp3Huffman, DecodesQuadruplesUntilBitsOrRoomEnd) {
     // Table B: the code is the complement of the four flags, the signs follow. 1010, 0000, 1111.
     BitWriter writer;
     put_bits(&writer, "010110111100000110");
-    const uint32_t expected[12] = {1 | kMinus, 0, 1, 0, 0, 0, 0, 0, 1, 1 | kMinus, 1 | kMinus, 1};
+    const std::vector<int32_t> expected = {-1, 0, 1, 0, 0, 0, 0, 0, 1, -1, -1, 1};
     // Bits, room and the values that fit both.
     for (const auto &[available, room, count] : std::initializer_list<std::array<uint32_t, 3>>{
              {18, 12, 12}, {18, 11, 8}, {17, 12, 8}, {9, 12, 4}, {5, 12, 0}, {0, 12, 0}}) {
-        int32_t values[12];
-        Mp3BitCache cache = cache_of(writer.data());
-        ASSERT_EQ(dechuffquads(&cache, 1, available, values, room), count) << available << ' ' << room;
+        std::vector<int32_t> lines(kMp3GranuleLines);
+        Mp3Spectrum spectrum;
+        spectrum.lines = lines.data();
+        spectrum.coded = kMp3GranuleLines - room;
+        Mp3BitWindow window = window_of(writer.data());
+        dechuffquads(&window, 1, available, &spectrum);
+        ASSERT_EQ(spectrum.coded, kMp3GranuleLines - room + count) << available << ' ' << room;
         for (size_t i = 0; i < count; ++i)
-            EXPECT_EQ(plain(values[i]), expected[i]) << i;
+            EXPECT_EQ(lines[kMp3GranuleLines - room + i], expected[i]) << i;
     }
 }
 
@@ -107,10 +119,12 @@ TEST(Mp3Huffman, RegionsOfShortAndMixedBlocksEndByTheirBands) {
                                  {}, region0_count, 0};
         const std::vector<uint8_t> ones(36, 0xFF);
         for (const uint32_t missing : {0u, 1u}) {
-            int32_t spectrum[kMp3GranuleLines];
-            Mp3BitCache cache = cache_of(ones);
-            EXPECT_EQ(mp3_dechuff(&cache, header, granule, lines / 2 - missing, spectrum),
-                      missing == 0 ? 576 : -1)
+            int32_t values[kMp3GranuleLines];
+            Mp3Spectrum spectrum;
+            spectrum.lines = values;
+            Mp3BitWindow window = window_of(ones);
+            EXPECT_EQ(mp3_dechuff(&window, header, granule, lines / 2 - missing, &spectrum),
+                      missing == 0 ? 0 : -1)
                 << lines;
         }
     }

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <numeric>
 #include <vector>
 
 #include "mp3dec/kernels/Window.h"
@@ -31,18 +32,21 @@ int32_t random_value(int bits) {
 
 TEST(Mp3Kernels, RequantiseByThePowerLaw) {
     // Half a unit of the result for its rounding, and 2^-22 of the value for the table's.
-    for (int32_t exponent : {-40, 0, 11, 12, 13, 50, 91, 130, 203, 360}) {
-        std::vector<int32_t> lines;
-        for (int32_t magnitude = 0; magnitude <= 8206; ++magnitude)
-            lines.push_back(magnitude % 3 == 0 ? magnitude | INT32_MIN : magnitude);
-        dequant(lines.data(), static_cast<uint32_t>(lines.size()), exponent);
-        for (int32_t magnitude = 0; magnitude <= 8206; ++magnitude) {
-            const double exact = std::pow(magnitude, 4 / 3.0) * std::exp2(kSpectrumBits - exponent / 4.0);
-            const double expected = std::min(exact, std::exp2(30) - 1) * (magnitude % 3 == 0 ? -1 : 1);
-            ASSERT_NEAR(lines[static_cast<size_t>(magnitude)], expected,
-                        0.5 + std::abs(expected) * std::exp2(-22))
-                << magnitude << " with exponent " << exponent;
-        }
+    for (int32_t exponent : {-40, 0, 11, 12, 13, 50, 91, 130, 131, 132, 203, 360}) {
+        const auto expect_power = [exponent](int32_t value, int32_t line) {
+            const double exact =
+                std::pow(std::abs(value), 4 / 3.0) * std::exp2(kSpectrumBits - exponent / 4.0);
+            const double expected = std::copysign(std::min(exact, std::exp2(30) - 1), value);
+            ASSERT_NEAR(line, expected, 0.5 + std::abs(expected) * std::exp2(-22))
+                << value << " with exponent " << exponent;
+        };
+        for (int32_t value = -8206; value <= 8206; ++value)
+            expect_power(value, mp3_requantize_value(value, exponent));
+        int32_t lines[31];
+        std::iota(lines, lines + 31, -15);
+        mp3_requantize_band(mp3_portable_kernels(), lines, 31, exponent);
+        for (int32_t value = -15; value <= 15; ++value)
+            expect_power(value, lines[15 + value]);
     }
 }
 
@@ -55,9 +59,12 @@ TEST(Mp3Kernels, FitTheirBitsToTheLoudestLine) {
         Mp3Granule granule{};
         granule.global_gain = static_cast<uint16_t>(gain);
         int32_t lines[kMp3GranuleLines] = {1};
-        Mp3Spectrum spectrum{lines, 2, 0, {}};
+        Mp3Spectrum spectrum;
+        spectrum.lines = lines;
+        spectrum.coded = 2;
+        spectrum.magnitudes = 1;
         EXPECT_EQ(mp3_extra_bits(header, granule, spectrum), extra);
-        mp3_deqchannel(header, granule, {}, extra, &spectrum);
+        mp3_requantize(mp3_portable_kernels(), header, granule, {}, extra, &spectrum);
         EXPECT_EQ(lines[0], line);
     }
 }
@@ -222,13 +229,36 @@ TEST(Mp3Kernels, SynthesiseFarOverFullScale) {
     frame_close(&frame);
 }
 
-// What every set of kernels that the processor can run makes of two channels and four frames.
+// What a set of kernels makes of coded values.
+std::vector<int32_t> run_on_codes(const Mp3Kernels &kernels, uint32_t seed) {
+    Random random{seed};
+    std::vector<int32_t> results;
+    // Counts that no number of lanes divides.
+    for (const uint32_t count : {1u, 4u, 6u, 21u, 102u}) {
+        std::vector<int32_t> lines(count);
+        std::generate(lines.begin(), lines.end(), [&] { return static_cast<int32_t>(random() % 31) - 15; });
+        mp3_requantize_band(kernels, lines.data(), count, 12 + static_cast<int32_t>(random() % 117));
+        results.insert(results.end(), lines.begin(), lines.end());
+    }
+    Mp3Slot slots[kMp3MaxSlots], factors;
+    for (Mp3Slot &slot : slots)
+        std::generate(std::begin(slot), std::end(slot), [&] { return static_cast<int32_t>(random()) >> 1; });
+    std::generate(std::begin(factors), std::end(factors),
+                  [&] { return static_cast<int32_t>(random() >> 1 >> random() % 24) & ~1; });
+    slots[5][random() % 32] = 1 << 30;
+    kernels.dequantize(slots, 12, factors);
+    for (const Mp3Slot &slot : slots)
+        results.insert(results.end(), std::begin(slot), std::end(slot));
+    return results;
+}
+
+// What a set of kernels makes of two channels and four frames.
 std::vector<int32_t> run_kernels(const Mp3Kernels &kernels, int bits, uint32_t seed) {
     Random random{seed};
     const auto channels = std::make_unique<Mp3Channel[]>(2);
     Mp3Synthesis synthesis{};
     EXPECT_EQ(synth_init_zev(&synthesis, 3, 128), 0);
-    std::vector<int32_t> results;
+    std::vector<int32_t> results = run_on_codes(kernels, seed);
     for (uint32_t granule = 0; granule < 8; ++granule) {
         for (uint32_t ch = 0; ch < 2; ++ch) {
             for (int32_t &line : channels[ch].spectrum)

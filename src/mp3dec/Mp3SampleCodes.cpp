@@ -1,0 +1,97 @@
+// The codes of subband samples in Layers I and II; see the header.
+
+#include "mp3dec/Mp3SampleCodes.h"
+
+#include <array>
+
+#include "mp3dec/FixedPoint.h"
+#include "mp3dec/tables/Layer12Tables.h"
+
+namespace quorv {
+
+namespace {
+
+constexpr uint32_t kTriple = 3;  // samples whose codes Layer II joins in one number, for few levels
+
+// Bits of the number that holds three codes; 0 when they are separate.
+constexpr uint32_t triple_bits(uint32_t levels) {
+    return levels == 3 ? 5 : levels == 5 ? 7 : levels == 9 ? 10 : 0;
+}
+
+constexpr uint32_t code_width(uint32_t levels) {
+    return 32 - static_cast<uint32_t>(__builtin_clz(levels));
+}
+
+// The upper bytes of the three numerators, the first one on top; the rest of them is 0.
+template <uint32_t levels>
+constexpr auto make_triples() {
+    std::array<uint32_t, 1u << triple_bits(levels)> triples{};
+    for (uint32_t number = 0; number < triples.size(); ++number) {
+        uint32_t rest = number;
+        for (uint32_t i = 0; i < kTriple; ++i, rest /= levels) {
+            const uint32_t numerator = 2 * (rest % levels) + 1 - levels;
+            triples[number] |= (numerator << (30 - code_width(levels)) >> 24) << (24 - 8 * i);
+        }
+    }
+    return triples;
+}
+
+constexpr auto kTriplesOf3 = make_triples<3>();
+constexpr auto kTriplesOf5 = make_triples<5>();
+constexpr auto kTriplesOf9 = make_triples<9>();
+
+// The window shows all codes of a group, or has to be moved to each.
+template <bool at_once>
+void read_separate(const Mp3BitWindow &bits, const Mp3CodeRun &run, uint32_t width, int32_t *to) {
+    const int32_t mask = static_cast<int32_t>((1u << width) - 1) << (31 - width);
+    const int32_t offset = (1 << (31 - width)) - (1 << 30);
+    uint32_t position = run.position;
+    for (uint32_t group = 0; group < kMp3CodeGroups; ++group, position += run.step) {
+        Mp3BitWindow::Word word = bits.ahead(position);
+        for (uint32_t i = 0;;) {
+            *to = (static_cast<int32_t>(word >> (Mp3BitWindow::kBits - 31)) & mask) + offset;
+            to += kMp3Subbands;
+            if (++i == run.samples) break;
+            word = at_once ? word << width : bits.ahead(position + i * width);
+        }
+    }
+}
+
+void read_triples(const Mp3BitWindow &bits, const Mp3CodeRun &run, const uint32_t *triples, uint32_t width,
+                  int32_t *to) {
+    uint32_t position = run.position;
+    for (uint32_t group = 0; group < kMp3CodeGroups; ++group, position += run.step) {
+        uint32_t triple = triples[Mp3BitWindow::first_bits(bits.ahead(position), width)];
+        for (uint32_t i = 0; i < kTriple; ++i, to += kMp3Subbands, triple <<= 8)
+            *to = static_cast<int32_t>(triple & 0xFF000000);
+    }
+}
+
+}  // namespace
+
+uint32_t mp3_code_bits(uint32_t quantizer, uint32_t samples) {
+    const uint32_t levels = layer2Levels[quantizer];
+    const uint32_t joined = samples == kTriple ? triple_bits(levels) : 0;
+    return joined != 0 ? joined : samples * code_width(levels);
+}
+
+void mp3_read_codes(const Mp3BitWindow &bits, const Mp3CodeRun &run, int32_t *to) {
+    const uint32_t levels = layer2Levels[run.quantizer], width = code_width(levels);
+    const uint32_t joined = run.samples == kTriple ? triple_bits(levels) : 0;
+    if (joined != 0) {
+        const uint32_t *const triples = levels == 3   ? kTriplesOf3.data()
+                                        : levels == 5 ? kTriplesOf5.data()
+                                                      : kTriplesOf9.data();
+        read_triples(bits, run, triples, joined, to);
+    } else if (run.samples * width <= Mp3BitWindow::kAhead) {
+        read_separate<true>(bits, run, width, to);
+    } else {
+        read_separate<false>(bits, run, width, to);
+    }
+}
+
+int32_t mp3_code_factor(uint32_t quantizer, uint32_t scale_factor) {
+    return ((layer2Factor[quantizer][scale_factor % 3] >> scale_factor / 3) + 1) & ~1;
+}
+
+}  // namespace quorv

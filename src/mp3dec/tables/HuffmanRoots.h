@@ -1,0 +1,106 @@
+// Short codes of Layer III with their signs, looked up at once; made from the packed tables by the compiler.
+#ifndef QUORV_SRC_MP3DEC_TABLES_HUFFMANROOTS_H
+#define QUORV_SRC_MP3DEC_TABLES_HUFFMANROOTS_H
+
+#include <array>
+
+#include "mp3dec/tables/HuffmanTables.h"
+
+namespace quorv {
+
+// A leaf of huffTable, in contrast to a link to another level.
+inline constexpr uint32_t kHuffmanLeaf = 0x1000;
+
+// By table: as many upcoming bits as most pairs take with their signs, and where its entries begin. Tables
+// with linbits that share codes share entries; width 0 is for tables without codes.
+struct HuffmanRoot {
+    uint16_t width, first;
+};
+
+inline constexpr uint32_t kHuffmanTrees = 25;  // tables from here on use those of 16 and 24
+
+constexpr std::array<HuffmanRoot, 32> make_huffman_roots() {
+    constexpr uint8_t kWidths[kHuffmanTrees] = {0,  5, 8,  8, 0, 8, 8, 9, 9, 9, 10, 10, 10,
+                                                10, 0, 10, 9, 0, 0, 0, 0, 0, 0, 0,  10};
+    std::array<HuffmanRoot, 32> roots{};
+    uint32_t first = 0;
+    for (uint32_t table = 0; table < kHuffmanTrees; ++table) {
+        if (kWidths[table] == 0) continue;
+        const uint32_t last = table < 16 ? table : table + 7;
+        for (uint32_t user = table; user <= last; ++user)
+            roots[user] = {kWidths[table], static_cast<uint16_t>(first)};
+        first += 1u << kWidths[table];
+    }
+    return roots;
+}
+
+inline constexpr std::array<HuffmanRoot, 32> kHuffmanRoots = make_huffman_roots();
+
+// The code that these bits begin with and its signs: y and x with their signs in 5 bits each, two bits of
+// nothing, and in 4 bits how many bits all took. 0 when these bits do not tell, or linbits follow.
+constexpr uint16_t root_entry(uint32_t table, uint32_t bits) {
+    const uint32_t width = kHuffmanRoots[table].width;
+    const uint32_t window = bits << (32 - width);
+    const uint16_t *level = &huffTable[huffTabOffset[table]];
+    uint32_t used = 0, leaf = level[1 + (window >> (32 - (level[0] & 15)))];
+    while (leaf < kHuffmanLeaf) {
+        used += level[0] & 15u;
+        if (used >= width) return 0;
+        level += leaf;
+        leaf = level[1 + (window << used >> (32 - (level[0] & 15)))];
+    }
+    used += leaf >> 12;
+    const uint32_t x = leaf >> 4 & 15, y = leaf >> 8 & 15, all = used + (leaf & 15);
+    if (all > width || (huffTabLookup[table].linbits != 0 && (x == 15 || y == 15))) return 0;
+    const uint32_t x_sign = window << used >> 31, y_sign = window << (all - 1) >> 31;
+    return static_cast<uint16_t>((y_sign != 0 ? 0 - y : y) << 11 | ((x_sign != 0 ? 0 - x : x) & 31) << 6 |
+                                 all);
+}
+
+inline constexpr uint32_t kHuffmanRootEntries = kHuffmanRoots[24].first + (1u << kHuffmanRoots[24].width);
+
+constexpr std::array<uint16_t, kHuffmanRootEntries> make_root_entries() {
+    std::array<uint16_t, kHuffmanRootEntries> entries{};
+    for (uint32_t table = 1; table < kHuffmanTrees; ++table) {
+        const HuffmanRoot root = kHuffmanRoots[table];
+        if (root.width == 0 || (table > 16 && table < 24)) continue;
+        for (uint32_t bits = 0; bits < 1u << root.width; ++bits)
+            entries[root.first + bits] = root_entry(table, bits);
+    }
+    return entries;
+}
+
+inline constexpr std::array<uint16_t, kHuffmanRootEntries> kHuffmanRootEntry = make_root_entries();
+
+// Quadruples: the bits of the longest code and of four signs, by table.
+inline constexpr uint32_t kQuadWidths[2] = {10, 8};
+
+// Four values, -1, 0 or 1 in two bits each, the first one on top, and below in 4 bits how many bits they
+// took.
+constexpr uint16_t quad_entry(uint32_t table, uint32_t bits) {
+    const uint32_t width = kQuadWidths[table];
+    const uint32_t code = quadTable[quadTabOffset[table] + (bits >> 4)];
+    uint32_t used = code >> 4, values = 0;
+    for (uint32_t i = 0; i < 4; ++i) {
+        values <<= 2;
+        if ((code >> (3 - i) & 1) == 0) continue;
+        ++used;
+        values |= (bits >> (width - used) & 1) != 0 ? 3 : 1;
+    }
+    return static_cast<uint16_t>(values << 4 | used);
+}
+
+template <uint32_t table>
+constexpr std::array<uint16_t, 1u << kQuadWidths[table]> make_quad_entries() {
+    std::array<uint16_t, 1u << kQuadWidths[table]> entries{};
+    for (uint32_t bits = 0; bits < entries.size(); ++bits)
+        entries[bits] = quad_entry(table, bits);
+    return entries;
+}
+
+inline constexpr auto kQuadEntriesA = make_quad_entries<0>();
+inline constexpr auto kQuadEntriesB = make_quad_entries<1>();
+
+}  // namespace quorv
+
+#endif
