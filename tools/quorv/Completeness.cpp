@@ -2,12 +2,13 @@
 
 #include "Completeness.h"
 
+#include <fmt/format.h>
+
 namespace quorv::tool {
 
 std::string compare_length(uint64_t declared, const FileSource &file) {
     if (declared <= file.size()) return {};
-    return "truncated: its header declares " + std::to_string(declared) + " bytes, the file has " +
-           std::to_string(file.size());
+    return fmt::format("truncated: its header declares {} bytes, the file has {}", declared, file.size());
 }
 
 }  // namespace quorv::tool

@@ -2,12 +2,13 @@
 
 #include "Container.h"
 
-#include <algorithm>
+#include <fmt/format.h>
 
 #include "Failure.h"
 #include "Format.h"
 #include "Mp3Container.h"
 #include "SplitterContainer.h"
+#include "Text.h"
 
 namespace quorv::tool {
 
@@ -23,22 +24,40 @@ uint32_t Track::max_frame_size() const {
     return video() ? video()->max_frame_size : audio() ? audio()->max_frame_size : 0;
 }
 
-const Track &Container::readable_track(uint32_t number) const {
-    const auto found = std::find_if(tracks().begin(), tracks().end(),
-                                    [number](const Track &track) { return track.number == number; });
-    if (found == tracks().end()) {
-        std::string numbers;
-        for (const Track &track : tracks())
-            numbers += (numbers.empty() ? ": " : ", ") + std::to_string(track.number);
-        const size_t count = tracks().size();
-        throw Failure(ExitCode::Usage, "no track " + std::to_string(number) + ": the file has " +
-                                           std::to_string(count) + (count == 1 ? " track" : " tracks") +
-                                           numbers);
+namespace {
+
+const Track &track_of_number(const std::vector<Track> &tracks, uint32_t number) {
+    std::vector<uint32_t> numbers;
+    for (const Track &track : tracks) {
+        if (track.number == number) return track;
+        numbers.push_back(track.number);
     }
-    if (!found->is_readable())
-        throw Failure(ExitCode::BadFile, "track " + std::to_string(number) +
-                                             " is neither video nor audio: its frames cannot be read");
-    return *found;
+    throw Failure(ExitCode::Usage,
+                  fmt::format("no track {}: the file has {}{}{}", number, counted(numbers.size(), "track"),
+                              numbers.empty() ? "" : ": ", fmt::join(numbers, ", ")));
+}
+
+}  // namespace
+
+const TrackKind kReadableTracks = {[](const Track &track) { return track.is_readable(); },
+                                   "neither video nor audio: its frames cannot be read",
+                                   "no track is video or audio: there are no frames to read"};
+
+std::vector<const Track *> find_tracks(const Container &container, uint32_t number, const TrackKind &kind) {
+    if (number != 0) {
+        const Track &track = track_of_number(container.tracks(), number);
+        for (const TrackKind *needed : {&kReadableTracks, &kind}) {
+            if (!needed->fits(track))
+                throw Failure(ExitCode::BadFile, fmt::format("track {} is {}", number, needed->unlike));
+        }
+        return {&track};
+    }
+    std::vector<const Track *> found;
+    for (const Track &track : container.tracks()) {
+        if (kind.fits(track)) found.push_back(&track);
+    }
+    if (found.empty()) throw Failure(ExitCode::BadFile, std::string(kind.none));
+    return found;
 }
 
 std::unique_ptr<Container> open_container(FileSource &file, ContainerUse use) {

@@ -60,10 +60,17 @@ public:
     virtual SeekResult seek(const Track &track, uint32_t time, SeekMode mode) = 0;
     // What a user must know about a file that could be opened but is not whole; else empty.
     virtual std::string damage() = 0;
-
-    // The track of that number; throws when there is none or when its frames cannot be read.
-    const Track &readable_track(uint32_t number) const;
 };
+
+// Which of the readable tracks a command can work on, and how it says that one is not of the kind, or none
+// is.
+struct TrackKind {
+    bool (*fits)(const Track &);
+    std::string_view unlike, none;
+};
+extern const TrackKind kReadableTracks;
+// The track of that number or, for 0, all of the kind: at least one. Throws Failure.
+std::vector<const Track *> find_tracks(const Container &container, uint32_t number, const TrackKind &kind);
 
 enum class ContainerUse {
     Frames,    // refuses what has no frames of its own to list

@@ -8,7 +8,9 @@
 #include "Container.h"
 #include "OutputFile.h"
 #include "PcmReader.h"
+#include "Problems.h"
 #include "Progress.h"
+#include "Text.h"
 
 namespace quorv::tool {
 
@@ -25,17 +27,7 @@ struct DecodeOptions {
 // 48 kHz) and give 1152 samples of two channels.
 constexpr uint64_t kMaxExpansion = 1152 * 4 / 24;
 
-const Track &find_track(const Container &container, uint32_t number) {
-    if (number != 0) {
-        const Track &track = container.readable_track(number);
-        if (can_decode(track)) return track;
-        throw Failure(ExitCode::BadFile, "track " + std::to_string(number) + " is not MPEG audio");
-    }
-    for (const Track &track : container.tracks()) {
-        if (can_decode(track)) return track;
-    }
-    throw Failure(ExitCode::BadFile, "no track is MPEG audio");
-}
+constexpr TrackKind kMpegAudio = {can_decode, "not MPEG audio", "no track is MPEG audio"};
 
 class Decoding {
 public:
@@ -50,7 +42,6 @@ private:
     uint64_t decode(bool write);
     void write_to_file();
     void write_to_pipe();
-    std::string damage() const;
 
     const DecodeOptions &options_;
     FileSource &file_;
@@ -59,31 +50,29 @@ private:
     std::unique_ptr<Container> container_;
     std::optional<PcmReader> reader_;
     uint32_t passes_ = 1, pass_ = 0;
-    std::string problem_;  // where the file is damaged
-    uint64_t bytes_ = 0;   // of all samples
+    Problems problems_;   // where the file is damaged
+    uint64_t bytes_ = 0;  // of all samples
 };
 
 // Opens the file, once for each pass.
 void Decoding::open() {
     reader_.reset();
     container_ = open_container(file_, ContainerUse::Decode);
-    reader_.emplace(*container_, find_track(*container_, options_.track), options_.format);
+    const Track &track = *find_tracks(*container_, options_.track, kMpegAudio).front();
+    reader_.emplace(*container_, track, options_.format);
 }
 
 // Returns the bytes of all samples up to the end or to where the file is damaged.
 uint64_t Decoding::decode(bool write) {
     uint64_t count = 0;
-    problem_.clear();
-    try {
+    problems_ = {};
+    problems_.note([&] {
         for (std::span<const uint8_t> samples; !(samples = reader_->read()).empty();
              count += samples.size()) {
             if (write) output_.stream().write(samples);
             progress_.update(pass_ * file_.size() + file_.progress(), passes_ * file_.size());
         }
-    } catch (const Failure &failure) {
-        if (failure.code != ExitCode::BadFile) throw;
-        problem_ = failure.what();
-    }
+    });
     return count;
 }
 
@@ -112,56 +101,40 @@ void Decoding::run() {
     } else {
         write_to_pipe();
     }
-    if (const std::string damage = container_->damage(); !damage.empty())
-        problem_ = damage + (problem_.empty() ? "" : "; " + problem_);
-    if (bytes_ == 0)
-        throw Failure(ExitCode::BadFile,
-                      (problem_.empty() ? "" : problem_ + "; ") + "no frame of it can be decoded");
+    problems_.add_first(container_->damage());
+    if (bytes_ == 0) {
+        problems_.add("no frame of it can be decoded");
+        problems_.raise();
+    }
     const PcmFormat &format = reader_->format();
     const uint64_t seconds = bytes_ / 2 / format.channels / format.sample_rate;
-    finish_output(output_, problem_, std::to_string(seconds) + (seconds == 1 ? " second" : " seconds"),
-                  "decoded");
+    finish_output(output_, problems_, counted(seconds, "second"), "decoded");
 }
 
 }  // namespace
 
 void add_decode_command(Session &session) {
     auto options = std::make_shared<DecodeOptions>();
-    CLI::App *command = add_command(session, "decode", "Decode MPEG audio (MP3) to a WAV file");
-    command
-        ->add_option("FILE", options->file, "An MP3 file or one with such a track, or - for standard input")
-        ->type_name("")
-        ->required();
-    command->add_option("-o,--output", options->output, "The file to write, or - for standard output")
-        ->type_name("OUT")
-        ->required();
-    command
-        ->add_option("--track", options->track,
-                     "The track, counted from 1; else the first that is MPEG audio")
-        ->type_name("N")
-        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
-    command->add_option("--rate", options->format.sample_rate, "Lower the sample rate to this, in hertz")
-        ->type_name("HZ")
-        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
-    command->add_option("--channels", options->format.channels, "Mix to one channel or write two")
-        ->type_name("1|2")
-        ->check(in_range(1, 2));
-    command->footer(
+    CLI::App &command = add_command(
+        session, "decode", "Decode MPEG audio (MP3) to a WAV file",
         "Examples:\n"
         "  quorv decode song.mp3 -o song.wav\n"
         "  quorv decode holiday.avi --rate 22050 --channels 1 -o - | player -\n"
         "\n"
         "Samples have 16 bits. The sound that goes to a pipe is decoded twice, as its length comes first.\n"
         "An existing OUT is replaced once everything is written, and never by what is left of a\n"
-        "damaged file.");
-    command->callback([&session, options] {
-        session.action = [&session, options] {
-            return run_on_file(session.out, options->file, [&] {
-                FileSource file(options->file);
-                Decoding(*options, file).run();
-            });
-        };
-    });
+        "damaged file.",
+        [&session, options] {
+            return run_on_file(session.out, options->file,
+                               [&](FileSource &file) { Decoding(*options, file).run(); });
+        });
+    add_input(command, options->file, "An MP3 file or one with such a track, or - for standard input");
+    add_output(command, options->output);
+    add_track(command, options->track, "The track, counted from 1; else the first that is MPEG audio");
+    add_number(command, "--rate", options->format.sample_rate, "HZ",
+               "Lower the sample rate to this, in hertz");
+    add_number(command, "--channels", options->format.channels, "1|2", "Mix to one channel or write two", 1,
+               2);
 }
 
 }  // namespace quorv::tool

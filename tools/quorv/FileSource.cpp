@@ -3,6 +3,7 @@
 #include "FileSource.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,7 +39,7 @@ void write_stream(int file, const uint8_t *from, size_t count) {
         if (put < 0) {
             if (errno == EINTR) continue;
             throw Failure(ExitCode::Io,
-                          std::string("cannot keep the input in a temporary file: ") + std::strerror(errno));
+                          fmt::format("cannot keep the input in a temporary file: {}", std::strerror(errno)));
         }
         from += put;
         count -= static_cast<size_t>(put);
@@ -48,10 +49,11 @@ void write_stream(int file, const uint8_t *from, size_t count) {
 // A file without a name, gone when it is closed.
 Descriptor temporary_file() {
     const char *folder = std::getenv("TMPDIR");
-    std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/quorv-XXXXXX";
+    std::string path = fmt::format("{}/quorv-XXXXXX", folder != nullptr && *folder != '\0' ? folder : "/tmp");
     Descriptor file(mkostemp(path.data(), O_CLOEXEC));
     if (file.get() < 0)
-        throw Failure(ExitCode::Io, "cannot make the temporary file " + path + ": " + std::strerror(errno));
+        throw Failure(ExitCode::Io,
+                      fmt::format("cannot make the temporary file {}: {}", path, std::strerror(errno)));
     unlink(path.c_str());
     return file;
 }

@@ -1,13 +1,13 @@
 // quorv frames: every frame of a file, track after track.
 
-#include <cstdio>
-#include <limits>
 #include <memory>
 #include <optional>
 
 #include "Commands.h"
 #include "Container.h"
+#include "Json.h"
 #include "Md5.h"
+#include "Problems.h"
 #include "Progress.h"
 #include "Text.h"
 
@@ -37,12 +37,12 @@ public:
     void list();
 
 private:
-    std::vector<const Track *> wanted_tracks() const;
     void list_track(const Track &track);
-    void write_title();
-    void write_line(const Track &track, uint64_t index, const Frame &frame);
+    // False when no frame is from that time on.
+    bool seek(const Track &track);
+    void write_text(const Track &track, uint64_t index, const Frame &frame);
+    void write_json(const Track &track, uint64_t index, const Frame &frame);
     void check_end(const Track &track, uint64_t count, uint64_t end);
-    void add_problem(const std::string &text) { problems_ += (problems_.empty() ? "" : "; ") + text; }
 
     OutputStream &out_;
     const FramesOptions &options_;
@@ -50,58 +50,50 @@ private:
     Container &container_;
     Progress progress_;
     uint64_t tracks_done_ = 0, tracks_wanted_ = 0;
-    std::string problems_;  // that make the file a bad one
-    std::string notes_;     // that a user may want to know
+    Problems problems_;  // that make the file a bad one
+    Problems notes_;     // that a user may want to know
 };
 
-std::vector<const Track *> FrameLister::wanted_tracks() const {
-    if (options_.track != 0) return {&container_.readable_track(options_.track)};
-    std::vector<const Track *> wanted;
-    for (const Track &track : container_.tracks()) {
-        if (track.is_readable()) wanted.push_back(&track);
-    }
-    if (wanted.empty())
-        throw Failure(ExitCode::BadFile, "no track is video or audio: there are no frames to read");
-    return wanted;
-}
-
 void FrameLister::list() {
-    const std::vector<const Track *> wanted = wanted_tracks();
+    const std::vector<const Track *> wanted = find_tracks(container_, options_.track, kReadableTracks);
     tracks_wanted_ = wanted.size();
-    if (!options_.json) write_title();
+    if (!options_.json)
+        write_title(out_, std::string("  track     index           time  duration        size  key") +
+                              (options_.md5 ? "  md5" : ""));
     for (const Track *track : wanted) {
-        try {
-            list_track(*track);
-        } catch (const Failure &failure) {
-            // What is wrong with one track need not keep the others from being listed.
-            if (failure.code != ExitCode::BadFile) throw;
-            add_problem(failure.what());
-        }
+        // What is wrong with one track need not keep the others from being listed.
+        problems_.note([&] { list_track(*track); });
         ++tracks_done_;
     }
-    if (const std::string damage = container_.damage(); !damage.empty())
-        problems_ = problems_.empty() ? damage : damage + "; " + problems_;
-    if (!problems_.empty())
-        throw Failure(ExitCode::BadFile, problems_ + (notes_.empty() ? "" : "; " + notes_));
+    problems_.add_first(container_.damage());
+    if (!problems_.empty()) problems_.add(notes_.text());
+    problems_.raise();
     if (!notes_.empty()) {
         out_.flush();
-        complain(input_name(options_.file), notes_);
+        complain(input_name(options_.file), notes_.text());
     }
+}
+
+bool FrameLister::seek(const Track &track) {
+    if (!options_.from) return true;
+    const SeekMode mode = options_.mode == "next" ? SeekMode::Next : SeekMode::Previous;
+    const SeekResult result = container_.seek(track, *options_.from, mode);
+    if (result == SeekResult::NoIndex)
+        throw Failure(ExitCode::BadFile,
+                      fmt::format("track {} has no index to find a time with", track.number));
+    return result == SeekResult::Found;
 }
 
 void FrameLister::list_track(const Track &track) {
-    if (options_.from) {
-        const SeekMode mode = options_.mode == "next" ? SeekMode::Next : SeekMode::Previous;
-        const SeekResult result = container_.seek(track, *options_.from, mode);
-        if (result == SeekResult::NoIndex)
-            throw Failure(ExitCode::BadFile,
-                          "track " + std::to_string(track.number) + " has no index to find a time with");
-        if (result == SeekResult::NoKeyFrame) return;
-    }
+    if (!seek(track)) return;
     Frame frame;
     uint64_t count = 0, end = 0;
-    while (container_.read_frame(track, frame)) {
-        write_line(track, count++, frame);
+    for (; container_.read_frame(track, frame); ++count) {
+        if (options_.json) {
+            write_json(track, count, frame);
+        } else {
+            write_text(track, count, frame);
+        }
         end = uint64_t{frame.time} + frame.duration;
         progress_.update(tracks_done_ * file_.size() + file_.progress(), tracks_wanted_ * file_.size());
     }
@@ -112,59 +104,42 @@ void FrameLister::list_track(const Track &track) {
 void FrameLister::check_end(const Track &track, uint64_t count, uint64_t end) {
     // Beside video, the duration of an audio track may be that of the video.
     if (track.video() == nullptr && container_.tracks().size() > 1) return;
-    const std::string name = "track " + std::to_string(track.number);
     if (count == 0 && track.duration() > 0) {
-        add_problem("no frame of " + name + " can be read");
+        problems_.add(fmt::format("no frame of track {} can be read", track.number));
     } else if (track.duration() > end + kShortfall) {
-        notes_ += (notes_.empty() ? "" : "; ") + name + " ends at " + time_text(static_cast<uint32_t>(end)) +
-                  ", its header says " + time_text(track.duration());
+        notes_.add(fmt::format("track {} ends at {}, its header says {}", track.number,
+                               time_text(static_cast<uint32_t>(end)), time_text(track.duration())));
     }
 }
 
-void FrameLister::write_title() {
-    const Style style = style_for(out_);
-    out_.write(style.faint);
-    out_.write("  track     index           time  duration        size  key");
-    out_.write(options_.md5 ? "  md5" : "");
-    out_.write(style.end);
-    out_.write("\n");
-}
-
-void FrameLister::write_line(const Track &track, uint64_t index, const Frame &frame) {
-    const Md5Text md5 = options_.md5 ? md5_of(frame.data) : Md5Text{};
-    const auto number = static_cast<unsigned long long>(index);
-    char line[256];
-    int length = 0;
-    if (options_.json) {
-        // Numbers and hexadecimal digits: nothing in it needs escaping.
-        length = std::snprintf(
-            line, sizeof line,
-            R"({"track":%u,"index":%llu,"pts_ms":%u,"duration_ms":%u,"size":%zu,"key":%s%s%s%s})"
-            "\n",
-            track.number, number, frame.time, frame.duration, frame.data.size(), frame.key ? "true" : "false",
-            options_.md5 ? R"(,"md5":")" : "", md5.data(), options_.md5 ? "\"" : "");
+void FrameLister::write_text(const Track &track, uint64_t index, const Frame &frame) {
+    out_.print("{:7}  {:8}  {:>13}  {:8}  {:10}", track.number, index, time_text(frame.time), frame.duration,
+               frame.data.size());
+    if (options_.md5) {
+        out_.print("  {:3}  {}\n", frame.key ? "key" : "", md5_of(frame.data).data());
     } else {
-        const char *key = frame.key ? "  key" : options_.md5 ? "     " : "";
-        length = std::snprintf(line, sizeof line, "%7u  %8llu  %13s  %8u  %10zu%s%s%s\n", track.number,
-                               number, time_text(frame.time).c_str(), frame.duration, frame.data.size(), key,
-                               options_.md5 ? "  " : "", md5.data());
+        out_.write(frame.key ? "  key\n" : "\n");
     }
-    out_.write(std::string_view(line, static_cast<size_t>(length)));
 }
 
-CLI::Validator mode_validator() {
-    const auto check = [](const std::string &mode) -> std::string {
-        if (mode == "prev" || mode == "next") return {};
-        return "'" + mode + "' is neither prev nor next";
-    };
-    return {check, ""};
+void FrameLister::write_json(const Track &track, uint64_t index, const Frame &frame) {
+    Json json = {{"track", track.number},     {"index", index},
+                 {"pts_ms", frame.time},      {"duration_ms", frame.duration},
+                 {"size", frame.data.size()}, {"key", frame.key}};
+    if (options_.md5) json["md5"] = md5_of(frame.data).data();
+    out_.write(json_line(json));
 }
 
-ExitCode run(OutputStream &out, const FramesOptions &options) {
-    return run_on_file(out, options.file, [&] {
-        FileSource file(options.file);
-        const std::unique_ptr<Container> container = open_container(file);
-        FrameLister(out, options, file, *container).list();
+void add_mode(CLI::App &command, std::string &mode, CLI::Option &from) {
+    CLI::Option &option =
+        *command
+             .add_option("--mode", mode, "With --from: the key frame at or before the time, or the next one")
+             ->type_name("prev|next")
+             ->needs(&from);
+    option.check([&option](const std::string &text) {
+        if (text != "prev" && text != "next")
+            throw BadValue(option, fmt::format("'{}' is neither prev nor next", text));
+        return std::string();
     });
 }
 
@@ -172,34 +147,26 @@ ExitCode run(OutputStream &out, const FramesOptions &options) {
 
 void add_frames_command(Session &session) {
     auto options = std::make_shared<FramesOptions>();
-    CLI::App *command = add_command(session, "frames", "List the frames of a file, track after track");
-    command->add_option("FILE", options->file, "The file, or - for standard input")
-        ->type_name("")
-        ->required();
-    command->add_flag("--json", options->json, "One JSON object a frame, each on a line");
-    command->add_flag("--md5", options->md5, "Add the MD5 digest of each frame");
-    command->add_option("--track", options->track, "Only this track, counted from 1")
-        ->type_name("N")
-        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
-    CLI::Option *from =
-        command->add_option("--from", options->from, "Begin at a key frame near this time, in milliseconds")
-            ->type_name("MS")
-            ->check(in_range(0, kLastTime));
-    command
-        ->add_option("--mode", options->mode,
-                     "With --from: the key frame at or before the time, or the next one")
-        ->type_name("prev|next")
-        ->check(mode_validator())
-        ->needs(from);
-    command->footer(
-        "Examples:\n"
-        "  quorv frames holiday.avi | less\n"
-        "  quorv frames holiday.avi --json --md5 --track 1\n"
-        "  quorv frames holiday.avi --from 60000 --mode next\n"
-        "\n"
-        "The index of a frame counts from 0 at the first frame listed.");
-    command->callback(
-        [&session, options] { session.action = [&session, options] { return run(session.out, *options); }; });
+    CLI::App &command = add_command(session, "frames", "List the frames of a file, track after track",
+                                    "Examples:\n"
+                                    "  quorv frames holiday.avi | less\n"
+                                    "  quorv frames holiday.avi --json --md5 --track 1\n"
+                                    "  quorv frames holiday.avi --from 60000 --mode next\n"
+                                    "\n"
+                                    "The index of a frame counts from 0 at the first frame listed.",
+                                    [&session, options] {
+                                        return run_on_file(session.out, options->file, [&](FileSource &file) {
+                                            const std::unique_ptr<Container> container = open_container(file);
+                                            FrameLister(session.out, *options, file, *container).list();
+                                        });
+                                    });
+    add_input(command, options->file, "The file, or - for standard input");
+    add_json(command, options->json, "frame");
+    command.add_flag("--md5", options->md5, "Add the MD5 digest of each frame");
+    add_track(command, options->track);
+    CLI::Option &from = add_number(command, "--from", options->from, "MS",
+                                   "Begin at a key frame near this time, in milliseconds", 0, kLastTime);
+    add_mode(command, options->mode, from);
 }
 
 }  // namespace quorv::tool

@@ -1,13 +1,13 @@
 // quorv headers: the headers in MPEG-4 and H.264 video, raw or in the tracks of a container.
 
-#include <cstdio>
-#include <limits>
 #include <memory>
 #include <optional>
 
 #include "Commands.h"
 #include "Container.h"
 #include "Format.h"
+#include "Json.h"
+#include "Problems.h"
 #include "Progress.h"
 #include "Text.h"
 #include "UnitFacts.h"
@@ -35,6 +35,12 @@ std::optional<VideoFormat> video_format(const Track &track) {
     return std::nullopt;
 }
 
+constexpr TrackKind kVideoWithHeaders = {
+    [](const Track &track) { return video_format(track).has_value(); },
+    "neither MPEG-4 nor H.264 video",
+    "no track is MPEG-4 or H.264 video",
+};
+
 class HeaderLister {
 public:
     HeaderLister(OutputStream &out, const HeadersOptions &options, FileSource &file)
@@ -53,9 +59,9 @@ private:
     void list_stream(VideoFormat format);
     void list_container(Container &container);
     void list_track(Container &container, const Track &track, VideoFormat format);
-    std::vector<const Track *> wanted_tracks(const Container &container) const;
-    void write_title();
+    void write_columns();
     void write_unit(const Unit &unit, const UnitFacts &facts);
+    void write_text(const Unit &unit, const UnitFacts &facts);
     void write_json(const Unit &unit, const UnitFacts &facts);
 
     OutputStream &out_;
@@ -78,7 +84,7 @@ void HeaderLister::list() {
 
 void HeaderLister::list_stream(VideoFormat format) {
     file_.make_seekable();
-    write_title();
+    write_columns();
     UnitReader reader(format);
     UnitScanner scanner([&](const Unit &unit) { write_unit(unit, reader.read(unit.head)); });
     std::vector<uint8_t> block(kBlockBytes);
@@ -91,44 +97,21 @@ void HeaderLister::list_stream(VideoFormat format) {
     scanner.finish();
 }
 
-std::vector<const Track *> HeaderLister::wanted_tracks(const Container &container) const {
-    if (options_.track != 0) {
-        const Track &track = container.readable_track(options_.track);
-        if (!video_format(track))
-            throw Failure(ExitCode::BadFile,
-                          "track " + std::to_string(track.number) + " is neither MPEG-4 nor H.264 video");
-        return {&track};
-    }
-    std::vector<const Track *> wanted;
-    for (const Track &track : container.tracks()) {
-        if (video_format(track)) wanted.push_back(&track);
-    }
-    if (wanted.empty()) throw Failure(ExitCode::BadFile, "no track is MPEG-4 or H.264 video");
-    return wanted;
-}
-
 void HeaderLister::list_container(Container &container) {
-    const std::vector<const Track *> wanted = wanted_tracks(container);
-    std::string problems;
-    const auto add_problem = [&problems](const std::string &text) {
-        problems += (problems.empty() ? "" : "; ") + text;
-    };
+    const std::vector<const Track *> wanted = find_tracks(container, options_.track, kVideoWithHeaders);
+    Problems problems;
     place_.emplace();
-    write_title();
+    write_columns();
     for (const Track *track : wanted) {
         units_ = 0;
-        try {
+        // What is wrong with one track need not keep the others from being listed.
+        problems.note([&] {
             list_track(container, *track, *video_format(*track));
-            if (units_ == 0) add_problem("no start code in track " + std::to_string(track->number));
-        } catch (const Failure &failure) {
-            // What is wrong with one track need not keep the others from being listed.
-            if (failure.code != ExitCode::BadFile) throw;
-            add_problem(failure.what());
-        }
+            if (units_ == 0) problems.add(fmt::format("no start code in track {}", track->number));
+        });
     }
-    if (const std::string damage = container.damage(); !damage.empty())
-        problems = problems.empty() ? damage : damage + "; " + problems;
-    if (!problems.empty()) throw Failure(ExitCode::BadFile, problems);
+    problems.add_first(container.damage());
+    problems.raise();
 }
 
 void HeaderLister::list_track(Container &container, const Track &track, VideoFormat format) {
@@ -146,96 +129,75 @@ void HeaderLister::list_track(Container &container, const Track &track, VideoFor
     }
 }
 
-void HeaderLister::write_title() {
+void HeaderLister::write_columns() {
     if (options_.json) return;
-    const Style style = style_for(out_);
-    out_.write(style.faint);
-    if (place_) out_.write("  track     frame           time");
-    out_.write("        offset        size  unit");
-    out_.write(style.end);
-    out_.write("\n");
+    write_title(out_, std::string(place_ ? "  track     frame           time" : "") +
+                          "        offset        size  unit");
 }
 
 void HeaderLister::write_unit(const Unit &unit, const UnitFacts &facts) {
     ++units_;
     if (options_.json) {
         write_json(unit, facts);
-        return;
+    } else {
+        write_text(unit, facts);
     }
-    char text[128];
-    if (place_) {
-        const std::string frame = place_->frame ? std::to_string(*place_->frame) : "header";
-        const std::string time = place_->frame ? time_text(place_->time) : "";
-        std::snprintf(text, sizeof text, "%7u  %8s  %13s", place_->track, frame.c_str(), time.c_str());
-        out_.write(text);
-    }
+}
+
+void HeaderLister::write_text(const Unit &unit, const UnitFacts &facts) {
+    if (place_)
+        out_.print("{:7}  {:>8}  {:>13}", place_->track,
+                   place_->frame ? fmt::format("{}", *place_->frame) : "header",
+                   place_->frame ? time_text(place_->time) : "");
     const std::string details = facts.details();
-    std::snprintf(text, sizeof text, "  %12llu  %10llu  ", static_cast<unsigned long long>(unit.offset),
-                  static_cast<unsigned long long>(unit.size));
-    out_.write(text);
-    out_.write(facts.title);
-    if (!details.empty()) out_.write(": " + details);
-    out_.write("\n");
+    out_.print("  {:12}  {:10}  {}{}{}\n", unit.offset, unit.size, facts.title, details.empty() ? "" : ": ",
+               details);
 }
 
 void HeaderLister::write_json(const Unit &unit, const UnitFacts &facts) {
-    // Numbers and names of ours: nothing in it needs escaping.
-    std::string line = "{";
-    const auto add = [&line](std::string_view key, const std::string &value) {
-        line.append(line.size() > 1 ? ",\"" : "\"").append(key).append("\":").append(value);
-    };
-    const auto quoted = [](std::string_view text) { return '"' + std::string(text) + '"'; };
+    Json json;
     if (place_) {
-        add("track", std::to_string(place_->track));
+        json["track"] = place_->track;
         if (place_->frame) {
-            add("frame", std::to_string(*place_->frame));
-            add("pts_ms", std::to_string(place_->time));
+            json["frame"] = *place_->frame;
+            json["pts_ms"] = place_->time;
         }
     }
-    add("offset", std::to_string(unit.offset));
-    add("size", std::to_string(unit.size));
-    add("unit", quoted(facts.name));
-    add("code", std::to_string(facts.code));
-    if (facts.profile != 0) add("profile", std::to_string(facts.profile));
+    json["offset"] = unit.offset;
+    json["size"] = unit.size;
+    json["unit"] = facts.name;
+    json["code"] = facts.code;
+    if (facts.profile != 0) json["profile"] = facts.profile;
     if (facts.width != 0) {
-        add("width", std::to_string(facts.width));
-        add("height", std::to_string(facts.height));
+        json["width"] = facts.width;
+        json["height"] = facts.height;
     }
-    if (facts.time_increment_bits != 0) add("time_increment_bits", std::to_string(facts.time_increment_bits));
-    if (facts.unsupported) add("unsupported", "true");
-    if (!facts.picture.empty()) add("picture", quoted(facts.picture));
-    out_.write(line + "}\n");
+    if (facts.time_increment_bits != 0) json["time_increment_bits"] = facts.time_increment_bits;
+    if (facts.unsupported) json["unsupported"] = true;
+    if (!facts.picture.empty()) json["picture"] = facts.picture;
+    out_.write(json_line(json));
 }
 
 }  // namespace
 
 void add_headers_command(Session &session) {
     auto options = std::make_shared<HeadersOptions>();
-    CLI::App *command = add_command(session, "headers", "List the headers in MPEG-4 and H.264 video");
-    command
-        ->add_option("FILE", options->file, "Raw video or a file with such tracks, or - for standard input")
-        ->type_name("")
-        ->required();
-    command->add_flag("--json", options->json, "One JSON object a header, each on a line");
-    command->add_option("--track", options->track, "Only this track, counted from 1")
-        ->type_name("N")
-        ->check(in_range(1, std::numeric_limits<uint32_t>::max()));
-    command->footer(
+    CLI::App &command = add_command(
+        session, "headers", "List the headers in MPEG-4 and H.264 video",
         "Examples:\n"
         "  quorv headers holiday.avi | less\n"
         "  quorv headers --json holiday.h264 | jq -c 'select(.unit == \"sps\")'\n"
         "\n"
         "Offsets are those of start codes (00 00 01) in the raw file or in the frame, sizes reach to\n"
         "the next start code. Frame \"header\" is the codec data. H.264 picture sizes are given for the\n"
-        "Baseline and Main profiles; of rows that interlaced video crops, half are counted.");
-    command->callback([&session, options] {
-        session.action = [&session, options] {
-            return run_on_file(session.out, options->file, [&] {
-                FileSource file(options->file);
-                HeaderLister(session.out, *options, file).list();
-            });
-        };
-    });
+        "Baseline and Main profiles; of rows that interlaced video crops, half are counted.",
+        [&session, options] {
+            return run_on_file(session.out, options->file,
+                               [&](FileSource &file) { HeaderLister(session.out, *options, file).list(); });
+        });
+    add_input(command, options->file, "Raw video or a file with such tracks, or - for standard input");
+    add_json(command, options->json, "header");
+    add_track(command, options->track);
 }
 
 }  // namespace quorv::tool

@@ -1,5 +1,7 @@
 // quorv info: the tracks of files.
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <memory>
 #include <utility>
@@ -38,19 +40,17 @@ std::string type_name(uint32_t type) {
 }
 
 std::string bit_rate_text(uint32_t bits_per_second) {
-    return bits_per_second == 0 ? "" : std::to_string((uint64_t{bits_per_second} + 500) / 1000) + " kbit/s";
+    return bits_per_second == 0 ? "" : fmt::format("{} kbit/s", (uint64_t{bits_per_second} + 500) / 1000);
 }
 
 void describe_video(const SplitterVideoInfo &video, std::vector<std::string> &row) {
-    row[4] = std::to_string(video.width) + "x" + std::to_string(video.height) + ", " +
-             std::to_string(video.frame_rate) + " fps";
+    row[4] = fmt::format("{}x{}, {} fps", video.width, video.height, video.frame_rate);
     row[5] = bit_rate_text(video.max_bitrate);
 }
 
 void describe_audio(const SplitterAudioInfo &audio, std::vector<std::string> &row) {
-    row[4] = std::to_string(audio.sample_rate) + " Hz, " + std::to_string(audio.channels) +
-             (audio.channels == 1 ? " channel, " : " channels, ") + std::to_string(audio.bits_per_sample) +
-             " bits";
+    row[4] = fmt::format("{} Hz, {}, {} bits", audio.sample_rate, counted(audio.channels, "channel"),
+                         audio.bits_per_sample);
     row[5] = bit_rate_text(audio.bit_rate);
 }
 
@@ -83,11 +83,8 @@ void write_text(OutputStream &out, const std::string &name, const FileSource &fi
         rows.push_back(track_row(track));
     }
     const Style style = style_for(out);
-    out.write(style.strong);
-    out.write(printable(input_name(name)));
-    out.write(style.end);
-    out.write(": " + upper_case(container.format()) + ", " + time_text(duration) + ", " +
-              size_text(file.size()) + "\n");
+    out.print("{}{}{}: {}, {}, {}\n", style.strong, printable(input_name(name)), style.end,
+              upper_case(container.format()), time_text(duration), size_text(file.size()));
     write_table(out, kColumns, rows);
 }
 
@@ -95,11 +92,10 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
     ExitCode worst = ExitCode::Ok;
     bool first = true;
     for (const std::string &name : options.files) {
-        const ExitCode code = run_on_file(out, name, [&] {
-            FileSource file(name);
+        const ExitCode code = run_on_file(out, name, [&](FileSource &file) {
             const std::unique_ptr<Container> container = open_container(file, ContainerUse::Describe);
             if (options.json) {
-                out.write(file_json(name, *container) + "\n");
+                out.write(json_line(file_json(name, *container)));
             } else {
                 if (!std::exchange(first, false)) out.write("\n");
                 write_text(out, name, file, *container);
@@ -116,17 +112,16 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
 
 void add_info_command(Session &session) {
     auto options = std::make_shared<InfoOptions>();
-    CLI::App *command = add_command(session, "info", "List the tracks of media files");
-    command->add_option("FILE", options->files, "Files, or - for standard input")->type_name("")->required();
-    command->add_flag("--json", options->json, "One JSON object a file, each on a line");
-    command->footer(
+    CLI::App &command = add_command(
+        session, "info", "List the tracks of media files",
         "Examples:\n"
         "  quorv info holiday.avi\n"
         "  quorv info --json *.avi | jq '.tracks[] | select(.type == \"vide\")'\n"
         "\n"
-        "Codecs are four characters; one that cannot be printed is shown as a number (0x00FFFFFF).");
-    command->callback(
-        [&session, options] { session.action = [&session, options] { return run(session.out, *options); }; });
+        "Codecs are four characters; one that cannot be printed is shown as a number (0x00FFFFFF).",
+        [&session, options] { return run(session.out, *options); });
+    command.add_option("FILE", options->files, "Files, or - for standard input")->type_name("")->required();
+    add_json(command, options->json, "file");
 }
 
 }  // namespace quorv::tool

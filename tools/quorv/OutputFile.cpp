@@ -153,16 +153,17 @@ void OutputFile::rewrite_start(std::string_view bytes) {
     }
 }
 
-void finish_output(OutputFile &output, const std::string &problem, const std::string &amount,
+void finish_output(OutputFile &output, Problems problems, const std::string &amount,
                    const std::string &done) {
-    if (problem.empty()) {
+    if (problems.empty()) {
         output.finish();
         return;
     }
-    if (output.finish_without_replacing())
-        throw Failure(ExitCode::BadFile, problem + "; " + amount + " " + done);
-    throw Failure(ExitCode::BadFile, problem + "; only " + amount + " could be " + done + ", so " +
-                                         printable(output.name()) + " stays as it was");
+    const bool kept = output.finish_without_replacing();
+    problems.add(kept ? fmt::format("{} {}", amount, done)
+                      : fmt::format("only {} could be {}, so {} stays as it was", amount, done,
+                                    printable(output.name())));
+    problems.raise();
 }
 
 }  // namespace quorv::tool

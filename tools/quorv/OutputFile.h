@@ -8,6 +8,7 @@
 
 #include "FileSource.h"
 #include "OutputStream.h"
+#include "Problems.h"
 
 namespace quorv::tool {
 
@@ -46,10 +47,9 @@ private:
     bool replaces_ = false;
 };
 
-// Finishes a file of what could be read: `amount` of the input was `done` ("9 frames", "extracted"). With a
-// problem it throws Failure, and what is there is kept, but not in place of something else.
-void finish_output(OutputFile &output, const std::string &problem, const std::string &amount,
-                   const std::string &done);
+// Finishes a file of what could be read: `amount` of the input was `done` ("9 frames", "extracted"). With
+// problems it throws Failure, and what is there is kept, but not in place of something else.
+void finish_output(OutputFile &output, Problems problems, const std::string &amount, const std::string &done);
 
 }  // namespace quorv::tool
 

@@ -2,11 +2,14 @@
 #ifndef QUORV_TOOLS_QUORV_OUTPUTSTREAM_H
 #define QUORV_TOOLS_QUORV_OUTPUTSTREAM_H
 
+#include <fmt/format.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace quorv::tool {
@@ -19,6 +22,10 @@ public:
     // Throw WriteFailure, or OutputClosed when the reader of a pipe has gone.
     void write(std::string_view text);
     void write(std::span<const uint8_t> bytes);
+    template <typename... Values>
+    void print(fmt::format_string<Values...> text, Values &&...values) {
+        write(fmt::format(text, std::forward<Values>(values)...));
+    }
     void flush();
 
     bool is_terminal() const;

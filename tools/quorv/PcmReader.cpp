@@ -2,6 +2,7 @@
 
 #include "PcmReader.h"
 
+#include <fmt/format.h>
 #include <quorv/mp3_decoder.h>
 #include <quorv/platform/stream.h>
 
@@ -38,8 +39,8 @@ PcmReader::PcmReader(Container &container, const Track &track, const PcmFormat &
     if (format_.sample_rate == 0) format_.sample_rate = stream.sample_rate;
     if (format_.channels == 0) format_.channels = stream.channels;
     if (format_.sample_rate > stream.sample_rate)
-        throw Failure(ExitCode::Usage, "the rate can only be lowered: the sound has " +
-                                           std::to_string(stream.sample_rate) + " Hz");
+        throw Failure(ExitCode::Usage,
+                      fmt::format("the rate can only be lowered: the sound has {} Hz", stream.sample_rate));
     // The library doubles one channel only where it does not interpolate.
     duplicates_ = stream.channels == 1 && format_.channels == 2;
     QuMp3Config config = {2, 3, stream.sample_rate};

@@ -2,6 +2,7 @@
 
 #include "Progress.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -39,8 +40,8 @@ void Progress::update(uint64_t done, uint64_t total) {
 void Progress::draw(uint64_t done, uint64_t total) {
     const double part = static_cast<double>(done) / static_cast<double>(total);
     const auto filled = static_cast<size_t>(part * kBarWidth);
-    const std::string bar = std::string(filled, '#') + std::string(kBarWidth - filled, '.');
-    std::fprintf(stderr, "\r[%s] %3d %%", bar.c_str(), static_cast<int>(part * 100));
+    fmt::print(stderr, "\r[{:.<{}}] {:3} %", std::string(filled, '#'), kBarWidth,
+               static_cast<int>(part * 100));
     drawn_ = true;
 }
 

@@ -2,11 +2,11 @@
 
 #include "SplitterContainer.h"
 
+#include <fmt/format.h>
 #include <quorv/asf_splitter.h>
 #include <quorv/avi_splitter.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "Completeness.h"
 #include "Failure.h"
@@ -87,7 +87,7 @@ Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
     track.type = entry.type;
     const auto get_info = [&]<typename Info>(Info info) {
         const uint32_t code = splitter_.get_track_info(handle_, entry.track, &info, sizeof info);
-        if (code != SPLITER_OK) fail(code, "track " + std::to_string(entry.track) + " cannot be described");
+        if (code != SPLITER_OK) fail(code, fmt::format("track {} cannot be described", entry.track));
         track.info = info;
     };
     if (entry.type == SPLITER_TRACK_VIDEO) {
@@ -108,8 +108,7 @@ std::span<const uint8_t> SplitterContainer::codec_data(uint32_t track) {
     data.track = track;
     uint32_t size = sizeof data;
     const uint32_t code = splitter_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size);
-    if (code != SPLITER_OK)
-        fail(code, "the codec data of track " + std::to_string(track) + " cannot be read");
+    if (code != SPLITER_OK) fail(code, fmt::format("the codec data of track {} cannot be read", track));
     return {static_cast<const uint8_t *>(data.data), data.length};
 }
 
@@ -123,8 +122,7 @@ bool SplitterContainer::read_frame(const Track &track, Frame &frame) {
         grow_buffer(track.number, info.size);
     check_reads();
     if (code == SPLITER_ERR_END_OF_STREAM) return false;
-    if (code != SPLITER_OK)
-        fail(code, "a frame of track " + std::to_string(track.number) + " cannot be read");
+    if (code != SPLITER_OK) fail(code, fmt::format("a frame of track {} cannot be read", track.number));
     frame = {{buffer_.get(), info.size}, info.time_stamp, info.duration, info.key_frame != 0};
     // Codec data that is gone was sent in front of this frame; users get it as the track's own.
     if (codec_data_before != 0 && codec_data(track.number).empty())
@@ -136,8 +134,9 @@ bool SplitterContainer::read_frame(const Track &track, Frame &frame) {
 void SplitterContainer::grow_buffer(uint32_t track, uint64_t wanted) {
     const uint64_t largest = std::min<uint64_t>(file_.size() + kPaletteBytes, UINT32_MAX);
     if (capacity_ != 0 && (wanted <= capacity_ || wanted > largest))
-        throw Failure(ExitCode::BadFile, "a frame of track " + std::to_string(track) + " claims " +
-                                             std::to_string(wanted) + " bytes, more than the file holds");
+        throw Failure(
+            ExitCode::BadFile,
+            fmt::format("a frame of track {} claims {} bytes, more than the file holds", track, wanted));
     capacity_ = static_cast<uint32_t>(std::min(std::max(wanted + wanted / 4, kFirstCapacity), largest));
     buffer_.reset();
     buffer_ = std::make_unique_for_overwrite<uint8_t[]>(capacity_);
@@ -149,7 +148,7 @@ SeekResult SplitterContainer::seek(const Track &track, uint32_t time, SeekMode m
         const uint32_t code = splitter_.seek(handle_, track.number, &reached, splitter_mode);
         check_reads();
         if (code != SPLITER_OK && code != SPLITER_ERR_END_OF_STREAM && code != SPLITER_ERR_UNSUPPORTED)
-            fail(code, "track " + std::to_string(track.number) + " cannot be positioned");
+            fail(code, fmt::format("track {} cannot be positioned", track.number));
         return code == SPLITER_OK;
     };
     if (try_mode(mode == SeekMode::Next ? SPLITER_SEEK_FORWARD : SPLITER_SEEK_BACKWARD))
@@ -172,11 +171,9 @@ void SplitterContainer::check_reads() const {
 void SplitterContainer::fail(uint32_t code, const std::string &doing) const {
     check_reads();
     if (code == SPLITER_ERR_NO_MEMORY) throw Failure(ExitCode::Io, "out of memory");
-    char number[16];
-    std::snprintf(number, sizeof number, "0x%X", code);
-    throw Failure(ExitCode::BadFile,
-                  doing + (code == SPLITER_ERR_BAD_FORMAT ? ": the file is damaged"
-                                                          : std::string(" (result ") + number + ")"));
+    if (code == SPLITER_ERR_BAD_FORMAT)
+        throw Failure(ExitCode::BadFile, fmt::format("{}: the file is damaged", doing));
+    throw Failure(ExitCode::BadFile, fmt::format("{} (result 0x{:X})", doing, code));
 }
 
 std::unique_ptr<Container> open_avi(FileSource &file) {

@@ -2,10 +2,10 @@
 
 #include "Text.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,22 +13,21 @@ namespace quorv::tool {
 
 std::string time_text(uint32_t milliseconds) {
     const uint32_t seconds = milliseconds / 1000, minutes = seconds / 60;
-    char text[24];
-    std::snprintf(text, sizeof text, "%u:%02u:%02u.%03u", minutes / 60, minutes % 60, seconds % 60,
-                  milliseconds % 1000);
-    return text;
+    return fmt::format("{}:{:02}:{:02}.{:03}", minutes / 60, minutes % 60, seconds % 60, milliseconds % 1000);
+}
+
+std::string counted(uint64_t count, std::string_view noun) {
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 std::string size_text(uint64_t bytes) {
-    if (bytes < 1000) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+    if (bytes < 1000) return counted(bytes, "byte");
     static constexpr const char *kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
     size_t unit = 0;
     auto value = static_cast<double>(bytes) / 1000;
     for (; value >= 999.95; ++unit)
         value /= 1000;
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f %s", value, kUnits[unit]);
-    return text;
+    return fmt::format("{:.1f} {}", value, kUnits[unit]);
 }
 
 std::string fourcc_text(uint32_t fourcc) {
@@ -37,9 +36,7 @@ std::string fourcc_text(uint32_t fourcc) {
     for (int shift = 24; shift >= 0; shift -= 8)
         text += static_cast<char>(fourcc >> shift & 0xFF);
     if (std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; })) return text;
-    char number[12];
-    std::snprintf(number, sizeof number, "0x%08X", fourcc);
-    return number;
+    return fmt::format("0x{:08X}", fourcc);
 }
 
 std::string printable(std::string_view name) {
@@ -59,6 +56,11 @@ Style style_for(const OutputStream &out) {
     return {"\033[1m", "\033[2m", "\033[0m"};
 }
 
+void write_title(OutputStream &out, std::string_view titles) {
+    const Style style = style_for(out);
+    out.print("{}{}{}\n", style.faint, titles, style.end);
+}
+
 void write_table(OutputStream &out, std::span<const Column> columns,
                  const std::vector<std::vector<std::string>> &rows) {
     std::vector<size_t> widths(columns.size(), 0);
@@ -66,7 +68,7 @@ void write_table(OutputStream &out, std::span<const Column> columns,
         for (size_t i = 0; i < row.size(); ++i)
             widths[i] = std::max(widths[i], row[i].size());
     }
-    const auto write_row = [&](const auto &cell_text) {
+    const auto row_text = [&](const auto &cell_text) {
         std::string line;
         for (size_t i = 0; i < columns.size(); ++i) {
             if (widths[i] == 0) continue;
@@ -78,17 +80,13 @@ void write_table(OutputStream &out, std::span<const Column> columns,
         line.erase(line.find_last_not_of(' ') + 1);
         return line;
     };
-    const Style style = style_for(out);
-    out.write(style.faint);
-    out.write(write_row([&](size_t i) { return columns[i].title; }));
-    out.write(style.end);
-    out.write("\n");
+    write_title(out, row_text([&](size_t i) { return columns[i].title; }));
     for (const auto &row : rows)
-        out.write(write_row([&](size_t i) { return std::string_view(row[i]); }) + "\n");
+        out.print("{}\n", row_text([&](size_t i) { return std::string_view(row[i]); }));
 }
 
 void complain(std::string_view name, std::string_view reason) {
-    const std::string line = "quorv: " + printable(name) + ": " + std::string(reason) + "\n";
+    const std::string line = fmt::format("quorv: {}: {}\n", printable(name), reason);
     // Nothing is left to do when this fails.
     [[maybe_unused]] const ssize_t put = ::write(STDERR_FILENO, line.data(), line.size());
 }

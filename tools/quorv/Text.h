@@ -17,6 +17,9 @@ std::string time_text(uint32_t milliseconds);
 // "1.2 MB"
 std::string size_text(uint64_t bytes);
 
+// "1 frame", "2 frames"
+std::string counted(uint64_t count, std::string_view noun);
+
 // Four characters; "" for 0; as "0x00FFFFFF" when one of them cannot be printed.
 std::string fourcc_text(uint32_t fourcc);
 
@@ -28,6 +31,8 @@ struct Style {
     std::string_view strong, faint, end;
 };
 Style style_for(const OutputStream &out);
+// The titles above columns, as a line.
+void write_title(OutputStream &out, std::string_view titles);
 
 struct Column {
     std::string_view title;

@@ -2,15 +2,11 @@
 
 #include "TrackJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include "Text.h"
 
 namespace quorv::tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 void add_video(Json &json, const SplitterVideoInfo &video) {
     json["width"] = video.width;
@@ -42,13 +38,11 @@ Json track_json(const Track &track) {
 
 }  // namespace
 
-std::string file_json(const std::string &name, const Container &container) {
+Json file_json(const std::string &name, const Container &container) {
     Json tracks = Json::array();
     for (const Track &track : container.tracks())
         tracks.push_back(track_json(track));
-    const Json json = {{"file", name}, {"container", container.format()}, {"tracks", std::move(tracks)}};
-    // A name need not be UTF-8; what is not becomes the replacement character.
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return {{"file", name}, {"container", container.format()}, {"tracks", std::move(tracks)}};
 }
 
 }  // namespace quorv::tool

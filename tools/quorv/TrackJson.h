@@ -5,11 +5,11 @@
 #include <string>
 
 #include "Container.h"
+#include "Json.h"
 
 namespace quorv::tool {
 
-// One object on one line, without the line's end.
-std::string file_json(const std::string &name, const Container &container);
+Json file_json(const std::string &name, const Container &container);
 
 }  // namespace quorv::tool
 

@@ -2,7 +2,10 @@
 
 #include "UnitFacts.h"
 
+#include <fmt/format.h>
+
 #include <array>
+#include <vector>
 
 namespace quorv::tool {
 
@@ -54,7 +57,7 @@ UnitFacts find_code(std::span<const CodeRange> ranges, uint32_t code) {
     return facts;
 }
 
-std::string profile_text(uint32_t profile) {
+std::string_view profile_text(uint32_t profile) {
     switch (profile) {
         case 66:
             return "Baseline";
@@ -129,14 +132,14 @@ UnitFacts UnitReader::read_mpeg4(std::span<const uint8_t> head) {
 }
 
 std::string UnitFacts::details() const {
-    std::string text;
-    const auto add = [&text](const std::string &part) { text += (text.empty() ? "" : ", ") + part; };
-    if (profile != 0) add(profile_text(profile) + " profile");
-    if (width != 0) add(std::to_string(width) + "x" + std::to_string(height));
-    if (time_increment_bits != 0) add("time increment of " + std::to_string(time_increment_bits) + " bits");
-    if (unsupported) add("not supported");
-    if (!picture.empty()) add(std::string(picture));
-    return text;
+    std::vector<std::string> parts;
+    if (profile != 0) parts.push_back(fmt::format("{} profile", profile_text(profile)));
+    if (width != 0) parts.push_back(fmt::format("{}x{}", width, height));
+    if (time_increment_bits != 0)
+        parts.push_back(fmt::format("time increment of {} bits", time_increment_bits));
+    if (unsupported) parts.push_back("not supported");
+    if (!picture.empty()) parts.emplace_back(picture);
+    return fmt::format("{}", fmt::join(parts, ", "));
 }
 
 }  // namespace quorv::tool

@@ -5,11 +5,13 @@
 #include <CLI/CLI.hpp>
 
 #include <string>
+#include <vector>
 
 namespace quorv::tool {
 
-// One line that ends with where to read more.
-std::string explain_usage(const CLI::App &app, const CLI::ParseError &error);
+// One line that ends with where to read more. The words are those that could not be parsed.
+std::string explain_usage(const CLI::App &app, const std::vector<std::string> &words,
+                          const CLI::ParseError &error);
 
 }  // namespace quorv::tool
 

@@ -1,6 +1,7 @@
 // The command line: hands the arguments to the commands, and their outcome to the shell.
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <quorv/version.h>
 #include <unistd.h>
 
@@ -18,8 +19,7 @@ namespace quorv::tool {
 namespace {
 
 std::string version_text() {
-    return "quorv " + std::to_string(QUORV_VERSION_MAJOR) + "." + std::to_string(QUORV_VERSION_MINOR) + "." +
-           std::to_string(QUORV_VERSION_PATCH);
+    return fmt::format("quorv {}.{}.{}", QUORV_VERSION_MAJOR, QUORV_VERSION_MINOR, QUORV_VERSION_PATCH);
 }
 
 // A file opened while one of the three is closed would take its number, and output meant for a person would
@@ -31,16 +31,16 @@ void hold_standard_streams() {
     }
 }
 
-// As the parser wants them: last first, without the program's name. It would take a name in brackets for a
-// list of names, so such a one is led by its folder.
+// Without the program's name. The parser would take a name in brackets for a list of names, so such a one is
+// led by its folder.
 std::vector<std::string> arguments(int argc, char **argv) {
-    std::vector<std::string> result;
-    for (int i = argc - 1; i > 0; --i) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
         const std::string_view text = argv[i];
         const bool bracketed = text.starts_with('[') && text.ends_with(']');
-        result.push_back((bracketed ? "./" : "") + std::string(text));
+        words.push_back((bracketed ? "./" : "") + std::string(text));
     }
-    return result;
+    return words;
 }
 
 void describe(CLI::App &app) {
@@ -70,8 +70,9 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     add_extract_command(session);
     add_headers_command(session);
     add_decode_command(session);
+    const std::vector<std::string> words = arguments(argc, argv);
     try {
-        app.parse(arguments(argc, argv));
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // as the parser wants them
     } catch (const CLI::CallForHelp &) {
         out.write(app.help());
         return ExitCode::Ok;
@@ -79,7 +80,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
         out.write(version_text() + "\n");
         return ExitCode::Ok;
     } catch (const CLI::ParseError &error) {
-        std::cerr << "quorv: " << printable(explain_usage(app, error)) << "\n";
+        std::cerr << "quorv: " << printable(explain_usage(app, words, error)) << "\n";
         return ExitCode::Usage;
     }
     return session.action();
