@@ -39,7 +39,7 @@ size_t checked(ssize_t got) {
 
 FileStream::FileStream(const std::string &path, bool buffered)
     : path_(path),
-      file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
       buffered_(buffered),
       buffer_(kReadBefore + kBufferBytes) {
     if (file_ < 0) {
@@ -49,7 +49,7 @@ FileStream::FileStream(const std::string &path, bool buffered)
 }
 
 FileStream::~FileStream() {
-    close(file_);
+    ::close(file_);
 }
 
 size_t FileStream::take_buffered(uint8_t *to, size_t count) {
@@ -83,7 +83,7 @@ size_t FileStream::fill_buffer() {
     return got;
 }
 
-uint32_t FileStream::read(uint8_t *to, uint32_t *count) {
+uint32_t FileStream::read_here(uint8_t *to, uint32_t *count) {
     size_t done = 0;
     while (done < *count) {
         const size_t left = *count - done;
@@ -105,43 +105,38 @@ uint32_t FileStream::read(uint8_t *to, uint32_t *count) {
     return 0;
 }
 
-uint32_t FileStream::seek(uint16_t origin, int64_t offset) {
-    const int64_t target = origin == SPLITER_ORIGIN_START ? offset : position_ + offset;
-    if (target < 0) return SPLITER_ERR_IO;
-    position_ = target;
+uint32_t FileStream::open(SplitterStream *stream, uint32_t /*mode*/) {
+    *stream = reinterpret_cast<SplitterStream>(new FileStream(path_, buffered_));
     return 0;
 }
 
-SplitterStreamSource FileStream::record() {
-    SplitterStreamSource source = {};
-    source.user_context = this;
-    source.source_kind = SPLITER_SOURCE_LOCAL;
-    source.open = [](void *user, SplitterStream *stream, uint32_t) -> uint32_t {
-        const auto &self = *static_cast<FileStream *>(user);
-        *stream = reinterpret_cast<SplitterStream>(new FileStream(self.path_, self.buffered_));
-        return 0;
-    };
-    source.close = [](void *, SplitterStream stream) -> uint32_t {
-        delete &reader(stream);
-        return 0;
-    };
-    source.read = [](void *, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
-        return reader(stream).read(static_cast<uint8_t *>(buffer), count);
-    };
-    source.seek = [](void *, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
-        return reader(stream).seek(origin, offset);
-    };
-    source.tell = [](void *, SplitterStream stream, int64_t *position) -> uint32_t {
-        *position = reader(stream).position_;
-        return 0;
-    };
-    source.size = [](void *, SplitterStream stream, int64_t *length) -> uint32_t {
-        struct stat status = {};
-        const int result = fstat(reader(stream).file_, &status);
-        *length = status.st_size;
-        return result == 0 ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_IO};
-    };
-    return source;
+uint32_t FileStream::close(SplitterStream stream) {
+    delete &reader(stream);
+    return 0;
+}
+
+uint32_t FileStream::read(SplitterStream stream, void *buffer, uint32_t *count) {
+    return reader(stream).read_here(static_cast<uint8_t *>(buffer), count);
+}
+
+uint32_t FileStream::seek(SplitterStream stream, uint16_t origin, int64_t offset) {
+    int64_t &position = reader(stream).position_;
+    const int64_t target = origin == SPLITER_ORIGIN_START ? offset : position + offset;
+    if (target < 0) return SPLITER_ERR_IO;
+    position = target;
+    return 0;
+}
+
+uint32_t FileStream::tell(SplitterStream stream, int64_t *position) {
+    *position = reader(stream).position_;
+    return 0;
+}
+
+uint32_t FileStream::size(SplitterStream stream, int64_t *length) {
+    struct stat status = {};
+    const int result = fstat(reader(stream).file_, &status);
+    *length = status.st_size;
+    return result == 0 ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_IO};
 }
 
 }  // namespace quorv::bench

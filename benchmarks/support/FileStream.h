@@ -3,11 +3,11 @@
 #ifndef QUORV_BENCHMARKS_SUPPORT_FILESTREAM_H
 #define QUORV_BENCHMARKS_SUPPORT_FILESTREAM_H
 
-#include <quorv/splitter.h>
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "support/StreamTable.h"
 
 namespace quorv::bench {
 
@@ -21,11 +21,17 @@ public:
     FileStream &operator=(const FileStream &) = delete;
 
     // The record for Open; this object must outlive the handle. Every reader is a stream like this one.
-    SplitterStreamSource record();
+    SplitterStreamSource record() { return test::stream_table(*this); }
+
+    uint32_t open(SplitterStream *stream, uint32_t mode);
+    uint32_t close(SplitterStream stream);
+    uint32_t read(SplitterStream stream, void *buffer, uint32_t *count);
+    uint32_t seek(SplitterStream stream, uint16_t origin, int64_t offset);
+    uint32_t tell(SplitterStream stream, int64_t *position);
+    uint32_t size(SplitterStream stream, int64_t *length);
 
 private:
-    uint32_t read(uint8_t *to, uint32_t *count);
-    uint32_t seek(uint16_t origin, int64_t offset);
+    uint32_t read_here(uint8_t *to, uint32_t *count);
     size_t take_buffered(uint8_t *to, size_t count);
     size_t read_past_buffer(uint8_t *to, size_t count);
     size_t fill_buffer();

@@ -2,11 +2,11 @@
 #ifndef QUORV_BENCHMARKS_SUPPORT_MEMORYSTREAM_H
 #define QUORV_BENCHMARKS_SUPPORT_MEMORYSTREAM_H
 
-#include <quorv/splitter.h>
-
 #include <cstdint>
 #include <span>
 #include <vector>
+
+#include "support/StreamTable.h"
 
 namespace quorv::bench {
 
@@ -23,15 +23,18 @@ public:
     MemoryStream &operator=(const MemoryStream &) = delete;
 
     // The record for Open; this object and its bytes must outlive the handle.
-    SplitterStreamSource record();
+    SplitterStreamSource record() { return test::stream_table(*this); }
+
+    uint32_t open(SplitterStream *stream, uint32_t mode);
+    uint32_t close(SplitterStream stream);
+    uint32_t read(SplitterStream stream, void *buffer, uint32_t *count);
+    uint32_t seek(SplitterStream stream, uint16_t origin, int64_t offset);
+    uint32_t tell(SplitterStream stream, int64_t *position);
+    uint32_t size(SplitterStream stream, int64_t *length);
 
     CallCounts counts;
 
 private:
-    uint64_t &position_of(SplitterStream stream) { return positions_[stream]; }
-    uint32_t read(uint64_t &at, void *buffer, uint32_t *count);
-    uint32_t seek(uint64_t &at, uint16_t origin, int64_t offset);
-
     std::span<const uint8_t> bytes_;
     std::vector<uint64_t> positions_;  // of each reader
 };

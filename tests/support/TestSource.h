@@ -3,10 +3,10 @@
 #ifndef QUORV_TESTS_SUPPORT_TESTSOURCE_H
 #define QUORV_TESTS_SUPPORT_TESTSOURCE_H
 
-#include <quorv/splitter.h>
 #include <stdio.h>
 
 #include "support/ByteStores.h"
+#include "support/StreamTable.h"
 
 namespace quorv::test {
 
@@ -46,88 +46,27 @@ public:
     TestSource &operator=(const TestSource &) = delete;
 
     // The record to hand to Open. This object must outlive the handle.
-    SplitterStreamSource record() {
-        SplitterStreamSource r = {};
-        r.user_context = this;
-        r.source_kind = kind_;
-        r.open = [](void *user, SplitterStream *stream, uint32_t mode) -> uint32_t {
-            TestSource &s = self(user);
-            s.access_modes.push_back(mode);
-            if (s.fails()) return kSourceFailed;
-            *stream = kFirstStream + s.readers_.size();
-            s.readers_.push_back(0);
-            return 0;
-        };
-        r.close = [](void *user, SplitterStream stream) -> uint32_t {
-            TestSource &s = self(user);
-            int64_t &at = s.position_of(stream);
-            ++s.others;
-            if (s.fails()) {
-                ++s.failed_closes;
-                return kSourceFailed;
-            }
-            at = kClosed;
-            return 0;
-        };
-        r.read = [](void *user, SplitterStream stream, void *buffer, uint32_t *count) -> uint32_t {
-            return self(user).read(self(user).position_of(stream), buffer, count);
-        };
-        r.seek = [](void *user, SplitterStream stream, uint16_t origin, int64_t offset) -> uint32_t {
-            return self(user).seek(self(user).position_of(stream), origin, offset);
-        };
-        r.tell = [](void *user, SplitterStream stream, int64_t *position) -> uint32_t {
-            TestSource &s = self(user);
-            int64_t &at = s.position_of(stream);
-            ++s.others;
-            if (s.lies(at) && s.faults.liar_tells == LiarTells::MoreEachTime) at += 1000;
-            *position = s.fails() ? INT64_MIN : at;
-            return s.fails() ? kSourceFailed : 0;
-        };
-        r.size = [](void *user, SplitterStream stream, int64_t *length) -> uint32_t {
-            TestSource &s = self(user);
-            s.position_of(stream);
-            ++s.others;
-            const bool fails = s.fails() || s.faults.size == SizeAnswer::Fails;
-            const int64_t answers[] = {static_cast<int64_t>(s.length()), 0, -1, INT64_MAX / 4, INT64_MAX};
-            *length = answers[static_cast<int>(fails ? SizeAnswer::Fails : s.faults.size)];
-            return fails ? kSourceFailed : 0;
-        };
-        return r;
-    }
+    SplitterStreamSource record() { return stream_table(*this, kind_); }
 
-    uint64_t calls() const { return access_modes.size() + reads + seeks + others; }
-    bool is_open() const {
-        return std::any_of(readers_.begin(), readers_.end(), [](int64_t at) { return at != kClosed; });
+    uint32_t open(SplitterStream *stream, uint32_t mode) {
+        access_modes.push_back(mode);
+        if (fails()) return kSourceFailed;
+        *stream = kFirstStream + readers_.size();
+        readers_.push_back(0);
+        return 0;
     }
-
-    Faults faults;  // may be changed at any time
-    uint64_t reads = 0, seeks = 0, others = 0;
-    uint64_t failed_closes = 0;
-    uint64_t bytes_read = 0;
-    std::vector<uint32_t> access_modes;  // of each open
-
-private:
-    static constexpr SplitterStream kFirstStream = 0x5EED0001;
-    static constexpr int64_t kClosed = -1;
-
-    static TestSource &self(void *user_context) { return *static_cast<TestSource *>(user_context); }
-    [[noreturn]] static void misuse(const char *what) {
-        fprintf(stderr, "TestSource: %s\n", what);
-        abort();
+    uint32_t close(SplitterStream stream) {
+        int64_t &at = position_of(stream);
+        ++others;
+        if (fails()) {
+            ++failed_closes;
+            return kSourceFailed;
+        }
+        at = kClosed;
+        return 0;
     }
-    bool goes_wrong() const {
-        if (calls() > faults.call_limit) misuse("more callbacks than any sane reader makes: a hang");
-        return faults.at != 0 && (calls() == faults.at || (faults.for_good && calls() > faults.at));
-    }
-    bool lies(int64_t at) const { return at >= 0 && static_cast<uint64_t>(at) >= faults.lies_from; }
-    bool fails() const { return goes_wrong() && faults.kind == FaultKind::Fail; }
-    int64_t &position_of(SplitterStream stream) {
-        const size_t reader = stream - kFirstStream;
-        if (reader >= readers_.size() || readers_[reader] == kClosed)
-            misuse("a callback was called with a stream that is not open");
-        return readers_[reader];
-    }
-    uint32_t read(int64_t &at, void *buffer, uint32_t *count) {
+    uint32_t read(SplitterStream stream, void *buffer, uint32_t *count) {
+        int64_t &at = position_of(stream);
         ++reads;
         if (fails()) {
             if (*count > 0) memset(buffer, 0xA5, 1);
@@ -148,21 +87,69 @@ private:
         *count = static_cast<uint32_t>(take);
         return 0;
     }
-    uint32_t read_lying(int64_t &at, uint8_t *buffer, uint32_t count) {
-        const uint64_t position = static_cast<uint64_t>(at);
-        const uint64_t honest_end = std::min(faults.lies_from, length());
-        const uint64_t honest = position < honest_end ? honest_end - position : 0;
-        store_.copy(position, buffer, static_cast<size_t>(honest));
-        at += static_cast<int64_t>(faults.liar_tells == LiarTells::NoMovement ? honest : count);
-        return 0;
-    }
-    uint32_t seek(int64_t &at, uint16_t origin, int64_t offset) {
+    uint32_t seek(SplitterStream stream, uint16_t origin, int64_t offset) {
+        int64_t &at = position_of(stream);
         ++seeks;
         if (fails()) return kSourceFailed;
         if (origin != 0 && origin != 2) misuse("seek with an origin that the interface does not have");
         int64_t target = 0;
         if (__builtin_add_overflow(origin == 2 ? at : 0, offset, &target) || target < 0) return kSourceFailed;
         at = target;
+        return 0;
+    }
+    uint32_t tell(SplitterStream stream, int64_t *position) {
+        int64_t &at = position_of(stream);
+        ++others;
+        if (lies(at) && faults.liar_tells == LiarTells::MoreEachTime) at += 1000;
+        *position = fails() ? INT64_MIN : at;
+        return fails() ? kSourceFailed : 0;
+    }
+    uint32_t size(SplitterStream stream, int64_t *result) {
+        position_of(stream);
+        ++others;
+        const bool failed = fails() || faults.size == SizeAnswer::Fails;
+        const int64_t answers[] = {static_cast<int64_t>(length()), 0, -1, INT64_MAX / 4, INT64_MAX};
+        *result = answers[static_cast<int>(failed ? SizeAnswer::Fails : faults.size)];
+        return failed ? kSourceFailed : 0;
+    }
+
+    uint64_t calls() const { return access_modes.size() + reads + seeks + others; }
+    bool is_open() const {
+        return std::any_of(readers_.begin(), readers_.end(), [](int64_t at) { return at != kClosed; });
+    }
+
+    Faults faults;  // may be changed at any time
+    uint64_t reads = 0, seeks = 0, others = 0;
+    uint64_t failed_closes = 0;
+    uint64_t bytes_read = 0;
+    std::vector<uint32_t> access_modes;  // of each open
+
+private:
+    static constexpr SplitterStream kFirstStream = 0x5EED0001;
+    static constexpr int64_t kClosed = -1;
+
+    [[noreturn]] static void misuse(const char *what) {
+        fprintf(stderr, "TestSource: %s\n", what);
+        abort();
+    }
+    bool goes_wrong() const {
+        if (calls() > faults.call_limit) misuse("more callbacks than any sane reader makes: a hang");
+        return faults.at != 0 && (calls() == faults.at || (faults.for_good && calls() > faults.at));
+    }
+    bool lies(int64_t at) const { return at >= 0 && static_cast<uint64_t>(at) >= faults.lies_from; }
+    bool fails() const { return goes_wrong() && faults.kind == FaultKind::Fail; }
+    int64_t &position_of(SplitterStream stream) {
+        const size_t reader = stream - kFirstStream;
+        if (reader >= readers_.size() || readers_[reader] == kClosed)
+            misuse("a callback was called with a stream that is not open");
+        return readers_[reader];
+    }
+    uint32_t read_lying(int64_t &at, uint8_t *buffer, uint32_t count) {
+        const uint64_t position = static_cast<uint64_t>(at);
+        const uint64_t honest_end = std::min(faults.lies_from, length());
+        const uint64_t honest = position < honest_end ? honest_end - position : 0;
+        store_.copy(position, buffer, static_cast<size_t>(honest));
+        at += static_cast<int64_t>(faults.liar_tells == LiarTells::NoMovement ? honest : count);
         return 0;
     }
     uint64_t length() const { return store_.size() < faults.cut ? store_.size() : faults.cut; }
