@@ -1,10 +1,10 @@
 // The platform context: start-up and shut-down of the log, the trace stream and the trace tables.
 
 #include <quorv/platform/context.h>
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include "platform/LogStream.h"
+#include "platform/MemoryOwner.h"
 #include "platform/PlatformContext.h"
 #include "platform/TraceRecords.h"
 
@@ -23,8 +23,8 @@ bool open_trace(MPlatContext *context, const MPlatInitParams *params) {
     context->trace_stream = word_of(trace);
     trace->is_contexts_own = true;
     trace->level_mask = params->trace_level_mask;
-    memcpy(trace->buffer, kTraceSignature, sizeof kTraceSignature);
-    trace->fill = sizeof kTraceSignature;
+    memcpy(trace->buffer, kTraceSignature, sizeof(kTraceSignature));
+    trace->fill = sizeof(kTraceSignature);
     return true;
 }
 
@@ -56,9 +56,8 @@ using namespace quorv;
 uint32_t MPlatInitialize(const MPlatInitParams *params) {
     if (params == nullptr) return ResultInvalidArg;
     MPlatUninitialize();
-    MPlatContext *const context = static_cast<MPlatContext *>(MMemAlloc(nullptr, sizeof(MPlatContext)));
+    MPlatContext *context = make_owned<MPlatContext>().release();
     if (context == nullptr) return ResultNoMemory;
-    *context = MPlatContext{};
     context->trace_mask = params->trace_mask;
     g_platform_context = context;
     context->log_mutex = word_of(MMutexCreate());
@@ -83,7 +82,7 @@ uint32_t MPlatInitialize(const MPlatInitParams *params) {
 }
 
 uint32_t MPlatUninitialize(void) {
-    MPlatContext *const context = g_platform_context;
+    const Owned<MPlatContext> context(g_platform_context);
     if (context == nullptr) return ResultFailed;
     MLogClose(nullptr);
     MSTATIC_MDebugStreamClose();
@@ -92,7 +91,6 @@ uint32_t MPlatUninitialize(void) {
     remove_table(context->third_table);
     MMutexDestroy(pointer_of<MMutex>(context->log_mutex));
     MMutexDestroy(pointer_of<MMutex>(context->trace_mutex));
-    MMemFree(nullptr, context);
     g_platform_context = nullptr;
     return ResultOk;
 }

@@ -34,7 +34,7 @@ int32_t MDirectoryRemoveW(const uint16_t *path) {
 }
 
 int32_t MIsDirectoryS(const char *path) {
-    DIR *const stream = path == nullptr ? nullptr : opendir(path);
+    DIR *stream = path == nullptr ? nullptr : opendir(path);
     if (stream == nullptr) return 0;
     closedir(stream);
     return 1;

@@ -51,7 +51,7 @@ const char *last_component(const char *path) {
 
 // Splits the path into the search's directory and pattern; false when there is no memory.
 bool split_path(MDirFind *find, const char *path) {
-    const char *const last = last_component(path);
+    const char *last = last_component(path);
     if (strpbrk(last, "*?") == nullptr) {
         const size_t length = strlen(path);
         // Room for the separator that may have to be added.

@@ -34,8 +34,8 @@ bool sync_path(const char *path) {
 // For the loss of power only, and not every file system can: what comes of it changes nothing.
 void sync_folder_of(const char *path) {
     char folder[PATH_MAX];
-    const char *const separator = strrchr(path, '/');
-    snprintf(folder, sizeof folder, "%.*s.",
+    const char *separator = strrchr(path, '/');
+    snprintf(folder, sizeof(folder), "%.*s.",
              separator == nullptr ? 0 : static_cast<int>(separator - path + 1), path);
     sync_path(folder);
 }
@@ -92,9 +92,9 @@ bool begins_with(const char *whole, const char *part) {
     const OwnedStream all(MStreamOpenFromFileS(whole, MSTREAM_OPEN_READ));
     const OwnedStream begin(MStreamOpenFromFileS(part, MSTREAM_OPEN_READ));
     if (all == nullptr || begin == nullptr) return false;
-    char expected[1024], found[sizeof expected];
+    char expected[1024], found[sizeof(expected)];
     for (;;) {
-        const int32_t got = MStreamRead(begin.get(), expected, sizeof expected);
+        const int32_t got = MStreamRead(begin.get(), expected, sizeof(expected));
         if (got == 0) return !file_stream_failed(begin.get());
         if (MStreamRead(all.get(), found, got) != got) return false;
         if (memcmp(expected, found, static_cast<size_t>(got)) != 0) return false;
@@ -104,7 +104,7 @@ bool begins_with(const char *whole, const char *part) {
 }  // namespace
 
 NameBeside::NameBeside(const char *path, const char *suffix) {
-    if (snprintf(text_, sizeof text_, "%s%s", path, suffix) >= static_cast<int>(sizeof text_)) text_[0] = 0;
+    if (snprintf(text_, sizeof(text_), "%s%s", path, suffix) >= static_cast<int>(sizeof(text_))) text_[0] = 0;
 }
 
 FileReplacement::FileReplacement(const char *path, MStream old)

@@ -29,7 +29,7 @@ void turn_to(MStream stream, uintptr_t direction) {
 
 const char *mode_string(uint32_t mode) {
     static constexpr char kModes[][4] = {"rb", "rb", "wb", "ab", "rb+", "wb+", "ab+"};
-    return kModes[mode < sizeof kModes / sizeof *kModes ? mode : 0];
+    return kModes[mode < sizeof(kModes) / sizeof(*kModes) ? mode : 0];
 }
 
 intptr_t as_position(off_t position) {
@@ -50,7 +50,7 @@ int32_t file_stream_write(MStream stream, const void *buffer, size_t count) {
 
 int32_t file_stream_seek(MStream stream, uint32_t origin, intptr_t offset) {
     static constexpr int kOrigins[] = {SEEK_SET, SEEK_END, SEEK_CUR};
-    if (origin >= sizeof kOrigins / sizeof *kOrigins) return -1;
+    if (origin >= sizeof(kOrigins) / sizeof(*kOrigins)) return -1;
     return fseeko(file_of(stream), offset, kOrigins[origin]);
 }
 
@@ -59,7 +59,7 @@ intptr_t file_stream_tell(MStream stream) {
 }
 
 intptr_t file_stream_size(MStream stream) {
-    FILE *const file = file_of(stream);
+    FILE *file = file_of(stream);
     const off_t position = ftello(file);
     if (position < 0 || fseeko(file, 0, SEEK_END) != 0) return -1;
     const off_t size = ftello(file);
@@ -93,7 +93,7 @@ int file_stream_descriptor(MStream stream) {
 }
 
 MStream create_private_file_stream(const char *path) {
-    Owned<MStreamRecord> stream(new_stream_record(kFileStream));
+    Owned<MStreamRecord> stream = new_stream_record(kFileStream);
     if (stream == nullptr) return nullptr;
     const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (file < 0) return nullptr;
@@ -111,7 +111,7 @@ using namespace quorv;
 MStream MStreamOpenFromFileS(const char *path, uint32_t mode) {
     if (path == nullptr) return nullptr;
     // The record comes first: without memory the file is not touched and nothing stays open.
-    Owned<MStreamRecord> stream(new_stream_record(kFileStream));
+    Owned<MStreamRecord> stream = new_stream_record(kFileStream);
     if (stream == nullptr) return nullptr;
     stream->handle = fopen(path, mode_string(mode));
     return stream->handle != nullptr ? stream.release() : nullptr;

@@ -59,7 +59,7 @@ bool split(BlockHeader *block, uint64_t need, int64_t min_rest) {
     const int64_t rest = int64_t{block->size} - static_cast<int64_t>(need) - kHeaderSize;
     if (rest < min_rest) return false;
     block->size = static_cast<uint32_t>(need);
-    BlockHeader *const tail = next_block(block);
+    BlockHeader *tail = next_block(block);
     tail->size = static_cast<uint32_t>(rest);
     tail->used = 0;
     return true;
@@ -87,11 +87,11 @@ MMemMgr MMemMgrCreate(void *buffer, uint32_t size) {
     const int64_t usable =
         ((int64_t{size} - static_cast<int64_t>(misalignment)) & ~int64_t{3}) - int64_t{2} * kHeaderSize;
     if (usable < 1) return nullptr;
-    void *const pool = static_cast<uint8_t *>(buffer) + misalignment;
-    BlockHeader *const first = first_block(pool);
+    void *pool = static_cast<uint8_t *>(buffer) + misalignment;
+    BlockHeader *first = first_block(pool);
     first->size = static_cast<uint32_t>(usable);
     first->used = 0;
-    BlockHeader *const end = next_block(first);
+    BlockHeader *end = next_block(first);
     end->size = kEndOfChain;
     end->used = 0;
     return pool;
@@ -114,7 +114,7 @@ void *MMemAllocStatic(MMemMgr mgr, uint32_t size) {
 void MMemFreeStatic(MMemMgr mgr, void *ptr) {
     if (mgr == nullptr || ptr == nullptr) return;
     BlockHeader *previous;
-    BlockHeader *const block = find_block(mgr, ptr, &previous);
+    BlockHeader *block = find_block(mgr, ptr, &previous);
     if (block == nullptr) return;
     block->used = 0;
     if (is_free_block(next_block(block))) absorb_next(block);
@@ -125,11 +125,11 @@ void *MMemReallocStatic(MMemMgr mgr, void *ptr, uint32_t size) {
     if (mgr == nullptr || size == 0) return nullptr;
     if (ptr == nullptr) return MMemAllocStatic(mgr, size);
     BlockHeader *previous;
-    BlockHeader *const block = find_block(mgr, ptr, &previous);
+    BlockHeader *block = find_block(mgr, ptr, &previous);
     if (block == nullptr) return nullptr;
 
     const uint64_t need = round_to_words(size);
-    BlockHeader *const next = next_block(block);
+    BlockHeader *next = next_block(block);
     if (block->size >= need) {
         if (split(block, need, kMinSplitOnShrink) && is_free_block(next)) absorb_next(next_block(block));
         return ptr;
@@ -140,7 +140,7 @@ void *MMemReallocStatic(MMemMgr mgr, void *ptr, uint32_t size) {
         split(block, need, kMinSplitOnAllocation);
         return ptr;
     }
-    void *const moved = MMemAllocStatic(mgr, size);
+    void *moved = MMemAllocStatic(mgr, size);
     if (moved == nullptr) return nullptr;
     memcpy(moved, ptr, block->size);
     MMemFreeStatic(mgr, ptr);

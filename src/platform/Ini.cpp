@@ -1,16 +1,20 @@
 // The INI functions: opening and closing, queries and edits.
 
 #include <limits.h>
-#include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "platform/FileReplacement.h"
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
+#include "platform/IniMerge.h"
+#include "platform/IniParser.h"
+#include "platform/IniWriteBack.h"
 
 namespace quorv {
 namespace {
@@ -32,23 +36,23 @@ bool follow_links(const char *path, char *file_path) {
 // and in a mode that empties nothing: a file that merely cannot be opened now must not lose its contents.
 bool open_source(MIniFile *ini, const char *path) {
     if (is_missing(path)) {
-        ini->source = MStreamOpenFromFileS(path, MSTREAM_OPEN_APPEND_READ);
-        return ini->source != nullptr && follow_links(path, ini->path);
+        ini->source.reset(MStreamOpenFromFileS(path, MSTREAM_OPEN_APPEND_READ));
+        return ini->source != nullptr && follow_links(path, ini->path.get());
     }
-    if (!follow_links(path, ini->path)) return false;
-    finish_replacement(ini->path);
-    ini->source = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
+    if (!follow_links(path, ini->path.get())) return false;
+    finish_replacement(ini->path.get());
+    ini->source.reset(MStreamOpenFromFileS(ini->path.get(), MSTREAM_OPEN_READ));
     return ini->source != nullptr;
 }
 
 bool start(MIniFile *ini, const char *path) {
-    ini->buffer = static_cast<char *>(MMemAlloc(nullptr, kIniBufferSize));
+    ini->buffer = make_array<char>(kIniBufferSize);
     // Before the file is touched: without memory it is not created either.
-    ini->path = static_cast<char *>(MMemAlloc(nullptr, PATH_MAX));
+    ini->path = make_array<char>(PATH_MAX);
     return ini->buffer != nullptr && ini->path != nullptr && open_source(ini, path) && parse_ini_file(ini);
 }
 
-std::string_view section_name(const char *section) {
+std::string_view name_of_section(const char *section) {
     return trim_ini_blanks(section == nullptr ? kDefaultSection : section);
 }
 
@@ -90,29 +94,32 @@ void revive(IniSection *section) {
         section->state = IniState::New;
 }
 
-void revive_changed(IniKey *key) {
-    key->state = is_from_file(key->state) ? IniState::Changed : IniState::New;
-}
-
 template <typename Node>
 void remove_node(Node *node) {
     node->state = is_from_file(node->state) ? IniState::Removed : IniState::NewRemoved;
 }
 
-bool write_value(MIniFile *ini, std::string_view section_text, std::string_view key_text,
+// Sets a key's value, making the key as needed; false, with nothing changed, when there is no memory.
+bool set_key(MIniFile *ini, IniSection *section, std::string_view name, std::string_view value) {
+    IniKey *key = section->find(name, IniSearch::LiveThenRemoved);
+    if (key == nullptr)
+        return ini->sections.append_key(section, name, value, place_of_new_key(section), IniState::New) !=
+               nullptr;
+    if (!key->set_value(value)) return false;
+    key->state = is_from_file(key->state) ? IniState::Changed : IniState::New;
+    return true;
+}
+
+bool write_value(MIniFile *ini, std::string_view section_name, std::string_view key_name,
                  std::string_view value) {
-    if (!is_writable_section(section_text) || !is_writable_key(key_text) || contains_any(value, "\r\n") ||
-        key_text.size() > kMaxKeyAndValue || value.size() > kMaxKeyAndValue - key_text.size())
+    if (!is_writable_section(section_name) || !is_writable_key(key_name) || contains_any(value, "\r\n"))
         return false;
-    IniSection *section = find_ini_section(ini, section_text, IniSearch::LiveThenRemoved);
+    if (key_name.size() > kMaxKeyAndValue || value.size() > kMaxKeyAndValue - key_name.size()) return false;
+    IniSection *section = ini->sections.find(section_name, IniSearch::LiveThenRemoved);
     const bool is_new = section == nullptr;
-    if (is_new) section = append_ini_section(ini, section_text, {0, 0}, IniState::New);
+    if (is_new) section = ini->sections.append(section_name, {0, 0}, IniState::New);
     if (section == nullptr) return false;
-    IniKey *key = find_ini_key(section, key_text, IniSearch::LiveThenRemoved);
-    if (key != nullptr && set_ini_value(key, value)) {
-        revive_changed(key);
-    } else if (key != nullptr || append_ini_key(ini, section, key_text, value, place_of_new_key(section),
-                                                IniState::New) == nullptr) {
+    if (!set_key(ini, section, key_name, value)) {
         if (is_new) section->state = IniState::NewRemoved;  // without the key nothing of it may show
         return false;
     }
@@ -142,34 +149,24 @@ using namespace quorv;
 
 MIniHandle MIniStartS(const char *path) {
     if (path == nullptr) return nullptr;
-    MIniFile *const ini = static_cast<MIniFile *>(MMemAlloc(nullptr, sizeof(MIniFile)));
-    if (ini == nullptr) return nullptr;
-    *ini = MIniFile{};
-    if (start(ini, path)) return ini;
-    MIniEndS(ini);
-    return nullptr;
+    Owned<MIniFile> ini = make_owned<MIniFile>();
+    return ini != nullptr && start(ini.get(), path) ? ini.release() : nullptr;
 }
 
 int32_t MIniEndS(MIniHandle ini) {
-    if (ini == nullptr) return 0;
-    const bool saved = !ini->modified || save(ini);
-    MStreamClose(ini->source);
-    free_ini_nodes(ini);
-    MMemFree(nullptr, ini->path);
-    MMemFree(nullptr, ini->buffer);
-    MMemFree(nullptr, ini);
-    return saved ? 1 : 0;
+    const Owned<MIniFile> own(ini);
+    return own != nullptr && (!own->modified || save(own.get())) ? 1 : 0;
 }
 
 int32_t MIniReadS(MIniHandle ini, MIniQuery *query) {
     if (!is_usable(ini, query)) return 0;
-    IniSection *const section = find_ini_section(ini, section_name(query->section), IniSearch::Live);
+    IniSection *section = ini->sections.find(name_of_section(query->section), IniSearch::Live);
     if (section == nullptr) return 0;
-    const IniKey *const key = find_ini_key(section, trim_ini_blanks(query->key), IniSearch::Live);
+    const IniKey *key = section->find(trim_ini_blanks(query->key), IniSearch::Live);
     if (key == nullptr) return 0;
     if (query->type == MINI_TYPE_INTEGER) {
         const int32_t number = MStoi(key->value);
-        memcpy(query->value, &number, query->size < sizeof number ? query->size : sizeof number);
+        memcpy(query->value, &number, std::min<size_t>(query->size, sizeof(number)));
         return 1;
     }
     const size_t length = strlen(key->value);
@@ -181,15 +178,15 @@ int32_t MIniReadS(MIniHandle ini, MIniQuery *query) {
 
 int32_t MIniWriteS(MIniHandle ini, const MIniQuery *query) {
     if (!is_usable(ini, query)) return 0;
-    const char *text = static_cast<const char *>(query->value);
+    const auto *text = static_cast<const char *>(query->value);
     char digits[16];
     if (query->type == MINI_TYPE_INTEGER) {
         int32_t number = 0;
-        memcpy(&number, query->value, query->size < sizeof number ? query->size : sizeof number);
-        snprintf(digits, sizeof digits, "%ld", static_cast<long>(number));
+        memcpy(&number, query->value, std::min<size_t>(query->size, sizeof(number)));
+        snprintf(digits, sizeof(digits), "%ld", static_cast<long>(number));
         text = digits;
     }
-    return write_value(ini, section_name(query->section), trim_ini_blanks(query->key), text) ? 1 : 0;
+    return write_value(ini, name_of_section(query->section), trim_ini_blanks(query->key), text) ? 1 : 0;
 }
 
 int32_t MIniReadSingleS(MIniHandle ini, const char *section, const char *key, uint32_t type, void *value,
@@ -209,14 +206,14 @@ int32_t MIniWriteSingleS(MIniHandle ini, const char *section, const char *key, u
 
 int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key) {
     if (ini == nullptr || ini->source == nullptr) return 0;
-    IniSection *const found = find_ini_section(ini, section_name(section), IniSearch::Live);
+    IniSection *found = ini->sections.find(name_of_section(section), IniSearch::Live);
     if (found == nullptr) return 0;
     if (key == nullptr) {
         remove_node(found);
         for (IniKey *own = found->first_key; own != nullptr; own = own->next)
             remove_node(own);
     } else {
-        IniKey *const own = find_ini_key(found, trim_ini_blanks(key), IniSearch::Live);
+        IniKey *own = found->find(trim_ini_blanks(key), IniSearch::Live);
         if (own == nullptr) return 0;
         remove_node(own);
     }
@@ -226,23 +223,23 @@ int32_t MIniRemoveS(MIniHandle ini, const char *section, const char *key) {
 
 int32_t MIniFindFirstCategoryS(MIniHandle ini, char *name, uint32_t *size) {
     if (ini == nullptr) return 0;
-    ini->cursor = ini->first_section;
+    ini->cursor = ini->sections.first();
     return MIniFindNextCategoryS(ini, name, size);
 }
 
 int32_t MIniFindNextCategoryS(MIniHandle ini, char *name, uint32_t *size) {
     if (ini == nullptr || size == nullptr) return 0;
-    while (ini->cursor != nullptr && (is_removed(ini->cursor->state) || *ini->cursor->name == 0))
+    while (ini->cursor != nullptr && (is_removed(ini->cursor->state) || *ini->cursor->name() == 0))
         ini->cursor = ini->cursor->next;
     if (ini->cursor == nullptr) {
         if (name != nullptr && *size > 0) *name = 0;
         return 0;
     }
-    const size_t needed = strlen(ini->cursor->name) + 1;
+    const size_t needed = strlen(ini->cursor->name()) + 1;
     const bool fits = name != nullptr && needed <= *size;
     *size = static_cast<uint32_t>(needed);
     if (!fits) return 0;
-    memcpy(name, ini->cursor->name, needed);
+    memcpy(name, ini->cursor->name(), needed);
     ini->cursor = ini->cursor->next;
     return 1;
 }

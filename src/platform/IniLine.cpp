@@ -9,9 +9,9 @@ namespace {
 
 // Splits the text at the first `mark`; false, with nothing changed, when there is none.
 bool split_at(std::string_view text, char mark, std::string_view *before, std::string_view *after) {
-    const void *const found = text.empty() ? nullptr : memchr(text.data(), mark, text.size());
+    const void *found = text.empty() ? nullptr : memchr(text.data(), mark, text.size());
     if (found == nullptr) return false;
-    const size_t at = static_cast<size_t>(static_cast<const char *>(found) - text.data());
+    const auto at = static_cast<size_t>(static_cast<const char *>(found) - text.data());
     *before = {text.data(), at};
     *after = {text.data() + at + 1, text.size() - at - 1};
     return true;

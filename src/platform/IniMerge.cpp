@@ -1,10 +1,10 @@
-// Saving edits of an INI file that somebody else has changed since it was read. The places of its lines are
-// no longer true then, so the edits are made again, to what the file holds now.
+// Saving edits of an INI file that somebody else has changed; see the header.
+
+#include "platform/IniMerge.h"
 
 #include "platform/FileReplacement.h"
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
-#include "platform/StreamKinds.h"
 
 namespace quorv {
 namespace {
@@ -17,17 +17,18 @@ bool repeat_edit(const IniSection *section, const IniKey *key, MIniFile *current
         case IniState::NewRemoved:
             break;
         case IniState::Removed:
-            MIniRemoveS(current, section->name, key->name);
+            MIniRemoveS(current, section->name(), key->name());
             break;
         case IniState::Changed:
         case IniState::New:
-            return MIniWriteSingleS(current, section->name, key->name, MINI_TYPE_STRING, key->value, 1) != 0;
+            return MIniWriteSingleS(current, section->name(), key->name(), MINI_TYPE_STRING, key->value, 1) !=
+                   0;
     }
     return true;
 }
 
 bool repeat_edits(const IniSection *section, MIniFile *current) {
-    if (section->state == IniState::Removed) MIniRemoveS(current, section->name, nullptr);
+    if (section->state == IniState::Removed) MIniRemoveS(current, section->name(), nullptr);
     if (is_removed(section->state)) return true;
     for (const IniKey *key = section->first_key; key != nullptr; key = key->next) {
         if (!repeat_edit(section, key, current)) return false;
@@ -37,34 +38,25 @@ bool repeat_edits(const IniSection *section, MIniFile *current) {
 
 }  // namespace
 
-void IniDigest::add(const char *bytes, size_t count) {
-    // 64-bit FNV-1a
-    for (size_t i = 0; i < count; ++i)
-        hash = (hash ^ static_cast<uint8_t>(bytes[i])) * 0x100000001B3;
-    size += count;
-}
-
 IniComparison compare_with_file(MIniFile *ini) {
-    MStreamRecord *const file = MStreamOpenFromFileS(ini->path, MSTREAM_OPEN_READ);
+    const OwnedStream file(MStreamOpenFromFileS(ini->path.get(), MSTREAM_OPEN_READ));
     // When the file is gone, the stream that is still open has what was read.
-    if (file == nullptr) return is_missing(ini->path) ? IniComparison::Same : IniComparison::Unknown;
+    if (file == nullptr) return is_missing(ini->path.get()) ? IniComparison::Same : IniComparison::Unknown;
     IniDigest digest;
     int32_t got;
     do {
-        got = MStreamRead(file, ini->buffer, static_cast<int32_t>(kIniBufferSize));
-        digest.add(ini->buffer, static_cast<size_t>(got));
+        got = MStreamRead(file.get(), ini->buffer.get(), static_cast<int32_t>(kIniBufferSize));
+        digest.add(ini->buffer.get(), static_cast<size_t>(got));
     } while (got > 0);
-    const bool failed = file_stream_failed(file);
-    MStreamClose(file);
-    if (failed) return IniComparison::Unknown;
+    if (file_stream_failed(file.get())) return IniComparison::Unknown;
     return digest == ini->digest ? IniComparison::Same : IniComparison::Different;
 }
 
 bool save_to_changed_file(const MIniFile *ini) {
-    MIniFile *const current = MIniStartS(ini->path);
+    MIniFile *current = MIniStartS(ini->path.get());
     if (current == nullptr) return false;
     bool repeated = true;
-    for (const IniSection *s = ini->first_section; s != nullptr && repeated; s = s->next)
+    for (const IniSection *s = ini->sections.first(); s != nullptr && repeated; s = s->next)
         repeated = repeat_edits(s, current);
     current->is_repetition = true;
     if (!repeated) current->modified = false;

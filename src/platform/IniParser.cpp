@@ -1,17 +1,18 @@
-// Reading an INI file: line after line through one buffer into sections and keys.
+// Reading an INI file; see the header.
+
+#include "platform/IniParser.h"
 
 #include <string.h>
 
 #include "platform/IniFile.h"
 #include "platform/IniLine.h"
-#include "platform/StreamKinds.h"
 
 namespace quorv {
 namespace {
 
 class IniParser {
 public:
-    explicit IniParser(MIniFile *ini) : ini_(ini) {}
+    explicit IniParser(MIniFile *ini) : ini_(ini), buffer_(ini->buffer.get()) {}
 
     bool parse() {
         for (;;) {
@@ -29,21 +30,21 @@ private:
         // A file whose size the offsets cannot hold.
         if (buffer_offset_ > INTPTR_MAX - static_cast<intptr_t>(kIniBufferSize)) return false;
         const size_t room = kIniBufferSize - filled_;
-        const int32_t got = MStreamRead(ini_->source, ini_->buffer + filled_, static_cast<int32_t>(room));
-        ini_->digest.add(ini_->buffer + filled_, static_cast<size_t>(got));
+        const int32_t got = MStreamRead(ini_->source.get(), buffer_ + filled_, static_cast<int32_t>(room));
+        ini_->digest.add(buffer_ + filled_, static_cast<size_t>(got));
         filled_ += static_cast<size_t>(got);
         if (static_cast<size_t>(got) == room) return true;
-        if (file_stream_failed(ini_->source)) return false;
+        if (file_stream_failed(ini_->source.get())) return false;
         at_end_ = true;
         file_size_ = buffer_offset_ + static_cast<intptr_t>(filled_);
-        if (filled_ > 0 && ini_->buffer[filled_ - 1] != '\n') return add_last_ending();
+        if (filled_ > 0 && buffer_[filled_ - 1] != '\n') return add_last_ending();
         return true;
     }
 
     bool add_last_ending() {
         // Whole lines before the last one make room for its ending.
         if (!take_lines() || filled_ > kMaxIniText) return false;
-        memcpy(ini_->buffer + filled_, "\r\n", 2);
+        memcpy(buffer_ + filled_, "\r\n", 2);
         filled_ += 2;
         return true;
     }
@@ -52,13 +53,13 @@ private:
     bool take_lines() {
         size_t taken = 0;
         for (;;) {
-            const IniLine line = classify_ini_line({ini_->buffer + taken, filled_ - taken});
+            const IniLine line = classify_ini_line({buffer_ + taken, filled_ - taken});
             if (line.line_class == IniLineClass::Incomplete) break;
             if (line.text_length > kMaxIniText || !add(line, taken)) return false;
             taken += line.length;
         }
         filled_ -= taken;
-        memmove(ini_->buffer, ini_->buffer + taken, filled_);
+        memmove(buffer_, buffer_ + taken, filled_);
         buffer_offset_ += static_cast<intptr_t>(taken);
         return true;
     }
@@ -68,15 +69,17 @@ private:
         place.start = buffer_offset_ + static_cast<intptr_t>(at);
         place.end = place.start + static_cast<intptr_t>(line.length);
         if (at_end_ && place.end > file_size_) place.end = file_size_;  // the ending that only the buffer has
+        IniSections &sections = ini_->sections;
         if (line.line_class == IniLineClass::Section)
-            return append_ini_section(ini_, line.name, place, IniState::Unchanged) != nullptr;
-        if (line.line_class == IniLineClass::Key && ini_->last_section != nullptr)
-            return append_ini_key(ini_, ini_->last_section, line.name, line.value, place,
-                                  IniState::Unchanged) != nullptr;
+            return sections.append(line.name, place, IniState::Unchanged) != nullptr;
+        if (line.line_class == IniLineClass::Key && sections.last() != nullptr)
+            return sections.append_key(sections.last(), line.name, line.value, place, IniState::Unchanged) !=
+                   nullptr;
         return true;
     }
 
     MIniFile *ini_;
+    char *buffer_;
     size_t filled_ = 0;
     intptr_t buffer_offset_ = 0;  // of the buffer's first byte in the file
     intptr_t file_size_ = 0;      // known at the end

@@ -1,7 +1,10 @@
-// Writing an INI file back: the text that replaces the old one is made of its untouched bytes and the new
-// lines.
+// Writing an INI file back; see the header.
+
+#include "platform/IniWriteBack.h"
 
 #include <string.h>
+
+#include <algorithm>
 
 #include "platform/FileReplacement.h"
 #include "platform/IniFile.h"
@@ -10,7 +13,7 @@
 namespace quorv {
 namespace {
 
-enum WriteBackResult : uint32_t {
+enum [[nodiscard]] WriteBackResult : uint32_t{
     kWritten = 0,
     kWriteFailed = 110,      // a write to the new file came back short
     kReadFailed = 111,       // a read or seek of the source failed
@@ -22,12 +25,13 @@ enum WriteBackResult : uint32_t {
 // kWritten ends the work.
 class IniWriter {
 public:
-    IniWriter(MIniFile *ini, MStream out) : ini_(ini), out_(out), source_size_(MStreamGetSize(ini->source)) {}
+    IniWriter(MIniFile *ini, MStream out)
+        : ini_(ini), out_(out), source_size_(MStreamGetSize(ini->source.get())) {}
 
     WriteBackResult write() {
         if (source_size_ < 0) return kReadFailed;
         WriteBackResult result = kWritten;
-        for (IniSection *s = ini_->first_section; s != nullptr && result == kWritten; s = s->next) {
+        for (IniSection *s = ini_->sections.first(); s != nullptr && result == kWritten; s = s->next) {
             result = write_section_line(s);
             for (IniKey *key = s->first_key; key != nullptr && result == kWritten; key = key->next)
                 result = write_key(key);
@@ -42,8 +46,8 @@ private:
         // New sections stand at the end of the file.
         const WriteBackResult copied = copy_to(source_size_);
         if (copied != kWritten) return copied;
-        if (strlen(section->name) + 2 > kMaxIniText) return kLineTooLong;
-        return put("[") && put(section->name) && put("]\r\n") ? kWritten : kWriteFailed;
+        if (strlen(section->name()) + 2 > kMaxIniText) return kLineTooLong;
+        return put("[") && put(section->name()) && put("]\r\n") ? kWritten : kWriteFailed;
     }
 
     WriteBackResult write_key(const IniKey *key) {
@@ -77,27 +81,25 @@ private:
     // when it has none.
     WriteBackResult copy_to(intptr_t end) {
         if (end <= copied_) return kWritten;
-        if (MStreamSeek(ini_->source, MSTREAM_SEEK_START, copied_) != 0) return kReadFailed;
+        if (MStreamSeek(ini_->source.get(), MSTREAM_SEEK_START, copied_) != 0) return kReadFailed;
         char last = 0;
         while (copied_ < end) {
-            const intptr_t left = end - copied_;
-            const int32_t piece =
-                static_cast<int32_t>(left < intptr_t{kIniBufferSize} ? left : intptr_t{kIniBufferSize});
-            if (MStreamRead(ini_->source, ini_->buffer, piece) != piece) return kReadFailed;
-            if (MStreamWrite(out_, ini_->buffer, piece) != piece) return kWriteFailed;
-            last = ini_->buffer[piece - 1];
+            const auto piece = static_cast<int32_t>(std::min(end - copied_, intptr_t{kIniBufferSize}));
+            if (MStreamRead(ini_->source.get(), ini_->buffer.get(), piece) != piece) return kReadFailed;
+            if (MStreamWrite(out_, ini_->buffer.get(), piece) != piece) return kWriteFailed;
+            last = ini_->buffer[static_cast<size_t>(piece) - 1];
             copied_ += piece;
         }
         return last == '\n' || put("\r\n") ? kWritten : kWriteFailed;
     }
 
     WriteBackResult put_line(const IniKey *key) {
-        if (strlen(key->name) + 1 + strlen(key->value) > kMaxIniText) return kLineTooLong;
-        return put(key->name) && put("=") && put(key->value) && put("\r\n") ? kWritten : kWriteFailed;
+        if (strlen(key->name()) + 1 + strlen(key->value) > kMaxIniText) return kLineTooLong;
+        return put(key->name()) && put("=") && put(key->value) && put("\r\n") ? kWritten : kWriteFailed;
     }
 
     bool put(const char *text) {
-        const int32_t length = static_cast<int32_t>(strlen(text));
+        const auto length = static_cast<int32_t>(strlen(text));
         return MStreamWrite(out_, text, length) == length;
     }
 
@@ -114,7 +116,7 @@ WriteBackResult write_new_text(MIniFile *ini, MStream out) {
 }  // namespace
 
 bool write_back_ini_file(MIniFile *ini) {
-    FileReplacement replacement(ini->path, ini->source);
+    FileReplacement replacement(ini->path.get(), ini->source.get());
     return write_new_text(ini, replacement.stream()) == kWritten && replacement.put_in_place();
 }
 

@@ -25,7 +25,7 @@ private:
 
 // A log of the context that is about to be closed must not be closed again with the context.
 void forget_in_context(MLogHandle log) {
-    MPlatContext *const context = MSTATIC_MGetContext();
+    MPlatContext *context = MSTATIC_MGetContext();
     if (context == nullptr) return;
     if (log_of(context->log_stream) == log) context->log_stream = 0;
     if (log_of(context->trace_stream) == log) context->trace_stream = 0;

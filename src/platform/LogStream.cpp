@@ -5,6 +5,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
+
 #include "platform/MemoryOwner.h"
 #include "platform/StreamKinds.h"
 
@@ -32,7 +34,7 @@ void MLogStream::print(const char *format, va_list arguments) {
     va_end(again);
     if (length > 0) {
         const uint32_t room = kLogBufferSize - fill - 1;
-        fill += static_cast<uint32_t>(length) < room ? static_cast<uint32_t>(length) : room;
+        fill += std::min(static_cast<uint32_t>(length), room);
     }
     if (buffered == 0) flush();
 }
@@ -41,10 +43,10 @@ void MLogStream::dump(const void *data, uint32_t length) {
     if (length >= kLogBufferSize) {
         flush();
         // In pieces that the stream's signed counts can hold.
-        const char *bytes = static_cast<const char *>(data);
+        const auto *bytes = static_cast<const char *>(data);
         constexpr uint32_t kMaxPiece = 0x40000000;
         for (uint32_t left = length; left > 0;) {
-            const uint32_t piece = left < kMaxPiece ? left : kMaxPiece;
+            const uint32_t piece = std::min(left, kMaxPiece);
             write(bytes, piece);
             bytes += piece;
             left -= piece;

@@ -39,7 +39,7 @@ static_assert(sizeof(MLogConfig) == 16);
 namespace quorv {
 
 // Opens a log on a file, `mode` is one of MSTREAM_OPEN_*.
-uint32_t open_log_stream(const char *path, uint32_t mode, MLogHandle *log);
+[[nodiscard]] uint32_t open_log_stream(const char *path, uint32_t mode, MLogHandle *log);
 // Flushes, closes and frees.
 void close_log_stream(MLogHandle log);
 

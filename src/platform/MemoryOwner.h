@@ -6,6 +6,7 @@
 #include <quorv/platform/memory.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include <algorithm>
 #include <memory>
@@ -39,9 +40,21 @@ using Owned = std::unique_ptr<T, FreeOwned<T>>;
 template <typename T, typename... Arguments>
 [[nodiscard]] Owned<T> make_owned(Arguments &&...arguments) {
     static_assert(alignof(T) <= alignof(max_align_t));
-    void *const place = MMemAlloc(nullptr, sizeof(T));
+    void *place = MMemAlloc(nullptr, sizeof(T));
     if (place == nullptr) return nullptr;
     return Owned<T>(new (place) T{std::forward<Arguments>(arguments)...});
+}
+
+// A new object that is all zero, with this many bytes behind it that are zero, too.
+template <typename T>
+[[nodiscard]] Owned<T> make_owned_with_tail(uint64_t bytes) {
+    static_assert(alignof(T) <= alignof(max_align_t));
+    if (bytes > PTRDIFF_MAX - sizeof(T)) return nullptr;
+    const size_t size = sizeof(T) + static_cast<size_t>(bytes);
+    void *place = MMemAlloc(nullptr, size);
+    if (place == nullptr) return nullptr;
+    memset(place, 0, size);
+    return Owned<T>(new (place) T{});
 }
 
 // Gives an array, empty or not, `count` elements: the first ones stay, further ones are not initialised.
@@ -50,7 +63,7 @@ template <typename T>
 [[nodiscard]] bool resize_array(Owned<T[]> *array, uint64_t count) {
     if (count > PTRDIFF_MAX / sizeof(T)) return false;
     const size_t bytes = std::max(static_cast<size_t>(count) * sizeof(T), size_t{1});
-    void *const elements = MMemRealloc(nullptr, array->get(), bytes);
+    void *elements = MMemRealloc(nullptr, array->get(), bytes);
     if (elements == nullptr) return false;
     static_cast<void>(array->release());  // freed or handed on by then
     array->reset(static_cast<T *>(elements));

@@ -1,7 +1,8 @@
 // The memory kind of stream: over a buffer of the caller, or over a chain of heap blocks that grows.
 
-#include <quorv/platform/memory.h>
 #include <string.h>
+
+#include <algorithm>
 
 #include "platform/StreamKinds.h"
 
@@ -14,14 +15,20 @@ constexpr uintptr_t kGrowableFlags = 0x1001;
 // Followed directly by its data.
 struct MemoryBlock {
     uintptr_t capacity;
-    MemoryBlock *next;
+    Owned<MemoryBlock> next;
 };
 
-// Shares one allocation with the first block, which follows it.
+// Shares one allocation with the first block, which comes last in it: its data follow.
 struct BlockChain {
-    MemoryBlock *first;
     MemoryBlock *current;
     uintptr_t current_start;  // stream offset of the current block's first byte
+    MemoryBlock first;
+
+    ~BlockChain() {
+        // One after the other: block within block would take a stack as deep as the chain is long.
+        while (first.next != nullptr)
+            first.next = std::move(first.next->next);
+    }
 };
 
 uint8_t *data_of(MemoryBlock *block) {
@@ -37,7 +44,7 @@ BlockChain *chain_of(MStream stream) {
 }
 
 void set_current(MStream stream, MemoryBlock *block, uintptr_t start, uintptr_t position) {
-    BlockChain *const chain = chain_of(stream);
+    BlockChain *chain = chain_of(stream);
     chain->current = block;
     chain->current_start = start;
     stream->handle = data_of(block);
@@ -47,44 +54,37 @@ void set_current(MStream stream, MemoryBlock *block, uintptr_t start, uintptr_t 
 
 // Moves to the start of the next block; false when there is none.
 bool enter_next_block(MStream stream) {
-    BlockChain *const chain = chain_of(stream);
+    BlockChain *chain = chain_of(stream);
     if (chain == nullptr || chain->current->next == nullptr) return false;
-    set_current(stream, chain->current->next, chain->current_start + chain->current->capacity, 0);
+    set_current(stream, chain->current->next.get(), chain->current_start + chain->current->capacity, 0);
     return true;
 }
 
-// Links a new block behind the current one, which must be the last; false when the stream cannot grow. Blocks
-// begin as zeros: the size can be set beyond what was written, and must not show what the heap held before.
-bool append_block(MStream stream) {
-    BlockChain *const chain = chain_of(stream);
+// Links a new block behind the current one, which must be the last, and enters it; false when the stream
+// cannot grow. Blocks begin as zeros: the size can be set beyond what was written, and must not show what the
+// heap held.
+bool enter_new_block(MStream stream) {
+    BlockChain *chain = chain_of(stream);
     if (chain == nullptr || stream->capacity > INTPTR_MAX - kBlockCapacity) return false;
-    const size_t bytes = sizeof(MemoryBlock) + kBlockCapacity;
-    void *const memory = MMemAlloc(nullptr, bytes);
-    if (memory == nullptr) return false;
-    MMemSet(memory, 0, bytes);
-    MemoryBlock *const block = static_cast<MemoryBlock *>(memory);
-    block->capacity = kBlockCapacity;
-    chain->current->next = block;
+    chain->current->next = make_owned_with_tail<MemoryBlock>(kBlockCapacity);
+    if (chain->current->next == nullptr) return false;
+    chain->current->next->capacity = kBlockCapacity;
     stream->capacity += kBlockCapacity;
-    return true;
+    return enter_next_block(stream);
 }
 
 bool make_chain(MStream stream, uint32_t capacity) {
-    const size_t bytes = sizeof(BlockChain) + sizeof(MemoryBlock) + capacity;
-    void *const memory = MMemAlloc(nullptr, bytes);
-    if (memory == nullptr) return false;
-    MMemSet(memory, 0, bytes);
-    BlockChain *const chain = static_cast<BlockChain *>(memory);
-    chain->first = static_cast<MemoryBlock *>(static_cast<void *>(chain + 1));
-    chain->first->capacity = capacity;
+    BlockChain *chain = make_owned_with_tail<BlockChain>(capacity).release();
+    if (chain == nullptr) return false;
+    chain->first.capacity = capacity;
     stream->chain = chain;
     stream->flags = kGrowableFlags;
-    set_current(stream, chain->first, 0, 0);
+    set_current(stream, &chain->first, 0, 0);
     return true;
 }
 
 uintptr_t position_of(MStream stream) {
-    const BlockChain *const chain = chain_of(stream);
+    const BlockChain *chain = chain_of(stream);
     return chain == nullptr ? stream->block_position : chain->current_start + stream->block_position;
 }
 
@@ -96,12 +96,10 @@ uintptr_t room_in_block(MStream stream) {
 uintptr_t clamped_target(uintptr_t base, intptr_t offset, uintptr_t size) {
     if (offset < 0) {
         const uintptr_t back = uintptr_t{0} - static_cast<uintptr_t>(offset);
-        const uintptr_t target = back > base ? 0 : base - back;
-        return target < size ? target : size;
+        return std::min(base - std::min(back, base), size);
     }
     if (base >= size) return size;
-    const uintptr_t forward = static_cast<uintptr_t>(offset);
-    return forward > size - base ? size : base + forward;
+    return base + std::min(static_cast<uintptr_t>(offset), size - base);
 }
 
 }  // namespace
@@ -110,7 +108,7 @@ uintptr_t clamped_target(uintptr_t base, intptr_t offset, uintptr_t size) {
 using namespace quorv;
 
 MStream MStreamOpenFromMemoryBlock(void *buffer, uint32_t size) {
-    MStreamRecord *const stream = new_stream_record(kMemoryStream);
+    Owned<MStreamRecord> stream = new_stream_record(kMemoryStream);
     if (stream == nullptr) return nullptr;
     uint32_t capacity = size;
     if (buffer != nullptr) {
@@ -118,30 +116,25 @@ MStream MStreamOpenFromMemoryBlock(void *buffer, uint32_t size) {
         stream->block_capacity = size;
     } else {
         if (size == 0 || size > kBlockCapacity) capacity = kBlockCapacity;
-        if (!make_chain(stream, capacity)) {
-            MMemFree(nullptr, stream);
-            return nullptr;
-        }
+        if (!make_chain(stream.get(), capacity)) return nullptr;
     }
     stream->size = capacity;
     stream->capacity = capacity;
-    return stream;
+    return stream.release();
 }
 
 int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count) {
     if (!is_memory_stream(stream) || count < 1) return 0;
-    uintptr_t wanted = static_cast<uintptr_t>(count);
+    auto wanted = static_cast<uintptr_t>(count);
     if (stream->chain != nullptr) {
         const uintptr_t position = position_of(stream);
-        const uintptr_t left = position < stream->size ? stream->size - position : 0;
-        if (wanted > left) wanted = left;
+        wanted = std::min(wanted, stream->size - std::min(position, stream->size));
     }
-    uint8_t *const out = static_cast<uint8_t *>(buffer);
+    auto *out = static_cast<uint8_t *>(buffer);
     uintptr_t done = 0;
     while (done < wanted) {
         if (room_in_block(stream) == 0 && !enter_next_block(stream)) break;
-        const uintptr_t room = room_in_block(stream);
-        const uintptr_t piece = wanted - done < room ? wanted - done : room;
+        const uintptr_t piece = std::min(wanted - done, room_in_block(stream));
         memcpy(out + done, data_of(stream) + stream->block_position, piece);
         stream->block_position += piece;
         done += piece;
@@ -151,16 +144,12 @@ int32_t ZEVStreamMemRead(MStream stream, void *buffer, int32_t count) {
 
 int32_t ZEVStreamMemWrite(MStream stream, const void *data, int32_t count) {
     if (!is_memory_stream(stream) || count < 0) return 0;
-    const uint8_t *const in = static_cast<const uint8_t *>(data);
-    const uintptr_t wanted = static_cast<uintptr_t>(count);
+    const auto *in = static_cast<const uint8_t *>(data);
+    const auto wanted = static_cast<uintptr_t>(count);
     uintptr_t done = 0;
     while (done < wanted) {
-        if (room_in_block(stream) == 0 && !enter_next_block(stream)) {
-            if (!append_block(stream)) break;
-            enter_next_block(stream);
-        }
-        const uintptr_t room = room_in_block(stream);
-        const uintptr_t piece = wanted - done < room ? wanted - done : room;
+        if (room_in_block(stream) == 0 && !enter_next_block(stream) && !enter_new_block(stream)) break;
+        const uintptr_t piece = std::min(wanted - done, room_in_block(stream));
         memcpy(data_of(stream) + stream->block_position, in + done, piece);
         stream->block_position += piece;
         done += piece;
@@ -187,7 +176,7 @@ int32_t ZEVStreamMemSeek(MStream stream, uint32_t origin, intptr_t offset) {
             return 1;
     }
     const uintptr_t target = clamped_target(base, offset, stream->size);
-    BlockChain *const chain = chain_of(stream);
+    BlockChain *chain = chain_of(stream);
     if (chain == nullptr) {
         stream->block_position = target;
         return 0;
@@ -195,11 +184,11 @@ int32_t ZEVStreamMemSeek(MStream stream, uint32_t origin, intptr_t offset) {
     // A target at the boundary of two blocks stays at the end of the first one, so blocks before the current
     // one can be passed over only when the target lies inside or behind it.
     const bool ahead = target > chain->current_start;
-    MemoryBlock *block = ahead ? chain->current : chain->first;
+    MemoryBlock *block = ahead ? chain->current : &chain->first;
     uintptr_t start = ahead ? chain->current_start : 0;
     while (block->capacity < target - start) {
         start += block->capacity;
-        block = block->next;
+        block = block->next.get();
     }
     set_current(stream, block, start, target - start);
     return 0;
@@ -215,15 +204,7 @@ intptr_t ZEVStreamMemGetSize(MStream stream) {
 
 int32_t ZEVStreamMemClose(MStream stream) {
     if (!is_memory_stream(stream)) return 0;
-    BlockChain *const chain = chain_of(stream);
-    if (chain != nullptr) {
-        for (MemoryBlock *block = chain->first->next; block != nullptr;) {
-            MemoryBlock *const next = block->next;
-            MMemFree(nullptr, block);
-            block = next;
-        }
-        MMemFree(nullptr, chain);
-    }
-    MMemFree(nullptr, stream);
+    const Owned<MStreamRecord> own(stream);
+    const Owned<BlockChain> own_chain(chain_of(stream));
     return 1;
 }

@@ -2,6 +2,8 @@
 
 #include <quorv/platform/stream.h>
 
+#include <algorithm>
+
 #include "platform/MemoryOwner.h"
 #include "platform/StreamKinds.h"
 
@@ -12,11 +14,9 @@ constexpr int32_t kCopyChunk = 4096;
 
 }  // namespace
 
-MStream new_stream_record(uintptr_t kind) {
-    MStreamRecord *const stream = static_cast<MStream>(MMemAlloc(nullptr, sizeof(MStreamRecord)));
-    if (stream == nullptr) return nullptr;
-    *stream = MStreamRecord{};
-    stream->kind = kind;
+Owned<MStreamRecord> new_stream_record(uintptr_t kind) {
+    Owned<MStreamRecord> stream = make_owned<MStreamRecord>();
+    if (stream != nullptr) stream->kind = kind;
     return stream;
 }
 
@@ -52,8 +52,8 @@ intptr_t MStreamGetSize(MStream stream) {
 intptr_t MStreamSetSize(MStream stream, intptr_t size) {
     if (is_file_stream(stream)) return -1;
     if (!is_memory_stream(stream)) return 0;
-    const uintptr_t wanted = size < 0 ? 0 : static_cast<uintptr_t>(size);
-    stream->size = wanted < stream->capacity ? wanted : stream->capacity;
+    const auto wanted = static_cast<uintptr_t>(std::max(size, intptr_t{0}));
+    stream->size = std::min(wanted, stream->capacity);
     return static_cast<intptr_t>(stream->size);
 }
 
@@ -71,8 +71,7 @@ int32_t MStreamCopy(MStream source, MStream destination, int32_t count) {
     if (buffer == nullptr) return 0;
     int32_t total = 0;
     while (total < count) {
-        const int32_t left = count - total;
-        const int32_t got = MStreamRead(source, buffer.get(), left < kCopyChunk ? left : kCopyChunk);
+        const int32_t got = MStreamRead(source, buffer.get(), std::min(count - total, kCopyChunk));
         const int32_t written = MStreamWrite(destination, buffer.get(), got);
         total += written;
         if (got == 0 || written < got) break;

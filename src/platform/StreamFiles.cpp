@@ -18,9 +18,9 @@ class UnalignedWidePath {
 public:
     explicit UnalignedWidePath(const void *text) {
         if (text == nullptr) return;
-        const uint8_t *const bytes = static_cast<const uint8_t *>(text);
+        const auto *bytes = static_cast<const uint8_t *>(text);
         for (size_t i = 0; i < kNarrowPathRoom; ++i) {
-            memcpy(&units_[i], bytes + i * sizeof *units_, sizeof *units_);
+            memcpy(&units_[i], bytes + i * sizeof(*units_), sizeof(*units_));
             if (units_[i] == 0) {
                 valid_ = true;
                 return;
@@ -57,7 +57,7 @@ bool copy_contents(MStream source, MStream destination) {
 using namespace quorv;
 
 int32_t MStreamFileExistsS(const char *path) {
-    MStreamRecord *const stream = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ);
+    MStreamRecord *stream = MStreamOpenFromFileS(path, MSTREAM_OPEN_READ);
     if (stream == nullptr) return 0;
     MStreamClose(stream);
     return 1;
@@ -90,9 +90,9 @@ int32_t MStreamFileCopyS(const void *destination, const void *source) {
     const UnalignedWidePath from(source);
     // Opening the destination empties it, which must not happen to the source.
     if (is_same_file(NarrowPath(to.get()).get(), NarrowPath(from.get()).get())) return 0;
-    MStreamRecord *const in = MStreamOpenFromFileW(from.get(), MSTREAM_OPEN_READ);
+    MStreamRecord *in = MStreamOpenFromFileW(from.get(), MSTREAM_OPEN_READ);
     if (in == nullptr) return 0;
-    MStreamRecord *const out = MStreamOpenFromFileW(to.get(), MSTREAM_OPEN_CREATE);
+    MStreamRecord *out = MStreamOpenFromFileW(to.get(), MSTREAM_OPEN_CREATE);
     if (out == nullptr) {
         MStreamClose(in);
         return 0;

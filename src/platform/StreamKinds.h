@@ -7,6 +7,8 @@
 
 #include <memory>
 
+#include "platform/MemoryOwner.h"
+
 namespace quorv {
 
 constexpr uintptr_t kFileStream = 1;
@@ -23,7 +25,7 @@ inline bool is_memory_stream(MStream stream) {
 }
 
 // A zeroed record of this kind; null when there is no memory.
-MStream new_stream_record(uintptr_t kind);
+[[nodiscard]] Owned<MStreamRecord> new_stream_record(uintptr_t kind);
 
 struct CloseOwnedStream {
     void operator()(MStream stream) const { MStreamClose(stream); }
@@ -41,16 +43,16 @@ int32_t file_stream_flush(MStream stream);
 int32_t file_stream_close(MStream stream);
 
 // Whether a read or write of this file has failed since it was opened; tells a failed read from the end.
-bool file_stream_failed(MStream stream);
+[[nodiscard]] bool file_stream_failed(MStream stream);
 // Takes the C library's buffer away: what is written goes to the system at once, and a write that fails comes
 // back short. Before the first read or write only.
 void file_stream_unbuffer(MStream stream);
 // Brings what was written to the disk; false when not all of it got there.
-bool file_stream_sync(MStream stream);
+[[nodiscard]] bool file_stream_sync(MStream stream);
 // The system's number of the open file.
 int file_stream_descriptor(MStream stream);
 // A stream to a file that is new and that none but its owner may open; null when the path names anything.
-MStream create_private_file_stream(const char *path);
+[[nodiscard]] MStream create_private_file_stream(const char *path);
 
 }  // namespace quorv
 

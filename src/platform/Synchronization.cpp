@@ -81,7 +81,7 @@ uint32_t MEventSignal(MEvent event) {
 uint32_t MEventWait(MEvent event, uint32_t timeout) {
     if (event == nullptr) return ResultInvalidArg;
     if (timeout != kForever) return ResultFailed;
-    pthread_mutex_t *const mutex = &event_of(event)->mutex;
+    pthread_mutex_t *mutex = &event_of(event)->mutex;
     if (pthread_mutex_lock(mutex) != 0) return ResultFailed;
     const bool waited = pthread_cond_wait(&event_of(event)->condition, mutex) == 0;
     const bool unlocked = pthread_mutex_unlock(mutex) == 0;

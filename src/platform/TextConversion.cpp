@@ -43,9 +43,9 @@ Utf8Lead classify_lead(uint8_t byte) {
     if (byte < 0x80) return {0, byte};
     for (int32_t following = 1; following <= 5; ++following) {
         // `following` + 1 ones and a zero, from the top
-        const uint8_t payload_mask = static_cast<uint8_t>(0x3F >> following);
-        const uint8_t marker_mask = static_cast<uint8_t>(~payload_mask);
-        const uint8_t marker = static_cast<uint8_t>(marker_mask << 1);
+        const auto payload_mask = static_cast<uint8_t>(0x3F >> following);
+        const auto marker_mask = static_cast<uint8_t>(~payload_mask);
+        const auto marker = static_cast<uint8_t>(marker_mask << 1);
         if ((byte & marker_mask) == marker) return {following, static_cast<uint16_t>(byte & payload_mask)};
     }
     return {-1, 0};
@@ -57,7 +57,7 @@ bool read_utf8(const char *&src, uint16_t &unit) {
     if (lead.following < 0) return false;
     uint32_t value = lead.bits;
     for (int32_t i = 0; i < lead.following; ++i) {
-        const uint8_t byte = static_cast<uint8_t>(*src);
+        const auto byte = static_cast<uint8_t>(*src);
         if (byte == 0) return false;
         value = (value << 6 | (byte & 0x3F)) & 0xFFFF;
         ++src;

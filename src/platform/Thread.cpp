@@ -28,8 +28,10 @@ uint32_t MThreadSleep(MThread /*thread*/, uint32_t ms) {
     timespec left = {};
     left.tv_sec = static_cast<time_t>(ms / 1000);
     left.tv_nsec = static_cast<long>(ms % 1000) * 1000000;
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
+    int slept;
+    do
+        slept = nanosleep(&left, &left);
+    while (slept != 0 && errno == EINTR);
     return 0;
 }
 

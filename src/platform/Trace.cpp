@@ -1,12 +1,12 @@
 // Trace output: messages on standard output, and binary records on the context's trace stream.
 
 #include <quorv/platform/log.h>
-#include <quorv/platform/memory.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
 
 #include "platform/LogStream.h"
+#include "platform/MemoryOwner.h"
 #include "platform/PlatformContext.h"
 #include "platform/TraceRecords.h"
 
@@ -26,17 +26,13 @@ constexpr uint32_t kMaxValues = (kMaxRecordLength - kDataHead) / 4;
 // Room to assemble one record in, zeroed: on the stack when it is short, else on the heap.
 class RecordBuffer {
 public:
-    explicit RecordBuffer(uint32_t length)
-        : length_(length),
-          bytes_(length <= sizeof short_record_ ? short_record_
-                                                : static_cast<uint8_t *>(MMemAlloc(nullptr, length))) {
+    explicit RecordBuffer(uint32_t length) : length_(length), bytes_(short_record_) {
+        if (length > sizeof(short_record_)) {
+            long_record_ = make_array<uint8_t>(length);
+            bytes_ = long_record_.get();
+        }
         if (bytes_ != nullptr) memset(bytes_, 0, length);
     }
-    ~RecordBuffer() {
-        if (bytes_ != short_record_) MMemFree(nullptr, bytes_);
-    }
-    RecordBuffer(const RecordBuffer &) = delete;
-    RecordBuffer &operator=(const RecordBuffer &) = delete;
 
     bool has_memory() const { return bytes_ != nullptr; }
     uint8_t *at(size_t offset) { return bytes_ + offset; }
@@ -49,7 +45,8 @@ public:
 private:
     uint32_t length_;
     uint8_t short_record_[kTextHead + 240];
-    uint8_t *bytes_;
+    Owned<uint8_t[]> long_record_;
+    uint8_t *bytes_;  // in one of the two
 };
 
 }  // namespace
@@ -59,7 +56,7 @@ uint32_t write_text_record(uint32_t level, uint32_t kind, uintptr_t identifier, 
     // Whole words, with room for the zero byte.
     const size_t padded = (text_length + 4) & ~size_t{3};
     if (text_length > kMaxRecordLength || padded + kTextHead > kMaxRecordLength) return ResultInvalidArg;
-    const uint32_t length = static_cast<uint32_t>(padded) + kTextHead;
+    const auto length = static_cast<uint32_t>(padded) + kTextHead;
     RecordBuffer record(length);
     if (!record.has_memory()) return ResultNoMemory;
     record.put_word(0, kind << 16 | length);
@@ -73,13 +70,13 @@ uint32_t write_text_record(uint32_t level, uint32_t kind, uintptr_t identifier, 
 using namespace quorv;
 
 int32_t MTraceS(uint32_t level, const char *format, ...) {
-    const MPlatContext *const context = MSTATIC_MGetContext();
+    const MPlatContext *context = MSTATIC_MGetContext();
     const uint32_t mask = context == nullptr ? 0 : static_cast<uint32_t>(context->trace_mask);
     if ((mask & level) == 0 || format == nullptr) return static_cast<int32_t>(mask);
     char text[kMaxPrinted];
     va_list arguments;
     va_start(arguments, format);
-    const int length = vsnprintf(text, sizeof text, format, arguments);
+    const int length = vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
     if (length < 0) return length;
     const int printed = printf("%s", text);
@@ -92,7 +89,7 @@ uint32_t MSTATIC_MDebugStreamOpenS(const char *path, MLogHandle *log) {
 }
 
 uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t length) {
-    const MPlatContext *const context = MSTATIC_MGetContext();
+    const MPlatContext *context = MSTATIC_MGetContext();
     if (context == nullptr) return ResultFailed;
     const MutexLock lock(context->trace_mutex);
     if (context->trace_stream == 0) return ResultFailed;
@@ -100,7 +97,7 @@ uint32_t MSTATIC_MDebugStreamDump(uint32_t level, const void *data, uint32_t len
 }
 
 uint32_t MSTATIC_MDebugStreamClose(void) {
-    MPlatContext *const context = MSTATIC_MGetContext();
+    MPlatContext *context = MSTATIC_MGetContext();
     if (context == nullptr) return ResultFailed;
     const MutexLock lock(context->trace_mutex);
     if (context->trace_stream == 0) return ResultFailed;

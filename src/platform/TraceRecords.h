@@ -10,7 +10,8 @@ namespace quorv {
 inline constexpr char kTraceSignature[4] = {'Q', 'U', 'D', 'D'};
 
 // Writes a text record with this identifier to the context's trace stream; results as MSTATIC_MTableOutPutID.
-uint32_t write_text_record(uint32_t level, uint32_t kind, uintptr_t identifier, const char *text);
+[[nodiscard]] uint32_t write_text_record(uint32_t level, uint32_t kind, uintptr_t identifier,
+                                         const char *text);
 
 }  // namespace quorv
 

@@ -3,6 +3,7 @@
 #include <quorv/platform/memory.h>
 #include <quorv/platform/strings.h>
 #include <stdarg.h>
+#include <string.h>
 
 #include "platform/AsciiCase.h"
 
@@ -43,8 +44,7 @@ size_t MWCsLen(const uint16_t *s) {
 }
 
 void MWCsCpy(uint16_t *dst, const uint16_t *src) {
-    while ((*dst++ = *src++) != 0) {
-    }
+    memmove(dst, src, (MWCsLen(src) + 1) * sizeof(*src));
 }
 
 void MWCsCat(uint16_t *dst, const uint16_t *src) {
