@@ -177,7 +177,7 @@ def sixteen_bit_taps(columns):
             if p in (3, 4):
                 wide.append(quotient)
     assert all(-2 ** 15 <= tap < 2 ** 15 for tap in narrow + wide)
-    text = [line for values, size in ((narrow, (8, 4, 2)), (wide, (2, 4, 2)))
+    text = [line for values, size in ((narrow, (8, 16, 2)), (wide, (2, 16, 2)))
             for line in ["    {", *rows(values, size), "    },"]]
     return "\n".join(["    {", *text, "    },"])
 
@@ -203,12 +203,11 @@ def synthesis_tables():
         "// The same for four columns side by side: [output j, or 32 - j][taps of A, of -B][pair p][j]. Those of -B are in\n"
         "// reverse order in each group of four.\n" +
         array("int32_t", "synthesisWindowLanes", lanes, (2, 2, 8, 16)),
-        "// The same for 16-bit products, four columns side by side: a tap is 4 wide + narrow in pairs 3 and 4, and all "
+        "// The same for 16-bit products, [pair p][j][tap of A, of B]: a tap is 4 wide + narrow in pairs 3 and 4, and all "
         "narrow\n// in the others.\n"
-        "struct alignas(16) SynthesisTaps {\n    int16_t narrow[8][4][2];\n    int16_t wide[2][4][2];\n};\n",
-        "inline constexpr SynthesisTaps synthesisTaps[2][4] = {\n" +
-        "\n".join("    {\n" + "\n".join(sixteen_bit_taps(half[4 * g:4 * g + 4]) for g in range(4)) + "\n    },"
-                  for half in (upper, lower)) + "\n};\n",
+        "struct alignas(32) SynthesisTaps {\n    int16_t narrow[8][16][2];\n    int16_t wide[2][16][2];\n};\n",
+        "inline constexpr SynthesisTaps synthesisTaps[2] = {\n" +
+        "\n".join(sixteen_bit_taps(half) for half in (upper, lower)) + "\n};\n",
         "// Gain presets of the equaliser by subband, in units of 2^-28: " + ", ".join(n for n, _ in EQUALIZER) + ".\n" +
         array("int32_t", "equalizerGain", [fixed(10 ** ((gains + gains[-1:] * 32)[sb] / 20), 28)
                                            for _, gains in EQUALIZER for sb in range(32)], (len(EQUALIZER), 32))])

@@ -6,6 +6,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "mp3dec/kernels/Columns.h"
+
 namespace quorv {
 namespace {
 
@@ -172,31 +174,6 @@ inline void store_lanes(int32_t *to, Lane4 a) {
 inline Lane4 negate_odd(Lane4 a) {
     const __m128i odd = _mm_set_epi32(-1, 0, -1, 0);
     return {_mm_sub_epi32(_mm_xor_si128(a.value, odd), odd)};
-}
-
-template <uint32_t columns>
-inline void load_columns(const int32_t *from, size_t stride, Lane4 x[columns]) {
-    for (uint32_t k = 0; k < columns; k += 4) {
-        // The last block may overlap the one before.
-        const uint32_t first = k + 4 <= columns ? k : columns - 4;
-        Lane4 block[4];
-        for (uint32_t row = 0; row < 4; ++row)
-            block[row] = load_lanes(Lane4{}, from + row * stride + first);
-        transpose(block);
-        for (uint32_t i = 0; i < 4; ++i)
-            x[first + i] = block[i];
-    }
-}
-
-template <uint32_t columns>
-inline void store_columns(const Lane4 x[columns], int32_t *to, size_t stride) {
-    for (uint32_t k = 0; k < columns; k += 4) {
-        const uint32_t first = k + 4 <= columns ? k : columns - 4;
-        Lane4 block[4] = {x[first], x[first + 1], x[first + 2], x[first + 3]};
-        transpose(block);
-        for (uint32_t row = 0; row < 4; ++row)
-            store_lanes(to + row * stride + first, block[row]);
-    }
 }
 
 }  // namespace

@@ -57,6 +57,8 @@ Mp3Kernels mp3_best_kernels();
 
 Mp3Kernels mp3_portable_kernels();
 Mp3Kernels mp3_sse2_kernels();
+Mp3Kernels mp3_avx2_kernels();
+Mp3Kernels mp3_neon_kernels();
 
 }  // namespace quorv
 

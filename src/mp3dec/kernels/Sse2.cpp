@@ -27,7 +27,7 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
 
 Mp3Kernels mp3_sse2_kernels() {
     return {"SSE2",       Lane4::kCount, requantize, dequantize<Lane4>, reduce_alias<Lane4>,
-            imdct<Lane4>, dct32<Lane4>,  window};
+            imdct<Lane4>, dct32<Lane4>,  window<Words4>};
 }
 
 }  // namespace quorv

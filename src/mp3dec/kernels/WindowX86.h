@@ -42,41 +42,82 @@ __m128i reverse32(__m128i value) {
     return _mm_shuffle_epi32(value, _MM_SHUFFLE(0, 1, 2, 3));
 }
 
-struct Sum {
-    __m128i narrow, wide;  // of r and of q
+// As many 32-bit words side by side as a set of kernels handles at once: four here, eight with AVX2.
+struct Words4 {
+    __m128i value;
+
+    static constexpr uint32_t kCount = 4;
 };
 
-__m128i taps_at(const int16_t (*taps)[2]) {
-    return _mm_load_si128(reinterpret_cast<const __m128i *>(taps));
+inline Words4 load_words(Words4 /*kind*/, const int16_t (*from)[2]) {
+    return {load(from)};
 }
 
-// Eight pairs of a slot and the even or odd ones before it, four outputs side by side.
-Sum sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps) {
+inline void store_words(int16_t *to, Words4 a) {
+    store(to, a.value);
+}
+
+inline Words4 all_words(Words4 /*kind*/, int32_t value) {
+    return {_mm_set1_epi32(value)};
+}
+
+inline Words4 operator+(Words4 a, Words4 b) {
+    return {_mm_add_epi32(a.value, b.value)};
+}
+
+template <int bits>
+inline Words4 shift_right(Words4 a) {
+    return {_mm_srai_epi32(a.value, bits)};
+}
+
+// The sums of the products of both halves.
+inline Words4 sum_products(Words4 a, Words4 b) {
+    return {_mm_madd_epi16(a.value, b.value)};
+}
+
+// Both in order, saturated to 16 bits.
+inline Words4 pack(Words4 a, Words4 b) {
+    return {_mm_packs_epi32(a.value, b.value)};
+}
+
+inline Words4 reverse_halves(Words4 a) {
+    constexpr int kReverse = _MM_SHUFFLE(0, 1, 2, 3);
+    const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(a.value, kReverse), kReverse);
+    return {_mm_shuffle_epi32(halves, _MM_SHUFFLE(1, 0, 3, 2))};
+}
+
+template <class Words>
+struct WindowSum {
+    Words narrow, wide;  // of r and of q
+};
+
+// Eight pairs of a slot and the even or odd ones before it, outputs side by side.
+template <class Words>
+inline WindowSum<Words> sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps, uint32_t column) {
     constexpr ptrdiff_t kBack = sizeof(Mp3SplitSlot) / sizeof *pairs;
-    Sum sum{_mm_madd_epi16(load(pairs), taps_at(taps.narrow[0])), {}};
-    for (uint32_t p = 1; p < kMp3WindowPairs; ++p) {
-        const __m128i values = load(pairs - static_cast<ptrdiff_t>(p) * kBack);
-        sum.narrow = _mm_add_epi32(sum.narrow, _mm_madd_epi16(values, taps_at(taps.narrow[p])));
-        if (p == kWide) sum.wide = _mm_madd_epi16(values, taps_at(taps.wide[0]));
-        if (p == kWide + 1) sum.wide = _mm_add_epi32(sum.wide, _mm_madd_epi16(values, taps_at(taps.wide[1])));
+    constexpr Words kKind{};
+    WindowSum<Words> sum{sum_products(load_words(kKind, pairs), load_words(kKind, taps.narrow[0] + column)),
+                         {}};
+#pragma GCC unroll 8
+    for (ptrdiff_t p = 1; p < static_cast<ptrdiff_t>(kMp3WindowPairs); ++p) {
+        const Words values = load_words(kKind, pairs - p * kBack);
+        sum.narrow = sum.narrow + sum_products(values, load_words(kKind, taps.narrow[p] + column));
+        if (p == kWide) sum.wide = sum_products(values, load_words(kKind, taps.wide[0] + column));
+        if (p == kWide + 1)
+            sum.wide = sum.wide + sum_products(values, load_words(kKind, taps.wide[1] + column));
     }
     return sum;
 }
 
-// Four output samples in 32 bits, rounded but not saturated.
-inline __m128i four_samples(const Mp3SplitSlot *newest, uint32_t first, const SynthesisTaps &taps) {
-    const Sum high = sum_of_pairs(newest->high + first, taps), low = sum_of_pairs(newest->low + first, taps);
-    const __m128i rounding = _mm_set1_epi32(kMp3OutputRounding);
-    const __m128i low_sum = _mm_srai_epi32(
-        _mm_add_epi32(low.wide, _mm_srai_epi32(_mm_add_epi32(low.narrow, rounding), 2)), kLowBits - 2);
-    const __m128i sum = _mm_add_epi32(high.wide, _mm_srai_epi32(_mm_add_epi32(high.narrow, low_sum), 2));
-    return _mm_srai_epi32(sum, kMp3OutputShift - kLowBits - 2);
-}
-
-__m128i reverse16(__m128i value) {
-    constexpr int kReverse = _MM_SHUFFLE(0, 1, 2, 3);
-    const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(value, kReverse), kReverse);
-    return _mm_shuffle_epi32(halves, _MM_SHUFFLE(1, 0, 3, 2));
+// Output samples in 32 bits, rounded but not saturated.
+template <class Words>
+inline Words wide_samples(const Mp3SplitSlot *newest, uint32_t first, const SynthesisTaps &taps,
+                          uint32_t column) {
+    const auto high = sum_of_pairs<Words>(newest->high + first + column, taps, column),
+               low = sum_of_pairs<Words>(newest->low + first + column, taps, column);
+    const Words rounding = all_words(Words{}, kMp3OutputRounding);
+    const Words low_sum = shift_right<kLowBits - 2>(low.wide + shift_right<2>(low.narrow + rounding));
+    return shift_right<kMp3OutputShift - kLowBits - 2>(high.wide + shift_right<2>(high.narrow + low_sum));
 }
 
 // Where a slot of the frame is.
@@ -98,14 +139,17 @@ void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot &t) {
 }
 
 // The 32 output samples of a slot.
-void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands]) {
-    for (uint32_t group = 0; group < 4; group += 2) {
-        const uint32_t j = 4 * group;
-        const auto &upper = synthesisTaps[0], &lower = synthesisTaps[1];
-        store(output + j, _mm_packs_epi32(four_samples(newest, j, upper[group]),
-                                          four_samples(newest, j + 4, upper[group + 1])));
-        store(output + 24 - j, reverse16(_mm_packs_epi32(four_samples(newest, j + 1, lower[group]),
-                                                         four_samples(newest, j + 5, lower[group + 1]))));
+template <class Words>
+inline void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands]) {
+    constexpr uint32_t kCount = Words::kCount;
+    const SynthesisTaps &upper = synthesisTaps[0], &lower = synthesisTaps[1];
+#pragma GCC unroll 2
+    for (uint32_t j = 0; j < kMp3Subbands / 2; j += 2 * kCount) {
+        store_words(output + j, pack(wide_samples<Words>(newest, 0, upper, j),
+                                     wide_samples<Words>(newest, 0, upper, j + kCount)));
+        store_words(output + kMp3Subbands - 2 * kCount - j,
+                    reverse_halves(pack(wide_samples<Words>(newest, 1, lower, j),
+                                        wide_samples<Words>(newest, 1, lower, j + kCount))));
     }
 }
 
@@ -130,17 +174,18 @@ void advance(Mp3Channel *channel, uint32_t slots) {
     MMemCpy(channel->slots[kMp3PastSlots - 1], channel->samples()[slots - 1], sizeof(Mp3Slot));
 }
 
+template <class Words>
 void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
     for (uint32_t ch = 0; ch < count; ++ch)
         enter_slots(&channels[ch], slots);
-    for (uint32_t slot = 0; slot < slots; ++slot, pcm += kMp3Subbands * count) {
+    for (uint32_t slot = 0; slot < slots; ++slot, pcm += size_t{kMp3Subbands} * count) {
         if (count == 1) {
-            window_sum(split_slot(&channels[0].split, slot), pcm);
+            window_sum<Words>(split_slot(&channels[0].split, slot), pcm);
             continue;
         }
         int16_t left[kMp3Subbands], right[kMp3Subbands];
-        window_sum(split_slot(&channels[0].split, slot), left);
-        window_sum(split_slot(&channels[1].split, slot), right);
+        window_sum<Words>(split_slot(&channels[0].split, slot), left);
+        window_sum<Words>(split_slot(&channels[1].split, slot), right);
         put_stereo(left, right, pcm);
     }
     for (uint32_t ch = 0; ch < count; ++ch)
