@@ -50,8 +50,9 @@ struct Mp3Channel {
     // Whether a slot's samples may add up to more than kMp3SafeSum.
     bool is_loud;
 
-    // The frame's subband samples.
-    Mp3Slot *samples() { return slots + kMp3PastSlots; }
+    // The frame's subband samples. Always inline: kernels are compiled for more than every processor has, and
+    // no other code may end up with their copy of a function.
+    [[gnu::always_inline]] Mp3Slot *samples() { return slots + kMp3PastSlots; }
 };
 
 }  // namespace quorv

@@ -194,14 +194,12 @@ def synthesis_tables():
     # B is t with the sign changed.
     taps = [16 * sign * column[p][which] for half in (upper, lower) for column in half
             for which, sign in ((0, 1), (1, -1)) for p in range(8)]
-    columns = [upper, [[(0, 0)] * 8] + lower[:15]]
-    lanes = [16 * sign * half[j ^ flip][p][which] for half in columns
-             for which, sign, flip in ((0, 1, 0), (1, -1, 3)) for p in range(8) for j in range(16)]
+    lanes = [16 * sign * half[j][p][which] for half in (upper, lower)
+             for which, sign in ((0, 1), (1, -1)) for p in range(8) for j in range(16)]
     return ("Window of the polyphase synthesis.", [
         "// [upper: output j, or lower: output 31 - j][j][eight taps of A, eight of -B], in units of 2^-20.\n" +
         array("int32_t", "synthesisWindow", taps, (2, 16, 16)),
-        "// The same for four columns side by side: [output j, or 32 - j][taps of A, of -B][pair p][j]. Those of -B are in\n"
-        "// reverse order in each group of four.\n" +
+        "// The same for several columns side by side: [upper, lower][taps of A, of -B][pair p][j].\n" +
         array("int32_t", "synthesisWindowLanes", lanes, (2, 2, 8, 16)),
         "// The same for 16-bit products, [pair p][j][tap of A, of B]: a tap is 4 wide + narrow in pairs 3 and 4, and all "
         "narrow\n// in the others.\n"

@@ -2,8 +2,6 @@
 #ifndef QUORV_SRC_MP3DEC_KERNELS_HYBRIDKERNEL_H
 #define QUORV_SRC_MP3DEC_KERNELS_HYBRIDKERNEL_H
 
-#include <initializer_list>
-
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/kernels/CosineTransforms.h"
 #include "mp3dec/kernels/Mp3Kernels.h"
@@ -230,13 +228,18 @@ void transform_group(Mp3Channel *channel, uint32_t subband, const Mp3Windows &wi
         imdct_group(x, windows, places, subband);
 }
 
+// Makes the factors what add_windowed() takes, those from `rising` on what subtract_windowed() does.
+template <class Lanes>
+inline void prepare_window(Lanes kind, uint32_t rising, int32_t *window) {
+    for (uint32_t i = 0; i < 36; ++i)
+        window[i] = i < rising ? added_factor(kind, window[i]) : subtracted_factor(kind, window[i]);
+}
+
 template <class Lanes>
 Mp3Loudness imdct(Mp3Channel *channel, const Mp3Windows &windows, uint32_t subbands, uint32_t slot) {
     Mp3Windows own = windows;
-    for (int32_t *const window : std::initializer_list<int32_t *>{own.normal, own.block}) {
-        for (uint32_t i = 0; i < 36; ++i)
-            window[i] = window_factor(Lanes{}, window[i]);
-    }
+    prepare_window(Lanes{}, 9, own.normal);
+    prepare_window(Lanes{}, windows.is_short ? 3 : 9, own.block);
     Mp3Loudness loudness{};
     for (uint32_t subband = 0; subband < subbands; subband += Lanes::kCount)
         transform_group<Lanes>(channel, subband, own, slot, &loudness);

@@ -54,8 +54,12 @@ inline Lane1 mul(Lane1 a, int32_t factor) {
     return mul_add({0}, a, factor);
 }
 
-// The factor of a block's window as the next two functions take it; `large` is whether it is a half or more.
-inline int32_t window_factor(Lane1 /*kind*/, int32_t factor) {
+// The factors of a block's window as the functions behind take them; `large` is whether it is a half or more.
+inline int32_t added_factor(Lane1 /*kind*/, int32_t factor) {
+    return twice(factor);
+}
+
+inline int32_t subtracted_factor(Lane1 /*kind*/, int32_t factor) {
     return twice(factor);
 }
 

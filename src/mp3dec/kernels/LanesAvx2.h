@@ -64,9 +64,12 @@ inline Lane8 mul_sub(Lane8 sum, Lane8 a, int32_t factor) {
     return (factor <= 1 << 30 ? sum : sum - a) + product;
 }
 
-// These are not known before.
-inline int32_t window_factor(Lane8 /*kind*/, int32_t factor) {
+inline int32_t added_factor(Lane8 /*kind*/, int32_t factor) {
     return factor;
+}
+
+inline int32_t subtracted_factor(Lane8 /*kind*/, int32_t factor) {
+    return -factor;
 }
 
 inline Lane8 high_products_of_twice(Lane8 a, __m256i factor) {
@@ -82,7 +85,7 @@ inline Lane8 add_windowed(Lane8 sum, Lane8 a, int32_t factor) {
 
 template <bool large>
 inline Lane8 subtract_windowed(Lane8 sum, Lane8 a, int32_t factor) {
-    return sum + high_products_of_twice(a, _mm256_set1_epi32(-factor));
+    return sum + high_products_of_twice(a, _mm256_set1_epi32(factor));
 }
 
 inline void rotate(Lane8 a, Lane8 b, int32_t c, int32_t s, Lane8 *p, Lane8 *q) {

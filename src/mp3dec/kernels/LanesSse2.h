@@ -96,7 +96,11 @@ inline Lane4 mul_sub(Lane4 sum, Lane4 a, int32_t factor) {
     return sum - in_order(products<true>(with_offset(a), f)) + Lane4{f.all};
 }
 
-inline int32_t window_factor(Lane4 /*kind*/, int32_t factor) {
+inline int32_t added_factor(Lane4 /*kind*/, int32_t factor) {
+    return factor;
+}
+
+inline int32_t subtracted_factor(Lane4 /*kind*/, int32_t factor) {
     return factor;
 }
 
