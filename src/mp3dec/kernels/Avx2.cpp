@@ -66,7 +66,8 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
 }  // namespace
 
 Mp3Kernels mp3_avx2_kernels() {
-    return {"AVX2", Lane8::kCount, requantize, dequantize<Lane8>, reduce_alias<Lane8>, imdct<Lane8>, dct32<Lane8>, window<Words8>};
+    return {"AVX2",       Lane8::kCount, requantize,    dequantize<Lane8>, reduce_alias<Lane8>,
+            imdct<Lane8>, dct32<Lane8>,  window<Words8>};
 }
 
 }  // namespace quorv

@@ -40,6 +40,10 @@ inline Lane4 mul(Lane4 a, int32_t factor) {
     return {vqrdmulhq_lane_s32(a.value, f, 0)};
 }
 
+inline Lane4 mul(Lane4 a, Lane4 factors) {
+    return {vqrdmulhq_s32(a.value, factors.value)};
+}
+
 inline Lane4 mul_add(Lane4 sum, Lane4 a, int32_t factor) {
     return sum + mul(a, factor);
 }

@@ -2,6 +2,7 @@
 
 #include <quorv/platform/memory.h>
 
+#include "mp3dec/kernels/DequantizeKernel.h"
 #include "mp3dec/kernels/HybridKernel.h"
 #include "mp3dec/kernels/LanesNeon.h"
 #include "mp3dec/kernels/SynthesisKernel.h"
@@ -101,10 +102,24 @@ void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) 
         MMemMove(channels[ch].slots, channels[ch].slots + slots, sizeof(Mp3Slot) * kMp3PastSlots);
 }
 
+// The powers are looked up one by one.
+void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift) {
+    const int32x4_t bits = vdupq_n_s32(-shift);
+    uint32_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        int32_t *const at = lines + i;
+        const int32x4_t four = {powers[at[0]], powers[at[1]], powers[at[2]], powers[at[3]]};
+        vst1q_s32(at, vrshlq_s32(four, bits));
+    }
+    for (; i < count; ++i)
+        lines[i] = (powers[lines[i]] + (1 << (shift - 1))) >> shift;
+}
+
 }  // namespace
 
 Mp3Kernels mp3_neon_kernels() {
-    return {"NEON", Lane4::kCount, reduce_alias<Lane4>, imdct<Lane4>, dct32<Lane4>, window};
+    return {"NEON",       Lane4::kCount, requantize, dequantize<Lane4>, reduce_alias<Lane4>,
+            imdct<Lane4>, dct32<Lane4>,  window};
 }
 
 }  // namespace quorv

@@ -17,9 +17,11 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
 }
 
 void dequantize(Mp3Slot *slots, uint32_t count, const int32_t factors[kMp3Subbands]) {
-    for (uint32_t slot = 0; slot < count; ++slot) {
-        for (uint32_t sb = 0; sb < kMp3Subbands; ++sb)
-            slots[slot][sb] = mul_shift<32>(slots[slot][sb], factors[sb]);
+    for (uint32_t sb = 0; sb < kMp3Subbands; ++sb) {
+        const int32_t factor = factors[sb];
+#pragma GCC unroll 4
+        for (uint32_t slot = 0; slot < count; ++slot)
+            slots[slot][sb] = high_product(slots[slot][sb], factor);
     }
 }
 

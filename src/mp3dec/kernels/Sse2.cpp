@@ -26,7 +26,7 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
 }  // namespace
 
 Mp3Kernels mp3_sse2_kernels() {
-    return {"SSE2",       Lane4::kCount, requantize, dequantize<Lane4>, reduce_alias<Lane4>,
+    return {"SSE2",       Lane4::kCount, requantize,    dequantize<Lane4>, reduce_alias<Lane4>,
             imdct<Lane4>, dct32<Lane4>,  window<Words4>};
 }
 
