@@ -21,7 +21,7 @@ struct ChunkHeader {
     char tag[4];
     uint32_t size;
 
-    bool is(const char *name) const { return std::memcmp(tag, name, sizeof tag) == 0; }
+    bool is(const char *name) const { return std::memcmp(tag, name, sizeof(tag)) == 0; }
     // As left by writers that cannot go back, or were interrupted.
     bool is_open() const { return size == 0 || size == UINT32_MAX; }
 };
@@ -44,7 +44,7 @@ private:
 bool ChunkWalk::read(uint64_t position, ChunkHeader &chunk) {
     std::array<uint8_t, kChunkHeader> bytes;
     if (++chunks_ > kMaxChunks || file_.read_at(position, bytes) < bytes.size()) return false;
-    std::memcpy(chunk.tag, bytes.data(), sizeof chunk.tag);
+    std::memcpy(chunk.tag, bytes.data(), sizeof(chunk.tag));
     chunk.size = uint32_t{bytes[7]} << 24 | uint32_t{bytes[6]} << 16 | uint32_t{bytes[5]} << 8 | bytes[4];
     return true;
 }

@@ -56,7 +56,7 @@ public:
     explicit TemporaryFile(const std::string &target)
         : path_(target.substr(0, target.find_last_of('/') + 1) + ".quorv-XXXXXX") {
         descriptor_ = mkostemp(path_.data(), O_CLOEXEC);
-        if (descriptor_ < 0 || path_.size() >= sizeof unfinished) return;
+        if (descriptor_ < 0 || path_.size() >= sizeof(unfinished)) return;
         std::memcpy(unfinished, path_.c_str(), path_.size() + 1);
         handle_ending_signals(remove_unfinished);
     }

@@ -89,7 +89,7 @@ std::span<const uint8_t> PcmReader::read() {
         const int32_t code = QU_MP3_decoder_read(decoder_, &input, &output);
         input_ = input_.subspan(input.result);
         if (code == QU_MP3_ERROR) throw Failure(ExitCode::Io, "out of memory");
-        const auto samples = std::span<const uint8_t>(output_).first(output.result);
+        const std::span<const uint8_t> samples = std::span(output_).first(output.result);
         if (!samples.empty()) return duplicates_ ? duplicate(samples) : samples;
         if (ended_ && code == QU_MP3_NEED_INPUT) return {};
     }

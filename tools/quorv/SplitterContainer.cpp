@@ -56,7 +56,7 @@ SplitterContainer::SplitterContainer(const Splitter &splitter, FileSource &file)
     if (code != SPLITER_OK) fail(code, "cannot be opened");
     // The codec data of video need not come in front of a frame, too.
     const uint32_t no = 0;
-    splitter_.set_config(handle_, SPLITER_CFG_CODEC_DATA_FIRST, &no, sizeof no);
+    splitter_.set_config(handle_, SPLITER_CFG_CODEC_DATA_FIRST, &no, sizeof(no));
     try {
         list_tracks();
     } catch (...) {
@@ -86,7 +86,7 @@ Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
     track.number = entry.track;
     track.type = entry.type;
     const auto get_info = [&]<typename Info>(Info info) {
-        const uint32_t code = splitter_.get_track_info(handle_, entry.track, &info, sizeof info);
+        const uint32_t code = splitter_.get_track_info(handle_, entry.track, &info, sizeof(info));
         if (code != SPLITER_OK) fail(code, fmt::format("track {} cannot be described", entry.track));
         track.info = info;
     };
@@ -106,7 +106,7 @@ Track SplitterContainer::describe(const SplitterTrackEntry &entry) {
 std::span<const uint8_t> SplitterContainer::codec_data(uint32_t track) {
     SplitterTrackData data = {};
     data.track = track;
-    uint32_t size = sizeof data;
+    uint32_t size = sizeof(data);
     const uint32_t code = splitter_.get_config(handle_, SPLITER_CFG_CODEC_DATA, &data, &size);
     if (code != SPLITER_OK) fail(code, fmt::format("the codec data of track {} cannot be read", track));
     return {static_cast<const uint8_t *>(data.data), data.length};

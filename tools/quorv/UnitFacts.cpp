@@ -91,7 +91,7 @@ UnitFacts UnitReader::read(std::span<const uint8_t> head) {
 UnitFacts UnitReader::read_h264(std::span<const uint8_t> head) const {
     constexpr std::array<std::string_view, 3> kKinds = {"P", "B", "I"};
     UnitFacts facts = find_code(kNalUnits, head[kCodeAt] & 0x1F);
-    const uint8_t *const data = head.data();
+    const uint8_t *data = head.data();
     const auto length = static_cast<uint32_t>(head.size());
     uint32_t kind = VIDHDR_H264_ERR;
     if (facts.code == kNalSps) {

@@ -12,7 +12,7 @@ constexpr uint32_t kLargeSizesBytes = 28;  // of the RF64 chunk that holds the s
 
 template <typename Integer>
 void append(std::string &text, Integer value) {
-    for (unsigned shift = 0; shift < 8 * sizeof value; shift += 8)
+    for (unsigned shift = 0; shift < 8 * sizeof(value); shift += 8)
         text += static_cast<char>(value >> shift & 0xFF);
 }
 
