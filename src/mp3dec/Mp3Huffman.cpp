@@ -19,6 +19,7 @@ namespace quorv {
 namespace {
 
 using Word = Mp3BitWindow::Word;
+constexpr uint32_t kBits = Mp3BitWindow::kBits;
 
 constexpr uint8_t kNoCodes = 0;
 constexpr uint8_t kWithLinbits = 3;
@@ -28,51 +29,60 @@ constexpr uint32_t kMaxAtOnce = 10;
 // That many fit what the window shows.
 constexpr int32_t kAtOnce = Mp3BitWindow::kAhead / kMaxAtOnce;
 
-uint32_t find_leaf(Mp3BitWindow *bits, const uint16_t *level) {
-    for (;;) {
-        const Word word = bits->ahead(bits->position());
-        const uint32_t width = level[0] & 15u;
-        const uint32_t entry = level[1 + Mp3BitWindow::first_bits(word, width)];
-        if (entry >= kHuffmanLeaf) {
-            bits->skip(entry >> 12);
-            return entry;
-        }
-        bits->skip(width);
-        level += entry;
-    }
-}
-
 // Pairs of one table.
 struct Pairs {
     const Mp3BitWindow &bits;
     const uint16_t *root;
     uint32_t shift;  // leaves the bits that the root is looked up by
     uint32_t table;
+    uint32_t linbits;
     Mp3Spectrum *spectrum;
 };
 
-// Reads what follows the code of a value, linbits and the sign, and puts it into the spectrum.
-void put_value(Mp3BitWindow *bits, uint32_t magnitude, uint32_t linbits, Mp3Spectrum *spectrum,
-               int32_t *output) {
-    if (linbits != 0 && magnitude == kEscape) magnitude += bits->read(linbits);
-    const bool negative = magnitude != 0 && bits->read(1) != 0;
-    *output = negative ? -static_cast<int32_t>(magnitude) : static_cast<int32_t>(magnitude);
-    if (magnitude <= kMp3SmallValue) return;
-    spectrum->magnitudes |= magnitude;
-    spectrum->large[spectrum->large_count++] = {static_cast<uint16_t>(output - spectrum->lines),
-                                                static_cast<int16_t>(*output)};
-    *output = 0;
+// A code longer than the root, as a root entry that has no signs. Moves the position to the end of the root's
+// part.
+uint32_t find_long_code(const Pairs &pairs, uint32_t *position) {
+    Word word = pairs.bits.ahead(*position);
+    const uint16_t *level = &huffTable[huffTabOffset[pairs.table]];
+    for (;;) {
+        const uint32_t width = level[0] & 15u;
+        const uint32_t entry = level[1 + Mp3BitWindow::first_bits(word, width)];
+        if (entry >= kHuffmanLeaf) return (entry & 0xFF0) << 4 | entry >> 12 << 4;
+        *position += width;
+        word <<= width;
+        level += entry;
+    }
 }
 
-// A pair of any length, linbits included. Returns the position behind it.
-[[gnu::noinline]] uint32_t put_long_pair(const Pairs &pairs, uint32_t position, int32_t *output) {
-    Mp3BitWindow bits = pairs.bits;
-    bits.move_to(position);
-    const uint32_t leaf = find_leaf(&bits, &huffTable[huffTabOffset[pairs.table]]);
-    const uint32_t linbits = huffTabLookup[pairs.table].linbits;
-    put_value(&bits, leaf >> 4 & 15, linbits, pairs.spectrum, output);
-    put_value(&bits, leaf >> 8 & 15, linbits, pairs.spectrum, output + 1);
-    return bits.position();
+// Puts a value whose linbits and sign are at the position. Returns the position behind them.
+inline uint32_t put_value(const Pairs &pairs, uint32_t position, uint32_t magnitude, int32_t *output) {
+    Word word = pairs.bits.ahead(position);
+    if (magnitude == kEscape) {
+        magnitude += Mp3BitWindow::first_bits(word, pairs.linbits);
+        word <<= pairs.linbits;
+        position += pairs.linbits;
+    }
+    const uint32_t coded = magnitude != 0 ? 1 : 0,
+                   negative = static_cast<uint32_t>(word >> (kBits - 1)) & coded;
+    const int32_t value = static_cast<int32_t>((magnitude ^ (0 - negative)) + negative);
+    *output = value;
+    if (magnitude > kMp3SmallValue) {
+        Mp3Spectrum *const spectrum = pairs.spectrum;
+        spectrum->magnitudes |= magnitude;
+        spectrum->large[spectrum->large_count++] = {static_cast<uint16_t>(output - spectrum->lines),
+                                                    static_cast<int16_t>(value)};
+        *output = 0;
+    }
+    return position + coded;
+}
+
+// A pair whose entry has no signs. Returns the position behind it.
+[[gnu::noinline]] uint32_t put_long_pair(const Pairs &pairs, uint32_t position, uint32_t entry,
+                                         int32_t *output) {
+    if (entry == 0) entry = find_long_code(pairs, &position);
+    position += entry >> 4 & 15;
+    position = put_value(pairs, position, entry >> 8 & 15, output);
+    return put_value(pairs, position, entry >> 12, output + 1);
 }
 
 // Some pairs, few enough for what the window shows when all are short. Returns the position behind them.
@@ -88,7 +98,7 @@ inline uint32_t put_pairs(const Pairs &pairs, uint32_t position, int32_t *output
             word <<= used;
             position += used;
         } else {
-            position = put_long_pair(pairs, position, output);
+            position = put_long_pair(pairs, position, entry, output);
             word = pairs.bits.ahead(position);
         }
     }
@@ -97,8 +107,8 @@ inline uint32_t put_pairs(const Pairs &pairs, uint32_t position, int32_t *output
 
 void decode_pairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spectrum *spectrum) {
     const HuffmanRoot root = kHuffmanRoots[table];
-    const Pairs pairs = {*bits, &kHuffmanRootEntry[root.first], Mp3BitWindow::kBits - root.width, table,
-                         spectrum};
+    const Pairs pairs = {*bits, &kHuffmanRootEntry[root.first], kBits - root.width,
+                         table, huffTabLookup[table].linbits,   spectrum};
     uint32_t position = bits->position();
     int32_t *output = spectrum->lines + spectrum->coded;
     const int32_t *const end = output + count;
@@ -146,17 +156,28 @@ int32_t dechuffpairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spec
 
 void dechuffquads(Mp3BitWindow *bits, uint32_t table, uint32_t available, Mp3Spectrum *spectrum) {
     const uint16_t *const codes = table == 0 ? kQuadEntriesA.data() : kQuadEntriesB.data();
-    const uint32_t shift = Mp3BitWindow::kBits - (table == 0 ? kQuadWidths[0] : kQuadWidths[1]);
+    const uint32_t shift = kBits - (table == 0 ? kQuadWidths[0] : kQuadWidths[1]);
     const uint32_t limit = bits->start() + available;
     int32_t *output = spectrum->lines + spectrum->coded;
     const int32_t *const end = output + ((kMp3GranuleLines - spectrum->coded) & ~3u);
     uint32_t position = bits->position();
+    // As many as the window shows while there are bits and room for all of them.
+    constexpr ptrdiff_t kValues = ptrdiff_t{4} * kAtOnce;
+    while (end - output >= kValues && limit - position >= kMaxAtOnce * kAtOnce) {
+        Word word = bits->ahead(position);
+#pragma GCC unroll 8
+        for (int32_t i = 0; i < kAtOnce; ++i, output += 4) {
+            const uint32_t entry = codes[word >> shift];
+            memcpy(output, &kQuadValues[entry >> 4], sizeof(QuadValues));
+            word <<= entry & 15;
+            position += entry & 15;
+        }
+    }
     while (output != end && position < limit) {
         const uint32_t entry = codes[bits->ahead(position) >> shift];
         position += entry & 15;
         if (position > limit) break;
-        for (uint32_t i = 0; i < 4; ++i)
-            output[i] = static_cast<int32_t>(entry << (20 + 2 * i)) >> 30;
+        memcpy(output, &kQuadValues[entry >> 4], sizeof(QuadValues));
         output += 4;
     }
     bits->move_to(position);

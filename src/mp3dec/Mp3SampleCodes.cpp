@@ -41,18 +41,17 @@ constexpr auto kTriplesOf5 = make_triples<5>();
 constexpr auto kTriplesOf9 = make_triples<9>();
 
 // The window shows all codes of a group, or has to be moved to each.
-template <bool at_once>
+template <uint32_t samples, bool at_once>
 void read_separate(const Mp3BitWindow &bits, const Mp3CodeRun &run, uint32_t width, int32_t *to) {
     const int32_t mask = static_cast<int32_t>((1u << width) - 1) << (31 - width);
     const int32_t offset = (1 << (31 - width)) - (1 << 30);
     uint32_t position = run.position;
     for (uint32_t group = 0; group < kMp3CodeGroups; ++group, position += run.step) {
         Mp3BitWindow::Word word = bits.ahead(position);
-        for (uint32_t i = 0;;) {
+#pragma GCC unroll 3
+        for (uint32_t i = 0; i < samples; ++i, to += kMp3Subbands) {
             *to = (static_cast<int32_t>(word >> (Mp3BitWindow::kBits - 31)) & mask) + offset;
-            to += kMp3Subbands;
-            if (++i == run.samples) break;
-            word = at_once ? word << width : bits.ahead(position + i * width);
+            if (i + 1 < samples) word = at_once ? word << width : bits.ahead(position + (i + 1) * width);
         }
     }
 }
@@ -83,10 +82,12 @@ void mp3_read_codes(const Mp3BitWindow &bits, const Mp3CodeRun &run, int32_t *to
                                         : levels == 5 ? kTriplesOf5.data()
                                                       : kTriplesOf9.data();
         read_triples(bits, run, triples, joined, to);
-    } else if (run.samples * width <= Mp3BitWindow::kAhead) {
-        read_separate<true>(bits, run, width, to);
+    } else if (run.samples == 1) {
+        read_separate<1, true>(bits, run, width, to);
+    } else if (kTriple * width <= Mp3BitWindow::kAhead) {
+        read_separate<kTriple, true>(bits, run, width, to);
     } else {
-        read_separate<false>(bits, run, width, to);
+        read_separate<kTriple, false>(bits, run, width, to);
     }
 }
 

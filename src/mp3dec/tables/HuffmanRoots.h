@@ -36,8 +36,9 @@ constexpr std::array<HuffmanRoot, 32> make_huffman_roots() {
 
 inline constexpr std::array<HuffmanRoot, 32> kHuffmanRoots = make_huffman_roots();
 
-// The code that these bits begin with and its signs: y and x with their signs in 5 bits each, two bits of
-// nothing, and in 4 bits how many bits all took. 0 when these bits do not tell, or linbits follow.
+// The code that these bits begin with, when they hold its signs, too: y and x with their signs in 5 bits
+// each, two bits of nothing, and in 4 bits how many bits all took. When they hold only the code, or linbits
+// follow: y, x and the bits of the code in 4 bits each, then 4 bits of 0. 0 when they do not tell the code.
 constexpr uint16_t root_entry(uint32_t table, uint32_t bits) {
     const uint32_t width = kHuffmanRoots[table].width;
     const uint32_t window = bits << (32 - width);
@@ -50,8 +51,10 @@ constexpr uint16_t root_entry(uint32_t table, uint32_t bits) {
         leaf = level[1 + (window << used >> (32 - (level[0] & 15)))];
     }
     used += leaf >> 12;
+    if (used > width) return 0;
     const uint32_t x = leaf >> 4 & 15, y = leaf >> 8 & 15, all = used + (leaf & 15);
-    if (all > width || (huffTabLookup[table].linbits != 0 && (x == 15 || y == 15))) return 0;
+    if (all > width || (huffTabLookup[table].linbits != 0 && (x == 15 || y == 15)))
+        return static_cast<uint16_t>(y << 12 | x << 8 | used << 4);
     const uint32_t x_sign = window << used >> 31, y_sign = window << (all - 1) >> 31;
     return static_cast<uint16_t>((y_sign != 0 ? 0 - y : y) << 11 | ((x_sign != 0 ? 0 - x : x) & 31) << 6 |
                                  all);
@@ -75,19 +78,18 @@ inline constexpr std::array<uint16_t, kHuffmanRootEntries> kHuffmanRootEntry = m
 // Quadruples: the bits of the longest code and of four signs, by table.
 inline constexpr uint32_t kQuadWidths[2] = {10, 8};
 
-// Four values, -1, 0 or 1 in two bits each, the first one on top, and below in 4 bits how many bits they
-// took.
+// Which of kQuadValues, and below in 4 bits how many bits its code and signs took.
 constexpr uint16_t quad_entry(uint32_t table, uint32_t bits) {
     const uint32_t width = kQuadWidths[table];
     const uint32_t code = quadTable[quadTabOffset[table] + (bits >> 4)];
-    uint32_t used = code >> 4, values = 0;
+    uint32_t used = code >> 4, index = 0;
     for (uint32_t i = 0; i < 4; ++i) {
-        values <<= 2;
+        index *= 3;
         if ((code >> (3 - i) & 1) == 0) continue;
         ++used;
-        values |= (bits >> (width - used) & 1) != 0 ? 3 : 1;
+        index += (bits >> (width - used) & 1) != 0 ? 2 : 1;
     }
-    return static_cast<uint16_t>(values << 4 | used);
+    return static_cast<uint16_t>(index << 4 | used);
 }
 
 template <uint32_t table>
@@ -100,6 +102,18 @@ constexpr std::array<uint16_t, 1u << kQuadWidths[table]> make_quad_entries() {
 
 inline constexpr auto kQuadEntriesA = make_quad_entries<0>();
 inline constexpr auto kQuadEntriesB = make_quad_entries<1>();
+
+using QuadValues = std::array<int32_t, 4>;
+
+constexpr std::array<QuadValues, 81> make_quad_values() {
+    constexpr int32_t kDigits[3] = {0, 1, -1};
+    std::array<QuadValues, 81> values{};
+    for (uint32_t i = 0; i < values.size(); ++i)
+        values[i] = {kDigits[i / 27], kDigits[i / 9 % 3], kDigits[i / 3 % 3], kDigits[i % 3]};
+    return values;
+}
+
+inline constexpr auto kQuadValues = make_quad_values();
 
 }  // namespace quorv
 
