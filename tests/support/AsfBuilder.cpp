@@ -119,7 +119,7 @@ void AsfBuilder::add_object(uint32_t stream) {
         if (room_behind(head) == 0) flush();
         const uint32_t length = std::min(room_behind(head), size - offset);
         if (offset == 0) frame.position = packet_count_;
-        const auto data = frame.data.begin() + offset;
+        const uint8_t *const data = frame.data.data() + offset;
         add_payload(head, Bytes(data, data + length));
         offset += length;
     } while (offset < size);
