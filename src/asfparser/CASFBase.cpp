@@ -16,7 +16,7 @@ CASFBase::~CASFBase() = default;
 
 Code CASFBase::CreateReader(AsfReader *reader, StreamAccess access) const {
     reader->callbacks = *source_;
-    const Code code{reader->open(access)};
+    const Code code = reader->open(access);
     reader->is_open = code == Code::Ok;
     return code;
 }
@@ -28,7 +28,7 @@ void CASFBase::DestroyReader(AsfReader *reader) {
 
 uint64_t CASFBase::GetStreamSize(StreamSource *reader, Code *code) {
     int64_t length = 0;
-    const Code result{reader->size(&length)};
+    const Code result = reader->size(&length);
     if (code != nullptr) *code = result;
     return result == Code::Ok && length > 0 ? static_cast<uint64_t>(length) : 0;
 }
@@ -36,13 +36,13 @@ uint64_t CASFBase::GetStreamSize(StreamSource *reader, Code *code) {
 int64_t CASFBase::MStreamTell_RO(StreamSource *reader) {
     if (reader->position >= 0) return reader->position;
     int64_t position = 0;
-    if (Code{reader->tell(&position)} != Code::Ok || position < 0) return 0;
+    if (reader->tell(&position) != Code::Ok || position < 0) return 0;
     reader->position = position;
     return position;
 }
 
 Code CASFBase::MStreamSeek_RO(StreamSource *reader, SeekOrigin origin, int64_t offset) {
-    return Code{reader->seek(origin, offset)};
+    return reader->seek(origin, offset);
 }
 
 Code CASFBase::SkipNBytes(StreamSource *reader, int32_t count) {
@@ -50,14 +50,14 @@ Code CASFBase::SkipNBytes(StreamSource *reader, int32_t count) {
 }
 
 Code CASFBase::MoveTo(StreamSource *reader, uint64_t position) {
-    return Code{reader->move_to(static_cast<int64_t>(position))};
+    return reader->move_to(static_cast<int64_t>(position));
 }
 
 Code CASFBase::ReadData(StreamSource *reader, void *buffer, uint32_t count, uint32_t *delivered) {
     const int64_t start = MStreamTell_RO(reader);
     uint32_t got = 0;
-    const Code code{delivered != nullptr ? reader->read_available(buffer, count, delivered)
-                                         : reader->read_fully(buffer, count, &got)};
+    const Code code = delivered != nullptr ? reader->read_available(buffer, count, delivered)
+                                           : reader->read_fully(buffer, count, &got);
     // The failure that counts is the first one.
     if (code != Code::Ok) static_cast<void>(MStreamSeek_RO(reader, SeekOrigin::Start, start));
     return code;

@@ -1,15 +1,12 @@
 // The exported functions of the AVI splitter: argument checks, and the records that callers see.
 
 #include <quorv/avi_splitter.h>
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "aviparser/AviFrame.h"
 #include "aviparser/AviHeader.h"
-#include "aviparser/AviIndex.h"
-#include "aviparser/AviMath.h"
 #include "aviparser/AviSeek.h"
 #include "splitter/CallerRecords.h"
 
@@ -24,52 +21,74 @@ AviContext *context_of(SplitterHandle handle) {
 // Null for track 0, or one above the count.
 AviTrack *find_track(const AviContext *context, uint32_t track) {
     if (context == nullptr || track == 0 || track > context->track_count) return nullptr;
-    return context->tracks[track - 1];
+    return context->tracks[track - 1].get();
 }
 
-// Takes the context that the handle holds, or makes one and opens its stream.
-uint32_t acquire_context(const SplitterStreamSource *source, SplitterHandle handle, AviContext **context) {
-    *context = context_of(handle);
-    if (*context != nullptr) return (*context)->closing ? SPLITER_ERR_INVALID_PARAM : SPLITER_OK;
-    *context = avi_new_context(*source);
-    if (*context == nullptr) return SPLITER_ERR_NO_MEMORY;
-    const uint32_t code = (*context)->source.open(StreamAccess::Read);
-    if (code != SPLITER_OK) avi_free_context(*context);
-    return code;
-}
-
-// Stores a new context, or ends it when the call that made it has failed; one that came in stays as it was.
-uint32_t release_context(AviContext *context, SplitterHandle *handle, uint32_t code) {
-    if (*handle != nullptr) return code;
-    if (code == SPLITER_OK) {
-        *handle = context;
-        return code;
+// Makes a call on the context that the handle holds, or on a new one with its stream open, which the handle
+// then gets. A new context ends when the call fails; one that came in stays as it was.
+template <typename Call>
+Code with_context(const SplitterStreamSource *source, SplitterHandle *handle, Call call) {
+    AviContext *existing = context_of(*handle);
+    if (existing != nullptr) return existing->closing ? Code::InvalidParam : call(existing);
+    Owned<AviContext> context = avi_new_context(*source);
+    if (context == nullptr) return Code::NoMemory;
+    Code code = context->source.open(StreamAccess::Read);
+    if (code != Code::Ok) return code;
+    code = call(context.get());
+    if (code == Code::Ok) {
+        *handle = context.release();
+    } else {
+        // What went wrong is told; that the stream does not close as well is not.
+        static_cast<void>(context->source.close());
     }
-    context->source.close();
-    avi_free_context(context);
     return code;
 }
 
-uint32_t rewind_all(AviContext *context) {
+Code read_header(AviContext *context) {
+    return context->header_parsed ? Code::Ok : avi_read_header(context);
+}
+
+void rewind_all(AviContext *context) {
+    for (const Owned<AviTrack> &track : context->all_tracks())
+        avi_rewind_track(*context, track.get());
+}
+
+Code open_file(AviContext *context) {
+    const Code code = read_header(context);
+    if (code == Code::Ok) rewind_all(context);
+    return code;
+}
+
+Code read_header_and_index(AviContext *context, SplitterHttpParam *param) {
+    Code code = read_header(context);
+    if (code != Code::Ok) return code;
+    code = avi_load_index_while(context, [] { return true; });
+    if (code != Code::Ok) return code;
+    const AviLegacyIndex &idx1 = context->idx1;
+    param->index_flag = idx1.position != 0 && idx1.complete && !idx1.read_failed ? 1 : 0;
+    return Code::Ok;
+}
+
+Code list_tracks(AviContext *context, SplitterTrackList *list) {
+    if (context->track_count == 0) return Code::Unsupported;
+    Owned<SplitterTrackEntry[]> &entries = context->track_list;
+    if (entries == nullptr) entries = make_array<SplitterTrackEntry>(kAviMaxTracks);
+    if (entries == nullptr) return Code::NoMemory;
     for (uint32_t i = 0; i < context->track_count; ++i)
-        avi_rewind_track(context, context->tracks[i]);
-    return SPLITER_OK;
-}
-
-uint32_t read_whole_index(AviContext *context) {
-    uint32_t code = SPLITER_OK;
-    while (avi_load_more_index(context, &code)) {
-    }
-    return code;
+        entries[i] = {i + 1, context->tracks[i]->type};
+    *list = {context->track_count, entries.get()};
+    return Code::Ok;
 }
 
 // Audio that ends before the picture is shown as lasting as long.
-void raise_duration(const AviContext &context, SplitterAudioInfo *audio) {
-    const AviTrack *longer = context.tracks[context.track_count - 1];
-    for (uint32_t i = context.track_count; i-- > 0;) {
-        if (context.tracks[i]->type == SPLITER_TRACK_VIDEO) longer = context.tracks[i];
-    }
-    audio->duration = std::max(audio->duration, saturate_to_u32(longer->duration));
+SplitterAudioInfo audio_info(const AviContext &context, const AviTrack &track) {
+    const std::span<const Owned<AviTrack>> tracks = context.all_tracks();
+    const auto is_video = [](const Owned<AviTrack> &other) { return other->type == SPLITER_TRACK_VIDEO; };
+    const auto video = std::find_if(tracks.begin(), tracks.end(), is_video);
+    const Owned<AviTrack> &longer = video != tracks.end() ? *video : tracks.back();
+    SplitterAudioInfo info = track.audio;
+    info.duration = std::max(info.duration, saturate_to_u32(longer->duration));
+    return info;
 }
 
 uint32_t duration_ms(const AviTrack &track, int32_t units) {
@@ -79,27 +98,74 @@ uint32_t duration_ms(const AviTrack &track, int32_t units) {
     return clamp_to_u32(static_cast<double>(thousandfold) * track.time_base.num / track.time_base.den);
 }
 
-uint32_t next_key_frame_time(AviContext *context, void *value, uint32_t *size) {
+Code next_key_frame_time(AviContext *context, void *value, uint32_t *size) {
     auto *record = take_record<SplitterTrackValue>(value, size);
-    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
-    AviTrack *track = find_track(context, record->track);
-    if (track == nullptr) return SPLITER_ERR_INVALID_PARAM;
+    if (record == nullptr) return Code::BufferTooSmall;
+    const AviTrack *track = find_track(context, record->track);
+    if (track == nullptr) return Code::InvalidParam;
     record->value = 0;
-    if (track->type != SPLITER_TRACK_VIDEO) return SPLITER_ERR_UNSUPPORTED;
-    uint32_t code = SPLITER_OK;
-    const int32_t place = avi_find_key_frame(context, track, track->state->frame_offset, false, &code);
-    if (place < 0) return code != SPLITER_OK ? code : uint32_t{SPLITER_ERR_UNSUPPORTED};
-    record->value = clamp_to_u32(avi_units_to_ms(*track, track->index.entries[place].timestamp));
-    return SPLITER_OK;
+    if (track->type != SPLITER_TRACK_VIDEO) return Code::Unsupported;
+    std::optional<AviIndexEntry> entry;
+    const Code code =
+        avi_find_key_frame(context, *track, track->reading.frame_offset, SeekDirection::Forward, &entry);
+    if (code != Code::Ok) return code;
+    if (!entry) return Code::Unsupported;
+    record->value = avi_stamp_to_ms(*track, entry->timestamp);
+    return Code::Ok;
 }
 
-uint32_t codec_data(const AviContext *context, void *value, uint32_t *size) {
+Code codec_data(const AviContext *context, void *value, uint32_t *size) {
     auto *record = take_record<SplitterTrackData>(value, size);
-    if (record == nullptr) return SPLITER_ERR_BUFFER_TOO_SMALL;
+    if (record == nullptr) return Code::BufferTooSmall;
     const AviTrack *track = find_track(context, record->track);
-    if (track == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    set_data(record, track->codec_data, track->codec_data_length);
-    return SPLITER_OK;
+    if (track == nullptr) return Code::InvalidParam;
+    set_data(record, track->codec_data.bytes.get(), track->codec_data.length);
+    return Code::Ok;
+}
+
+Code get_config(AviContext *context, uint32_t id, void *value, uint32_t *size) {
+    switch (id) {
+        case SPLITER_CFG_NEXT_KEYFRAME_TIME:
+            return next_key_frame_time(context, value, size);
+        case SPLITER_CFG_CODEC_DATA:
+            return codec_data(context, value, size);
+        case SPLITER_CFG_NOP:
+        default:
+            return Code::Ok;
+    }
+}
+
+Code read_frame(AviContext *context, AviTrack *track, uint8_t *buffer, uint32_t room,
+                SplitterFrameInfo *frame) {
+    AviPacket packet;
+    avi_init_packet(&packet);
+    packet.data = buffer;
+    packet.size = static_cast<int32_t>(std::min<uint32_t>(room, INT32_MAX));
+    const Code code = avi_read_frame(context, track, &packet);
+    // A callback may fail with the same code; then no size is needed.
+    const auto size = static_cast<uint32_t>(packet.size);
+    if (code == Code::BufferTooSmall && size > room) frame->size = size;
+    if (code != Code::Ok) return code;
+
+    frame->size = size;
+    frame->time_stamp = avi_time_stamp_ms(*track, packet);
+    frame->duration = duration_ms(*track, packet.duration);
+    frame->key_frame = packet.flags & kAviPacketKeyFrame;
+    return Code::Ok;
+}
+
+bool is_seekable(const AviTrack &track) {
+    return track.index.key_frame_count > 1;
+}
+
+// Reads on in the legacy index as far as it takes to tell, if that has been found.
+Code read_until_seekable(AviContext *context, const AviTrack &track) {
+    const AviLegacyIndex &idx1 = context->idx1;
+    while (!is_seekable(track) && idx1.position != 0 && !idx1.complete) {
+        const Code code = avi_read_idx1(context);
+        if (code != Code::Ok) return code;
+    }
+    return Code::Ok;
 }
 
 }  // namespace
@@ -113,71 +179,39 @@ uint32_t AVI_SPLITER_GetHTTPParam(const SplitterStreamSource *source, SplitterHt
     if (param == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *param = {};
     if (!is_complete(source) || handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AviContext *context = nullptr;
-    uint32_t code = acquire_context(source, *handle, &context);
-    if (code != SPLITER_OK) return code;
-    if (!context->header_parsed) code = avi_read_header(context);
-    if (code == SPLITER_OK) code = read_whole_index(context);
-    if (code == SPLITER_OK) {
-        const bool whole =
-            context->idx1_position != 0 && context->index_complete && !context->index_read_failed;
-        param->index_flag = whole ? 1 : 0;
-    }
-    return release_context(context, handle, code);
+    const auto call = [param](AviContext *context) { return read_header_and_index(context, param); };
+    return to_public(with_context(source, handle, call));
 }
 
 uint32_t AVI_SPLITER_Open(const SplitterStreamSource *source, uint32_t mode, SplitterHandle *handle) {
     if (!is_complete(source) || handle == nullptr || (mode != 1 && mode != 2))
         return SPLITER_ERR_INVALID_PARAM;
-    AviContext *context = nullptr;
-    uint32_t code = acquire_context(source, *handle, &context);
-    if (code != SPLITER_OK) return code;
-    if (!context->header_parsed) code = avi_read_header(context);
-    if (code == SPLITER_OK) rewind_all(context);
-    return release_context(context, handle, code);
+    return to_public(with_context(source, handle, open_file));
 }
 
 uint32_t AVI_SPLITER_EnumTrack(SplitterHandle handle, SplitterTrackList *list) {
     if (list == nullptr) return SPLITER_ERR_INVALID_PARAM;
     *list = {};
     if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AviContext *context = context_of(handle);
-    if (context->track_count == 0) return SPLITER_ERR_UNSUPPORTED;
-    if (context->track_list == nullptr) {
-        context->track_list =
-            static_cast<SplitterTrackEntry *>(MMemAlloc(nullptr, kAviMaxTracks * sizeof(SplitterTrackEntry)));
-    }
-    if (context->track_list == nullptr) return SPLITER_ERR_NO_MEMORY;
-    for (uint32_t i = 0; i < context->track_count; ++i)
-        context->track_list[i] = {i + 1, context->tracks[i]->type};
-    *list = {context->track_count, context->track_list};
-    return SPLITER_OK;
+    return to_public(list_tracks(context_of(handle), list));
 }
 
 uint32_t AVI_SPLITER_GetTrackInfo(SplitterHandle handle, uint32_t track, void *info, uint32_t /*size*/) {
-    AviContext *context = context_of(handle);
-    AviTrack *record = find_track(context, track);
+    const AviContext *context = context_of(handle);
+    const AviTrack *record = find_track(context, track);
     if (record == nullptr || info == nullptr) return SPLITER_ERR_INVALID_PARAM;
     if (record->type == SPLITER_TRACK_VIDEO) {
         memcpy(info, &record->video, sizeof(record->video));
     } else if (record->type == SPLITER_TRACK_AUDIO) {
-        raise_duration(*context, &record->audio);
-        memcpy(info, &record->audio, sizeof(record->audio));
+        const SplitterAudioInfo audio = audio_info(*context, *record);
+        memcpy(info, &audio, sizeof(audio));
     }
     return SPLITER_OK;
 }
 
 uint32_t AVI_SPLITER_GetConfig(SplitterHandle handle, uint32_t id, void *value, uint32_t *size) {
     if (handle == nullptr || value == nullptr || size == nullptr) return SPLITER_OK;
-    switch (id) {
-        case SPLITER_CFG_NEXT_KEYFRAME_TIME:
-            return next_key_frame_time(context_of(handle), value, size);
-        case SPLITER_CFG_CODEC_DATA:
-            return codec_data(context_of(handle), value, size);
-        case SPLITER_CFG_NOP:
-        default:
-            return SPLITER_OK;
-    }
+    return to_public(get_config(context_of(handle), id, value, size));
 }
 
 uint32_t AVI_SPLITER_SetConfig(SplitterHandle handle, uint32_t /*id*/, const void *value, uint32_t /*size*/) {
@@ -193,29 +227,14 @@ uint32_t AVI_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buff
     if (record == nullptr || buffer == nullptr) return SPLITER_ERR_INVALID_PARAM;
     if (record->type != SPLITER_TRACK_VIDEO && record->type != SPLITER_TRACK_AUDIO)
         return SPLITER_ERR_INVALID_PARAM;
-
-    AviPacket packet;
-    avi_init_packet(&packet);
-    packet.data = static_cast<uint8_t *>(buffer);
-    packet.size = static_cast<int32_t>(std::min<uint32_t>(size, INT32_MAX));
-    const uint32_t code = avi_read_frame(context, record, &packet);
-    // A callback may fail with the same code; then no size is needed.
-    const auto needed = static_cast<uint32_t>(packet.size);
-    if (code == SPLITER_ERR_BUFFER_TOO_SMALL && needed > size) frame->size = needed;
-    if (code != SPLITER_OK) return code;
-
-    frame->size = static_cast<uint32_t>(packet.size);
-    frame->time_stamp = avi_time_stamp_ms(*record, packet);
-    frame->duration = duration_ms(*record, packet.duration);
-    frame->key_frame = packet.flags & kAviPacketKeyFrame;
-    return SPLITER_OK;
+    return to_public(read_frame(context, record, static_cast<uint8_t *>(buffer), size, frame));
 }
 
 uint32_t AVI_SPLITER_Seek(SplitterHandle handle, uint32_t track, uint32_t *time, uint32_t mode) {
     AviContext *context = context_of(handle);
     AviTrack *record = find_track(context, track);
     if (record == nullptr || time == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    return avi_seek_track(context, record, time, mode);
+    return to_public(avi_seek_track(context, record, time, mode));
 }
 
 uint32_t AVI_SPLITER_Reset(SplitterHandle handle) {
@@ -229,21 +248,17 @@ uint32_t AVI_SPLITER_IsSeekable(SplitterHandle handle, uint32_t track) {
     AviContext *context = context_of(handle);
     const AviTrack *record = find_track(context, track);
     if (record == nullptr) return 0;
-    while (record->index.key_frame_count <= 1 && context->idx1_position != 0 && !context->index_complete) {
-        const uint32_t code = avi_read_idx1(context);
-        if (code != SPLITER_OK) return code;
-    }
-    return record->index.key_frame_count > 1 ? 1 : 0;
+    const Code code = read_until_seekable(context, *record);
+    return code != Code::Ok ? to_public(code) : uint32_t{is_seekable(*record)};
 }
 
 uint32_t AVI_SPLITER_Close(SplitterHandle handle) {
     if (handle == nullptr) return SPLITER_ERR_INVALID_PARAM;
-    AviContext *context = context_of(handle);
+    Owned<AviContext> context(context_of(handle));
     // What cannot be closed now holds nothing any more: it can only be closed again.
-    avi_clear_header(context);
+    avi_clear_header(context.get());
     context->closing = true;
-    const uint32_t code = context->source.close();
-    if (code != SPLITER_OK) return code;
-    avi_free_context(context);
-    return SPLITER_OK;
+    const Code code = context->source.close();
+    if (code != Code::Ok) static_cast<void>(context.release());  // the caller's again
+    return to_public(code);
 }

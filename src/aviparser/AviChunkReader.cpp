@@ -5,8 +5,9 @@
 #include <string.h>
 
 #include <algorithm>
+#include <utility>
 
-#include "aviparser/AviMemory.h"
+#include "aviparser/AviPacketRecord.h"
 #include "aviparser/AviUtils.h"
 
 namespace quorv {
@@ -17,7 +18,7 @@ constexpr uint32_t kFirstBytes = 65536;
 
 Code read_integer(StreamSource *source, uint32_t width, uint64_t *value) {
     uint32_t read = 0;
-    const Code code{width == 2 ? avi_get_le16(source, &read) : avi_get_le32(source, &read)};
+    const Code code = width == 2 ? avi_get_le16(source, &read) : avi_get_le32(source, &read);
     *value = read;
     return code;
 }
@@ -27,28 +28,21 @@ Code read_integer(StreamSource *source, uint32_t width, uint64_t *value) {
 AviChunkReader::AviChunkReader(StreamSource *source, uint32_t size)
     : FieldReader(source, size, read_integer) {}
 
-uint32_t AviChunkReader::read_bytes(uint32_t size, uint8_t **bytes, uint32_t *length) {
+Code AviChunkReader::read_data(uint32_t size, AviHeaderData *data) {
     size = static_cast<uint32_t>(take(size));
-    uint8_t *buffer = nullptr;
-    uint32_t done = 0;
+    AviHeaderData come = {};
     bool more = true;
-    while (done < size && more && good()) {
-        const uint32_t step = std::min(size - done, std::max(kFirstBytes, done));
-        void *grown = MMemRealloc(nullptr, buffer, size_t{done} + step + kAviSpareBytes);
-        if (grown == nullptr) {
-            MMemFree(nullptr, buffer);
-            return SPLITER_ERR_NO_MEMORY;
-        }
-        buffer = static_cast<uint8_t *>(grown);
+    while (come.length < size && more && good()) {
+        const uint32_t step = std::min(size - come.length, std::max(kFirstBytes, come.length));
+        if (!resize_array(&come.bytes, uint64_t{come.length} + step + kAviSpareBytes)) return Code::NoMemory;
         uint32_t delivered = 0;
-        keep(Code{source().read_fully(buffer + done, step, &delivered)});
+        keep(source().read_fully(come.bytes.get() + come.length, step, &delivered));
         more = delivered == step;
-        done += delivered;
+        come.length += delivered;
     }
-    if (buffer != nullptr) memset(buffer + done, 0, kAviSpareBytes);
-    *bytes = buffer;
-    *length = done;
-    return SPLITER_OK;
+    if (come.bytes != nullptr) memset(come.bytes.get() + come.length, 0, kAviSpareBytes);
+    *data = std::move(come);
+    return Code::Ok;
 }
 
 }  // namespace quorv

@@ -2,6 +2,7 @@
 #ifndef QUORV_SRC_AVIPARSER_AVICHUNKREADER_H
 #define QUORV_SRC_AVIPARSER_AVICHUNKREADER_H
 
+#include "aviparser/AviTrack.h"
 #include "splitter/FieldReader.h"
 
 namespace quorv {
@@ -11,10 +12,10 @@ class AviChunkReader : public FieldReader {
 public:
     AviChunkReader(StreamSource *source, uint32_t size);
 
-    // Reads `size` bytes into memory of their own, with kAviSpareBytes zeroed behind them. What the file
-    // claims is not trusted: memory grows with the bytes that really come, and *length says how many did.
-    // SPLITER_ERR_NO_MEMORY when there is none; a failed read is kept like any other.
-    uint32_t read_bytes(uint32_t size, uint8_t **bytes, uint32_t *length);
+    // Reads `size` bytes. What the file claims is not trusted: memory grows with the bytes that really come,
+    // and the data's length says how many did. Code::NoMemory when there is none; a failed read is kept like
+    // any other.
+    Code read_data(uint32_t size, AviHeaderData *data);
 
     uint32_t left() const { return static_cast<uint32_t>(FieldReader::left()); }
     bool failed() const { return !good(); }

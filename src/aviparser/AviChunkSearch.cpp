@@ -56,10 +56,10 @@ AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t sta
     : context_(*context), track_(*track), reads_left_(reads_left), window_start_(start) {}
 
 // Makes sure that a whole header lies in the window at the position.
-uint32_t AviChunkSearch::fill() {
-    if (filled_ - offset_ >= kAviChunkHeaderBytes) return SPLITER_OK;
+Code AviChunkSearch::fill() {
+    if (filled_ - offset_ >= kAviChunkHeaderBytes) return Code::Ok;
     if (reads_left_ != nullptr) {
-        if (*reads_left_ == 0) return SPLITER_ERR_END_OF_STREAM;
+        if (*reads_left_ == 0) return Code::EndOfStream;
         --*reads_left_;
     }
     memmove(window_, window_ + offset_, filled_ - offset_);
@@ -69,22 +69,23 @@ uint32_t AviChunkSearch::fill() {
     // Chunks begin at even positions, so an odd one is that of a pad byte, with a header behind it.
     uint32_t wanted = kAviChunkHeaderBytes + static_cast<uint32_t>(window_start_ & 1);
     if (bytes_in_a_row_ >= kReadAheadAfter) wanted = sizeof(window_);
-    wanted = static_cast<uint32_t>(std::min<int64_t>(wanted, context_.media_end - window_start_));
+    wanted = static_cast<uint32_t>(std::min<int64_t>(wanted, context_.media.end - window_start_));
 
     uint32_t delivered = 0;
-    uint32_t code = context_.source.move_to(window_start_ + filled_);
-    if (code == 0) code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
+    Code code = context_.source.move_to(window_start_ + filled_);
+    if (code != Code::Ok) return code;
+    code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
     filled_ += delivered;
     // A failure behind the header at hand matters only when the search comes as far.
-    if (filled_ >= kAviChunkHeaderBytes) return SPLITER_OK;
-    return code != 0 ? code : uint32_t{SPLITER_ERR_END_OF_STREAM};
+    if (filled_ >= kAviChunkHeaderBytes) return Code::Ok;
+    return code != Code::Ok ? code : Code::EndOfStream;
 }
 
 AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
     // Perhaps the header of a further segment; its size reaches beyond the media data.
     if (is_riff(header)) return Step::ListHeader;
     const uint32_t size = load_le32(header + 4);
-    if (context_.media_end - position() - kAviChunkHeaderBytes < size) return Step::Byte;
+    if (context_.media.end - position() - kAviChunkHeaderBytes < size) return Step::Byte;
     // The chunks of a list are read one by one.
     if (memcmp(header, "LIST", 4) == 0) return Step::ListHeader;
     if (is_other_chunk(header)) return Step::Chunk;
@@ -122,15 +123,15 @@ void AviChunkSearch::jump(int64_t position) {
     filled_ = 0;
 }
 
-// At the end of the media data. SPLITER_OK when it has moved on, to the end of a further segment.
-uint32_t AviChunkSearch::enter_next_segment() {
-    bool extended = false;
-    const uint32_t code = avi_extend_media(&context_, &extended);
+// At the end of the media data. Code::Ok when it has moved on, to the end of a further segment.
+Code AviChunkSearch::enter_next_segment() {
+    Found extended = Found::No;
+    const Code code = avi_extend_media(&context_, &extended);
     // Behind the end of a source of unknown size every read may fail.
-    if (code != SPLITER_OK && context_.source_size > 0) return code;
-    if (extended) return SPLITER_OK;
+    if (code != Code::Ok && context_.media.size_known()) return code;
+    if (extended == Found::Yes) return Code::Ok;
     reached_end_ = true;
-    return SPLITER_ERR_END_OF_STREAM;
+    return Code::EndOfStream;
 }
 
 // The header at the position when it is known as that of a chunk; else null.
@@ -144,39 +145,39 @@ const uint8_t *AviChunkSearch::find_seen_header() {
 }
 
 // Looks closer at what seems to be the header of a further segment.
-uint32_t AviChunkSearch::check_riff(const uint8_t *header, Step *step) {
-    if (!is_riff(header)) return SPLITER_OK;
-    bool is_segment = false;
-    const uint32_t code = avi_is_segment(&context_, position(), &is_segment);
-    if (code != SPLITER_OK && context_.source_size > 0) return code;
-    if (!is_segment) *step = Step::Byte;
-    return SPLITER_OK;
+Code AviChunkSearch::check_riff(const uint8_t *header, Step *step) {
+    if (!is_riff(header)) return Code::Ok;
+    Found segment = Found::No;
+    const Code code = avi_is_segment(&context_, position(), &segment);
+    if (code != Code::Ok && context_.media.size_known()) return code;
+    if (segment == Found::No) *step = Step::Byte;
+    return Code::Ok;
 }
 
 // Tells what lies at the position, which may move over a pad byte.
-uint32_t AviChunkSearch::look(Header *header) {
+Code AviChunkSearch::look(Header *header) {
     const uint8_t *bytes = find_seen_header();
     const bool seen = bytes != nullptr;
     if (!seen) {
-        const uint32_t code = fill();
-        if (code != SPLITER_OK) return code;
+        const Code code = fill();
+        if (code != Code::Ok) return code;
         bytes = window_ + offset_;
     }
     *header = {classify(bytes), load_le32(bytes + 4), position() + kAviChunkHeaderBytes};
     if (!seen) {
-        const uint32_t code = check_riff(bytes, &header->step);
-        if (code != SPLITER_OK) return code;
+        const Code code = check_riff(bytes, &header->step);
+        if (code != Code::Ok) return code;
     }
     if (header->step != Step::Byte) context_.seen_headers.add(position(), bytes);
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
-uint32_t AviChunkSearch::next(AviChunk *chunk) {
+Code AviChunkSearch::next(AviChunk *chunk) {
     while (lost_bytes_ <= kResyncLimit) {
-        const bool at_end = context_.media_end - position() < kAviChunkHeaderBytes;
+        const bool at_end = context_.media.end - position() < kAviChunkHeaderBytes;
         Header header = {};
-        uint32_t code = at_end ? enter_next_segment() : look(&header);
-        if (code != SPLITER_OK) return code;
+        Code code = at_end ? enter_next_segment() : look(&header);
+        if (code != Code::Ok) return code;
         if (at_end) continue;
         const int64_t data_end = header.data_position + header.size;
         switch (header.step) {
@@ -188,7 +189,7 @@ uint32_t AviChunkSearch::next(AviChunk *chunk) {
                 break;
             case Step::Palette:
                 code = read_palette(header.data_position, header.size);
-                if (code != SPLITER_OK) return code;
+                if (code != Code::Ok) return code;
                 jump(data_end);
                 break;
             case Step::Chunk:
@@ -197,26 +198,26 @@ uint32_t AviChunkSearch::next(AviChunk *chunk) {
             case Step::Accept:
                 *chunk = {header.data_position, header.size};
                 jump(data_end);
-                return SPLITER_OK;
+                return Code::Ok;
         }
     }
-    return SPLITER_ERR_END_OF_STREAM;
+    return Code::EndOfStream;
 }
 
 // First index, count (0 for 256), two bytes of flags, then four bytes an entry.
-uint32_t AviChunkSearch::read_palette(int64_t position, uint32_t size) {
+Code AviChunkSearch::read_palette(int64_t position, uint32_t size) {
     uint8_t bytes[kPaletteChunkLimit];
     uint32_t delivered = 0;
-    uint32_t code = context_.source.move_to(position);
-    if (code == 0) code = context_.source.read_fully(bytes, size, &delivered);
-    if (code != 0 || delivered < 4) return code;
-    AviStreamState &state = *track_.state;
+    Code code = context_.source.move_to(position);
+    if (code != Code::Ok) return code;
+    code = context_.source.read_fully(bytes, size, &delivered);
+    if (code != Code::Ok || delivered < 4) return code;
     const uint32_t first = bytes[0] * 4u;
     const uint32_t stated = (bytes[1] == 0 ? 256u : bytes[1]) * 4;
     const uint32_t length = std::min({stated, delivered - 4, kAviPaletteBytes - first});
-    memcpy(state.palette + first, bytes + 4, length);
-    state.palette_changed = true;
-    return SPLITER_OK;
+    memcpy(track_.palette.entries + first, bytes + 4, length);
+    track_.palette.changed = true;
+    return Code::Ok;
 }
 
 }  // namespace quorv

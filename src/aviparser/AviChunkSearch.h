@@ -21,9 +21,9 @@ public:
     // The search takes what it reads off *reads_left, and ends when nothing is left; null: without a bound.
     AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *reads_left);
 
-    // The next chunk of the track, empty ones included. SPLITER_ERR_END_OF_STREAM when there is none within
+    // The next chunk of the track, empty ones included. Code::EndOfStream when there is none within
     // the media data and the limits of the search; a callback's code.
-    uint32_t next(AviChunk *chunk);
+    Code next(AviChunk *chunk);
 
     // Whether the search has come to the end of the media data, with nothing left to be read.
     bool reached_end() const { return reached_end_; }
@@ -40,15 +40,15 @@ private:
     };
 
     int64_t position() const { return window_start_ + offset_; }
-    uint32_t enter_next_segment();
-    uint32_t look(Header *header);
+    Code enter_next_segment();
+    Code look(Header *header);
     const uint8_t *find_seen_header();
-    uint32_t fill();
+    Code fill();
     Step classify(const uint8_t *header) const;
-    uint32_t check_riff(const uint8_t *header, Step *step);
+    Code check_riff(const uint8_t *header, Step *step);
     void skip_byte();
     void jump(int64_t position);
-    uint32_t read_palette(int64_t position, uint32_t size);
+    Code read_palette(int64_t position, uint32_t size);
 
     AviContext &context_;
     AviTrack &track_;

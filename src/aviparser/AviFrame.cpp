@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "aviparser/AviCodecTags.h"
-#include "aviparser/AviMath.h"
 #include "aviparser/AviPacket.h"
 #include "videoheader/Mpeg4Header.h"
 
@@ -24,21 +23,21 @@ bool has_vol(const AviPacket &packet) {
     return mpeg4_find_vol(packet.data, size, std::min(size, kVolSearchBytes), &param) == VIDHDR_OK;
 }
 
-uint32_t read_checked_packet(AviContext *context, AviTrack *track, AviPacket *packet) {
+Code read_checked_packet(AviContext *context, AviTrack *track, AviPacket *packet) {
     const int32_t capacity = packet->size;
-    if (track->vol_search == AviVolSearch::Failed) return SPLITER_ERR_END_OF_STREAM;
+    if (track->vol_search == AviVolSearch::Failed) return Code::EndOfStream;
     for (;;) {
         packet->size = capacity;
-        const uint32_t code = avi_read_packet(context, track->stream_number, packet);
-        if (code != SPLITER_OK) return code;
+        const Code code = avi_read_packet(context, track->stream_number, packet);
+        if (code != Code::Ok) return code;
         if (track->vol_search == AviVolSearch::Searching) {
             if ((packet->flags & kAviPacketKeyFrame) == 0) continue;
             const bool found = has_vol(*packet);
             track->vol_search = found ? AviVolSearch::NotNeeded : AviVolSearch::Failed;
-            return found ? uint32_t{SPLITER_OK} : uint32_t{SPLITER_ERR_END_OF_STREAM};
+            return found ? Code::Ok : Code::EndOfStream;
         }
         const bool must_have = avi_is_mpeg4(track->video.codec) && avi_time_stamp_ms(*track, *packet) == 0;
-        if (!must_have || has_vol(*packet)) return SPLITER_OK;
+        if (!must_have || has_vol(*packet)) return Code::Ok;
         track->vol_search = AviVolSearch::Searching;
     }
 }
@@ -56,12 +55,12 @@ void strip_codec_data(AviTrack *track, AviPacket *packet) {
 }  // namespace
 
 uint32_t avi_time_stamp_ms(const AviTrack &track, const AviPacket &packet) {
-    return clamp_to_u32(avi_units_to_ms(track, packet.dts));
+    return clamp_to_u32(avi_units_to_ms(track.time_base, packet.dts));
 }
 
-uint32_t avi_read_frame(AviContext *context, AviTrack *track, AviPacket *packet) {
-    const uint32_t code = read_checked_packet(context, track, packet);
-    if (code == SPLITER_OK) strip_codec_data(track, packet);
+Code avi_read_frame(AviContext *context, AviTrack *track, AviPacket *packet) {
+    const Code code = read_checked_packet(context, track, packet);
+    if (code == Code::Ok) strip_codec_data(track, packet);
     return code;
 }
 

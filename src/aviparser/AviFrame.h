@@ -9,7 +9,7 @@ namespace quorv {
 
 // Reads the next frame that the track may hand out, as avi_read_packet does. An MPEG-4 track that does not
 // begin with its headers begins with the first key frame, which must have them; without them the track ends.
-uint32_t avi_read_frame(AviContext *context, AviTrack *track, AviPacket *packet);
+Code avi_read_frame(AviContext *context, AviTrack *track, AviPacket *packet);
 
 // The packet's time in milliseconds.
 uint32_t avi_time_stamp_ms(const AviTrack &track, const AviPacket &packet);

@@ -11,7 +11,7 @@ namespace quorv {
 //
 // A local source opens whatever the walk met: with the tracks found so far. For a progressive one the walk's
 // result is returned, so that it can be tried again when more has arrived.
-uint32_t avi_read_header(AviContext *context);
+Code avi_read_header(AviContext *context);
 
 }  // namespace quorv
 

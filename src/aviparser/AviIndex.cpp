@@ -2,14 +2,10 @@
 
 #include "aviparser/AviIndex.h"
 
-#include <quorv/platform/memory.h>
-
 #include <algorithm>
 
-#include "aviparser/AviIndexArray.h"
-#include "aviparser/AviMath.h"
+#include "aviparser/AviContext.h"
 #include "aviparser/AviRiff.h"
-#include "aviparser/AviSegments.h"
 #include "aviparser/AviUtils.h"
 #include "aviparser/AviZeroRun.h"
 
@@ -38,137 +34,156 @@ Idx1Entry parse_entry(const uint8_t *bytes) {
 
 // Whether an OpenDML index that ends early has the track's chunk at this position.
 bool is_known(const AviTrack &track, int64_t position) {
-    const AviIndexArray &index = track.index;
-    return track.opendml_size != 0 && index.count != 0 && position <= index.entries[index.count - 1].pos;
+    return track.opendml.size != 0 && track.index.count != 0 && position <= track.index.last().pos;
 }
 
-// False for an entry of a stream that this file does not declare.
-bool add_entry(AviContext *context, const Idx1Entry &entry) {
-    if (entry.stream >= context->track_count) return false;
-    AviTrack *track = context->tracks[entry.stream];
-    AviStreamState &state = *track->state;
-    // An OpenDML index is the better one; this file carries both.
-    if (track->has_opendml_index) return true;
+bool is_key_frame(const AviTrack &track, const Idx1Entry &entry) {
+    // Decoding cannot start on an empty chunk, whatever is said of it.
+    if (entry.size == 0) return false;
+    const bool first_picture = track.type == SPLITER_TRACK_VIDEO && track.index.key_frame_count == 0;
+    return entry.key_frame || entry.stream == 1 || first_picture;
+}
 
-    const int64_t position = context->idx1_base + entry.offset;
-    const bool repeated = position == context->idx1_previous;
-    context->idx1_previous = position;
+void add_entry(AviContext *context, const Idx1Entry &entry) {
+    AviTrack *track = context->tracks[entry.stream].get();
+    // An OpenDML index is the better one; this file carries both.
+    if (track->has_opendml_index) return;
+
+    const int64_t position = context->idx1.base + entry.offset;
+    const bool repeated = position == context->idx1.previous;
+    context->idx1.previous = position;
     if (repeated) context->non_interleaved = true;
-    if (is_known(*track, position)) return true;
-    if (!repeated && (entry.size != 0 || state.sample_size == 0)) {
-        const bool first_picture = track->type == SPLITER_TRACK_VIDEO && track->index.key_frame_count == 0;
-        // Decoding cannot start on an empty chunk, whatever is said of it.
-        const bool key_frame = entry.size != 0 && (entry.key_frame || entry.stream == 1 || first_picture);
-        avi_add_index_entry(&track->index, position, state.index_timestamp, entry.size, 0,
-                            key_frame ? kAviIndexKeyFrame : 0);
+    if (is_known(*track, position)) return;
+    AviIndexArray &index = track->index;
+    if (!repeated && (entry.size != 0 || track->sampling.sample_size == 0)) {
+        // One that there is no room for is lost, and its time passes.
+        avi_add_index_entry(&index, position, index.next_timestamp, entry.size,
+                            is_key_frame(*track, entry) ? kAviIndexKeyFrame : 0);
     }
-    state.index_timestamp += avi_piece_duration(state, entry.size);
-    return true;
+    index.next_timestamp += avi_piece_duration(track->sampling, entry.size);
 }
 
 // What must be known before the first entry: whether offsets count from the start of the file or of the media
 // data, and where the bytes that may be entries end.
-uint32_t start_index(AviContext *context) {
-    int64_t end = context->file_end;
+Code start_index(AviContext *context) {
+    AviLegacyIndex &idx1 = context->idx1;
+    int64_t end = context->media.file_end;
     // Entries are read up to the end of the file, whatever the chunk's own size says; but a further segment
     // is gigabytes of media.
-    const int64_t segment = context->riff_end + (context->riff_end & 1);
-    if (segment > context->idx1_position && segment < end) {
-        bool is_segment = false;
-        const uint32_t code = avi_is_segment(context, segment, &is_segment);
-        if (code != SPLITER_OK) return code;
-        if (is_segment) end = segment;
+    const int64_t segment = context->media.riff_end + (context->media.riff_end & 1);
+    if (segment > idx1.position && segment < end) {
+        Found found = Found::No;
+        const Code code = avi_is_segment(context, segment, &found);
+        if (code != Code::Ok) return code;
+        if (found == Found::Yes) end = segment;
     }
-    context->idx1_block = static_cast<uint8_t *>(MMemAlloc(nullptr, kBlockBytes));
-    if (context->idx1_block == nullptr) return SPLITER_ERR_NO_MEMORY;
-    context->idx1_previous = kUnset;
-    context->idx1_base = kUnset;
-    context->idx1_end = end;
-    return SPLITER_OK;
+    idx1.block = make_array<uint8_t>(kBlockBytes);
+    if (idx1.block == nullptr) return Code::NoMemory;
+    idx1.previous = kUnset;
+    idx1.base = kUnset;
+    idx1.end = end;
+    return Code::Ok;
 }
 
-uint32_t search_idx1(AviContext *context) {
+// Whether any of the block's bytes look like an entry of a stream that this file declares.
+bool add_entries(AviContext *context, uint32_t size) {
+    AviLegacyIndex &idx1 = context->idx1;
+    const uint8_t *const block = idx1.block.get();
+    if (idx1.base == kUnset && size >= kEntryBytes) {
+        const bool absolute = int64_t{load_le32(block + 8)} > context->media.start;
+        idx1.base = absolute ? 0 : context->media.start;
+    }
+    bool any_known = false;
+    for (uint32_t at = 0; size - at >= kEntryBytes; at += kEntryBytes) {
+        const Idx1Entry entry = parse_entry(block + at);
+        if (entry.stream >= context->track_count) continue;
+        add_entry(context, entry);
+        any_known = true;
+    }
+    return any_known;
+}
+
+// A failure to read is none of whoever looked for the index: it may come later.
+Code search_idx1(AviContext *context) {
     StreamSource &source = context->source;
+    const AviMedia &media = context->media;
+    AviLegacyIndex &idx1 = context->idx1;
     // A source that is still arriving is asked over and over: what was passed once is not passed again.
-    int64_t &position = context->idx1_search;
-    position = std::max(position, context->movi_end);
-    while (context->file_end - position >= kAviChunkHeaderBytes) {
+    int64_t &position = idx1.search;
+    position = std::max(position, media.movi_end);
+    while (media.file_end - position >= kAviChunkHeaderBytes) {
         uint8_t header[kAviChunkHeaderBytes];
         uint32_t delivered = 0;
-        if (source.move_to(position) != 0) return SPLITER_OK;
-        if (source.read_fully(header, sizeof(header), &delivered) != 0) return SPLITER_OK;
+        if (source.move_to(position) != Code::Ok) return Code::Ok;
+        if (source.read_fully(header, sizeof(header), &delivered) != Code::Ok) return Code::Ok;
         const uint32_t tag = load_le32(header), size = load_le32(header + 4);
         // What the source's size promises and does not come has not arrived yet.
-        if (delivered < sizeof(header) && context->source_size > 0) return SPLITER_OK;
+        if (delivered < sizeof(header) && media.size_known()) return Code::Ok;
         if (delivered < sizeof(header)) break;
         if (avi_is_zero_header(tag, size)) {
-            position = avi_skip_zeros(context, position, context->file_end);
+            position = avi_skip_zeros(context, position, media.file_end);
             continue;
         }
         if (tag == avi_tag("idx1")) {
-            context->idx1_position = position + kAviChunkHeaderBytes;
-            context->idx1_declared_end = context->idx1_position + size;
+            idx1.position = position + kAviChunkHeaderBytes;
+            idx1.declared_end = idx1.position + size;
             return avi_read_idx1(context);
         }
         position += kAviChunkHeaderBytes + avi_padded(size);
     }
-    context->index_absent = true;
-    return SPLITER_OK;
+    idx1.absent = true;
+    return Code::Ok;
 }
 
 }  // namespace
 
-uint32_t avi_read_idx1(AviContext *context) {
-    if (context->idx1_block == nullptr) {
-        const uint32_t code = start_index(context);
-        if (code != SPLITER_OK) return code;
+Code avi_read_idx1(AviContext *context) {
+    AviLegacyIndex &idx1 = context->idx1;
+    if (idx1.block == nullptr) {
+        const Code code = start_index(context);
+        if (code != Code::Ok) return code;
     }
-    StreamSource &source = context->source;
-    const int64_t start = context->idx1_position;
-    const int64_t left = std::max<int64_t>(context->idx1_end - start, 0);
+    const int64_t start = idx1.position;
+    const int64_t left = std::max<int64_t>(idx1.end - start, 0);
     const auto size = static_cast<uint32_t>(std::min<int64_t>(left, kBlockBytes));
     uint32_t delivered = 0;
-    uint32_t code = source.move_to(start);
-    if (code != SPLITER_OK) return code;
-    code = source.read_fully(context->idx1_block, size, &delivered);
-    context->idx1_position += delivered;
+    Code code = context->source.move_to(start);
+    if (code != Code::Ok) return code;
+    code = context->source.read_fully(idx1.block.get(), size, &delivered);
+    idx1.position += delivered;
     // A source of unknown size just ends: nobody has promised more.
-    const bool may_fall_short = code == SPLITER_OK && context->source_size <= 0;
-    context->index_read_failed = delivered < size && !may_fall_short;
-    if (delivered < kBlockBytes) context->index_complete = true;
-
-    if (context->idx1_base == kUnset && delivered >= kEntryBytes) {
-        const bool absolute = int64_t{load_le32(context->idx1_block + 8)} > context->media_start;
-        context->idx1_base = absolute ? 0 : context->media_start;
-    }
-    bool any_known = false;
-    for (uint32_t at = 0; delivered - at >= kEntryBytes; at += kEntryBytes) {
-        if (add_entry(context, parse_entry(context->idx1_block + at))) any_known = true;
-    }
+    const bool may_fall_short = code == Code::Ok && !context->media.size_known();
+    idx1.read_failed = delivered < size && !may_fall_short;
+    if (delivered < kBlockBytes) idx1.complete = true;
+    const bool any_known = add_entries(context, delivered);
     // Behind the chunk, a block in which nothing looks like an entry ends the index: what is left of the file
     // may be huge.
-    if (!any_known && start >= context->idx1_declared_end) context->index_complete = true;
+    if (!any_known && start >= idx1.declared_end) idx1.complete = true;
     return code;
 }
 
-uint32_t avi_load_index(AviContext *context) {
-    if (!avi_index_pending(*context)) return SPLITER_OK;
-    if (context->movi_end <= context->media_start || context->file_end <= context->movi_end) {
-        context->index_absent = true;
-        return SPLITER_OK;
+Code avi_load_index(AviContext *context) {
+    AviLegacyIndex &idx1 = context->idx1;
+    const AviMedia &media = context->media;
+    if (!idx1.pending()) return Code::Ok;
+    if (media.movi_end <= media.start || media.file_end <= media.movi_end) {
+        idx1.absent = true;
+        return Code::Ok;
     }
     const int64_t remembered = avi_url_fstell(&context->source);
-    const uint32_t code = context->idx1_position == 0 ? search_idx1(context) : avi_read_idx1(context);
+    const Code code = idx1.position == 0 ? search_idx1(context) : avi_read_idx1(context);
     // Out of memory is told from a callback's own code by the block that could not be had.
-    if (code == SPLITER_ERR_NO_MEMORY && context->idx1_block == nullptr) return code;
-    return context->source.is_local() ? context->source.move_to(remembered) : uint32_t{SPLITER_OK};
+    if (code == Code::NoMemory && idx1.block == nullptr) return code;
+    return context->source.is_local() ? context->source.move_to(remembered) : Code::Ok;
 }
 
-bool avi_load_more_index(AviContext *context, uint32_t *code) {
-    if (!avi_index_pending(*context)) return false;
-    const int64_t before = context->idx1_position;
-    *code = avi_load_index(context);
-    return *code == SPLITER_OK && context->idx1_position != before;
+Code avi_load_more_index(AviContext *context, Found *more) {
+    *more = Found::No;
+    if (!context->idx1.pending()) return Code::Ok;
+    const int64_t before = context->idx1.position;
+    const Code code = avi_load_index(context);
+    if (code == Code::Ok && context->idx1.position != before) *more = Found::Yes;
+    return code;
 }
 
 }  // namespace quorv

@@ -2,10 +2,9 @@
 
 #include "aviparser/AviIndexArray.h"
 
-#include <quorv/platform/memory.h>
 #include <string.h>
 
-#include "aviparser/AviAssert.h"
+#include "aviparser/AviUtils.h"
 
 namespace quorv {
 
@@ -18,20 +17,21 @@ void *avi_fast_realloc(void *buffer, uint32_t *allocated, uint64_t needed) {
 }
 
 int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp, uint32_t size,
-                            int32_t distance, uint32_t flags) {
+                            uint32_t flags) {
     if (index->count + 1 >= kAviMaxIndexEntries) return -1;
-    void *grown = avi_fast_realloc(index->entries, &index->allocated_bytes,
+    void *grown = avi_fast_realloc(index->entries.get(), &index->allocated_bytes,
                                    (uint64_t{index->count} + 1) * sizeof(AviIndexEntry));
     if (grown == nullptr) return -1;
-    index->entries = static_cast<AviIndexEntry *>(grown);
+    static_cast<void>(index->entries.release());  // it is the grown one, or was freed for it
+    index->entries.reset(static_cast<AviIndexEntry *>(grown));
 
-    int32_t place = avi_index_search_timestamp(index, timestamp, kAviSearchAnyFrame);
+    int32_t place = avi_index_search_timestamp(*index, timestamp, kAviSearchAnyFrame);
     const bool append = place < 0;
     if (append) {
         place = static_cast<int32_t>(index->count);
         ++index->count;
     }
-    AviIndexEntry *entry = index->entries + place;
+    AviIndexEntry *entry = index->entries.get() + place;
     const bool overwrite = !append && entry->timestamp == timestamp;
     // An empty chunk that takes no time leaves its place to the next one, which may be a key frame.
     if (overwrite && avi_is_key_entry(*entry)) --index->key_frame_count;
@@ -43,17 +43,15 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
         // The search went forward, so the entry found is the first one beyond the new time stamp.
         memmove(entry + 1, entry, (index->count - static_cast<uint32_t>(place)) * sizeof(AviIndexEntry));
         ++index->count;
-    } else if (entry->pos == pos && entry->distance > distance) {
-        distance = entry->distance;
     }
     if (!append || (place > 0 && entry[-1].pos >= pos)) index->out_of_file_order = true;
-    *entry = {pos, timestamp, (flags & 3) | size << 2, distance};
+    *entry = {pos, timestamp, (flags & 3) | size << 2};
     return place;
 }
 
-int32_t avi_index_search_timestamp(const AviIndexArray *index, int64_t timestamp, uint32_t flags) {
-    const AviIndexEntry *entries = index->entries;
-    const auto count = static_cast<int32_t>(index->count);
+int32_t avi_index_search_timestamp(const AviIndexArray &index, int64_t timestamp, uint32_t flags) {
+    const AviIndexEntry *entries = index.entries.get();
+    const auto count = static_cast<int32_t>(index.count);
     int32_t below = -1, above = count;
     // Entries mostly arrive in order, and so do the questions of a reader at the end of them.
     if (count > 0 && entries[count - 1].timestamp < timestamp) below = count - 1;
@@ -70,11 +68,6 @@ int32_t avi_index_search_timestamp(const AviIndexArray *index, int64_t timestamp
             place += backward ? -1 : 1;
     }
     return place == count ? -1 : place;
-}
-
-void avi_clear_index(AviIndexArray *index) {
-    MMemFree(nullptr, index->entries);
-    *index = {};
 }
 
 }  // namespace quorv

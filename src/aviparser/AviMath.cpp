@@ -2,7 +2,8 @@
 
 #include "aviparser/AviMath.h"
 
-#include "aviparser/AviAssert.h"
+#include "aviparser/AviUtils.h"
+#include "splitter/Splitter.h"
 
 namespace quorv {
 
@@ -146,26 +147,14 @@ int avi_reduce(int32_t *out_num, int32_t *out_den, int64_t num, int64_t den, int
     return d == 0 ? 1 : 0;
 }
 
-void avi_set_pts_info(AviTrack *track, uint32_t /*wrap_bits*/, int64_t num, int64_t den) {
-    AviRational &base = track->time_base;
-    avi_reduce(&base.num, &base.den, num, den, INT32_MAX);
-    if (base.num == 0 || base.den == 0) base = {0, 0};
+double avi_units_to_ms(AviRational time_base, int64_t units) {
+    if (time_base.den == 0) return 0.0;
+    return static_cast<double>(units) * time_base.num * 1000.0 / time_base.den;
 }
 
-int64_t avi_piece_duration(const AviStreamState &state, uint32_t size) {
-    if (state.sample_size != 0) return size > state.sample_size ? size : state.sample_size;
-    if (state.block_align != 0) return (int64_t{size} + state.block_align - 1) / state.block_align;
-    return 1;
-}
-
-double avi_units_to_ms(const AviTrack &track, int64_t units) {
-    if (track.time_base.den == 0) return 0.0;
-    return static_cast<double>(units) * track.time_base.num * 1000.0 / track.time_base.den;
-}
-
-int64_t avi_ms_to_units(const AviTrack &track, uint32_t ms) {
-    if (track.time_base.den == 0 || track.time_base.num == 0) return 0;
-    const double unit = track.time_base.num * 1000.0 / track.time_base.den;
+int64_t avi_ms_to_units(AviRational time_base, uint32_t ms) {
+    if (time_base.den == 0 || time_base.num == 0) return 0;
+    const double unit = time_base.num * 1000.0 / time_base.den;
     return clamp_to_s64(ms / unit + 0.5);
 }
 

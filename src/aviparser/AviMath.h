@@ -4,11 +4,11 @@
 
 #include <stdint.h>
 
-#include "aviparser/AviContext.h"
-
 namespace quorv {
 
-// Exact rescaling, in every mode; the splitter's own times are converted by the functions further down.
+struct AviRational {
+    int32_t num, den;
+};
 
 // Rounding modes of avi_rescale_rnd; the values are fixed and 4 is none.
 enum AviRounding : uint32_t {
@@ -18,6 +18,9 @@ enum AviRounding : uint32_t {
     kAviRoundUp = 3,       // toward plus infinity
     kAviRoundNearInf = 5,  // to nearest, halves away from zero
 };
+
+// Exact rescaling, in every mode; no reader of a file needs it: the splitter's own times are converted by the
+// functions further down.
 
 // a * b / c. Aborts unless c > 0, b >= 0 and the mode is one of the above. A result that does not fit in
 // 64 bits loses its upper bits.
@@ -30,22 +33,10 @@ int64_t avi_rescale_q(int64_t a, AviRational bq, AviRational cq);
 // exact, 0 when it is an approximation.
 int avi_reduce(int32_t *out_num, int32_t *out_den, int64_t num, int64_t den, int64_t max);
 
-// Sets the track's time base to num / den seconds, reduced; 0/0 when a term of the result would be 0. Time
-// stamps do not wrap, whatever `wrap_bits` says.
-void avi_set_pts_info(AviTrack *track, uint32_t wrap_bits, int64_t num, int64_t den);
-
-// The track's duration rule, shared by chunks and index entries: how far `size` bytes move its time stamp.
-int64_t avi_piece_duration(const AviStreamState &state, uint32_t size);
-
-// A time stamp of the track (frames or samples, not bytes) in milliseconds.
-double avi_units_to_ms(const AviTrack &track, int64_t units);
-// A time in milliseconds as the nearest time stamp.
-int64_t avi_ms_to_units(const AviTrack &track, uint32_t ms);
-
-// What a time stamp that counts bytes has to be divided by; 1 for streams that count frames.
-constexpr int64_t avi_time_stamp_divisor(const AviStreamState &state) {
-    return state.sample_size == 0 ? 1 : int64_t{state.sample_size};
-}
+// A count of units of time_base seconds in milliseconds; 0 for the time base 0/0.
+double avi_units_to_ms(AviRational time_base, int64_t units);
+// A time in milliseconds as the nearest count of units.
+int64_t avi_ms_to_units(AviRational time_base, uint32_t ms);
 
 }  // namespace quorv
 

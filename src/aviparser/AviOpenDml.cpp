@@ -3,10 +3,9 @@
 #include "aviparser/AviOpenDml.h"
 
 #include <algorithm>
+#include <optional>
 
-#include "aviparser/AviIndexArray.h"
-#include "aviparser/AviMath.h"
-#include "aviparser/AviPacketRecord.h"
+#include "aviparser/AviContext.h"
 #include "aviparser/AviRiff.h"
 
 namespace quorv {
@@ -32,8 +31,9 @@ struct IndexHeader {
 class OpenDmlReader {
 public:
     OpenDmlReader(AviContext *context, uint8_t *block) : context_(*context), block_(block) {
-        const int64_t size = context->source_size;
-        if (size > 0) entries_left_ = static_cast<uint64_t>(size) / kAviChunkHeaderBytes;
+        const AviMedia &media = context->media;
+        if (media.size_known())
+            entries_left_ = static_cast<uint64_t>(media.source_size) / kAviChunkHeaderBytes;
     }
 
     // False when the index ends early: at damage, or where there was no memory for an entry.
@@ -41,7 +41,7 @@ public:
 
 private:
     bool read_at(int64_t position, void *buffer, uint32_t count);
-    bool read_header(int64_t data_start, uint32_t size, IndexHeader *header);
+    std::optional<IndexHeader> read_header(int64_t data_start, uint32_t size);
     bool read_super_index(AviTrack *track, int64_t data_start, const IndexHeader &header);
     bool read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header);
     bool read_entries(AviTrack *track, int64_t data_start, const IndexHeader &header);
@@ -54,33 +54,34 @@ private:
 
 bool OpenDmlReader::read_at(int64_t position, void *buffer, uint32_t count) {
     uint32_t delivered = 0;
-    return position >= 0 && context_.source.move_to(position) == 0 &&
-           context_.source.read_fully(buffer, count, &delivered) == 0 && delivered == count;
+    return position >= 0 && context_.source.move_to(position) == Code::Ok &&
+           context_.source.read_fully(buffer, count, &delivered) == Code::Ok && delivered == count;
 }
 
-bool OpenDmlReader::read_header(int64_t data_start, uint32_t size, IndexHeader *header) {
+// Nothing when no index chunk of that size is there.
+std::optional<IndexHeader> OpenDmlReader::read_header(int64_t data_start, uint32_t size) {
     uint8_t bytes[kIndexHeaderBytes];
-    if (size < kIndexHeaderBytes || !read_at(data_start, bytes, sizeof(bytes))) return false;
-    if (context_.source_size > 0 && context_.source_size - data_start < size) return false;
-    header->entry_bytes = load_le16(bytes) * 4;
-    header->sub_type = bytes[2];
-    header->type = bytes[3];
-    header->entries = load_le32(bytes + 4);
-    header->base_offset = static_cast<int64_t>(load_le64(bytes + 12));
-    return header->entry_bytes != 0 && header->entries <= (size - kIndexHeaderBytes) / header->entry_bytes;
+    if (size < kIndexHeaderBytes || !read_at(data_start, bytes, sizeof(bytes))) return std::nullopt;
+    const AviMedia &media = context_.media;
+    if (media.size_known() && media.source_size - data_start < size) return std::nullopt;
+    const IndexHeader header = {load_le16(bytes) * 4, bytes[2], bytes[3], load_le32(bytes + 4),
+                                static_cast<int64_t>(load_le64(bytes + 12))};
+    const bool has_room =
+        header.entry_bytes != 0 && header.entries <= (size - kIndexHeaderBytes) / header.entry_bytes;
+    return has_room ? std::optional(header) : std::nullopt;
 }
 
 bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const uint8_t *bytes) {
     // Indexes may name the same chunks again and again; entries are limited to what the file has room for.
     if (entries_left_ == 0) return false;
     --entries_left_;
-    AviStreamState &state = *track->state;
+    AviIndexArray &index = track->index;
     const uint32_t offset = load_le32(bytes), size = load_le32(bytes + 4);
     const uint32_t length = size & ~kNotKeyFrame;
     // A frame that was dropped may have an entry without a chunk: only its time passes.
     if (offset == 0 && length == 0) {
-        state.index_timestamp += avi_piece_duration(state, 0);
-        track->has_dropped_frames = true;
+        index.next_timestamp += avi_piece_duration(track->sampling, 0);
+        index.has_dropped_frames = true;
         return true;
     }
     // Entries point to the data; positions in the index are those of the chunks' headers.
@@ -89,31 +90,23 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
         position < 0)
         return false;
     // The index of a file that was cut off names chunks that are gone; a seek must not end at one of them.
-    const int64_t source_size = context_.source_size;
-    const bool present = source_size <= 0 || source_size - position >= kAviChunkHeaderBytes;
-    const bool repeated =
-        track->index.count != 0 && track->index.entries[track->index.count - 1].pos == position;
-    if (present && !repeated && (length != 0 || state.sample_size == 0)) {
+    const AviMedia &media = context_.media;
+    const bool present = !media.size_known() || media.source_size - position >= kAviChunkHeaderBytes;
+    const bool repeated = index.count != 0 && index.last().pos == position;
+    if (present && !repeated && (length != 0 || track->sampling.sample_size == 0)) {
         // Decoding cannot start on an empty chunk, whatever is said of it.
         const uint32_t flags = (size & kNotKeyFrame) != 0 || length == 0 ? 0 : kAviIndexKeyFrame;
-        if (avi_add_index_entry(&track->index, position, state.index_timestamp, length, 0, flags) < 0)
-            return false;
+        if (avi_add_index_entry(&index, position, index.next_timestamp, length, flags) < 0) return false;
     }
-    state.index_timestamp += avi_piece_duration(state, length);
+    index.next_timestamp += avi_piece_duration(track->sampling, length);
     return true;
 }
 
 // All entries of an index chunk, or none.
 bool OpenDmlReader::read_chunk_index(AviTrack *track, int64_t data_start, const IndexHeader &header) {
-    const AviIndexArray before = track->index;
-    const int64_t timestamp = track->state->index_timestamp;
-    const bool had_dropped_frames = track->has_dropped_frames;
+    const AviIndexFill before = track->index.fill();
     if (read_entries(track, data_start, header)) return true;
-    track->index.count = before.count;
-    track->index.key_frame_count = before.key_frame_count;
-    track->index.out_of_file_order = before.out_of_file_order;
-    track->state->index_timestamp = timestamp;
-    track->has_dropped_frames = had_dropped_frames;
+    track->index.fill() = before;
     return false;
 }
 
@@ -144,54 +137,52 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
             return false;
         const auto chunk_start = static_cast<int64_t>(load_le64(entry));
         if (chunk_start > kAviMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
-        IndexHeader inner = {};
         const uint32_t chunk_size = load_le32(chunk + 4);
-        if (!read_header(chunk_start + kAviChunkHeaderBytes, chunk_size, &inner)) return false;
+        const auto inner = read_header(chunk_start + kAviChunkHeaderBytes, chunk_size);
+        if (!inner) return false;
         // The index chunks of a stream follow each other, and none counts twice: a small file could otherwise
         // make a huge index.
         if (chunk_start < previous_end) return false;
         previous_end = chunk_start + kAviChunkHeaderBytes + chunk_size;
         // One level only: an index of indexes that points to another could point to itself.
-        if (inner.type != kIndexOfChunks ||
-            !read_chunk_index(track, chunk_start + kAviChunkHeaderBytes, inner))
+        if (inner->type != kIndexOfChunks ||
+            !read_chunk_index(track, chunk_start + kAviChunkHeaderBytes, *inner))
             return false;
     }
     return true;
 }
 
 bool OpenDmlReader::read_track(AviTrack *track) {
-    IndexHeader header = {};
-    if (!read_header(track->opendml_position, track->opendml_size, &header)) return false;
-    if (header.type == kIndexOfIndexes) return read_super_index(track, track->opendml_position, header);
-    return header.type == kIndexOfChunks && read_chunk_index(track, track->opendml_position, header);
+    const AviOpenDmlChunk &chunk = track->opendml;
+    const auto header = read_header(chunk.position, chunk.size);
+    if (!header) return false;
+    if (header->type == kIndexOfIndexes) return read_super_index(track, chunk.position, *header);
+    return header->type == kIndexOfChunks && read_chunk_index(track, chunk.position, *header);
 }
 
 }  // namespace
 
-uint32_t avi_read_opendml_indexes(AviContext *context) {
-    const auto first = context->tracks, last = context->tracks + context->track_count;
-    if (std::none_of(first, last, [](const AviTrack *track) { return track->opendml_size != 0; }))
-        return SPLITER_OK;
+Code avi_read_opendml_indexes(AviContext *context) {
+    const std::span<const Owned<AviTrack>> tracks = context->all_tracks();
+    const auto has_none = [](const Owned<AviTrack> &track) { return track->opendml.size == 0; };
+    if (std::all_of(tracks.begin(), tracks.end(), has_none)) return Code::Ok;
 
-    AviPacket block;
-    const uint32_t code = avi_new_packet(&block, kBlockBytes);
-    if (code != SPLITER_OK) return code;
-    OpenDmlReader reader(context, block.data);
+    const Owned<uint8_t[]> block = make_array<uint8_t>(kBlockBytes);
+    if (block == nullptr) return Code::NoMemory;
+    OpenDmlReader reader(context, block.get());
     bool all = true;
-    std::for_each(first, last, [&](AviTrack *track) {
-        const bool whole = track->opendml_size != 0 && reader.read_track(track);
+    for (const Owned<AviTrack> &track : tracks) {
+        const bool whole = track->opendml.size != 0 && reader.read_track(track.get());
         const bool usable = track->index.count != 0;
         track->has_opendml_index = whole && usable;
         all = all && track->has_opendml_index;
-        if (usable) return;
+        if (usable) continue;
         // As if there were none: its times may be as wrong as its positions.
-        track->opendml_size = 0;
-        track->state->index_timestamp = 0;
-        track->has_dropped_frames = false;
-    });
-    context->index_complete = all;
-    avi_free_packet(&block);
-    return SPLITER_OK;
+        track->opendml.size = 0;
+        track->index.fill() = {};
+    }
+    context->idx1.complete = all;
+    return Code::Ok;
 }
 
 }  // namespace quorv

@@ -8,8 +8,8 @@ namespace quorv {
 
 // Reads the OpenDML index of every track that has one, up to the first index chunk that is missing or
 // damaged: from there on the legacy index serves the track. When every track has its whole index, the
-// context's index counts as complete. Only SPLITER_ERR_NO_MEMORY is an error.
-uint32_t avi_read_opendml_indexes(AviContext *context);
+// context's index counts as complete. Only Code::NoMemory is an error.
+Code avi_read_opendml_indexes(AviContext *context);
 
 }  // namespace quorv
 

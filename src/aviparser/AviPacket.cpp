@@ -7,9 +7,6 @@
 #include <algorithm>
 
 #include "aviparser/AviChunkSearch.h"
-#include "aviparser/AviIndex.h"
-#include "aviparser/AviIndexArray.h"
-#include "aviparser/AviMath.h"
 
 namespace quorv {
 
@@ -21,161 +18,156 @@ constexpr uint32_t kLargeSample = 32;
 constexpr uint32_t kSamplesPerPiece = 1024;
 
 // The first entry whose chunk begins no earlier.
-uint32_t first_entry_from(const AviIndexArray &index, int64_t position) {
-    const AviIndexEntry *begin = index.entries, *end = begin + index.count;
-    const auto begins_before = [](const AviIndexEntry &entry, int64_t wanted) { return entry.pos < wanted; };
-    return static_cast<uint32_t>(std::lower_bound(begin, end, position, begins_before) - begin);
+const AviIndexEntry *first_entry_from(const AviIndexArray &index, int64_t position) {
+    return std::lower_bound(index.begin(), index.end(), position,
+                            [](const AviIndexEntry &entry, int64_t wanted) { return entry.pos < wanted; });
 }
+
+struct SearchStart {
+    int64_t position;
+    int64_t skipped;  // the duration of frames that have no chunk before that
+};
 
 // Where the search for the track's next chunk starts. In a file that is not interleaved the index says it.
-// The index also says how many frames have no chunk before that.
-int64_t search_start(const AviContext &context, const AviTrack &track, int64_t *skipped) {
-    *skipped = 0;
-    const bool follows_index = context.non_interleaved || track.has_dropped_frames;
-    if (!follows_index || track.index.out_of_file_order) return track.read_position;
-    const uint32_t number = first_entry_from(track.index, track.read_position);
-    if (number == track.index.count) return track.read_position;
-    const AviIndexEntry &next = track.index.entries[number];
-    *skipped = std::max<int64_t>(next.timestamp - track.state->frame_offset, 0);
-    return context.non_interleaved ? next.pos : track.read_position;
+SearchStart search_start(const AviContext &context, const AviTrack &track) {
+    const AviReading &reading = track.reading;
+    const bool follows_index = context.non_interleaved || track.index.has_dropped_frames;
+    if (!follows_index || track.index.out_of_file_order) return {reading.position, 0};
+    const AviIndexEntry *next = first_entry_from(track.index, reading.position);
+    if (next == track.index.end()) return {reading.position, 0};
+    return {context.non_interleaved ? next->pos : reading.position,
+            std::max<int64_t>(next->timestamp - reading.frame_offset, 0)};
 }
 
-// How far the time stamp moves up to a chunk that was found behind damage: chunks may have been lost with the
-// bytes that were passed over. The index tells when the chunk is due; where it does not know the chunk, what
-// was counted on the way holds.
-int64_t duration_behind_damage(const AviTrack &track, int64_t chunk_position, int64_t counted) {
-    const AviIndexArray &index = track.index;
+// The time stamp of a chunk that was found behind damage: chunks may have been lost with the bytes that were
+// passed over. The index tells when the chunk is due; where it does not know the chunk, what was counted on
+// the way holds.
+int64_t time_behind_damage(const AviIndexArray &index, int64_t chunk_position, int64_t counted) {
     if (index.out_of_file_order) return counted;
-    const uint32_t number = first_entry_from(index, chunk_position);
-    const bool known = number < index.count && index.entries[number].pos == chunk_position;
-    return known ? index.entries[number].timestamp - track.state->frame_offset : counted;
-}
-
-bool index_ends_before(const AviIndexArray &index, int64_t chunk_position) {
-    return index.count == 0 || index.entries[index.count - 1].pos < chunk_position;
+    const AviIndexEntry *entry = first_entry_from(index, chunk_position);
+    return entry != index.end() && entry->pos == chunk_position ? entry->timestamp : counted;
 }
 
 // Reads on in the legacy index until it knows the chunk.
-void grow_index(AviContext *context, const AviTrack &track, int64_t chunk_position) {
+void grow_index(AviContext *context, const AviIndexArray &index, int64_t chunk_position) {
+    const auto ends_before = [&] { return index.count == 0 || index.last().pos < chunk_position; };
     // The frame is there whether its index entry can be read or not.
-    uint32_t ignored = SPLITER_OK;
-    while (index_ends_before(track.index, chunk_position) && avi_load_more_index(context, &ignored)) {
-    }
+    static_cast<void>(avi_load_index_while(context, ends_before));
 }
 
 bool is_exhausted(const AviContext &context, const AviTrack &track) {
-    return track.exhausted_to == context.media_end && track.exhausted_from == track.read_position &&
-           context.next_segment == 0 && track.exhausted_to != 0;
+    const AviExhausted &exhausted = track.exhausted;
+    return exhausted.to == context.media.end && exhausted.from == track.reading.position &&
+           context.media.next_segment == 0 && exhausted.to != 0;
 }
 
 uint32_t key_flag(const AviTrack &track) {
     if (track.type != SPLITER_TRACK_VIDEO) return kAviPacketKeyFrame;
-    const int64_t timestamp = track.state->frame_offset;
-    if (track.index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
+    const AviIndexArray &index = track.index;
+    const int64_t timestamp = track.reading.frame_offset;
+    if (index.count == 0) return timestamp == 0 ? kAviPacketKeyFrame : 0;
     const int32_t number =
-        avi_index_search_timestamp(&track.index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
+        avi_index_search_timestamp(index, timestamp, kAviSearchForward | kAviSearchAnyFrame);
     if (number < 0) return 0;
-    const AviIndexEntry &entry = track.index.entries[number];
+    const AviIndexEntry &entry = index.entries[static_cast<uint32_t>(number)];
     return entry.timestamp == timestamp && avi_is_key_entry(entry) ? kAviPacketKeyFrame : 0;
 }
 
-uint32_t read_piece(AviContext *context, AviStreamState *state, AviPacket *packet) {
-    const uint32_t size = avi_piece_size(*state);
-    const uint64_t appended = state->palette_changed ? kAviPaletteBytes : 0;
+Code read_piece(AviContext *context, AviTrack *track, AviPacket *packet) {
+    const AviReading &reading = track->reading;
+    AviPalette &palette = track->palette;
+    const uint32_t size = avi_piece_size(*track);
+    const uint64_t appended = palette.changed ? kAviPaletteBytes : 0;
     if (packet->size < 0 || static_cast<uint64_t>(packet->size) < size + appended) {
         // A chunk too large for one piece is reported whole.
-        const uint32_t payload = size == kMaxPiece ? state->bytes_left : size;
+        const uint32_t payload = size == kMaxPiece ? reading.bytes_left : size;
         packet->size = static_cast<int32_t>(saturate_to_u32(payload + appended));
-        return SPLITER_ERR_BUFFER_TOO_SMALL;
+        return Code::BufferTooSmall;
     }
     uint32_t delivered = 0;
-    uint32_t code = context->source.move_to(state->data_position);
-    if (code == 0) code = context->source.read_fully(packet->data, size, &delivered);
-    if (code != 0) return code;
+    Code code = context->source.move_to(reading.data_position);
+    if (code != Code::Ok) return code;
+    code = context->source.read_fully(packet->data, size, &delivered);
+    if (code != Code::Ok) return code;
     // A chunk that the source ends in is not handed out half empty.
-    if (delivered < size) return SPLITER_ERR_END_OF_STREAM;
+    if (delivered < size) return Code::EndOfStream;
     packet->size = static_cast<int32_t>(size);
-    packet->position = state->data_position;
-    if (state->palette_changed) {
-        memcpy(packet->data + size, state->palette, kAviPaletteBytes);
+    packet->position = reading.data_position;
+    if (palette.changed) {
+        memcpy(packet->data + size, palette.entries, kAviPaletteBytes);
         packet->size += static_cast<int32_t>(kAviPaletteBytes);
-        state->palette_changed = false;
+        palette.changed = false;
     }
-    return SPLITER_OK;
+    return Code::Ok;
+}
+
+Code find_and_read(AviContext *context, AviTrack *track, AviPacket *packet) {
+    const Code code = avi_find_chunk(context, track, AviIndexGrowth::Allowed);
+    return code == Code::Ok ? read_piece(context, track, packet) : code;
 }
 
 }  // namespace
 
-uint32_t avi_piece_size(const AviStreamState &state) {
+uint32_t avi_piece_size(const AviTrack &track) {
+    const uint32_t sample_size = track.sampling.sample_size;
     uint64_t limit = kMaxPiece;
-    if (state.sample_size >= kLargeSample) {
-        limit = state.sample_size;
-    } else if (state.sample_size >= 2) {
-        limit = uint64_t{state.sample_size} * kSamplesPerPiece;
+    if (sample_size >= kLargeSample) {
+        limit = sample_size;
+    } else if (sample_size >= 2) {
+        limit = uint64_t{sample_size} * kSamplesPerPiece;
     }
-    return static_cast<uint32_t>(std::min({limit, uint64_t{state.bytes_left}, uint64_t{kMaxPiece}}));
+    return static_cast<uint32_t>(std::min({limit, uint64_t{track.reading.bytes_left}, uint64_t{kMaxPiece}}));
 }
 
-uint32_t avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, int64_t *empty_duration,
-                        uint32_t *reads_left) {
-    *empty_duration = 0;
-    if (avi_in_chunk(*track)) return SPLITER_OK;
-    if (is_exhausted(*context, *track)) return SPLITER_ERR_END_OF_STREAM;
-    AviStreamState &state = *track->state;
-    AviChunkSearch search(context, track, search_start(*context, *track, empty_duration), reads_left);
+Code avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, uint32_t *reads_left) {
+    AviReading &reading = track->reading;
+    if (reading.in_chunk()) return Code::Ok;
+    if (is_exhausted(*context, *track)) return Code::EndOfStream;
+    const SearchStart start = search_start(*context, *track);
+    int64_t time = reading.frame_offset + start.skipped;
+    AviChunkSearch search(context, track, start.position, reads_left);
     AviChunk chunk = {};
-    for (;;) {
-        const uint32_t code = search.next(&chunk);
-        if (search.reached_end()) {
-            track->exhausted_from = track->read_position;
-            track->exhausted_to = context->media_end;
-        }
-        if (code != SPLITER_OK) return code;
-        if (chunk.size != 0) break;
-        *empty_duration += avi_piece_duration(state, 0);
+    Code code = search.next(&chunk);
+    while (code == Code::Ok && chunk.size == 0) {
+        time += avi_piece_duration(track->sampling, 0);
+        code = search.next(&chunk);
     }
-    track->chunk_state = static_cast<int32_t>(track->stream_number);
-    state.data_position = chunk.data_position;
-    state.bytes_left = chunk.size;
+    if (search.reached_end()) track->exhausted = {reading.position, context->media.end};
+    if (code != Code::Ok) return code;
 
     const int64_t position = chunk.data_position - kAviChunkHeaderBytes;
-    if (growth == AviIndexGrowth::Allowed && !track->has_opendml_index) grow_index(context, *track, position);
-    if (search.passed_bytes()) *empty_duration = duration_behind_damage(*track, position, *empty_duration);
-    return SPLITER_OK;
+    if (growth == AviIndexGrowth::Allowed && !track->has_opendml_index)
+        grow_index(context, track->index, position);
+    if (search.passed_bytes()) time = time_behind_damage(track->index, position, time);
+    reading = {reading.position, time, chunk.data_position, chunk.size};
+    return Code::Ok;
 }
 
 void avi_take_piece(AviTrack *track) {
-    AviStreamState &state = *track->state;
-    const uint32_t size = avi_piece_size(state);
-    state.frame_offset += avi_piece_duration(state, size);
-    state.data_position += size;
-    state.bytes_left -= size;
-    track->read_position = state.data_position;
-    if (state.bytes_left == 0) track->chunk_state = kAviNoChunk;
+    AviReading &reading = track->reading;
+    const uint32_t size = avi_piece_size(*track);
+    const int64_t end = reading.data_position + size;
+    reading = {end, reading.frame_offset + avi_piece_duration(track->sampling, size), end,
+               reading.bytes_left - size};
 }
 
-uint32_t avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *packet) {
-    AviTrack *track = context->tracks[track_index];
-    AviStreamState &state = *track->state;
-    const bool new_chunk = !avi_in_chunk(*track);
-    int64_t empty_duration = 0;
-    uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Allowed, &empty_duration);
-    if (code != SPLITER_OK) return code;
-    code = read_piece(context, &state, packet);
-    if (code != SPLITER_OK) {
+Code avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *packet) {
+    AviTrack *track = context->tracks[track_index].get();
+    const AviReading before = track->reading;
+    const Code code = find_and_read(context, track, packet);
+    if (code != Code::Ok) {
         // The next call finds the chunk, and the empty ones in front of it, once more.
-        if (new_chunk) track->chunk_state = kAviNoChunk;
+        track->reading = before;
         return code;
     }
-    const int64_t divisor = avi_time_stamp_divisor(state);
-    state.frame_offset += empty_duration;
-    packet->pts = packet->dts = state.frame_offset / divisor;
+    const int64_t divisor = avi_time_stamp_divisor(track->sampling);
+    packet->pts = packet->dts = track->reading.frame_offset / divisor;
     packet->flags = key_flag(*track);
     packet->stream_index = static_cast<int32_t>(track_index);
-    const int64_t duration = avi_piece_duration(state, avi_piece_size(state)) / divisor;
+    const int64_t duration = avi_piece_duration(track->sampling, avi_piece_size(*track)) / divisor;
     packet->duration = static_cast<int32_t>(std::min<int64_t>(duration, INT32_MAX));
     avi_take_piece(track);
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
 }  // namespace quorv

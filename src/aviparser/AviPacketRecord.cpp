@@ -2,9 +2,9 @@
 
 #include "aviparser/AviPacketRecord.h"
 
+#include <quorv/platform/memory.h>
 #include <string.h>
 
-#include "aviparser/AviMemory.h"
 #include "aviparser/AviUtils.h"
 
 namespace quorv {
@@ -16,21 +16,21 @@ void avi_init_packet(AviPacket *packet) {
     packet->position = -1;
 }
 
-uint32_t avi_new_packet(AviPacket *packet, int32_t size) {
+Code avi_new_packet(AviPacket *packet, int32_t size) {
     avi_init_packet(packet);
-    if (size < 0) return SPLITER_ERR_NO_MEMORY;
+    if (size < 0) return Code::NoMemory;
     auto *data = static_cast<uint8_t *>(MMemAlloc(nullptr, static_cast<size_t>(size) + kAviSpareBytes));
-    if (data == nullptr) return SPLITER_ERR_NO_MEMORY;
+    if (data == nullptr) return Code::NoMemory;
     memset(data + size, 0, kAviSpareBytes);
     packet->data = data;
     packet->size = size;
     packet->destruct = avi_destruct_packet;
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
-uint32_t avi_get_packet(StreamSource *source, AviPacket *packet, int32_t size) {
-    const uint32_t code = avi_new_packet(packet, size);
-    if (code != 0) return code;
+Code avi_get_packet(StreamSource *source, AviPacket *packet, int32_t size) {
+    const Code code = avi_new_packet(packet, size);
+    if (code != Code::Ok) return code;
     packet->position = avi_url_fstell(source);
     return avi_get_buffer(source, packet->data, static_cast<uint32_t>(size));
 }
@@ -45,6 +45,11 @@ void avi_free_packet(AviPacket *packet) {
     if (packet->destruct != nullptr) packet->destruct(packet);
     packet->data = nullptr;
     packet->size = 0;
+}
+
+void avi_freep(uint8_t **pointer) {
+    MMemFree(nullptr, *pointer);
+    *pointer = nullptr;
 }
 
 }  // namespace quorv

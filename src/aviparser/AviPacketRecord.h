@@ -1,4 +1,7 @@
 // The packet: one chunk's payload, or a piece of it.
+//
+// The splitter reads straight into the buffers of its callers. Packets with a buffer of their own, and the
+// functions that make and free them, are for code of this module that keeps a chunk.
 #ifndef QUORV_SRC_AVIPARSER_AVIPACKETRECORD_H
 #define QUORV_SRC_AVIPARSER_AVIPACKETRECORD_H
 
@@ -10,6 +13,8 @@ namespace quorv {
 
 inline constexpr int64_t kAviNoTimeStamp = INT64_MIN;
 inline constexpr uint32_t kAviPacketKeyFrame = 1;
+// Zeroed bytes behind codec data and packet payloads, for bit readers that read ahead.
+inline constexpr uint32_t kAviSpareBytes = 8;
 
 // The fields and their order are fixed; of some of them the splitter itself has no use.
 struct AviPacket {
@@ -25,13 +30,14 @@ struct AviPacket {
 };
 
 void avi_init_packet(AviPacket *packet);
-// Makes a packet with a buffer of its own; SPLITER_ERR_NO_MEMORY leaves it initialised and empty.
-uint32_t avi_new_packet(AviPacket *packet, int32_t size);
-// Makes a packet of the next `size` bytes of the stream. Frames do not come this way: they go straight into
-// the buffers of callers.
-uint32_t avi_get_packet(StreamSource *source, AviPacket *packet, int32_t size);
+// Makes a packet with a buffer of its own; Code::NoMemory leaves it initialised and empty.
+Code avi_new_packet(AviPacket *packet, int32_t size);
+// Makes a packet of the next `size` bytes of the stream.
+Code avi_get_packet(StreamSource *source, AviPacket *packet, int32_t size);
 void avi_destruct_packet(AviPacket *packet);
 void avi_free_packet(AviPacket *packet);
+// Frees what *pointer points to and nulls it.
+void avi_freep(uint8_t **pointer);
 
 }  // namespace quorv
 

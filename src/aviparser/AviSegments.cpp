@@ -3,7 +3,9 @@
 #include "aviparser/AviSegments.h"
 
 #include <algorithm>
+#include <optional>
 
+#include "aviparser/AviContext.h"
 #include "aviparser/AviRiff.h"
 #include "aviparser/AviZeroRun.h"
 
@@ -19,110 +21,118 @@ struct ListHeader {
 };
 
 // A source of unknown size is asked for what the file's headers promise.
-int64_t source_limit(const AviContext &context) {
-    return context.source_size > 0 ? context.source_size : INT64_MAX;
+int64_t source_limit(const AviMedia &media) {
+    return media.size_known() ? media.source_size : INT64_MAX;
 }
 
 // Recorders that were cut off leave sizes of 0: such a list reaches to the end of the source, when that is
 // known.
-bool has_no_size(const AviContext &context, const ListHeader &header) {
-    return header.size == 0 && context.source_size > 0;
+bool has_no_size(const AviMedia &media, const ListHeader &header) {
+    return header.size == 0 && media.size_known();
 }
 
-int64_t list_end(const AviContext &context, int64_t position, const ListHeader &header) {
-    return has_no_size(context, header) ? context.source_size : position + 8 + avi_padded(header.size);
+int64_t list_end(const AviMedia &media, int64_t position, const ListHeader &header) {
+    return has_no_size(media, header) ? media.source_size : position + 8 + avi_padded(header.size);
 }
 
-// All of these return a callback's code, or SPLITER_ERR_END_OF_STREAM for bytes that have not arrived; *found
-// is false when the bytes are there and are something else.
+bool is_segment(const AviMedia &media, const ListHeader &header) {
+    return header.tag == avi_tag("RIFF") && header.type == avi_tag("AVIX") &&
+           (header.size >= 4 || has_no_size(media, header));
+}
 
-uint32_t read_list_header(AviContext *context, int64_t position, ListHeader *header, bool *found) {
-    *found = false;
-    if (source_limit(*context) - position < 12) return SPLITER_OK;
+// All of these return a callback's code, or Code::EndOfStream for bytes that have not arrived; what is there
+// and is something else is no failure and gives nothing.
+
+Code read_list_header(AviContext *context, int64_t position, std::optional<ListHeader> *header) {
+    const AviMedia &media = context->media;
+    header->reset();
+    if (source_limit(media) - position < 12) return Code::Ok;
     uint8_t bytes[12] = {};
     uint32_t delivered = 0;
-    uint32_t code = context->source.move_to(position);
-    if (code == 0) code = context->source.read_fully(bytes, sizeof(bytes), &delivered);
-    *header = {load_le32(bytes), load_le32(bytes + 4), load_le32(bytes + 8)};
-    *found = delivered == sizeof(bytes);
+    Code code = context->source.move_to(position);
+    if (code != Code::Ok) return code;
+    code = context->source.read_fully(bytes, sizeof(bytes), &delivered);
+    if (code != Code::Ok) return code;
+    if (delivered == sizeof(bytes)) {
+        *header = {load_le32(bytes), load_le32(bytes + 4), load_le32(bytes + 8)};
+        return Code::Ok;
+    }
     // Bytes that the source's size promises and that do not come have not arrived yet.
-    if (code == 0 && !*found && context->source_size > 0) return SPLITER_ERR_END_OF_STREAM;
-    return code;
+    return media.size_known() ? Code::EndOfStream : Code::Ok;
 }
 
-uint32_t read_segment_header(AviContext *context, int64_t position, ListHeader *header, bool *found) {
-    const uint32_t code = read_list_header(context, position, header, found);
-    const bool segment = header->tag == avi_tag("RIFF") && header->type == avi_tag("AVIX") &&
-                         (header->size >= 4 || has_no_size(*context, *header));
-    *found = *found && segment;
+Code read_segment_header(AviContext *context, int64_t position, std::optional<ListHeader> *header) {
+    const Code code = read_list_header(context, position, header);
+    if (*header && !is_segment(context->media, **header)) header->reset();
     return code;
 }
 
 // Looks for the "movi" list among the chunks from `position` up to the segment's end.
-uint32_t find_movi(AviContext *context, int64_t position, int64_t segment_end, int64_t *movi_end,
-                   bool *found) {
-    *found = false;
+Code find_movi(AviContext *context, int64_t position, int64_t segment_end, std::optional<int64_t> *movi_end) {
+    const AviMedia &media = context->media;
+    movi_end->reset();
     while (position < segment_end) {
-        ListHeader chunk = {};
-        bool whole = false;
-        const uint32_t code = read_list_header(context, position, &chunk, &whole);
-        if (!whole) return code;
-        if (avi_is_zero_header(chunk.tag, chunk.size)) {
-            position = avi_skip_zeros(context, position, std::min(segment_end, source_limit(*context)));
+        std::optional<ListHeader> chunk;
+        const Code code = read_list_header(context, position, &chunk);
+        if (!chunk) return code;
+        if (avi_is_zero_header(chunk->tag, chunk->size)) {
+            position = avi_skip_zeros(context, position, std::min(segment_end, source_limit(media)));
             continue;
         }
-        if (chunk.tag == avi_tag("LIST") && chunk.type == avi_tag("movi")) {
-            *movi_end = std::min(list_end(*context, position, chunk), source_limit(*context));
-            *found = true;
-            return SPLITER_OK;
+        if (chunk->tag == avi_tag("LIST") && chunk->type == avi_tag("movi")) {
+            *movi_end = std::min(list_end(media, position, *chunk), source_limit(media));
+            return Code::Ok;
         }
-        position += 8 + avi_padded(chunk.size);
+        position += 8 + avi_padded(chunk->size);
     }
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
 }  // namespace
 
 void avi_find_segments(AviContext *context) {
-    const bool has_media = context->media_end > context->media_start;
+    AviMedia &media = context->media;
     const bool may_follow =
-        has_media && context->riff_end > context->media_start && context->riff_end < source_limit(*context);
-    context->next_segment = may_follow ? context->riff_end + (context->riff_end & 1) : kNoSegment;
+        media.end > media.start && media.riff_end > media.start && media.riff_end < source_limit(media);
+    media.next_segment = may_follow ? media.riff_end + (media.riff_end & 1) : kNoSegment;
     if (!context->source.is_local()) return;
-    bool extended = true;
-    while (extended)
-        avi_extend_media(context, &extended);
+    Found extended = Found::Yes;
+    // What cannot be read now is looked for again when reading has come as far.
+    while (extended == Found::Yes)
+        static_cast<void>(avi_extend_media(context, &extended));
 }
 
-uint32_t avi_extend_media(AviContext *context, bool *extended) {
-    *extended = false;
-    while (context->next_segment != kNoSegment) {
-        const int64_t start = context->next_segment;
-        ListHeader riff = {};
-        bool found = false;
-        uint32_t code = read_segment_header(context, start, &riff, &found);
-        if (code != SPLITER_OK) return code;
-        if (!found) break;
+Code avi_extend_media(AviContext *context, Found *extended) {
+    AviMedia &media = context->media;
+    *extended = Found::No;
+    while (media.next_segment != kNoSegment) {
+        const int64_t start = media.next_segment;
+        std::optional<ListHeader> riff;
+        Code code = read_segment_header(context, start, &riff);
+        if (code != Code::Ok) return code;
+        if (!riff) break;
 
-        const int64_t end = list_end(*context, start, riff);
-        int64_t movi_end = 0;
-        code = find_movi(context, start + 12, end, &movi_end, &found);
-        if (code != SPLITER_OK) return code;
-        context->next_segment = end;
-        if (found && movi_end > context->media_end) {
-            context->media_end = movi_end;
-            context->file_end = std::max(context->file_end, movi_end);
-            *extended = true;
-            return SPLITER_OK;
+        const int64_t end = list_end(media, start, *riff);
+        std::optional<int64_t> movi_end;
+        code = find_movi(context, start + 12, end, &movi_end);
+        if (code != Code::Ok) return code;
+        media.next_segment = end;
+        if (movi_end && *movi_end > media.end) {
+            media.end = *movi_end;
+            media.file_end = std::max(media.file_end, *movi_end);
+            *extended = Found::Yes;
+            return Code::Ok;
         }
     }
-    context->next_segment = kNoSegment;
-    return SPLITER_OK;
+    media.next_segment = kNoSegment;
+    return Code::Ok;
 }
 
-uint32_t avi_is_segment(AviContext *context, int64_t position, bool *is_segment) {
-    ListHeader riff = {};
-    return read_segment_header(context, position, &riff, is_segment);
+Code avi_is_segment(AviContext *context, int64_t position, Found *segment) {
+    std::optional<ListHeader> riff;
+    const Code code = read_segment_header(context, position, &riff);
+    *segment = riff ? Found::Yes : Found::No;
+    return code;
 }
 
 }  // namespace quorv

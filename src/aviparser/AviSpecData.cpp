@@ -6,9 +6,9 @@
 #include <string.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "aviparser/AviCodecTags.h"
-#include "aviparser/AviMemory.h"
 #include "aviparser/AviPacket.h"
 #include "videoheader/H264Header.h"
 #include "videoheader/Mpeg4Header.h"
@@ -55,58 +55,49 @@ uint32_t leading_headers(const uint8_t *data, uint32_t length, Unit (*classify)(
     return 0;
 }
 
-uint32_t store_codec_data(AviTrack *track, const uint8_t *data, uint32_t length) {
-    auto *copy = static_cast<uint8_t *>(MMemAlloc(nullptr, size_t{length} + kAviSpareBytes));
-    if (copy == nullptr) return SPLITER_ERR_NO_MEMORY;
-    memcpy(copy, data, length);
-    memset(copy + length, 0, kAviSpareBytes);
-    avi_freep(&track->codec_data);
-    track->codec_data = copy;
-    track->codec_data_length = length;
-    return SPLITER_OK;
+Code store_codec_data(AviTrack *track, const uint8_t *data, uint32_t length) {
+    Owned<uint8_t[]> copy = make_array<uint8_t>(uint64_t{length} + kAviSpareBytes);
+    if (copy == nullptr) return Code::NoMemory;
+    memcpy(copy.get(), data, length);
+    memset(copy.get() + length, 0, kAviSpareBytes);
+    track->codec_data = {std::move(copy), length};
+    return Code::Ok;
 }
 
-uint32_t take_headers(AviContext *context, AviTrack *track, int64_t empty_duration) {
-    const AviStreamState &state = *track->state;
-    const uint32_t size = std::min(state.bytes_left, kSearchBytes);
-    AviPacket frame;
-    uint32_t result = avi_new_packet(&frame, static_cast<int32_t>(size));
-    if (result != SPLITER_OK) return result;
+// Takes what stands at the start of the chunk in progress.
+Code take_headers(AviContext *context, AviTrack *track) {
+    const AviReading &reading = track->reading;
+    const uint32_t size = std::min(reading.bytes_left, kSearchBytes);
+    const Owned<uint8_t[]> start = make_array<uint8_t>(size);
+    if (start == nullptr) return Code::NoMemory;
     uint32_t delivered = 0;
-    result = context->source.move_to(state.data_position);
-    if (result == SPLITER_OK) result = context->source.read_fully(frame.data, size, &delivered);
-    if (result == SPLITER_OK) {
-        const bool mpeg4 = avi_is_mpeg4(track->video.codec);
-        const uint32_t length = leading_headers(frame.data, delivered, mpeg4 ? mpeg4_unit : h264_unit);
-        if (length != 0) {
-            result = store_codec_data(track, frame.data, length);
-            track->strip = {length, state.frame_offset + empty_duration};
-        }
-    }
-    avi_free_packet(&frame);
-    return result;
+    Code code = context->source.move_to(reading.data_position);
+    if (code != Code::Ok) return code;
+    code = context->source.read_fully(start.get(), size, &delivered);
+    if (code != Code::Ok) return code;
+    const bool mpeg4 = avi_is_mpeg4(track->video.codec);
+    const uint32_t length = leading_headers(start.get(), delivered, mpeg4 ? mpeg4_unit : h264_unit);
+    if (length == 0) return Code::Ok;
+    track->strip = {length, reading.frame_offset};
+    return store_codec_data(track, start.get(), length);
 }
 
 }  // namespace
 
-uint32_t avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left) {
+Code avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left) {
     const bool wanted = avi_is_mpeg4(track->video.codec) || track->video.codec == fourcc("264 ");
-    if (!wanted || track->codec_data_length != 0) return SPLITER_OK;
-    int64_t empty_duration = 0;
+    if (!wanted || track->codec_data.length != 0) return Code::Ok;
+    // The first frame is still to be read, without what the search meets on its way.
+    const AviReading before = track->reading;
     const uint32_t reads = std::min(*reads_left, kReadsPerTrack);
     uint32_t unused = reads;
-    uint32_t code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &empty_duration, &unused);
+    Code code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &unused);
     *reads_left -= reads - unused;
-    if (code == SPLITER_OK) {
-        code = take_headers(context, track, empty_duration);
-    } else if (code == SPLITER_ERR_END_OF_STREAM) {
-        code = SPLITER_OK;
-    }
-    // The first frame is still to be read.
-    track->chunk_state = kAviNoChunk;
-    track->state->bytes_left = 0;
-    track->state->palette_changed = false;
-    return code;
+    const bool at_end = code == Code::EndOfStream;
+    if (code == Code::Ok) code = take_headers(context, track);
+    track->reading = before;
+    track->palette.changed = false;
+    return at_end ? Code::Ok : code;
 }
 
 }  // namespace quorv

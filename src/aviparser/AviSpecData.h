@@ -12,9 +12,9 @@ inline constexpr uint32_t kAviSpecDataReads = 32768;
 // For an MPEG-4 Part 2 or H.264 track without codec data: makes codec data of what stands in front of the
 // first picture in its first frame, and has it stripped from that frame when it is read. A frame without such
 // headers leaves the track without codec data, and so does one that lies too far behind the chunks of others:
-// *reads_left is what is left of kAviSpecDataReads. Returns a callback's code or SPLITER_ERR_NO_MEMORY; the
+// *reads_left is what is left of kAviSpecDataReads. Returns a callback's code or Code::NoMemory; the
 // track stays at its start.
-uint32_t avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left);
+Code avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left);
 
 }  // namespace quorv
 

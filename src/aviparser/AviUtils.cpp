@@ -2,83 +2,87 @@
 
 #include "aviparser/AviUtils.h"
 
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <optional>
+
 namespace quorv {
 
 namespace {
 
-// Runs one component read of a composite reader, a second time when it fails.
+// Reads one component of a composite reader; one that fails is read a second time, and that result ends the
+// composite reader.
 template <typename Read>
-uint32_t read_component(Read read, bool *failed) {
-    uint32_t code = read();
-    *failed = code != 0;
-    return *failed ? read() : code;
+std::optional<Code> result_of_repetition(Read read) {
+    if (read() == Code::Ok) return std::nullopt;
+    return read();
 }
 
-using Reader32 = uint32_t (*)(StreamSource *, uint32_t *);
+using Reader32 = Code (*)(StreamSource *, uint32_t *);
 
 // Assembles an integer of two components that are read one after the other; each lands at its shift.
 template <typename Value>
-uint32_t read_pair(StreamSource *source, Value *value, Reader32 first, unsigned first_shift, Reader32 second,
-                   unsigned second_shift) {
-    if (source == nullptr || value == nullptr) return SPLITER_OK;
+Code read_pair(StreamSource *source, Value *value, Reader32 first, unsigned first_shift, Reader32 second,
+               unsigned second_shift) {
+    if (source == nullptr || value == nullptr) return Code::Ok;
     uint32_t part = 0;
-    bool failed = false;
-    uint32_t code = read_component([&] { return first(source, &part); }, &failed);
-    if (failed) return code;
+    const std::optional<Code> at_first = result_of_repetition([&] { return first(source, &part); });
+    if (at_first) return *at_first;
     *value = static_cast<Value>(Value{part} << first_shift);
     // A component that lost a part of its own reports success without a value.
     part = 0;
-    code = read_component([&] { return second(source, &part); }, &failed);
-    if (failed) return code;
+    const std::optional<Code> at_second = result_of_repetition([&] { return second(source, &part); });
+    if (at_second) return *at_second;
     *value |= static_cast<Value>(Value{part} << second_shift);
-    return SPLITER_OK;
+    return Code::Ok;
 }
 
 }  // namespace
 
-uint32_t avi_get_byte(StreamSource *source, uint32_t *value) {
-    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
+Code avi_get_byte(StreamSource *source, uint32_t *value) {
+    if (source == nullptr) return Code::InvalidParam;
     uint8_t byte = 0;
     uint32_t delivered = 0;
-    const uint32_t code = source->read(&byte, 1, &delivered);
-    *value = code == 0 ? byte : 0;
+    const Code code = source->read(&byte, 1, &delivered);
+    *value = code == Code::Ok ? byte : 0;
     return code;
 }
 
-uint32_t avi_get_le16(StreamSource *source, uint32_t *value) {
+Code avi_get_le16(StreamSource *source, uint32_t *value) {
     return read_pair(source, value, avi_get_byte, 0, avi_get_byte, 8);
 }
 
-uint32_t avi_get_be16(StreamSource *source, uint32_t *value) {
+Code avi_get_be16(StreamSource *source, uint32_t *value) {
     return read_pair(source, value, avi_get_byte, 8, avi_get_byte, 0);
 }
 
-uint32_t avi_get_le24(StreamSource *source, uint32_t *value) {
+Code avi_get_le24(StreamSource *source, uint32_t *value) {
     return read_pair(source, value, avi_get_le16, 0, avi_get_byte, 16);
 }
 
-uint32_t avi_get_be24(StreamSource *source, uint32_t *value) {
+Code avi_get_be24(StreamSource *source, uint32_t *value) {
     return read_pair(source, value, avi_get_be16, 8, avi_get_byte, 0);
 }
 
-uint32_t avi_get_le32(StreamSource *source, uint32_t *value) {
+Code avi_get_le32(StreamSource *source, uint32_t *value) {
     return read_pair(source, value, avi_get_le16, 0, avi_get_le16, 16);
 }
 
-uint32_t avi_get_be32(StreamSource *source, uint32_t *value) {
+Code avi_get_be32(StreamSource *source, uint32_t *value) {
     return read_pair(source, value, avi_get_be16, 16, avi_get_be16, 0);
 }
 
-uint32_t avi_get_le64(StreamSource *source, uint64_t *value) {
+Code avi_get_le64(StreamSource *source, uint64_t *value) {
     return read_pair(source, value, avi_get_le32, 0, avi_get_le32, 32);
 }
 
-uint32_t avi_get_be64(StreamSource *source, uint64_t *value) {
+Code avi_get_be64(StreamSource *source, uint64_t *value) {
     return read_pair(source, value, avi_get_be32, 32, avi_get_be32, 0);
 }
 
-uint32_t avi_get_buffer(StreamSource *source, void *buffer, uint32_t count) {
-    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
+Code avi_get_buffer(StreamSource *source, void *buffer, uint32_t count) {
+    if (source == nullptr) return Code::InvalidParam;
     uint32_t delivered = 0;
     return source->read(buffer, count, &delivered);
 }
@@ -86,24 +90,29 @@ uint32_t avi_get_buffer(StreamSource *source, void *buffer, uint32_t count) {
 int64_t avi_url_fstell(StreamSource *source) {
     if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     int64_t position = 0;
-    if (source->tell(&position) == 0) return position;
-    return static_cast<int32_t>(source->tell(&position));
+    if (source->tell(&position) == Code::Ok) return position;
+    return static_cast<int32_t>(to_public(source->tell(&position)));
 }
 
-uint32_t avi_url_fsseek(StreamSource *source, SeekOrigin origin, int64_t offset) {
-    if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
+Code avi_url_fsseek(StreamSource *source, SeekOrigin origin, int64_t offset) {
+    if (source == nullptr) return Code::InvalidParam;
     return source->seek(origin, offset);
 }
 
-uint32_t avi_url_fskip(StreamSource *source, int64_t count) {
+Code avi_url_fskip(StreamSource *source, int64_t count) {
     return avi_url_fsseek(source, SeekOrigin::Current, count);
 }
 
 int64_t avi_url_fsize(StreamSource *source) {
     if (source == nullptr) return SPLITER_ERR_INVALID_PARAM;
     int64_t length = 0;
-    if (source->size(&length) == 0) return length;
-    return static_cast<int32_t>(source->size(&length));
+    if (source->size(&length) == Code::Ok) return length;
+    return static_cast<int32_t>(to_public(source->size(&length)));
+}
+
+void avi_assertion_failed(const char *text, const char *file) {
+    fprintf(stderr, "%s: assertion failed: %s\n", file, text);
+    abort();
 }
 
 }  // namespace quorv

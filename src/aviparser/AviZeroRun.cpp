@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include "aviparser/AviContext.h"
+#include "aviparser/AviRiff.h"
+
 namespace quorv {
 
 namespace {
@@ -17,16 +20,18 @@ constexpr int64_t kLimit = int64_t{1} << 26, kUnknownSizeLimit = int64_t{1} << 1
 int64_t avi_skip_zeros(AviContext *context, int64_t position, int64_t end) {
     StreamSource &source = context->source;
     const int64_t start = position + kAviChunkHeaderBytes;
-    const int64_t longest = context->source_size > 0 ? kLimit : kUnknownSizeLimit;
+    const int64_t longest = context->media.size_known() ? kLimit : kUnknownSizeLimit;
     const int64_t limit = end - start > longest ? start + longest : end;
     uint8_t bytes[kMaxRead];
     uint32_t size = kFirstRead;
     for (int64_t at = start; at < limit;) {
         const auto wanted = static_cast<uint32_t>(std::min<int64_t>(size, limit - at));
         uint32_t delivered = 0;
-        if (source.move_to(at) == SPLITER_OK) source.read_available(bytes, wanted, &delivered);
-        const uint8_t *const behind = bytes + delivered;
-        const uint8_t *const found =
+        // What cannot be read is left to the caller, who meets it with a code.
+        if (source.move_to(at) == Code::Ok)
+            static_cast<void>(source.read_available(bytes, wanted, &delivered));
+        const uint8_t *behind = bytes + delivered;
+        const uint8_t *found =
             std::find_if<const uint8_t *>(bytes, behind, [](uint8_t byte) { return byte != 0; });
         at += found - bytes;
         if (found != behind) return at;

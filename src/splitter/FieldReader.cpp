@@ -22,7 +22,7 @@ uint64_t FieldReader::integer(uint32_t width) {
 void FieldReader::skip(uint64_t count) {
     if (!good()) return;
     count = std::min(take(count), uint64_t{INT64_MAX});
-    if (count != 0) code_ = Code{source_.seek(SeekOrigin::Current, static_cast<int64_t>(count))};
+    if (count != 0) code_ = source_.seek(SeekOrigin::Current, static_cast<int64_t>(count));
 }
 
 }  // namespace quorv

@@ -25,25 +25,25 @@ bool is_complete(const SplitterStreamSource *source) {
            source->size != nullptr;
 }
 
-uint32_t StreamSource::open(StreamAccess access) {
+Code StreamSource::open(StreamAccess access) {
     stream = 0;
     position = kUnknownPosition;
     end_of_honesty = INT64_MAX;
-    return callbacks.open(callbacks.user_context, &stream, static_cast<uint32_t>(access));
+    return Code{callbacks.open(callbacks.user_context, &stream, static_cast<uint32_t>(access))};
 }
 
-uint32_t StreamSource::close() {
-    return callbacks.close(callbacks.user_context, stream);
+Code StreamSource::close() {
+    return Code{callbacks.close(callbacks.user_context, stream)};
 }
 
-uint32_t StreamSource::read_once(void *buffer, uint32_t count, uint32_t *delivered) {
+Code StreamSource::read_once(void *buffer, uint32_t count, uint32_t *delivered) {
     *delivered = 0;
-    if (position >= end_of_honesty) return 0;
+    if (position >= end_of_honesty) return Code::Ok;
     if (position >= 0) count = static_cast<uint32_t>(std::min<int64_t>(count, end_of_honesty - position));
     uint32_t got = count;
-    const uint32_t code = callbacks.read(callbacks.user_context, stream, buffer, &got);
+    const Code code{callbacks.read(callbacks.user_context, stream, buffer, &got)};
     // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
-    if (code != 0) got = 0;
+    if (code != Code::Ok) got = 0;
     if (got > count) got = count;
     // Sources differ in where a read that fell short leaves them.
     int64_t behind = 0;
@@ -54,30 +54,30 @@ uint32_t StreamSource::read_once(void *buffer, uint32_t count, uint32_t *deliver
     return code;
 }
 
-uint32_t StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
-    const uint32_t code = read_once(buffer, count, delivered);
+Code StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
+    const Code code = read_once(buffer, count, delivered);
     clear_rest(buffer, count, *delivered);
     return code;
 }
 
-uint32_t StreamSource::read_available(void *buffer, uint32_t count, uint32_t *delivered) {
+Code StreamSource::read_available(void *buffer, uint32_t count, uint32_t *delivered) {
     const int64_t start = position;
     ReadMark mark(buffer, count);
-    const uint32_t code = read_repeatedly(buffer, count, delivered);
-    const bool suspicious = code == 0 && *delivered == count && mark.stands();
+    const Code code = read_repeatedly(buffer, count, delivered);
+    const bool suspicious = code == Code::Ok && *delivered == count && mark.stands();
     mark.lift(*delivered);
     // Without a way back the suspicion cannot be proved.
-    if (!suspicious || start < 0 || seek(SeekOrigin::Start, start) != 0) return code;
+    if (!suspicious || start < 0 || seek(SeekOrigin::Start, start) != Code::Ok) return code;
     return read_again(buffer, count, delivered);
 }
 
 // Once more, now that another value is where the mark was.
-uint32_t StreamSource::read_again(void *buffer, uint32_t count, uint32_t *delivered) {
+Code StreamSource::read_again(void *buffer, uint32_t count, uint32_t *delivered) {
     const int64_t start = position;
     fill_for_second_read(buffer, count);
-    const uint32_t code = read_repeatedly(buffer, count, delivered);
+    const Code code = read_repeatedly(buffer, count, delivered);
     const uint32_t written = written_by_second_read(buffer, count);
-    if (code == 0 && written < *delivered) {
+    if (code == Code::Ok && written < *delivered) {
         *delivered = written;
         end_of_honesty = start + int64_t{written};
         position = kUnknownPosition;
@@ -86,30 +86,29 @@ uint32_t StreamSource::read_again(void *buffer, uint32_t count, uint32_t *delive
     return code;
 }
 
-uint32_t StreamSource::read_repeatedly(void *buffer, uint32_t count, uint32_t *delivered) {
+Code StreamSource::read_repeatedly(void *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t done = 0;
     *delivered = 0;
     while (done < count) {
         uint32_t got = 0;
-        const uint32_t code = read_once(static_cast<uint8_t *>(buffer) + done, count - done, &got);
-        if (code != 0) return code;
+        const Code code = read_once(static_cast<uint8_t *>(buffer) + done, count - done, &got);
+        if (code != Code::Ok) return code;
         if (got == 0) break;
         done += got;
         *delivered = done;
     }
-    return 0;
+    return Code::Ok;
 }
 
-uint32_t StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
-    const uint32_t code = read_available(buffer, count, delivered);
+Code StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
+    const Code code = read_available(buffer, count, delivered);
     clear_rest(buffer, count, *delivered);
     return code;
 }
 
-uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {
-    const uint32_t code =
-        callbacks.seek(callbacks.user_context, stream, static_cast<uint16_t>(origin), offset);
-    if (code != 0) {
+Code StreamSource::seek(SeekOrigin origin, int64_t offset) {
+    const Code code{callbacks.seek(callbacks.user_context, stream, static_cast<uint16_t>(origin), offset)};
+    if (code != Code::Ok) {
         position = kUnknownPosition;
     } else if (origin == SeekOrigin::Start) {
         position = offset;
@@ -120,19 +119,19 @@ uint32_t StreamSource::seek(SeekOrigin origin, int64_t offset) {
     return code;
 }
 
-uint32_t StreamSource::move_to(int64_t offset) {
-    if (offset >= 0 && position == offset) return 0;
+Code StreamSource::move_to(int64_t offset) {
+    if (offset >= 0 && position == offset) return Code::Ok;
     return seek(SeekOrigin::Start, offset);
 }
 
-uint32_t StreamSource::tell(int64_t *result) {
+Code StreamSource::tell(int64_t *result) {
     *result = 0;
-    return callbacks.tell(callbacks.user_context, stream, result);
+    return Code{callbacks.tell(callbacks.user_context, stream, result)};
 }
 
-uint32_t StreamSource::size(int64_t *length) {
+Code StreamSource::size(int64_t *length) {
     *length = 0;
-    return callbacks.size(callbacks.user_context, stream, length);
+    return Code{callbacks.size(callbacks.user_context, stream, length)};
 }
 
 }  // namespace quorv

@@ -3,6 +3,7 @@
 #ifndef QUORV_SRC_SPLITTER_STREAMSOURCE_H
 #define QUORV_SRC_SPLITTER_STREAMSOURCE_H
 
+#include "splitter/Code.h"
 #include "splitter/Splitter.h"
 
 namespace quorv {
@@ -13,8 +14,8 @@ enum class StreamAccess : uint32_t { Read = SPLITER_ACCESS_READ, ReadShared = SP
 // Whether there is a record, and a callback for everything that is asked of a stream.
 bool is_complete(const SplitterStreamSource *source);
 
-// All functions return 0 or the callback's code. Their outputs are always defined, whatever the callback
-// left in them.
+// All functions return the callback's code. Their outputs are always defined, whatever the callback left in
+// them.
 //
 // A source that claims bytes which it has not written is taken at its deeds: for all callers it ends where it
 // was caught, like one that delivers nothing there. Claims of less than 4 bytes are not checked.
@@ -26,25 +27,25 @@ struct StreamSource {
 
     bool is_local() const { return callbacks.source_kind == SPLITER_SOURCE_LOCAL; }
 
-    uint32_t open(StreamAccess access);
-    uint32_t close();
+    Code open(StreamAccess access);
+    Code close();
     // One read call. `*delivered` never exceeds `count`; what was not delivered reads as zero.
-    uint32_t read(void *buffer, uint32_t count, uint32_t *delivered);
+    Code read(void *buffer, uint32_t count, uint32_t *delivered);
     // Reads until `count` bytes came or the source delivers nothing more. After a failure, too, `*delivered`
     // says how many came. Behind them the buffer is left alone, or zeroed when the source has lied.
-    uint32_t read_available(void *buffer, uint32_t count, uint32_t *delivered);
+    Code read_available(void *buffer, uint32_t count, uint32_t *delivered);
     // The same, and what was not delivered reads as zero.
-    uint32_t read_fully(void *buffer, uint32_t count, uint32_t *delivered);
-    uint32_t seek(SeekOrigin origin, int64_t offset);
+    Code read_fully(void *buffer, uint32_t count, uint32_t *delivered);
+    Code seek(SeekOrigin origin, int64_t offset);
     // Seeks only when the stream does not stand at `offset` already.
-    uint32_t move_to(int64_t offset);
-    uint32_t tell(int64_t *result);
-    uint32_t size(int64_t *length);
+    Code move_to(int64_t offset);
+    Code tell(int64_t *result);
+    Code size(int64_t *length);
 
 private:
-    uint32_t read_once(void *buffer, uint32_t count, uint32_t *delivered);
-    uint32_t read_repeatedly(void *buffer, uint32_t count, uint32_t *delivered);
-    uint32_t read_again(void *buffer, uint32_t count, uint32_t *delivered);
+    Code read_once(void *buffer, uint32_t count, uint32_t *delivered);
+    Code read_repeatedly(void *buffer, uint32_t count, uint32_t *delivered);
+    Code read_again(void *buffer, uint32_t count, uint32_t *delivered);
 };
 
 }  // namespace quorv

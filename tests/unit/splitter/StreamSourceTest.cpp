@@ -29,10 +29,10 @@ struct Read {
 Read read_from(TestSource &test, uint32_t start, uint32_t count) {
     StreamSource source = {};
     source.callbacks = test.record();
-    EXPECT_EQ(source.open(StreamAccess::Read), 0u);
-    EXPECT_EQ(source.move_to(start), 0u);
+    EXPECT_EQ(source.open(StreamAccess::Read), Code::Ok);
+    EXPECT_EQ(source.move_to(start), Code::Ok);
     Read result = {0, 0, Bytes(count, 0x77)};
-    result.code = source.read_available(result.buffer.data(), count, &result.delivered);
+    result.code = to_public(source.read_available(result.buffer.data(), count, &result.delivered));
     return result;
 }
 
@@ -76,19 +76,19 @@ TEST(StreamSource, AsksNoMoreBehindALie) {
     TestSource test(store, SPLITER_SOURCE_LOCAL, {.lies_from = 30});
     StreamSource source = {};
     source.callbacks = test.record();
-    ASSERT_EQ(source.open(StreamAccess::Read), 0u);
-    ASSERT_EQ(source.move_to(25), 0u);
+    ASSERT_EQ(source.open(StreamAccess::Read), Code::Ok);
+    ASSERT_EQ(source.move_to(25), Code::Ok);
     uint8_t buffer[20];
     uint32_t delivered = 0;
-    ASSERT_EQ(source.read_fully(buffer, 20, &delivered), 0u);
+    ASSERT_EQ(source.read_fully(buffer, 20, &delivered), Code::Ok);
     EXPECT_EQ(delivered, 5u);
     const uint64_t reads = test.reads;
-    ASSERT_EQ(source.move_to(31), 0u);
-    ASSERT_EQ(source.read(buffer, 1, &delivered), 0u);
+    ASSERT_EQ(source.move_to(31), Code::Ok);
+    ASSERT_EQ(source.read(buffer, 1, &delivered), Code::Ok);
     EXPECT_EQ(delivered, 0u);
     EXPECT_EQ(test.reads, reads);
-    ASSERT_EQ(source.move_to(28), 0u);
-    ASSERT_EQ(source.read_available(buffer, 8, &delivered), 0u);
+    ASSERT_EQ(source.move_to(28), Code::Ok);
+    ASSERT_EQ(source.read_available(buffer, 8, &delivered), Code::Ok);
     EXPECT_EQ(delivered, 2u);
     EXPECT_EQ(buffer[1], 129);
 }
