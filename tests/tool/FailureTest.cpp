@@ -48,18 +48,21 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
     // Other files are still shown, and the worst decides.
     const ToolRun run = shell.run("quorv info --json notes.txt $SAMPLE missing $SAMPLE");
     EXPECT_EQ(run.exit_code, 3);
-    EXPECT_TRUE(lines_of(run.out).size() == 2 && lines_of(run.err).size() == 2) << run.out << run.err;
+    EXPECT_EQ(lines_of(run.out).size(), 2u) << run.out;
+    EXPECT_EQ(lines_of(run.err).size(), 2u) << run.err;
 }
 
 TEST(Failure, WrongUsageIsExplained) {
     const std::pair<std::string, std::string> cases[] = {
         {"", "a command is required: info, frames, extract, headers, decode"},
+        {"-- info $SAMPLE", "a command is required"},
         {"dance", "dance"},
         {"info", "FILE"},
         {"info --dance $SAMPLE", "--dance"},
         {"info -dash.avi", "./-dash.avi"},
         {"frames -x $SAMPLE", "no option '-x'"},
         {"frames $SAMPLE second", "second"},
+        {"frames $SAMPLE --md5=x", "--md5 takes no value"},
         {"frames $SAMPLE --track 0", "--track: 0 is less than 1"},
         {"frames $SAMPLE --track x", "--track: 'x' is not a whole number"},
         {"frames $SAMPLE --track", "--track needs a value"},

@@ -94,7 +94,8 @@ TEST(Headers, FramesOfContainers) {
         const std::vector<Json> raw =
             shell.json("quorv extract --track 1 -o - " + name + " | quorv headers --json -");
         const std::vector<Json> units = shell.json("quorv headers --json " + name);
-        ASSERT_TRUE(units.size() == raw.size() && raw.size() > 5) << units.size();
+        ASSERT_GT(raw.size(), 5u);
+        ASSERT_EQ(units.size(), raw.size());
         for (size_t i = 0; i < raw.size(); ++i) {
             Json expected = raw[i];
             expected["track"] = 1;

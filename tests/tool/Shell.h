@@ -72,7 +72,8 @@ public:
         const ToolRun said = run(expected.line);
         SCOPED_TRACE(expected.line + '\n' + said.err);
         EXPECT_EQ(said.exit_code, expected.exit_code);
-        EXPECT_TRUE(said.err.starts_with("quorv: ") && lines_of(said.err).size() == 1);
+        EXPECT_TRUE(said.err.starts_with("quorv: "));
+        EXPECT_EQ(lines_of(said.err).size(), 1u);
         EXPECT_NE(said.err.find(expected.name), std::string::npos);
         EXPECT_NE(said.err.find(expected.reason), std::string::npos);
         return said;
