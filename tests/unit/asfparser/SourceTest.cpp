@@ -94,6 +94,41 @@ TEST(AsfReaders, NeedAStreamOfTheirOwnEach) {
     }
 }
 
+// The second video frame ends where no byte has arrived, behind a packet that brings the time base down.
+TEST(AsfReaders, AFailedCallChangesNoTimes) {
+    AsfStream video = asf_video(1), audio = asf_audio(2);
+    video.frame_interval = audio.frame_interval = 40;
+    AsfBuilder builder({video, audio}, {.packet_size = 100}, AsfIndex::None);
+    builder.frame(1, 510, 70).frame(1, 512, 70).frame(0, 520, 70).frame(0, 530, 70).frame(1, 300, 70);
+    AsfBytes asf(patched(builder.frame(0, 560, 70).build(), kPreroll, le64(3600)),
+                 SPLITER_SOURCE_PROGRESSIVE);
+    asf.source.faults.arrived = builder.data_start() + 5 * 100;
+    EXPECT_EQ(asf.file.read(2).info.time_stamp, 10u);
+    EXPECT_EQ(asf.file.read(2).code, kNotArrived);
+    EXPECT_EQ(asf.file.read(3).info.time_stamp, 0u);
+    asf.source.faults.arrived = UINT64_MAX;
+    EXPECT_EQ(asf.file.read(2).info.time_stamp, 230u);
+}
+
+// More packets than are kept, and one whose bytes failed to come.
+TEST(AsfReaders, AFailedReadLeavesNothingBehind) {
+    AsfBuilder builder({asf_video(1)}, {.packet_size = 100}, AsfIndex::None);
+    for (uint32_t i = 0; i < 20; ++i)
+        builder.frame(0, i * 40, 60);
+    const Bytes bytes = builder.build();
+    bool was_hit = true;
+    for (uint64_t at = 1; was_hit; ++at) {
+        AsfBytes asf(bytes);
+        asf.source.faults.at = asf.source.calls() + at;
+        const uint32_t code = asf.file.read_all(2).end_code;
+        was_hit = asf.source.calls() >= asf.source.faults.at;
+        EXPECT_EQ(code, was_hit ? kSourceFailed : kEnd) << at;
+        asf.source.faults.at = 0;
+        asf.file.reset();
+        expect_frames(asf.file, 2, builder.truth(0));
+    }
+}
+
 // A download that is over too early.
 TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
     const MemoryStore store(small_file().build());
