@@ -45,8 +45,8 @@ TEST(FixedPool, CreationSpendsSixteenBytesAndTheMisalignment) {
 
 TEST(FixedPool, RefusesWhatItCannotServe) {
     alignas(4) uint8_t buffer[64];
-    MMemMgr pool = MMemMgrCreate(buffer, sizeof buffer);
-    void *const ptr = MMemRealloc(pool, nullptr, 4);
+    MMemMgr pool = MMemMgrCreate(buffer, sizeof(buffer));
+    void *ptr = MMemRealloc(pool, nullptr, 4);
     const size_t wraps = sizeof(size_t) > 4 ? (size_t{1} << (sizeof(size_t) * 4)) + 4 : 0xFFFFFFFD;
     for (const size_t size : {size_t{0}, size_t{0x80000000}, wraps})
         EXPECT_EQ(MMemAlloc(pool, size), nullptr);
@@ -62,7 +62,7 @@ TEST(FixedPool, RefusesWhatItCannotServe) {
 
 TEST(FixedPool, FitsSplitsMergesAndMoves) {
     alignas(4) uint8_t buffer[216];
-    MMemMgr pool = MMemMgrCreate(buffer, sizeof buffer);
+    MMemMgr pool = MMemMgrCreate(buffer, sizeof(buffer));
     const struct {
         size_t block;
         uint32_t size;    // 0 frees the block
@@ -96,13 +96,13 @@ TEST(FixedPool, FitsSplitsMergesAndMoves) {
     std::vector<uint8_t> held[4];
     for (const auto &step : steps) {
         SCOPED_TRACE(&step - steps);
-        uint8_t *const old = blocks[step.block];
+        uint8_t *old = blocks[step.block];
         if (step.size == 0) {
             MMemFree(pool, old);
             held[step.block].clear();
             blocks[step.block] = nullptr;
         } else {
-            void *const ptr = MMemRealloc(pool, old, step.size);
+            void *ptr = MMemRealloc(pool, old, step.size);
             ASSERT_EQ(ptr, step.offset == 0 ? nullptr : buffer + step.offset);
             if (ptr != nullptr) blocks[step.block] = buffer + step.offset;
         }

@@ -25,7 +25,7 @@ struct IniEdit {
 inline std::optional<std::string> ini_value(MIniHandle ini, const std::string &section,
                                             const std::string &key) {
     char text[4096];
-    uint32_t size = sizeof text;
+    uint32_t size = sizeof(text);
     if (!MIniReadSingleS(ini, section.c_str(), key.c_str(), MINI_TYPE_STRING, text, &size)) return {};
     return std::string(text, size);
 }
@@ -33,10 +33,10 @@ inline std::optional<std::string> ini_value(MIniHandle ini, const std::string &s
 inline std::vector<std::string> ini_sections(MIniHandle ini) {
     std::vector<std::string> names;
     char name[2048];
-    uint32_t size = sizeof name;
+    uint32_t size = sizeof(name);
     for (int32_t found = MIniFindFirstCategoryS(ini, name, &size); found != 0;) {
         names.emplace_back(name, size - 1);
-        size = sizeof name;
+        size = sizeof(name);
         found = MIniFindNextCategoryS(ini, name, &size);
     }
     return names;

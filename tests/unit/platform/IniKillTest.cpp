@@ -45,7 +45,7 @@ Traced kill_at_call(int last, const std::function<void()> &work, std::string *ca
     while (waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
         __ptrace_syscall_info info = {};
         ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD);
-        ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info);
+        ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof(info), &info);
         if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
             if (call++ == last) kill(child, SIGKILL);
             if (calls != nullptr) *calls += name_of_call(info.entry.nr, info.entry.args);

@@ -35,7 +35,8 @@ TEST(Thread, MutexesNestAndEventsForgetSignalsThatNobodyWaitsFor) {
         MMutexUnlock(mutex);
         result = MEventWait(event, 0xFFFFFFFF);
     };
-    EXPECT_EQ(MMutexLock(mutex) | MMutexLock(mutex) | MEventSignal(event), 0u);
+    for (const uint32_t code : {MMutexLock(mutex), MMutexLock(mutex), MEventSignal(event)})
+        EXPECT_EQ(code, uint32_t{ResultOk});
     const MThread thread = start(lock_and_wait);
     ASSERT_NE(thread, 0u);
     EXPECT_EQ(MMutexUnlock(mutex), 0u);
@@ -54,13 +55,17 @@ TEST(Thread, MutexesNestAndEventsForgetSignalsThatNobodyWaitsFor) {
     auto next_stage = [&] { stage = 2; };
     EXPECT_EQ(MThreadDestory(start(next_stage)), 0u);
     EXPECT_EQ(stage, 2);
-    EXPECT_EQ(MEventWait(event, 1000) & MEventWait(event, 0), uint32_t{ResultFailed});
-    EXPECT_EQ(MEventReset(event) | MEventDestroy(event) | MMutexDestroy(mutex), 0u);
+    for (const uint32_t timeout : {1000u, 0u})
+        EXPECT_EQ(MEventWait(event, timeout), uint32_t{ResultFailed});
+    for (const uint32_t code : {MEventReset(event), MEventDestroy(event), MMutexDestroy(mutex)})
+        EXPECT_EQ(code, uint32_t{ResultOk});
 }
 
 TEST(Thread, NullHandlesAndNoMemory) {
-    EXPECT_EQ(MThreadCreate(nullptr, nullptr) + MThreadExit(0) + MMutexDestroy(nullptr), 0u);
-    EXPECT_EQ(MThreadSuspend(0) + MThreadResume(0) + MThreadSetPriority(0, 5), 0u);
+    EXPECT_EQ(MThreadCreate(nullptr, nullptr), 0u);
+    for (const uint32_t code : {MThreadExit(0), MMutexDestroy(nullptr), MThreadSuspend(0), MThreadResume(0),
+                                MThreadSetPriority(0, 5)})
+        EXPECT_EQ(code, uint32_t{ResultOk});
     for (uint32_t (*const function)(void *) : {MMutexLock, MMutexUnlock, MEventSignal, MEventDestroy})
         EXPECT_EQ(function(nullptr), uint32_t{ResultInvalidArg});
     EXPECT_EQ(MEventWait(nullptr, 5), uint32_t{ResultInvalidArg});
