@@ -171,8 +171,8 @@ QUORV_API void QU_MP3_decoder_close(QuMp3Decoder decoder);
 /**
  * Decodes as much of the input as the output takes.
  *
- * Bad frames are skipped without output; frames whose reservoir lies before the start of the stream, too. Tags
- * (ID3v2, ID3v1, APE) at the start and behind a frame are stepped over.
+ * Bad frames are skipped without output; frames whose reservoir lies before the start of the stream, too.
+ * Tags (ID3v2, ID3v1, APE) at the start and behind a frame are stepped over.
  *
  * A frame is decoded when 8 bytes behind it are there. A piece too short for a frame is consumed whole, into
  * a copy; from then on all input goes through the copy. It grows fourfold when it is full without a frame,
@@ -242,7 +242,8 @@ QUORV_API int32_t QU_MP3_min_input_buffer_size_compat(const Mp3FrameHeader *head
 /**
  * Scans a stream for its format, frames and duration.
  *
- * Tags are passed over as by QU_MP3_decoder_read. When the format changes, the frames after the last change count.
+ * Tags are passed over as by QU_MP3_decoder_read. When the format changes, the frames after the last change
+ * count.
  *
  * @param[in]  stream  an MStream of quorv/platform/stream.h; its position is the same afterwards
  * @param[out] info    what was found
