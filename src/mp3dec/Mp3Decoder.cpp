@@ -2,9 +2,7 @@
 
 #include "mp3dec/Mp3Decoder.h"
 
-#include <quorv/platform/memory.h>
-
-#include "mp3dec/Mp3FrameHeader.h"
+#include <algorithm>
 
 namespace quorv {
 
@@ -28,41 +26,35 @@ void drop_pending(Mp3Decoder *decoder) {
     decoder->delivery.next = decoder->synthesis.pcm->samples;
 }
 
-bool initialize(Mp3Decoder *decoder) {
-    const QuMp3Config &config = decoder->config;
-    return buffer_init(&decoder->input, false) == 0 &&
-           frame_init(&decoder->frame, config.frame_value, config.synthesis_value, true) == 0 &&
-           synth_init_zev(&decoder->synthesis, config.synthesis_value, mp3_rate_ratio(decoder->rate_word)) ==
-               0;
-}
-
 // Decodes frames into the output until one of the two is used up.
 int32_t decode_frames(Mp3Decoder *decoder, QuMp3Buffer *input, const Mp3InputBytes &bytes, bool has_output) {
-    buffer_set(&decoder->input, bytes.data, bytes.length);
-    decoder->input.stream_end = bytes.stream_end;
+    Mp3InputBuffer *state = &decoder->input;
+    buffer_set(state, bytes.data, bytes.length);
+    state->stream_end = bytes.stream_end;
     const uint8_t *done = bytes.data;  // nothing in front of it is needed any more
     for (;;) {
-        if (frame_decode(&decoder->frame, &decoder->input, &decoder->synthesis) == 0) {
-            if (decoder->frame.header.layer != 3) synth_frame(&decoder->frame, &decoder->synthesis);
-            done = decoder->input.read_position;
+        const Mp3Error error = frame_decode(&decoder->frame, state, &decoder->synthesis);
+        if (error == Mp3Error::None) {
+            done = state->read_position;
             decoder->delivery.next = 0;
             has_output = true;
             if (QU_MP3_player_output(decoder) == 0 && decoder->room.left > 0) continue;
-            store_consume(&decoder->store, input, done);
+            feed_consume(&decoder->feed, input, done);
             return QU_MP3_OK;
         }
+        decoder->error = error;
         drop_pending(decoder);
-        if (decoder->input.error < kMp3FirstSkippingError) break;
-        done = decoder->input.read_position;
+        if (!mp3_skips_frame(error)) break;
+        done = state->read_position;
     }
     // The start of the current frame is still that of the last one when there are no bytes behind that.
-    const uint8_t *keep = decoder->input.frame_start > done ? decoder->input.frame_start : done;
-    if (decoder->input.error == MP3_ERR_NEED_INPUT && !has_output) {
-        const uint32_t wanted = decoder->input.tag_is_open ? kMp3KeptTagBytes : kMp3RoomForFrames;
-        return store_extend(&decoder->store, input, keep, wanted);
+    const uint8_t *keep = std::max(state->frame_start, done);
+    if (decoder->error == Mp3Error::NeedInput && !has_output) {
+        const uint32_t wanted = state->tag_is_open ? kMp3KeptTagBytes : kMp3RoomForFrames;
+        return feed_extend(&decoder->feed, input, keep, wanted) ? QU_MP3_NEED_INPUT : QU_MP3_ERROR;
     }
-    store_consume(&decoder->store, input, keep);
-    return decoder->input.error == MP3_ERR_NEED_INPUT ? QU_MP3_NEED_INPUT : QU_MP3_ERROR;
+    feed_consume(&decoder->feed, input, keep);
+    return decoder->error == Mp3Error::NeedInput ? QU_MP3_NEED_INPUT : QU_MP3_ERROR;
 }
 
 }  // namespace
@@ -82,36 +74,33 @@ int32_t mp3_report_output(const Mp3Decoder &decoder, QuMp3Buffer *output, int32_
 using namespace quorv;
 
 QuMp3Decoder QU_MP3_decoder_init(const QuMp3Config *config, const QuMp3OutputRequest *request) {
-    auto *decoder = static_cast<Mp3Decoder *>(MMemAlloc(nullptr, sizeof(Mp3Decoder)));
+    Owned<Mp3Decoder> decoder = make_owned<Mp3Decoder>();
     if (decoder == nullptr) return nullptr;
-    *decoder = {};
     decoder->config = config != nullptr ? *config : kDefaultConfig;
     decoder->rate_word = mp3_output_rate_word(decoder->config.sample_rate, request);
-    if (initialize(decoder)) return decoder;
-    QU_MP3_decoder_close(decoder);
-    return nullptr;
+    buffer_init(&decoder->input);
+    const uint32_t ratio = mp3_rate_ratio(decoder->rate_word);
+    if (!frame_init(&decoder->frame) ||
+        synth_init_zev(&decoder->synthesis, decoder->config.synthesis_value, ratio) != 0)
+        return nullptr;
+    return decoder.release();
 }
 
 int32_t QU_MP3_decoder_reset(QuMp3Decoder handle) {
     auto *decoder = static_cast<Mp3Decoder *>(handle);
     if (!is_complete(decoder)) return -1;
-    store_close(&decoder->store);
+    decoder->feed = {};
     decoder->room = {};
     decoder->delivery = {};
+    decoder->error = Mp3Error::None;
     drop_pending(decoder);
     frame_reset(&decoder->frame);
-    header_init(&decoder->frame.header);
-    return buffer_init(&decoder->input, true);
+    buffer_init(&decoder->input);
+    return 0;
 }
 
 void QU_MP3_decoder_close(QuMp3Decoder handle) {
-    auto *decoder = static_cast<Mp3Decoder *>(handle);
-    if (decoder == nullptr) return;
-    synth_close(&decoder->synthesis);
-    frame_close(&decoder->frame);
-    buffer_close(&decoder->input);
-    store_close(&decoder->store);
-    MMemFree(nullptr, decoder);
+    const Owned<Mp3Decoder> decoder(static_cast<Mp3Decoder *>(handle));
 }
 
 int32_t QU_MP3_decoder_read(QuMp3Decoder handle, QuMp3Buffer *input, QuMp3Buffer *output) {
@@ -122,7 +111,7 @@ int32_t QU_MP3_decoder_read(QuMp3Decoder handle, QuMp3Buffer *input, QuMp3Buffer
     const bool had_pending = has_pending(*decoder);
     if (had_pending && (QU_MP3_player_output(decoder) != 0 || decoder->room.left == 0))
         return mp3_report_output(*decoder, output, QU_MP3_OK);
-    const Mp3InputBytes bytes = store_take(&decoder->store, input);
+    const Mp3InputBytes bytes = feed_take(&decoder->feed, input);
     int32_t code = QU_MP3_NEED_INPUT;
     if (bytes.length > 0) code = decode_frames(decoder, input, bytes, had_pending);
     return mp3_report_output(*decoder, output, code);
@@ -130,7 +119,7 @@ int32_t QU_MP3_decoder_read(QuMp3Decoder handle, QuMp3Buffer *input, QuMp3Buffer
 
 int32_t QU_MP3_decoder_error(QuMp3Decoder handle) {
     const auto *decoder = static_cast<const Mp3Decoder *>(handle);
-    return is_complete(decoder) ? decoder->input.error : -1;
+    return is_complete(decoder) ? static_cast<int32_t>(decoder->error) : -1;
 }
 
 int32_t QU_MP3_decoder_EQ_enabled(uint32_t enable, uint32_t value, QuMp3Decoder handle) {

@@ -5,23 +5,27 @@
 #include <quorv/mp3_decoder.h>
 #include <stdint.h>
 
+#include "mp3dec/Mp3Error.h"
+#include "mp3dec/Mp3Feed.h"
 #include "mp3dec/Mp3Frame.h"
 #include "mp3dec/Mp3InputBuffer.h"
-#include "mp3dec/Mp3InputStore.h"
 #include "mp3dec/Mp3Output.h"
 #include "mp3dec/Mp3Synthesis.h"
 
 namespace quorv {
 
 struct Mp3Decoder {
-    Mp3InputStore store;
+    Mp3Feed feed;
     Mp3OutputRoom room;  // of the current output
     Mp3InputBuffer input;
     Mp3Frame frame;
     Mp3Synthesis synthesis;
+    Mp3Error error;  // why the last frame failed
     uint32_t rate_word;
     Mp3Delivery delivery;
     QuMp3Config config;
+
+    ~Mp3Decoder() { synth_close(&synthesis); }
 };
 
 // The result of QU_MP3_player_output when samples wait for more room.

@@ -2,7 +2,7 @@
 
 #include "mp3dec/Mp3Frame.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
 
 #include "mp3dec/Mp3FrameHeader.h"
 #include "mp3dec/Mp3FrameSync.h"
@@ -13,59 +13,54 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kChannelBytes = kMp3MaxChannels * sizeof(Mp3Channel);
+Mp3Error decode_layer(Mp3Frame *frame, Mp3InputBuffer *input) {
+    Mp3Channel *channels = frame->channels.get();
+    switch (frame->header.layer) {
+        case 1:
+            return layer1_decode(input, frame->kernels, frame->header, channels);
+        case 2:
+            return layer2_decode(input, frame->kernels, &frame->header, channels);
+        default:
+            return layer3_decode(input, &frame->reservoir, frame->kernels, &frame->header, channels);
+    }
+}
 
-int32_t decode_layer(Mp3Frame *frame, Mp3InputBuffer *state, Mp3Synthesis *output) {
-    if (frame->header.layer == 3) return layer3_decode(state, frame, output);
-    const int32_t result =
-        frame->header.layer == 2 ? layer2_decode(state, frame) : layer1_decode(state, frame);
-    if (result != 0) return result;
-    const Mp3BitReader &reader = *state->header_reader;
-    *state->main_reader = reader;
-    state->leftover_bits = static_cast<int32_t>(reader.bits_left) - 8 +
-                           static_cast<int32_t>(state->read_position - reader.byte) * 8;
-    return 0;
+// All layers come to subband samples.
+void synth_frame(Mp3Frame *frame, Mp3Synthesis *output) {
+    const uint32_t slots = mp3_samples_per_frame(frame->header) / kMp3Subbands;
+    const int32_t *gains = frame->equalizer_enabled ? mp3_equalizer_gains(frame->equalizer_value) : nullptr;
+    mp3_subsynth(frame->kernels, frame->channels.get(), {mp3_channels(frame->header), slots, gains}, output);
 }
 
 }  // namespace
 
-int32_t frame_init(Mp3Frame *frame, uint32_t /*max_channels*/, uint32_t /*highest_layer*/, bool allocate) {
+bool frame_init(Mp3Frame *frame) {
     *frame = {};
-    header_init(&frame->header);
-    if (!allocate) return 0;
     frame->kernels = mp3_best_kernels();
-    frame->channels = static_cast<Mp3Channel *>(MMemAlloc(nullptr, kChannelBytes));
-    if (frame->channels == nullptr) return -1;
+    frame->channels = make_array<Mp3Channel>(kMp3MaxChannels);
+    if (frame->channels == nullptr) return false;
     frame_reset(frame);
-    return 0;
+    return true;
 }
 
 void frame_reset(Mp3Frame *frame) {
-    if (frame->channels != nullptr) MMemSet(frame->channels, 0, kChannelBytes);
+    header_init(&frame->header);
+    frame->reservoir.fill = 0;
+    memset(frame->channels.get(), 0, kMp3MaxChannels * sizeof(Mp3Channel));
 }
 
-void frame_close(Mp3Frame *frame) {
-    MMemFree(nullptr, frame->channels);
-    frame->channels = nullptr;
-}
-
-int32_t frame_decode(Mp3Frame *frame, Mp3InputBuffer *state, Mp3Synthesis *output) {
-    frame->header.options = state->options;
-    if (header_decode(&frame->header, state) != 0) return -1;
-    if (decode_layer(frame, state, output) == 0) return 0;
-    if (state->error < kMp3FirstSkippingError) state->read_position = state->frame_start;
-    state->leftover_bits = 0;
-    return -1;
-}
-
-void frame_synthesize(Mp3Frame *frame, uint32_t slots, Mp3Synthesis *output) {
-    const int32_t *const gains =
-        frame->equalizer_enabled ? mp3_equalizer_gains(frame->equalizer_value) : nullptr;
-    mp3_subsynth(frame->kernels, frame->channels, {mp3_channels(frame->header), slots, gains}, output);
-}
-
-void synth_frame(Mp3Frame *frame, Mp3Synthesis *synthesis) {
-    frame_synthesize(frame, mp3_samples_per_frame(frame->header) / kMp3Subbands, synthesis);
+Mp3Error frame_decode(Mp3Frame *frame, Mp3InputBuffer *input, Mp3Synthesis *output) {
+    frame->header.options = input->options;
+    Mp3Error error = header_decode(&frame->header, input);
+    if (error != Mp3Error::None) return error;
+    error = decode_layer(frame, input);
+    if (error == Mp3Error::None) {
+        synth_frame(frame, output);
+        return error;
+    }
+    if (!mp3_skips_frame(error)) input->read_position = input->frame_start;
+    input->leftover_bits = 0;
+    return error;
 }
 
 }  // namespace quorv

@@ -25,7 +25,7 @@ void header_init(Mp3FrameHeader *header) {
     *header = {};
 }
 
-uint32_t mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
+Mp3Error mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
     header->flags = 0;
     header->private_bits = 0;
     bit_skip(reader, 8);
@@ -34,9 +34,9 @@ uint32_t mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
     if ((version_byte & 0x08) == 0)
         header->flags |= MP3_FLAG_LOW_SAMPLING_RATE;
     else if (mp3_has_flag(*header, MP3_FLAG_MPEG25))
-        return MP3_ERR_SYNC;
+        return Mp3Error::Sync;
     const uint32_t layer = 4 - (version_byte >> 1 & 3);
-    if (layer == 4) return MP3_ERR_LAYER;
+    if (layer == 4) return Mp3Error::Layer;
     header->layer = static_cast<uint8_t>(layer);
     if ((version_byte & 1) == 0) {
         header->flags |= MP3_FLAG_CRC;
@@ -45,11 +45,11 @@ uint32_t mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
 
     const uint32_t rate_byte = bit_read(reader, 8);
     header->bitrate_index = rate_byte >> 4;
-    if (header->bitrate_index == 15) return MP3_ERR_BITRATE;
+    if (header->bitrate_index == 15) return Mp3Error::Bitrate;
     const uint32_t row = !mp3_is_low_rate(*header) ? layer - 1 : layer == 1 ? 3 : 4;
     header->bitrate = kBitrates[row][header->bitrate_index];
     const uint32_t rate_index = rate_byte >> 2 & 3;
-    if (rate_index == 3) return MP3_ERR_SAMPLE_RATE;
+    if (rate_index == 3) return Mp3Error::SampleRate;
     const uint32_t version = mp3_has_flag(*header, MP3_FLAG_MPEG25) ? 2 : mp3_is_low_rate(*header) ? 1 : 0;
     header->sample_rate_index = rate_index;
     header->sample_rate = kSampleRates[rate_index] >> version;
@@ -64,7 +64,7 @@ uint32_t mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader) {
     if ((mode_byte & 4) != 0) header->flags |= MP3_FLAG_ORIGINAL;
     header->emphasis = mode_byte & 3;
     if (mp3_has_flag(*header, MP3_FLAG_CRC)) header->stored_crc = static_cast<uint16_t>(bit_read(reader, 16));
-    return 0;
+    return Mp3Error::None;
 }
 
 bool mp3_crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits) {

@@ -6,6 +6,7 @@
 #include <stdint.h>
 
 #include "mp3dec/Mp3BitReader.h"
+#include "mp3dec/Mp3Error.h"
 
 namespace quorv {
 
@@ -15,8 +16,8 @@ inline constexpr uint32_t kMp3IgnoreCrc = 1;
 // Empties the record.
 void header_init(Mp3FrameHeader *header);
 
-// Reads the header that the reader stands on, with the check word if there is one. 0 or an error code.
-uint32_t mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader);
+// Reads the header that the reader stands on, with the check word if there is one.
+Mp3Error mp3_parse_header(Mp3FrameHeader *header, Mp3BitReader *reader);
 
 // Whether the check word is that of the header and the `bits` bits behind it; true for a frame without one.
 bool mp3_crc_matches(const Mp3FrameHeader &header, const Mp3BitReader &reader, uint32_t bits);

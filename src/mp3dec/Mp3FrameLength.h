@@ -6,13 +6,14 @@
 #include <quorv/mp3_decoder.h>
 #include <stdint.h>
 
+#include "mp3dec/Mp3Error.h"
 #include "mp3dec/Mp3InputBuffer.h"
 
 namespace quorv {
 
 // The length in bytes of the frame at the frame start, behind whose header the header reader stands. Gives a
-// free-format header its bit rate. 0 or an error code.
-uint32_t mp3_frame_length(Mp3FrameHeader *header, Mp3InputBuffer *state, uint64_t *length);
+// free-format header its bit rate.
+Mp3Error mp3_frame_length(Mp3FrameHeader *header, Mp3InputBuffer *state, uint32_t *length);
 
 }  // namespace quorv
 

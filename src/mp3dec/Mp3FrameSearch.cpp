@@ -16,60 +16,61 @@ struct HeldFrame {
     Mp3FrameHeader header{};
 };
 
-// Moves the frame start to the next sync word at or behind the read position. 0 or -1.
-int32_t find_candidate(Mp3InputBuffer *state) {
-    bit_place(state->header_reader, state->read_position, state->end);
-    if (buffer_sync(state) == 0) {
-        state->frame_start = state->header_reader->byte;
+// Moves the frame start to the next sync word at or behind the read position.
+Mp3Error find_candidate(Mp3InputBuffer *state) {
+    bit_place(&state->header_reader, state->read_position, state->end);
+    if (buffer_sync(&state->header_reader, state->end)) {
+        state->frame_start = state->header_reader.byte;
         state->read_position = state->frame_start + 1;
-        return 0;
+        return Mp3Error::None;
     }
     if (buffer_left(*state, state->read_position) >= kMp3LookAhead)
         state->frame_start = state->read_position = state->end - kMp3LookAhead;
-    return mp3_fail(state, MP3_ERR_NEED_INPUT);
+    return Mp3Error::NeedInput;
 }
 
-int32_t need_input(Mp3InputBuffer *state, const HeldFrame &held) {
+Mp3Error need_input(const HeldFrame &held, Mp3InputBuffer *state) {
     state->read_position = state->frame_start;
     if (held.start != nullptr) state->frame_start = held.start;
-    return mp3_fail(state, MP3_ERR_NEED_INPUT);
+    return Mp3Error::NeedInput;
+}
+
+// Goes back to the frame that was held; the frame start is that of the next one.
+Mp3Error confirm(const HeldFrame &held, Mp3FrameHeader *header, Mp3InputBuffer *state) {
+    state->read_position = state->frame_start;
+    state->frame_start = held.start;
+    state->header_reader = held.behind_header;
+    state->in_sync = true;
+    *header = held.header;
+    return Mp3Error::None;
 }
 
 }  // namespace
 
-int32_t mp3_search_frame(Mp3FrameHeader *header, Mp3InputBuffer *state) {
+Mp3Error mp3_search_frame(Mp3FrameHeader *header, Mp3InputBuffer *state) {
     HeldFrame held;
     bool at_candidate = false;
     for (;;) {
-        if (!at_candidate && find_candidate(state) != 0) return -1;
+        if (!at_candidate && find_candidate(state) != Mp3Error::None) return Mp3Error::NeedInput;
         at_candidate = false;
-        uint32_t error = mp3_parse_header(header, state->header_reader);
-        if (error != 0) {
+        if (mp3_parse_header(header, &state->header_reader) != Mp3Error::None) {
             if (held.start != nullptr) state->read_position = held.start + 1;
             held.start = nullptr;
             continue;
         }
-        uint64_t length = 0;
-        error = mp3_frame_length(header, state, &length);
-        if (error != 0 && error != MP3_ERR_NEED_INPUT) return mp3_fail(state, error);
-        if (error != 0 || !mp3_fits(*state, length)) return need_input(state, held);
+        uint32_t length = 0;
+        const Mp3Error error = mp3_frame_length(header, state, &length);
+        if (mp3_skips_frame(error)) return error;
+        if (error != Mp3Error::None || !mp3_fits(*state, length)) return need_input(held, state);
 
-        const uint8_t *const next = state->frame_start + length;
+        const uint8_t *next = state->frame_start + length;
         if (!mp3_is_sync_word(next)) continue;
-        if (held.start == nullptr) {
-            held = {state->frame_start, *state->header_reader, *header};
-            state->frame_start = next;
-            state->read_position = next + 1;
-            bit_place(state->header_reader, next, state->end);
-            at_candidate = true;
-            continue;
-        }
-        state->read_position = state->frame_start;
-        state->frame_start = held.start;
-        *state->header_reader = held.behind_header;
-        *header = held.header;
-        state->in_sync = 1;
-        return 0;
+        if (held.start != nullptr) return confirm(held, header, state);
+        held = {state->frame_start, state->header_reader, *header};
+        state->frame_start = next;
+        state->read_position = next + 1;
+        bit_place(&state->header_reader, next, state->end);
+        at_candidate = true;
     }
 }
 

@@ -1,7 +1,6 @@
 // Scans a stream for its format and duration.
 
 #include <quorv/mp3_decoder.h>
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include "mp3dec/Mp3FrameSync.h"
 #include "mp3dec/Mp3InputBuffer.h"
 #include "mp3dec/Mp3Tag.h"
+#include "platform/MemoryOwner.h"
 
 namespace quorv {
 
@@ -59,16 +59,17 @@ void count_frame(Mp3Scan *scan) {
 
 // Counts the frames in the buffer. Returns the bytes that are done with.
 uint32_t scan_buffer(Mp3Scan *scan, uint32_t limit) {
-    Mp3InputBuffer *const input = &scan->input;
-    buffer_set(input, scan->buffer, scan->is_last ? sizeof scan->buffer : kBufferBytes);
+    Mp3InputBuffer *input = &scan->input;
+    buffer_set(input, scan->buffer, scan->is_last ? sizeof(scan->buffer) : kBufferBytes);
     if (scan->is_last) input->stream_end = scan->buffer + scan->held;
     const uint8_t *done = scan->buffer;
     while (limit == 0 || scan->info.frame_count < limit) {
-        if (header_decode(&scan->header, input) == 0) {
+        const Mp3Error error = header_decode(&scan->header, input);
+        if (error == Mp3Error::None) {
             count_frame(scan);
             const auto read = static_cast<uint64_t>(input->read_position - scan->buffer);
             scan->bytes = scan->offset + read - input->tag_bytes;
-        } else if (input->error < kMp3FirstSkippingError) {
+        } else if (!mp3_skips_frame(error)) {
             done = std::max(done, input->frame_start);
             break;
         }
@@ -82,11 +83,11 @@ uint32_t scan_buffer(Mp3Scan *scan, uint32_t limit) {
 void scan_stream(Mp3Scan *scan, uint32_t limit) {
     scan->lowest = kMaxStandardBitrate;
     while (!scan->is_last && (limit == 0 || scan->info.frame_count < limit)) {
-        uint8_t *const free = scan->buffer + scan->held;
+        uint8_t *free = scan->buffer + scan->held;
         const int32_t got = MStreamRead(scan->stream, free, static_cast<int32_t>(kBufferBytes - scan->held));
         scan->held += static_cast<uint32_t>(std::max(got, 0));
         scan->is_last = scan->held < kBufferBytes;
-        memset(scan->buffer + scan->held, 0, sizeof scan->buffer - scan->held);
+        memset(scan->buffer + scan->held, 0, sizeof(scan->buffer) - scan->held);
         const uint32_t used = scan_buffer(scan, limit);
         scan->offset += used;
         scan->held = kBufferBytes - used;
@@ -117,17 +118,17 @@ int32_t scan_audio(Mp3Scan *scan, uint32_t limit) {
     }
     if (MStreamSeek(scan->stream, MSTREAM_SEEK_START, 0) != 0) return -1;
     const intptr_t tag = mp3_skip_tag(scan->stream);
-    if (tag < 0 || buffer_init(&scan->input, false) != 0) return -1;
+    if (tag < 0) return -1;
+    buffer_init(&scan->input);
     header_init(&scan->header);
     scan_stream(scan, limit);
-    const intptr_t tags = tag + static_cast<intptr_t>(scan->input.tag_bytes);
-    buffer_close(&scan->input);
     QuMp3Info *info = &scan->info;
     if (info->frame_count == 0 || info->sample_rate == 0) return -1;
 
     const uint32_t samples = mp3_samples_per_frame(info->layer, info->version != 0);
     info->bitrate = (scan->highest & 0xFFFF) | scan->lowest << 16;
     set_whole_duration(scan, samples);
+    const intptr_t tags = tag + static_cast<intptr_t>(scan->input.tag_bytes);
     if (limit != 0) estimate(scan, static_cast<uint64_t>(std::max<intptr_t>(size - tags, 0)), samples);
     return 0;
 }
@@ -148,13 +149,11 @@ int32_t QU_MP3_info_get(void *stream, QuMp3Info *info, uint32_t frames) {
     auto *handle = static_cast<MStream>(stream);
     const intptr_t position = MStreamTell(handle);
     if (position < 0) return -1;
-    auto *scan = static_cast<Mp3Scan *>(MMemAlloc(nullptr, sizeof(Mp3Scan)));
+    const Owned<Mp3Scan> scan = make_owned<Mp3Scan>();
     if (scan == nullptr) return -1;
-    memset(scan, 0, sizeof *scan);
     scan->stream = handle;
-    const int32_t result = scan_audio(scan, frames);
+    const int32_t result = scan_audio(scan.get(), frames);
     if (result == 0) *info = scan->info;
-    MMemFree(nullptr, scan);
     MStreamSeek(handle, MSTREAM_SEEK_START, position);
     return result;
 }

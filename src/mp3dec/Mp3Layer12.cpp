@@ -36,10 +36,10 @@ uint32_t joint_bound(const Mp3FrameHeader &header) {
 }
 
 // Bits from the reader's position to the next frame; what lies behind reads as zero from here on.
-uint32_t open_frame(Mp3InputBuffer *state) {
-    Mp3BitReader *const reader = state->header_reader;
-    reader->end = state->read_position;
-    const ptrdiff_t bytes = state->read_position - bit_position(*reader);
+uint32_t open_frame(Mp3InputBuffer *input) {
+    Mp3BitReader *reader = &input->header_reader;
+    reader->end = input->read_position;
+    const ptrdiff_t bytes = input->read_position - bit_position(*reader);
     return bytes > 0 ? static_cast<uint32_t>(bytes) * 8 : 0;
 }
 
@@ -95,10 +95,14 @@ void dequantize(const Mp3Kernels &kernels, const SubbandFrame &frame, uint32_t p
 }
 
 // Moves the reader behind the samples and checks that the frame held them.
-int32_t finish(Mp3InputBuffer *state, const Mp3BitWindow &bits, uint32_t available) {
-    if (bits.consumed() > available) return mp3_fail(state, MP3_ERR_SIDE_INFO);
-    bit_skip(state->header_reader, bits.consumed());
-    return 0;
+Mp3Error finish(Mp3InputBuffer *input, const Mp3BitWindow &bits, uint32_t available) {
+    if (bits.consumed() > available) return Mp3Error::SideInfo;
+    bit_skip(&input->header_reader, bits.consumed());
+    const Mp3BitReader &reader = input->header_reader;
+    input->main_reader = reader;
+    input->leftover_bits =
+        reader.bits_left - 8 + static_cast<int32_t>(input->read_position - reader.byte) * 8;
+    return Mp3Error::None;
 }
 
 void read_allocation_1(Mp3BitWindow *bits, SubbandFrame *frame) {
@@ -172,43 +176,42 @@ void read_factors_2(Mp3BitWindow *bits, SubbandFrame *frame) {
 
 }  // namespace
 
-int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
-    const Mp3FrameHeader &header = frame->header;
+Mp3Error layer1_decode(Mp3InputBuffer *input, const Mp3Kernels &kernels, const Mp3FrameHeader &header,
+                       Mp3Channel *channels) {
     SubbandFrame work{};
     work.channels = mp3_channels(header);
     work.subbands = kMp3Subbands;
     work.bound = joint_bound(header);
-    const uint32_t available = open_frame(state);
-    Mp3BitWindow bits(*state->header_reader);
+    const uint32_t available = open_frame(input);
+    Mp3BitWindow bits(input->header_reader);
     read_allocation_1(&bits, &work);
-    if (bits.consumed() > available) return mp3_fail(state, MP3_ERR_SIDE_INFO);
-    if (!mp3_crc_matches(header, *state->header_reader, bits.consumed())) return mp3_fail(state, MP3_ERR_CRC);
+    if (bits.consumed() > available) return Mp3Error::SideInfo;
+    if (!mp3_crc_matches(header, input->header_reader, bits.consumed())) return Mp3Error::Crc;
     read_factors_1(&bits, &work);
-    read_codes(&bits, work, 1, frame->channels);
-    dequantize(frame->kernels, work, 0, frame->channels);
-    return finish(state, bits, available);
+    read_codes(&bits, work, 1, channels);
+    dequantize(kernels, work, 0, channels);
+    return finish(input, bits, available);
 }
 
-int32_t layer2_decode(Mp3InputBuffer *state, Mp3Frame *frame) {
-    Mp3FrameHeader &header = frame->header;
-    if (mp3_channels(header) == 1 && header.bitrate > kMaxOneChannelBitrate)
-        return mp3_fail(state, MP3_ERR_LAYER2_MODE);
-    if (mp3_is_joint(header)) header.flags |= MP3_FLAG_LAYER2_JOINT;
-    const Layer2Table &table = layer2_table(header);
+Mp3Error layer2_decode(Mp3InputBuffer *input, const Mp3Kernels &kernels, Mp3FrameHeader *header,
+                       Mp3Channel *channels) {
+    if (mp3_channels(*header) == 1 && header->bitrate > kMaxOneChannelBitrate) return Mp3Error::Layer2Mode;
+    if (mp3_is_joint(*header)) header->flags |= MP3_FLAG_LAYER2_JOINT;
+    const Layer2Table &table = layer2_table(*header);
     SubbandFrame work{};
-    work.channels = mp3_channels(header);
+    work.channels = mp3_channels(*header);
     work.subbands = table.subbands;
-    work.bound = joint_bound(header);
-    const uint32_t available = open_frame(state);
-    Mp3BitWindow bits(*state->header_reader);
+    work.bound = joint_bound(*header);
+    const uint32_t available = open_frame(input);
+    Mp3BitWindow bits(input->header_reader);
     read_allocation_2(&bits, table, &work);
-    if (bits.consumed() > available) return mp3_fail(state, MP3_ERR_SIDE_INFO);
-    if (!mp3_crc_matches(header, *state->header_reader, bits.consumed())) return mp3_fail(state, MP3_ERR_CRC);
+    if (bits.consumed() > available) return Mp3Error::SideInfo;
+    if (!mp3_crc_matches(*header, input->header_reader, bits.consumed())) return Mp3Error::Crc;
     read_factors_2(&bits, &work);
-    read_codes(&bits, work, 3, frame->channels);
+    read_codes(&bits, work, 3, channels);
     for (uint32_t part = 0; part < kParts; ++part)
-        dequantize(frame->kernels, work, part, frame->channels);
-    return finish(state, bits, available);
+        dequantize(kernels, work, part, channels);
+    return finish(input, bits, available);
 }
 
 }  // namespace quorv

@@ -2,14 +2,17 @@
 #ifndef QUORV_SRC_MP3DEC_MP3LAYER12_H
 #define QUORV_SRC_MP3DEC_MP3LAYER12_H
 
-#include "mp3dec/Mp3Frame.h"
+#include "mp3dec/kernels/Mp3Kernels.h"
+#include "mp3dec/Mp3Error.h"
+#include "mp3dec/Mp3InputBuffer.h"
 
 namespace quorv {
 
-// Decode the frame behind the header reader into the subband samples of the working stores. Return 0, or -1
-// with state->error.
-int32_t layer1_decode(Mp3InputBuffer *state, Mp3Frame *frame);
-int32_t layer2_decode(Mp3InputBuffer *state, Mp3Frame *frame);
+// Decode the frame behind the header reader into the channels' subband samples.
+Mp3Error layer1_decode(Mp3InputBuffer *input, const Mp3Kernels &kernels, const Mp3FrameHeader &header,
+                       Mp3Channel *channels);
+Mp3Error layer2_decode(Mp3InputBuffer *input, const Mp3Kernels &kernels, Mp3FrameHeader *header,
+                       Mp3Channel *channels);
 
 }  // namespace quorv
 

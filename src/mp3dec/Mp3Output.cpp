@@ -96,7 +96,7 @@ void carry_last(const Samples &samples, uint32_t channels, Mp3Delivery *state) {
     const uint32_t last = samples.count() - 1;
     const int16_t values[] = {static_cast<int16_t>(samples.at(last, 0)),
                               static_cast<int16_t>(samples.at(last, channels - 1))};
-    memcpy(state->carried, values, sizeof values);
+    memcpy(state->carried, values, sizeof(values));
     state->carried_channels = channels;
     state->position -= last * kStep;
 }

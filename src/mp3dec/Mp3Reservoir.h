@@ -2,9 +2,18 @@
 #ifndef QUORV_SRC_MP3DEC_MP3RESERVOIR_H
 #define QUORV_SRC_MP3DEC_MP3RESERVOIR_H
 
+#include "mp3dec/Mp3Error.h"
 #include "mp3dec/Mp3InputBuffer.h"
+#include "platform/MemoryOwner.h"
 
 namespace quorv {
+
+inline constexpr uint32_t kMp3ReservoirSize = 2567;
+
+struct Mp3Reservoir {
+    Owned<uint8_t[]> bytes;  // kMp3ReservoirSize, none before the first Layer III frame
+    uint32_t fill;           // valid bytes at the start
+};
 
 // Where the bytes of one frame are, counted from the end of its side information.
 struct Mp3MainData {
@@ -15,18 +24,18 @@ struct Mp3MainData {
     uint32_t appended;    // bytes of the frame that were copied to the reservoir to follow on its data there
 };
 
-// Allocates the reservoir if that was not done yet. 0 or -1.
-int32_t reservoir_create(Mp3InputBuffer *state);
+// Allocates the reservoir if that was not done yet.
+[[nodiscard]] bool reservoir_create(Mp3Reservoir *reservoir);
 
 // Measures the frame's data. The header reader must stand behind the side information, the read position at
 // the next frame.
-Mp3MainData reservoir_measure(const Mp3InputBuffer &state, uint32_t main_data_begin);
+Mp3MainData reservoir_measure(const Mp3InputBuffer &input, uint32_t main_data_begin);
 
-// Puts the main reader on the frame's data, made contiguous. 0 or MP3_ERR_RESERVOIR.
-uint32_t reservoir_open(Mp3InputBuffer *state, Mp3MainData *data);
+// Puts the main reader on the frame's data, made contiguous.
+Mp3Error reservoir_open(Mp3Reservoir *reservoir, Mp3InputBuffer *input, Mp3MainData *data);
 
 // Keeps as much as any frame may need: which one comes next is not known where other bytes stand in between.
-void reservoir_keep(Mp3InputBuffer *state, const Mp3MainData &data);
+void reservoir_keep(Mp3Reservoir *reservoir, const Mp3InputBuffer &input, const Mp3MainData &data);
 
 }  // namespace quorv
 

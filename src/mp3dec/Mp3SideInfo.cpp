@@ -34,8 +34,8 @@ void read_regions(Mp3BitReader *reader, Mp3Granule *granule) {
     granule->region1_count = bits_at(field, 0, 3);
 }
 
-// 0 or what is wrong with the granule.
-uint32_t read_granule(const Mp3FrameHeader &header, Mp3BitReader *reader, uint32_t scfsi,
+// What is wrong with the granule is told, and all of it read.
+Mp3Error read_granule(const Mp3FrameHeader &header, Mp3BitReader *reader, uint32_t scfsi,
                       Mp3Granule *granule) {
     *granule = {};
     const uint32_t field = bit_read(reader, 29);
@@ -51,9 +51,9 @@ uint32_t read_granule(const Mp3FrameHeader &header, Mp3BitReader *reader, uint32
     const uint32_t flags = bit_read(reader, mp3_is_low_rate(header) ? 2 : 3);
     granule->flags = static_cast<uint8_t>(granule->flags | flags);
 
-    if (granule->window_switching != 0 && granule->block_type == 0) return MP3_ERR_BLOCK_TYPE;
-    if (mp3_is_short(*granule) && scfsi != 0) return MP3_ERR_SCFSI;
-    return granule->big_values > kMaxBigValues ? uint32_t{MP3_ERR_BIG_VALUES} : 0;
+    if (granule->window_switching != 0 && granule->block_type == 0) return Mp3Error::BlockType;
+    if (mp3_is_short(*granule) && scfsi != 0) return Mp3Error::Scfsi;
+    return granule->big_values > kMaxBigValues ? Mp3Error::BigValues : Mp3Error::None;
 }
 
 }  // namespace
@@ -64,18 +64,17 @@ uint32_t mp3_side_info_size(const Mp3FrameHeader &header) {
     return one_channel ? 17 : 32;
 }
 
-uint32_t mp3_read_side_info(Mp3FrameHeader *header, Mp3BitReader *reader, Mp3SideInfo *side) {
+Mp3Error mp3_read_side_info(Mp3FrameHeader *header, Mp3BitReader *reader, Mp3SideInfo *side) {
     const uint32_t channels = mp3_channels(*header);
     const bool low_rate = mp3_is_low_rate(*header);
     side->main_data_begin = bit_read(reader, low_rate ? 8 : 9);
     header->private_bits |= bit_read(reader, low_rate ? channels : channels == 1 ? 5 : 3);
     for (uint32_t ch = 0; ch < channels; ++ch)
         side->scfsi[ch] = low_rate ? uint8_t{0} : static_cast<uint8_t>(bit_read(reader, 4));
-    uint32_t error = 0;
+    Mp3Error error = Mp3Error::None;
     for (uint32_t g = 0; g < mp3_granules(*header); ++g) {
         for (uint32_t ch = 0; ch < channels; ++ch) {
-            const uint32_t code = read_granule(*header, reader, side->scfsi[ch], &side->granules[g][ch]);
-            if (error == 0) error = code;
+            error = mp3_first(error, read_granule(*header, reader, side->scfsi[ch], &side->granules[g][ch]));
         }
     }
     return error;

@@ -5,6 +5,7 @@
 #include <quorv/mp3_decoder.h>
 
 #include "mp3dec/Mp3BitReader.h"
+#include "mp3dec/Mp3Error.h"
 
 namespace quorv {
 
@@ -59,9 +60,9 @@ constexpr uint32_t mp3_granules(const Mp3FrameHeader &header) {
 // Bytes of the side information.
 uint32_t mp3_side_info_size(const Mp3FrameHeader &header);
 
-// Reads the side information, which must be there in full. The private bits go to the header. 0, or the first
-// error (MP3_ERR_BIG_VALUES, _BLOCK_TYPE, _SCFSI), with everything read all the same.
-uint32_t mp3_read_side_info(Mp3FrameHeader *header, Mp3BitReader *reader, Mp3SideInfo *side);
+// Reads the side information, which must be there in full. The private bits go to the header. The first
+// error is told, with everything read all the same.
+Mp3Error mp3_read_side_info(Mp3FrameHeader *header, Mp3BitReader *reader, Mp3SideInfo *side);
 
 }  // namespace quorv
 

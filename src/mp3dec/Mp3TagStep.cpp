@@ -2,8 +2,6 @@
 
 #include "mp3dec/Mp3TagStep.h"
 
-#include <quorv/mp3_decoder.h>
-
 #include <algorithm>
 
 #include "mp3dec/Mp3FrameHeader.h"
@@ -20,19 +18,19 @@ bool begins_frame(const Mp3InputBuffer &state, const uint8_t *position) {
     Mp3BitReader reader{};
     bit_place(&reader, position, state.end);
     Mp3FrameHeader header{};
-    return mp3_is_sync_word(position) && mp3_parse_header(&header, &reader) == 0;
+    return mp3_is_sync_word(position) && mp3_parse_header(&header, &reader) == Mp3Error::None;
 }
 
 // Whether frames follow one another somewhere in the bytes from the read position on.
 bool has_frames(const Mp3InputBuffer &state, size_t length) {
     Mp3InputBuffer part = state;
     part.end = state.read_position + length;
-    part.in_sync = 0;
+    part.in_sync = false;
     Mp3FrameHeader header{};
-    do {
-        if (mp3_search_frame(&header, &part) == 0) return true;
-    } while (part.error >= kMp3FirstSkippingError);
-    return false;
+    Mp3Error error = Mp3Error::Sync;
+    while (mp3_skips_frame(error))
+        error = mp3_search_frame(&header, &part);
+    return error == Mp3Error::None;
 }
 
 // Whether what claims to be a tag of this length among the frames is one: a frame, another tag or the end
@@ -40,7 +38,7 @@ bool has_frames(const Mp3InputBuffer &state, size_t length) {
 // sure. Of a tag longer than what is kept of the input, the end is never seen; it is none if there are frames
 // in it.
 Answer ends_as_tag(const Mp3InputBuffer &state, uint64_t length) {
-    const uint8_t *const start = state.read_position;
+    const uint8_t *start = state.read_position;
     if (state.stream_end != nullptr) {
         const auto left = static_cast<uint64_t>(state.stream_end - start);
         if (length >= left) return length == left ? Answer::Yes : Answer::No;
@@ -49,7 +47,7 @@ Answer ends_as_tag(const Mp3InputBuffer &state, uint64_t length) {
         return Answer::Open;
     if (length + kMp3LookAhead > kMp3KeptTagBytes)
         return has_frames(state, kMp3KeptTagBytes) ? Answer::No : Answer::Yes;
-    const uint8_t *const next = start + length;
+    const uint8_t *next = start + length;
     return begins_frame(state, next) || mp3_begins_like_tag(next) ? Answer::Yes : Answer::No;
 }
 
@@ -74,24 +72,24 @@ void pass_tag(Mp3InputBuffer *state) {
 
 }  // namespace
 
-int32_t mp3_step_over_tags(Mp3InputBuffer *state) {
+Mp3Error mp3_step_over_tags(Mp3InputBuffer *state) {
     state->tag_is_open = false;
     for (;;) {
         if (state->tag_left > 0) pass_tag(state);
-        if (state->tag_left > 0) return mp3_fail(state, MP3_ERR_NEED_INPUT);
-        if (state->in_sync == 0 && !state->at_start) return 0;
-        if (buffer_left(*state, state->read_position) < kMp3LookAhead) return 0;
+        if (state->tag_left > 0) return Mp3Error::NeedInput;
+        if (!state->in_sync && !state->at_start) return Mp3Error::None;
+        if (buffer_left(*state, state->read_position) < kMp3LookAhead) return Mp3Error::None;
         uint64_t length = 0;
         const Answer answer = find_tag(*state, &length);
         if (answer == Answer::Yes) {
             state->tag_left = length;
         } else if (answer == Answer::No) {
             state->at_start = false;
-            return 0;
+            return Mp3Error::None;
         } else {
             state->frame_start = state->read_position;
             state->tag_is_open = true;
-            return mp3_fail(state, MP3_ERR_NEED_INPUT);
+            return Mp3Error::NeedInput;
         }
     }
 }
