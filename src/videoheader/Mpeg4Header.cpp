@@ -158,8 +158,9 @@ int32_t parse_vol(bs_utility *bs, ZevVideoParam *param) {
 VopHeader parse_vop(bs_utility *bs, uint32_t increment_bits) {
     const uint32_t coding_type = bs_get_bits_utility(bs, 2);
     // modulo_time_base, one bit a second; zeros follow the data, so this ends.
-    while (read_flag(bs)) {
-    }
+    bool more = true;
+    while (more)
+        more = read_flag(bs);
     skip_marker(bs);
     bs_skip_bits_utility(bs, std::min(increment_bits, kMaxIncrementBits));
     skip_marker(bs);

@@ -55,7 +55,8 @@ TEST(Mp3Decoder, ReportsWhatItTookAndGave) {
     for (const Call &call : calls) {
         QuMp3Buffer input = {&bytes[call.start], call.length, 0}, output = {pcm.data(), call.room, 0};
         EXPECT_EQ(QU_MP3_decoder_read(decoder.get(), &input, &output), call.code) << &call - calls;
-        EXPECT_TRUE(input.result == call.consumed && output.result == call.produced) << &call - calls;
+        EXPECT_EQ(input.result, call.consumed) << &call - calls;
+        EXPECT_EQ(output.result, call.produced) << &call - calls;
     }
 }
 
@@ -173,12 +174,9 @@ TEST(Mp3Decoder, EqualiserChangesWhatItsPresetSays) {
     }
 }
 
-TEST(Mp3Hostile, TagsChangeNothingAndCutsTakeTheEnd) {
-    const Bytes ape = join({text("APETAGEX"), le32(2000), le32(64), Bytes(48), text("APETAGEX"), Bytes(24)});
+TEST(Mp3Hostile, CutsTakeTheEnd) {
     for (const Bytes &stream : {noise_stream(20), real_mp3_stream()}) {
         const Bytes whole = decode(stream);
-        EXPECT_TRUE(decode(join({id3v2_tag(10), id3v2_tag(5000), stream, ape, text("TAG"), Bytes(125)})) ==
-                    whole);
         for (size_t length = 0; length < 2000; length += 7) {
             const Bytes pcm = decode(first_of(stream, length));
             EXPECT_TRUE(pcm == first_of(whole, pcm.size())) << length;
@@ -237,9 +235,10 @@ TEST(Mp3Hostile, DamageCostsFewFramesAndTheReasonIsTold) {
             return 4608;
         }};
         const Bytes clean = decode(*stream), pcm = decode(decoder.get(), broken, calls);
-        EXPECT_TRUE(width != 0 || pcm == clean);
-        EXPECT_TRUE(told.contains(error) && (error == 0 || pcm.size() < clean.size()));
-        EXPECT_TRUE(pcm.size() + 5 * gives >= clean.size() && pcm.size() <= clean.size() + gives);
+        EXPECT_EQ(pcm == clean, width == 0);
+        EXPECT_TRUE(told.contains(error));
+        EXPECT_GE(pcm.size() + 5 * gives, clean.size());
+        EXPECT_LE(pcm.size(), clean.size());
         EXPECT_TRUE(std::equal(clean.rbegin(), clean.rbegin() + static_cast<ptrdiff_t>(clean.size() / 2),
                                pcm.rbegin()));
         EXPECT_TRUE(decode(broken, random_calls(1, 3000, 3000)) == pcm);
