@@ -29,8 +29,8 @@ Mp3Windows choose_windows(const Mp3Granule &granule, int32_t extra_bits) {
     windows.large = extra_bits <= 0;
     const int32_t lacking = extra_bits < 0 ? -extra_bits : 0;
     windows.lacking_bits = lacking < kMaxLackingBits ? lacking : kMaxLackingBits;
-    scale_window(imdctWindow[granule.block_type], extra_bits, windows.block);
-    scale_window(imdctWindow[0], extra_bits, windows.normal);
+    scale_window(kImdctWindow[granule.block_type], extra_bits, windows.block);
+    scale_window(kImdctWindow[0], extra_bits, windows.normal);
     return windows;
 }
 

@@ -17,7 +17,7 @@ constexpr uint32_t kParts = 3;       // of a Layer II frame, each with its scale
 constexpr uint32_t kPartSlots = 12;  // of a Layer II part or a Layer I frame
 constexpr uint32_t kMaxOneChannelBitrate = 192;
 
-// A frame in work. Quantisers are classes of layer2Levels plus 1, 0 for no samples.
+// A frame in work. Quantisers are classes of kLayer2Levels plus 1, 0 for no samples.
 struct SubbandFrame {
     uint32_t channels;
     uint32_t subbands;
@@ -127,20 +127,20 @@ void read_factors_1(Mp3BitWindow *bits, SubbandFrame *frame) {
 
 // The allocation table for the bit rate of one channel.
 const Layer2Table &layer2_table(const Mp3FrameHeader &header) {
-    if (mp3_is_low_rate(header)) return layer2Tables[kLayer2TableLowRate];
+    if (mp3_is_low_rate(header)) return kLayer2Tables[kLayer2TableLowRate];
     const uint32_t bitrate = header.bitrate / mp3_channels(header);
     const bool free_format = mp3_has_flag(header, MP3_FLAG_FREE_FORMAT);
     if (!free_format && bitrate < 56)
-        return layer2Tables[header.sample_rate == 32000 ? kLayer2TableD : kLayer2TableC];
-    if (header.sample_rate == 48000 || (!free_format && bitrate < 96)) return layer2Tables[kLayer2TableA];
-    return layer2Tables[kLayer2TableB];
+        return kLayer2Tables[header.sample_rate == 32000 ? kLayer2TableD : kLayer2TableC];
+    if (header.sample_rate == 48000 || (!free_format && bitrate < 96)) return kLayer2Tables[kLayer2TableA];
+    return kLayer2Tables[kLayer2TableB];
 }
 
 const Layer2Row &layer2_row(const Layer2Table &table, uint32_t sb) {
     uint32_t run = 0;
     while (sb >= table.runs[run].end)
         ++run;
-    return layer2Rows[table.runs[run].row];
+    return kLayer2Rows[table.runs[run].row];
 }
 
 void read_allocation_2(Mp3BitWindow *bits, const Layer2Table &table, SubbandFrame *frame) {

@@ -69,13 +69,13 @@ void read_triples(const Mp3BitWindow &bits, const Mp3CodeRun &run, const uint32_
 }  // namespace
 
 uint32_t mp3_code_bits(uint32_t quantizer, uint32_t samples) {
-    const uint32_t levels = layer2Levels[quantizer];
+    const uint32_t levels = kLayer2Levels[quantizer];
     const uint32_t joined = samples == kTriple ? triple_bits(levels) : 0;
     return joined != 0 ? joined : samples * code_width(levels);
 }
 
 void mp3_read_codes(const Mp3BitWindow &bits, const Mp3CodeRun &run, int32_t *to) {
-    const uint32_t levels = layer2Levels[run.quantizer], width = code_width(levels);
+    const uint32_t levels = kLayer2Levels[run.quantizer], width = code_width(levels);
     const uint32_t joined = run.samples == kTriple ? triple_bits(levels) : 0;
     if (joined != 0) {
         const uint32_t *const triples = levels == 3   ? kTriplesOf3.data()
@@ -92,7 +92,7 @@ void mp3_read_codes(const Mp3BitWindow &bits, const Mp3CodeRun &run, int32_t *to
 }
 
 int32_t mp3_code_factor(uint32_t quantizer, uint32_t scale_factor) {
-    return ((layer2Factor[quantizer][scale_factor % 3] >> scale_factor / 3) + 1) & ~1;
+    return ((kLayer2Factor[quantizer][scale_factor % 3] >> scale_factor / 3) + 1) & ~1;
 }
 
 }  // namespace quorv

@@ -16,7 +16,7 @@ inline constexpr uint32_t kMp3CodeGroups = 12;
 
 // Where the codes of one subband are.
 struct Mp3CodeRun {
-    uint32_t quantizer;  // a class of layer2Levels
+    uint32_t quantizer;  // a class of kLayer2Levels
     uint32_t samples;    // in a group, 1 or 3
     uint32_t position;   // in the window, of the first group's
     uint32_t step;       // bits of a group

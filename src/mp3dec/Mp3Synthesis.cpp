@@ -12,7 +12,7 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kPresets = sizeof equalizerGain / sizeof equalizerGain[0];
+constexpr uint32_t kPresets = sizeof kEqualizerGain / sizeof kEqualizerGain[0];
 
 void equalize(Mp3Slot *samples, uint32_t slots, const int32_t gains[kMp3Subbands]) {
     constexpr int kGainBits = 28;
@@ -76,7 +76,7 @@ void halve(Sample *samples, uint32_t count) {
 }  // namespace
 
 const int32_t *mp3_equalizer_gains(uint32_t preset) {
-    return preset != 0 && preset < kPresets ? equalizerGain[preset] : nullptr;
+    return preset != 0 && preset < kPresets ? kEqualizerGain[preset] : nullptr;
 }
 
 int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t /*highest_layer*/, uint32_t ratio) {

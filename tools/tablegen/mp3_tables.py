@@ -163,7 +163,7 @@ def transform_tables():
               array("int32_t", f"kRotation{n}", rotation(n)) for n in (2, 4, 6, 8, 16, 18)]
     return ("Factors of the cosine transforms, block windows and alias reduction.", tables + [
         "// By block type; the first 12 of type 2. In units of 2^-31, divided by sqrt(2).\n" +
-        array("int32_t", "imdctWindow", window, (4, 36)),
+        array("int32_t", "kImdctWindow", window, (4, 36)),
         "// cs and -ca of the alias reduction, in units of 2^-31.\n" + array("int32_t", "mp3dec_cs", cs) +
         array("int32_t", "mp3dec_ca", ca)])
 
@@ -198,16 +198,16 @@ def synthesis_tables():
              for which, sign in ((0, 1), (1, -1)) for p in range(8) for j in range(16)]
     return ("Window of the polyphase synthesis.", [
         "// [upper: output j, or lower: output 31 - j][j][eight taps of A, eight of -B], in units of 2^-20.\n" +
-        array("int32_t", "synthesisWindow", taps, (2, 16, 16)),
+        array("int32_t", "kSynthesisWindow", taps, (2, 16, 16)),
         "// The same for several columns side by side: [upper, lower][taps of A, of -B][pair p][j].\n" +
-        array("int32_t", "synthesisWindowLanes", lanes, (2, 2, 8, 16)),
+        array("int32_t", "kSynthesisWindowLanes", lanes, (2, 2, 8, 16)),
         "// The same for 16-bit products, [pair p][j][tap of A, of B]: a tap is 4 wide + narrow in pairs 3 and 4, and all "
         "narrow\n// in the others.\n"
         "struct alignas(32) SynthesisTaps {\n    int16_t narrow[8][16][2];\n    int16_t wide[2][16][2];\n};\n",
-        "inline constexpr SynthesisTaps synthesisTaps[2] = {\n" +
+        "inline constexpr SynthesisTaps kSynthesisTaps[2] = {\n" +
         "\n".join(sixteen_bit_taps(half) for half in (upper, lower)) + "\n};\n",
         "// Gain presets of the equaliser by subband, in units of 2^-28: " + ", ".join(n for n, _ in EQUALIZER) + ".\n" +
-        array("int32_t", "equalizerGain", [fixed(10 ** ((gains + gains[-1:] * 32)[sb] / 20), 28)
+        array("int32_t", "kEqualizerGain", [fixed(10 ** ((gains + gains[-1:] * 32)[sb] / 20), 28)
                                            for _, gains in EQUALIZER for sb in range(32)], (len(EQUALIZER), 32))])
 
 
@@ -219,9 +219,9 @@ def layer12_tables():
     """Factors for numerators with the highest bit of a code at bit 30, by the three fractions of a scale factor."""
     factors = [fixed(2 ** -(third / 3) * 2 ** levels.bit_length() / levels, 30) for levels in LEVELS for third in range(3)]
     return ("Dequantisation of Layers I and II.", [
-        "// Steps of a quantiser, by class.\n" + array("uint16_t", "layer2Levels", LEVELS),
+        "// Steps of a quantiser, by class.\n" + array("uint16_t", "kLayer2Levels", LEVELS),
         "// 2^(-third/3) * 2^n / steps for codes of n bits, in units of 2^-30.\n" +
-        array("int32_t", "layer2Factor", factors, (len(LEVELS), 3))])
+        array("int32_t", "kLayer2Factor", factors, (len(LEVELS), 3))])
 
 
 def main():

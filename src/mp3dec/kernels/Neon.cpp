@@ -64,13 +64,13 @@ inline void add_pairs(ThreeSums *sums, const int32_t *t, const int32_t *taps) {
 void sum_three_slots(const Mp3Slot *newest, int16_t (*output)[kMp3Subbands]) {
     for (uint32_t j = 0; j < kMp3Subbands / 2; j += 4) {
         ThreeSums upper;
-        add_pairs<false>(&upper, newest[0] + 16 + j, synthesisWindowLanes[0][0][0] + j);
-        add_pairs<true>(&upper, newest[-1] + 13 - j, synthesisWindowLanes[0][1][0] + j);
+        add_pairs<false>(&upper, newest[0] + 16 + j, kSynthesisWindowLanes[0][0][0] + j);
+        add_pairs<true>(&upper, newest[-1] + 13 - j, kSynthesisWindowLanes[0][1][0] + j);
         for (uint32_t i = 0; i < 3; ++i)
             vst1_s16(output[2 * i] + j, upper.samples(i));
         ThreeSums lower;
-        add_pairs<false>(&lower, newest[0] + 17 + j, synthesisWindowLanes[1][0][0] + j);
-        add_pairs<true>(&lower, newest[-1] + 12 - j, synthesisWindowLanes[1][1][0] + j);
+        add_pairs<false>(&lower, newest[0] + 17 + j, kSynthesisWindowLanes[1][0][0] + j);
+        add_pairs<true>(&lower, newest[-1] + 12 - j, kSynthesisWindowLanes[1][1][0] + j);
         for (uint32_t i = 0; i < 3; ++i)
             vst1_s16(output[2 * i] + 28 - j, vrev64_s16(lower.samples(i)));
     }

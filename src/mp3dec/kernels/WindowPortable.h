@@ -51,18 +51,18 @@ void sum_three_slots(const Mp3Slot *oldest, uint32_t count, int16_t *pcm) {
     const int32_t *const a = oldest[0] + 16, *const b = oldest[-1] + 16;
     for (ptrdiff_t j = 0; j < 16; ++j) {
         ThreeSums sums;
-        sums.add(a + j, synthesisWindow[0][j]);
-        sums.add(b - j, synthesisWindow[0][j] + kMp3WindowPairs);
+        sums.add(a + j, kSynthesisWindow[0][j]);
+        sums.add(b - j, kSynthesisWindow[0][j] + kMp3WindowPairs);
         sums.put(pcm + static_cast<size_t>(j) * count, step);
     }
     for (ptrdiff_t m = 1; m < 16; ++m) {
         ThreeSums sums;
-        sums.add(a + m, synthesisWindow[1][m - 1]);
-        sums.add(b - m, synthesisWindow[1][m - 1] + kMp3WindowPairs);
+        sums.add(a + m, kSynthesisWindow[1][m - 1]);
+        sums.add(b - m, kSynthesisWindow[1][m - 1] + kMp3WindowPairs);
         sums.put(pcm + static_cast<size_t>(32 - m) * count, step);
     }
     ThreeSums middle;
-    middle.add(oldest[-1], synthesisWindow[1][15] + kMp3WindowPairs);
+    middle.add(oldest[-1], kSynthesisWindow[1][15] + kMp3WindowPairs);
     middle.put(pcm + size_t{16} * count, step);
 }
 

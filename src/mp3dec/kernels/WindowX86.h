@@ -142,7 +142,7 @@ void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot &t) {
 template <class Words>
 inline void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands]) {
     constexpr uint32_t kCount = Words::kCount;
-    const SynthesisTaps &upper = synthesisTaps[0], &lower = synthesisTaps[1];
+    const SynthesisTaps &upper = kSynthesisTaps[0], &lower = kSynthesisTaps[1];
 #pragma GCC unroll 2
     for (uint32_t j = 0; j < kMp3Subbands / 2; j += 2 * kCount) {
         store_words(output + j, pack(wide_samples<Words>(newest, 0, upper, j),

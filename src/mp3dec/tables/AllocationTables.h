@@ -6,7 +6,7 @@
 
 namespace quorv {
 
-// The quantisers that an allocation field of so many bits chooses between: classes of layer2Levels, plus 1; 0
+// The quantisers that an allocation field of so many bits chooses between: classes of kLayer2Levels, plus 1; 0
 // is no samples.
 struct Layer2Row {
     uint8_t bits;
@@ -14,7 +14,7 @@ struct Layer2Row {
 };
 
 // clang-format off
-inline constexpr Layer2Row layer2Rows[] = {
+inline constexpr Layer2Row kLayer2Rows[] = {
     {4, {0, 1, 3, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17}},
     {4, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 17}},
     {3, {0, 1, 2, 3, 4, 5, 6, 17}},
@@ -36,7 +36,7 @@ struct Layer2Table {
 
 enum { kLayer2TableA, kLayer2TableB, kLayer2TableC, kLayer2TableD, kLayer2TableLowRate };
 
-inline constexpr Layer2Table layer2Tables[] = {
+inline constexpr Layer2Table kLayer2Tables[] = {
     {27, {{3, 0}, {11, 1}, {23, 2}, {27, 3}}}, {30, {{3, 0}, {11, 1}, {23, 2}, {30, 3}}},
     {8, {{2, 4}, {8, 5}, {8, 5}, {8, 5}}},     {12, {{2, 4}, {12, 5}, {12, 5}, {12, 5}}},
     {30, {{4, 6}, {11, 5}, {30, 7}, {30, 7}}},

@@ -10,12 +10,12 @@ namespace quorv {
 
 // clang-format off
 // Steps of a quantiser, by class.
-inline constexpr uint16_t layer2Levels[17] = {
+inline constexpr uint16_t kLayer2Levels[17] = {
     3, 5, 7, 9, 15, 31, 63, 127, 255, 511, 1023, 2047, 4095, 8191, 16383, 32767, 65535,
 };
 
 // 2^(-third/3) * 2^n / steps for codes of n bits, in units of 2^-30.
-inline constexpr int32_t layer2Factor[17][3] = {
+inline constexpr int32_t kLayer2Factor[17][3] = {
     {1431655765, 1136305934, 901886617},
     {1717986918, 1363567121, 1082263941},
     {1227133513, 973976515, 773045672},

@@ -10,7 +10,7 @@ namespace quorv {
 
 // clang-format off
 // [upper: output j, or lower: output 31 - j][j][eight taps of A, eight of -B], in units of 2^-20.
-inline constexpr int32_t synthesisWindow[2][16][16] = {
+inline constexpr int32_t kSynthesisWindow[2][16][16] = {
     {
     {
     0, 3408, 32592, 105184, 1200608, 105184, 32592, 3408, 464, 7344, 82448, 599824, -599824, -82448, -7344,
@@ -145,7 +145,7 @@ inline constexpr int32_t synthesisWindow[2][16][16] = {
 };
 
 // The same for several columns side by side: [upper, lower][taps of A, of -B][pair p][j].
-inline constexpr int32_t synthesisWindowLanes[2][2][8][16] = {
+inline constexpr int32_t kSynthesisWindowLanes[2][2][8][16] = {
     {
     {
     {
@@ -282,7 +282,7 @@ struct alignas(32) SynthesisTaps {
     int16_t wide[2][16][2];
 };
 
-inline constexpr SynthesisTaps synthesisTaps[2] = {
+inline constexpr SynthesisTaps kSynthesisTaps[2] = {
     {
     {
     {
@@ -658,7 +658,7 @@ inline constexpr SynthesisTaps synthesisTaps[2] = {
 };
 
 // Gain presets of the equaliser by subband, in units of 2^-28: flat, bass boost, bass cut, treble boost, treble cut, speech, loudness, small speaker.
-inline constexpr int32_t equalizerGain[8][32] = {
+inline constexpr int32_t kEqualizerGain[8][32] = {
     {
     268435456, 268435456, 268435456, 268435456, 268435456, 268435456, 268435456, 268435456, 268435456,
     268435456, 268435456, 268435456, 268435456, 268435456, 268435456, 268435456, 268435456, 268435456,

@@ -42,7 +42,7 @@ inline constexpr int32_t kRotation18[18] = {
 };
 
 // By block type; the first 12 of type 2. In units of 2^-31, divided by sqrt(2).
-inline constexpr int32_t imdctWindow[4][36] = {
+inline constexpr int32_t kImdctWindow[4][36] = {
     {
     66236051, 198204056, 328663608, 456621832, 581104888, 701165385, 815889590, 924404382, 1025883899,
     1119555820, 1204707246, 1280690121, 1346926172, 1402911301, 1448219428, 1482505731, 1505509270,

@@ -151,10 +151,10 @@ std::vector<double> standard_window() {
     std::vector<double> d(512);
     for (uint32_t p = 0; p < 8; ++p) {
         for (uint32_t j = 0; j < 16; ++j) {
-            d[64 * p + j] = synthesisWindow[0][j][p] / 16;
-            d[64 * p + j + 32] = -synthesisWindow[0][j][8 + p] / 16;
-            d[64 * p + 31 - j] = -synthesisWindow[1][j][p] / 16;
-            d[64 * p + 63 - j] = -synthesisWindow[1][j][8 + p] / 16;
+            d[64 * p + j] = kSynthesisWindow[0][j][p] / 16;
+            d[64 * p + j + 32] = -kSynthesisWindow[0][j][8 + p] / 16;
+            d[64 * p + 31 - j] = -kSynthesisWindow[1][j][p] / 16;
+            d[64 * p + 63 - j] = -kSynthesisWindow[1][j][8 + p] / 16;
         }
     }
     return d;
