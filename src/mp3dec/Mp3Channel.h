@@ -40,7 +40,9 @@ struct Mp3Channel {
     // The transformed slots before the frame, then the frame's subband samples with kSampleBits fractional
     // bits, which the synthesis transforms in place; eight at a time may reach beyond the last.
     alignas(32) Mp3Slot slots[kMp3PastSlots + kMp3MaxSlots + 4];
+#if defined(__x86_64__) || defined(__i386__)
     alignas(32) Mp3SplitHistory split;
+#endif
     // Subbands from here on have no overlap.
     uint32_t overlap_subbands;
     // A bit for each subband: whether adding to its overlap may take more than 32 bits.
@@ -52,7 +54,9 @@ struct Mp3Channel {
 
     // The frame's subband samples. Always inline: kernels are compiled for more than every processor has, and
     // no other code may end up with their copy of a function.
-    [[gnu::always_inline]] Mp3Slot *samples() { return slots + kMp3PastSlots; }
+    [[gnu::always_inline]] Mp3Slot *samples() {
+        return slots + kMp3PastSlots;
+    }
 };
 
 }  // namespace quorv

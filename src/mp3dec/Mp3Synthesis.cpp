@@ -70,7 +70,7 @@ void transform(const Mp3Kernels &kernels, Mp3Channel *channel, const Mp3Synthesi
 template <class Sample>
 void halve(Sample *samples, uint32_t count) {
     for (uint32_t i = 0; i < count / 2; ++i)
-        samples[i] = samples[2 * i];
+        samples[i] = samples[size_t{2} * i];
 }
 
 }  // namespace

@@ -31,14 +31,14 @@ constexpr const int32_t *rotation_table() {
 }
 
 // cos of 10 to 80 degrees.
-constexpr int32_t kCos10 = 2114858546;
-constexpr int32_t kCos20 = 2017974537;
-constexpr int32_t kCos30 = 1859775393;
-constexpr int32_t kCos40 = 1645067915;
-constexpr int32_t kCos45 = 1518500250;
-constexpr int32_t kCos50 = 1380375881;
-constexpr int32_t kCos70 = 734482665;
-constexpr int32_t kCos80 = 372906622;
+inline constexpr int32_t kCos10 = 2114858546;
+inline constexpr int32_t kCos20 = 2017974537;
+inline constexpr int32_t kCos30 = 1859775393;
+inline constexpr int32_t kCos40 = 1645067915;
+inline constexpr int32_t kCos45 = 1518500250;
+inline constexpr int32_t kCos50 = 1380375881;
+inline constexpr int32_t kCos70 = 734482665;
+inline constexpr int32_t kCos80 = 372906622;
 
 template <class Lanes>
 inline void dct2_of_3(Lanes *x) {

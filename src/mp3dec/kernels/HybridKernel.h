@@ -2,6 +2,8 @@
 #ifndef QUORV_SRC_MP3DEC_KERNELS_HYBRIDKERNEL_H
 #define QUORV_SRC_MP3DEC_KERNELS_HYBRIDKERNEL_H
 
+#include <type_traits>
+
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/kernels/CosineTransforms.h"
 #include "mp3dec/kernels/Mp3Kernels.h"
@@ -9,7 +11,7 @@
 namespace quorv {
 namespace {
 
-constexpr uint32_t kLines = 18;  // of a subband
+inline constexpr uint32_t kLines = 18;  // of a subband
 
 // Lanes are lines at growing distances from an edge.
 template <class Lanes>
@@ -64,12 +66,15 @@ inline void imdct36(Lanes *x, const int32_t *window, const Places &places) {
         int32_t *const rising = places.overlap + i * kMp3Subbands;
         int32_t *const falling = places.overlap + (17 - i) * kMp3Subbands;
         const Lanes first = x[9 + i], second = x[8 - i];
-        put_sample<Style>(places, i, add_windowed<false>(load_lanes(Lanes{}, rising), first, window[i]));
         put_sample<Style>(
-            places, 17 - i,
-            subtract_windowed<Style::kLarge>(load_lanes(Lanes{}, falling), first, window[17 - i]));
-        store_lanes(rising, subtract_windowed<Style::kLarge>(Lanes{}, second, window[18 + i]));
-        store_lanes(falling, subtract_windowed<false>(Lanes{}, second, window[35 - i]));
+            places, i,
+            add_windowed(std::bool_constant<false>{}, load_lanes(Lanes{}, rising), first, window[i]));
+        put_sample<Style>(places, 17 - i,
+                          subtract_windowed(std::bool_constant<Style::kLarge>{}, load_lanes(Lanes{}, falling),
+                                            first, window[17 - i]));
+        store_lanes(rising,
+                    subtract_windowed(std::bool_constant<Style::kLarge>{}, Lanes{}, second, window[18 + i]));
+        store_lanes(falling, subtract_windowed(std::bool_constant<false>{}, Lanes{}, second, window[35 - i]));
     }
 }
 
@@ -84,10 +89,12 @@ inline void imdct12(const Lanes *x, const int32_t *window, const Places &places)
         dct4<6>(u);
         Lanes *const at = sum + 6 + 6 * w;
         for (size_t i = 0; i < 3; ++i) {
-            at[i] = add_windowed<false>(at[i], u[3 + i], window[i]);
-            at[5 - i] = subtract_windowed<Style::kLarge>(at[5 - i], u[3 + i], window[5 - i]);
-            at[6 + i] = subtract_windowed<Style::kLarge>(at[6 + i], u[2 - i], window[6 + i]);
-            at[11 - i] = subtract_windowed<false>(at[11 - i], u[2 - i], window[11 - i]);
+            at[i] = add_windowed(std::bool_constant<false>{}, at[i], u[3 + i], window[i]);
+            at[5 - i] =
+                subtract_windowed(std::bool_constant<Style::kLarge>{}, at[5 - i], u[3 + i], window[5 - i]);
+            at[6 + i] =
+                subtract_windowed(std::bool_constant<Style::kLarge>{}, at[6 + i], u[2 - i], window[6 + i]);
+            at[11 - i] = subtract_windowed(std::bool_constant<false>{}, at[11 - i], u[2 - i], window[11 - i]);
         }
     }
     for (size_t i = 0; i < kLines; ++i) {
@@ -145,7 +152,8 @@ struct Rows {
 
 // The two lowest subbands of a mixed block have the normal window: several lanes are transformed twice.
 template <class Lanes>
-void imdct_mixed(Lanes *x, const Mp3Windows &windows, const Places &places, uint32_t subband) {
+[[gnu::cold, gnu::noinline]] void imdct_mixed(Lanes *x, const Mp3Windows &windows, const Places &places,
+                                              uint32_t subband) {
     if constexpr (Lanes::kCount > 2) {
         Lanes lines[kLines];
         for (uint32_t i = 0; i < kLines; ++i)
@@ -167,8 +175,9 @@ void imdct_mixed(Lanes *x, const Mp3Windows &windows, const Places &places, uint
 
 // A subband with lines whose magnitudes add up to no more, in units of 2^16, stays within 32 bits together
 // with an overlap of that kind: windows have a factor of 1/sqrt(2).
-constexpr uint32_t kSafeLines = 23150;
-constexpr int kLoudShift = 4;  // makes any lines below 2^30.5 safe, which is what alias reduction leaves
+inline constexpr uint32_t kSafeLines = 23150;
+inline constexpr int kLoudShift =
+    4;  // makes any lines below 2^30.5 safe, which is what alias reduction leaves
 
 template <class Lanes>
 void imdct_group(Lanes *x, const Mp3Windows &windows, const Places &places, uint32_t subband) {
@@ -181,7 +190,8 @@ void imdct_group(Lanes *x, const Mp3Windows &windows, const Places &places, uint
 // Subbands of a group that may need more than 32 bits: their lines are turned down, and their overlap is left
 // out until everything is turned up again.
 template <class Lanes>
-void imdct_loud(Lanes *x, uint32_t loud, const Mp3Windows &windows, const Places &places, uint32_t subband) {
+[[gnu::cold, gnu::noinline]] void imdct_loud(Lanes *x, uint32_t loud, const Mp3Windows &windows,
+                                             const Places &places, uint32_t subband) {
     Rows<Lanes::kCount> before;
     before.load(places.overlap);
     for (uint32_t i = 0; i < kLines; ++i) {
@@ -190,7 +200,7 @@ void imdct_loud(Lanes *x, uint32_t loud, const Mp3Windows &windows, const Places
         for (uint32_t lane = 0; lane < Lanes::kCount; ++lane) {
             if ((loud >> lane & 1) == 0) continue;
             line[lane] = mul_shift<kLoudShift>(line[lane], 1);
-            places.overlap[i * kMp3Subbands + lane] = 0;
+            places.overlap[size_t{i} * kMp3Subbands + lane] = 0;
         }
         x[i] = load_lanes(Lanes{}, line);
     }
@@ -200,8 +210,8 @@ void imdct_loud(Lanes *x, uint32_t loud, const Mp3Windows &windows, const Places
         for (uint32_t lane = 0; lane < Lanes::kCount; ++lane) {
             if ((loud >> lane & 1) == 0) continue;
             const bool inverted = (i & (subband + lane) & 1) != 0;
-            int32_t *const now = places.samples + i * kMp3Subbands + lane;
-            int32_t *const next = places.overlap + i * kMp3Subbands + lane;
+            int32_t *const now = places.samples + size_t{i} * kMp3Subbands + lane;
+            int32_t *const next = places.overlap + size_t{i} * kMp3Subbands + lane;
             const int64_t old = inverted ? -int64_t{before.values[i][lane]} : before.values[i][lane];
             *now = saturate(old + (int64_t{*now} << bits));
             *next = saturate(int64_t{*next} << bits);

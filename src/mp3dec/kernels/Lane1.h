@@ -3,6 +3,7 @@
 #define QUORV_SRC_MP3DEC_KERNELS_LANE1_H
 
 #include <stddef.h>
+#include <type_traits>
 
 #include "mp3dec/kernels/Products.h"
 
@@ -36,7 +37,7 @@ inline int32_t twice(int32_t factor) {
     return static_cast<int32_t>(static_cast<uint32_t>(factor) << 1);
 }
 
-constexpr int32_t kHalf = 1 << 30;
+inline constexpr int32_t kHalf = 1 << 30;
 
 // sum + a * factor, which is at least 0.
 inline Lane1 mul_add(Lane1 sum, Lane1 a, int32_t factor) {
@@ -64,12 +65,12 @@ inline int32_t subtracted_factor(Lane1 /*kind*/, int32_t factor) {
 }
 
 template <bool large>
-inline Lane1 add_windowed(Lane1 sum, Lane1 a, int32_t factor) {
+inline Lane1 add_windowed(std::bool_constant<large> /*kind*/, Lane1 sum, Lane1 a, int32_t factor) {
     return {add_high_product((large ? sum + a : sum).value, a.value, factor)};
 }
 
 template <bool large>
-inline Lane1 subtract_windowed(Lane1 sum, Lane1 a, int32_t factor) {
+inline Lane1 subtract_windowed(std::bool_constant<large> /*kind*/, Lane1 sum, Lane1 a, int32_t factor) {
     return {subtract_high_product((large ? sum - a : sum).value, a.value, factor)};
 }
 

@@ -5,6 +5,7 @@
 #include <immintrin.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <type_traits>
 
 #include "mp3dec/kernels/Columns.h"
 
@@ -79,12 +80,12 @@ inline Lane8 high_products_of_twice(Lane8 a, __m256i factor) {
 }
 
 template <bool large>
-inline Lane8 add_windowed(Lane8 sum, Lane8 a, int32_t factor) {
+inline Lane8 add_windowed(std::bool_constant<large> /*kind*/, Lane8 sum, Lane8 a, int32_t factor) {
     return sum + high_products_of_twice(a, _mm256_set1_epi32(factor));
 }
 
 template <bool large>
-inline Lane8 subtract_windowed(Lane8 sum, Lane8 a, int32_t factor) {
+inline Lane8 subtract_windowed(std::bool_constant<large> /*kind*/, Lane8 sum, Lane8 a, int32_t factor) {
     return sum + high_products_of_twice(a, _mm256_set1_epi32(factor));
 }
 
@@ -138,19 +139,19 @@ inline uint32_t total_of(LaneSums8 sums) {
 inline void transpose(Lane8 *x) {
     __m256i pairs[8], fours[8];
 #pragma GCC unroll 4
-    for (uint32_t i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
         pairs[2 * i] = _mm256_unpacklo_epi32(x[2 * i].value, x[2 * i + 1].value);
         pairs[2 * i + 1] = _mm256_unpackhi_epi32(x[2 * i].value, x[2 * i + 1].value);
     }
 #pragma GCC unroll 2
-    for (uint32_t i = 0; i < 8; i += 4) {
+    for (size_t i = 0; i < 8; i += 4) {
         fours[i] = _mm256_unpacklo_epi64(pairs[i], pairs[i + 2]);
         fours[i + 1] = _mm256_unpackhi_epi64(pairs[i], pairs[i + 2]);
         fours[i + 2] = _mm256_unpacklo_epi64(pairs[i + 1], pairs[i + 3]);
         fours[i + 3] = _mm256_unpackhi_epi64(pairs[i + 1], pairs[i + 3]);
     }
 #pragma GCC unroll 4
-    for (uint32_t i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
         x[i].value = _mm256_permute2x128_si256(fours[i], fours[i + 4], 0x20);
         x[i + 4].value = _mm256_permute2x128_si256(fours[i], fours[i + 4], 0x31);
     }

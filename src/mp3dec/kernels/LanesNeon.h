@@ -5,6 +5,7 @@
 #include <arm_neon.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <type_traits>
 
 #include "mp3dec/kernels/Columns.h"
 
@@ -61,13 +62,14 @@ inline int32_t subtracted_factor(Lane4 /*kind*/, int32_t factor) {
 }
 
 template <bool large>
-inline Lane4 add_windowed(Lane4 sum, Lane4 a, const int32_t &factor) {
+inline Lane4 add_windowed(std::bool_constant<large> /*kind*/, Lane4 sum, Lane4 a, const int32_t &factor) {
     return {vaddq_s32(sum.value, vqrdmulhq_s32(a.value, vld1q_dup_s32(&factor)))};
 }
 
 template <bool large>
-inline Lane4 subtract_windowed(Lane4 sum, Lane4 a, const int32_t &factor) {
-    return add_windowed<large>(sum, a, factor);
+inline Lane4 subtract_windowed(std::bool_constant<large> /*kind*/, Lane4 sum, Lane4 a,
+                               const int32_t &factor) {
+    return add_windowed(std::bool_constant<large>{}, sum, a, factor);
 }
 
 inline void rotate(Lane4 a, Lane4 b, int32_t c, int32_t s, Lane4 *p, Lane4 *q) {

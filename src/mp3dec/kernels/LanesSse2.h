@@ -5,6 +5,7 @@
 #include <emmintrin.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <type_traits>
 
 #include "mp3dec/kernels/Columns.h"
 
@@ -105,12 +106,12 @@ inline int32_t subtracted_factor(Lane4 /*kind*/, int32_t factor) {
 }
 
 template <bool large>
-inline Lane4 add_windowed(Lane4 sum, Lane4 a, int32_t factor) {
+inline Lane4 add_windowed(std::bool_constant<large> /*kind*/, Lane4 sum, Lane4 a, int32_t factor) {
     return mul_add(sum, a, factor);
 }
 
 template <bool large>
-inline Lane4 subtract_windowed(Lane4 sum, Lane4 a, int32_t factor) {
+inline Lane4 subtract_windowed(std::bool_constant<large> /*kind*/, Lane4 sum, Lane4 a, int32_t factor) {
     return mul_sub(sum, a, factor);
 }
 

@@ -44,7 +44,7 @@ inline int32x4_t load_four(const int32_t *from) {
 // t is of the newest slot of all.
 template <bool reversed>
 inline void add_pairs(ThreeSums *sums, const int32_t *t, const int32_t *taps) {
-    constexpr ptrdiff_t kBack = 2 * kMp3Subbands;
+    constexpr ptrdiff_t kBack = ptrdiff_t{2} * kMp3Subbands;
     int32x4_t newest = load_four<reversed>(t), newer = load_four<reversed>(t - kBack);
     t -= 2 * kBack;
 #pragma GCC unroll 8

@@ -19,7 +19,7 @@ struct ThreeSums {
 
     // t is of the first sum's newest slot.
     void add(const int32_t *t, const int32_t taps[kMp3WindowPairs]) {
-        constexpr ptrdiff_t kBack = 2 * kMp3Subbands;
+        constexpr ptrdiff_t kBack = ptrdiff_t{2} * kMp3Subbands;
         int32_t newest = t[2 * kBack], newer = t[kBack];
 #pragma GCC unroll 4
         for (ptrdiff_t p = 0; p < static_cast<ptrdiff_t>(kMp3WindowPairs); p += 2) {
@@ -46,7 +46,7 @@ struct ThreeSums {
 };
 
 // Three slots, every second one, of one channel of `count`.
-void sum_three_slots(const Mp3Slot *oldest, uint32_t count, int16_t *pcm) {
+inline void sum_three_slots(const Mp3Slot *oldest, uint32_t count, int16_t *pcm) {
     const size_t step = size_t{2} * kMp3Subbands * count;
     const int32_t *const a = oldest[0] + 16, *const b = oldest[-1] + 16;
     for (ptrdiff_t j = 0; j < 16; ++j) {
@@ -67,11 +67,11 @@ void sum_three_slots(const Mp3Slot *oldest, uint32_t count, int16_t *pcm) {
 }
 
 // Makes the last slots of a frame the past of the next one.
-void keep_past(Mp3Channel *channel, uint32_t slots) {
+inline void keep_past(Mp3Channel *channel, uint32_t slots) {
     MMemMove(channel->slots, channel->slots + slots, sizeof(Mp3Slot) * kMp3PastSlots);
 }
 
-void window_by_threes(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
+inline void window_by_threes(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
     for (uint32_t ch = 0; ch < count; ++ch) {
         for (uint32_t slot = 0; slot < slots; slot += slot % 2 == 0 ? 1 : 5) {
             sum_three_slots(channels[ch].samples() + slot, count,

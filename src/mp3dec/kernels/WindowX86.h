@@ -15,30 +15,30 @@
 namespace quorv {
 namespace {
 
-constexpr int kLowBits = 16;
-constexpr uint32_t kWide = 3;  // pairs 3 and 4 have taps of more than 16 bits
+inline constexpr int kLowBits = 16;
+inline constexpr uint32_t kWide = 3;  // pairs 3 and 4 have taps of more than 16 bits
 
-__m128i load(const void *from) {
+inline __m128i load(const void *from) {
     return _mm_loadu_si128(static_cast<const __m128i *>(from));
 }
 
-void store(void *to, __m128i value) {
+inline void store(void *to, __m128i value) {
     _mm_storeu_si128(static_cast<__m128i *>(to), value);
 }
 
 // Four pairs of high parts out of two times four values.
-__m128i high_pairs(__m128i a, __m128i b) {
+inline __m128i high_pairs(__m128i a, __m128i b) {
     const __m128i rounding = _mm_set1_epi32(1 << (kLowBits - 1)), upper = _mm_set1_epi32(-(1 << kLowBits));
     return _mm_or_si128(_mm_srli_epi32(_mm_add_epi32(a, rounding), kLowBits),
                         _mm_and_si128(_mm_add_epi32(b, rounding), upper));
 }
 
-__m128i low_pairs(__m128i a, __m128i b) {
+inline __m128i low_pairs(__m128i a, __m128i b) {
     const __m128i lower = _mm_set1_epi32((1 << kLowBits) - 1);
     return _mm_or_si128(_mm_and_si128(a, lower), _mm_slli_epi32(b, kLowBits));
 }
 
-__m128i reverse32(__m128i value) {
+inline __m128i reverse32(__m128i value) {
     return _mm_shuffle_epi32(value, _MM_SHUFFLE(0, 1, 2, 3));
 }
 
@@ -93,7 +93,7 @@ struct WindowSum {
 
 // Eight pairs of a slot and the even or odd ones before it, outputs side by side.
 template <class Words>
-inline WindowSum<Words> sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps, uint32_t column) {
+inline WindowSum<Words> sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps, size_t column) {
     constexpr ptrdiff_t kBack = sizeof(Mp3SplitSlot) / sizeof *pairs;
     constexpr Words kKind{};
     WindowSum<Words> sum{sum_products(load_words(kKind, pairs), load_words(kKind, taps.narrow[0] + column)),
@@ -112,7 +112,7 @@ inline WindowSum<Words> sum_of_pairs(const int16_t (*pairs)[2], const SynthesisT
 // Output samples in 32 bits, rounded but not saturated.
 template <class Words>
 inline Words wide_samples(const Mp3SplitSlot *newest, uint32_t first, const SynthesisTaps &taps,
-                          uint32_t column) {
+                          size_t column) {
     const auto high = sum_of_pairs<Words>(newest->high + first + column, taps, column),
                low = sum_of_pairs<Words>(newest->low + first + column, taps, column);
     const Words rounding = all_words(Words{}, kMp3OutputRounding);
@@ -121,12 +121,12 @@ inline Words wide_samples(const Mp3SplitSlot *newest, uint32_t first, const Synt
 }
 
 // Where a slot of the frame is.
-Mp3SplitSlot *split_slot(Mp3SplitHistory *history, uint32_t slot) {
+inline Mp3SplitSlot *split_slot(Mp3SplitHistory *history, uint32_t slot) {
     return &history->slots[slot % 2][kMp3PastSlots / 2 + slot / 2];
 }
 
 // Enters a slot, behind another one.
-void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot &t) {
+inline void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot &t) {
     const __m128i zero = _mm_setzero_si128();
     for (uint32_t j = 0; j < 16; j += 4) {
         const __m128i a = load(t + 16 + j), b = _mm_sub_epi32(zero, reverse32(load(before + 13 - j)));
@@ -144,16 +144,16 @@ inline void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands])
     constexpr uint32_t kCount = Words::kCount;
     const SynthesisTaps &upper = kSynthesisTaps[0], &lower = kSynthesisTaps[1];
 #pragma GCC unroll 2
-    for (uint32_t j = 0; j < kMp3Subbands / 2; j += 2 * kCount) {
+    for (size_t j = 0; j < kMp3Subbands / 2; j += 2 * kCount) {
         store_words(output + j, pack(wide_samples<Words>(newest, 0, upper, j),
                                      wide_samples<Words>(newest, 0, upper, j + kCount)));
-        store_words(output + kMp3Subbands - 2 * kCount - j,
+        store_words(output + kMp3Subbands - size_t{2} * kCount - j,
                     reverse_halves(pack(wide_samples<Words>(newest, 1, lower, j),
                                         wide_samples<Words>(newest, 1, lower, j + kCount))));
     }
 }
 
-void put_stereo(const int16_t *left, const int16_t *right, int16_t *pcm) {
+inline void put_stereo(const int16_t *left, const int16_t *right, int16_t *pcm) {
     for (uint32_t i = 0; i < kMp3Subbands; i += 8, pcm += 16) {
         const __m128i l = load(left + i), r = load(right + i);
         store(pcm, _mm_unpacklo_epi16(l, r));
@@ -161,21 +161,21 @@ void put_stereo(const int16_t *left, const int16_t *right, int16_t *pcm) {
     }
 }
 
-void enter_slots(Mp3Channel *channel, uint32_t slots) {
+inline void enter_slots(Mp3Channel *channel, uint32_t slots) {
     const Mp3Slot *const t = channel->samples();
     for (uint32_t slot = 0; slot < slots; ++slot)
         window_enter(split_slot(&channel->split, slot), t[static_cast<int32_t>(slot) - 1], t[slot]);
 }
 
 // Makes the last slots of a frame the past of the next one.
-void advance(Mp3Channel *channel, uint32_t slots) {
+inline void advance(Mp3Channel *channel, uint32_t slots) {
     for (auto &parity : channel->split.slots)
         MMemMove(parity, parity + slots / 2, kMp3PastSlots / 2 * sizeof parity[0]);
     MMemCpy(channel->slots[kMp3PastSlots - 1], channel->samples()[slots - 1], sizeof(Mp3Slot));
 }
 
 template <class Words>
-void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
+inline void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
     for (uint32_t ch = 0; ch < count; ++ch)
         enter_slots(&channels[ch], slots);
     for (uint32_t slot = 0; slot < slots; ++slot, pcm += size_t{kMp3Subbands} * count) {
