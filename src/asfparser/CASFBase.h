@@ -14,7 +14,8 @@ namespace quorv {
 inline constexpr uint32_t kAsfUnitsPerMillisecond = 10000;
 
 // The three CASF classes that are made with `new` live on the library's heap. Each begins with a pointer to a
-// virtual table that holds its destructor, although nothing is derived from it.
+// virtual table that holds its destructor, although nothing is derived from it; so each names an operator
+// delete, which must not be the C++ runtime's.
 struct AsfOnHeap {
     static void *operator new(size_t size) noexcept { return MMemAlloc(nullptr, size); }
     static void operator delete(void *object) noexcept { MMemFree(nullptr, object); }
