@@ -80,10 +80,13 @@ inline void expect_seeks(SplitterFile &file, uint32_t track, const std::vector<T
         for (const uint32_t mode : {SPLITER_SEEK_BACKWARD, SPLITER_SEEK_FORWARD}) {
             SCOPED_TRACE(testing::Message() << "track " << track << " to " << time << " ms, mode " << mode);
             const std::optional<size_t> right = seek_truth(truth, rules, time, mode);
+            // An AVI track that cannot be moved stays where it was.
+            if (!right && !rules.is_asf()) file.seek(track, 0, mode);
             uint32_t reached = 0;
             ASSERT_EQ(file.seek(track, time, mode, &reached), right ? 0 : kEnd);
             EXPECT_EQ(reached, right ? truth[*right].time_stamp : time);
-            if (!right || testing::Test::HasFailure()) continue;
+            if (!right && !rules.is_asf()) expect_frames(file, track, truth, {.count = 1});
+            if (!right) continue;
             expect_frames(file, track, truth, {.from = *right, .count = 2});
             if (rules.is_video)
                 expect_next_key(file, track, truth, rules, std::min(*right + 2, truth.size()));

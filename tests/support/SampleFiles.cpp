@@ -119,8 +119,8 @@ std::vector<AnySample> make_all_sample_files() {
                          has_index,    has_open_dml};
         for (uint32_t i = 0; i < builder.streams.size(); ++i) {
             const uint32_t type = builder.streams[i].is_video ? SPLITER_TRACK_VIDEO : SPLITER_TRACK_AUDIO;
-            any.tracks.push_back({{i + 1, type}, builder.truth(i), builder.unit(i),
-                                  i == 0 ? sample.first_frame_header : 0});
+            any.tracks.push_back(
+                {{i + 1, type}, builder.truth(i), builder.unit(i), i == 0 ? sample.first_frame_header : 0});
             any.media_bytes = std::max(any.media_bytes, builder.truth(i).back().position + 9);
         }
         all.push_back(any);

@@ -68,6 +68,31 @@ TEST_P(Arguments, TracksThatThereAreNot) {
     EXPECT_EQ(api.set_config(handle, 1, &word, 4), uint32_t{SPLITER_ERR_UNSUPPORTED});
 }
 
+TEST_P(Arguments, ConfigRecords) {
+    const uint32_t unknown = sample.is_asf() ? SPLITER_ERR_UNSUPPORTED : 0,
+                   null = sample.is_asf() ? kInvalid : 0;
+    SplitterTrackData data = {track, &data, 77};
+    SplitterTrackValue value = {track, 5};
+    const auto get = [this](uint32_t id, void *value_record, uint32_t size, uint32_t expected_size) {
+        const uint32_t code = api.get_config(handle, id, value_record, &size);
+        EXPECT_EQ(size, expected_size) << "identifier " << id;
+        return code;
+    };
+    const uint32_t small = SPLITER_ERR_BUFFER_TOO_SMALL;
+    EXPECT_EQ(get(SPLITER_CFG_CODEC_DATA, &data, sizeof data - 1, sizeof data - 1), small);
+    EXPECT_EQ(get(SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, 7, 7), small);
+    EXPECT_EQ(get(99, &data, 1000, 1000), unknown);
+    EXPECT_EQ(data.length, 77u);
+    EXPECT_EQ(value.value, 5u);
+    EXPECT_EQ(get(SPLITER_CFG_CODEC_DATA, &data, 1000, sizeof data), 0u);
+    EXPECT_EQ(get(SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, 1000, 8), 0u);
+    EXPECT_EQ(data.length, file.codec_data(track).size());
+    EXPECT_EQ(value.value, sample.is_asf() ? 160u : 0u);
+    EXPECT_EQ(api.get_config(nullptr, SPLITER_CFG_CODEC_DATA, &data, &word), null);
+    EXPECT_EQ(api.get_config(handle, SPLITER_CFG_CODEC_DATA, nullptr, &word), null);
+    EXPECT_EQ(api.get_config(handle, SPLITER_CFG_CODEC_DATA, &data, nullptr), null);
+}
+
 TEST_P(Arguments, SourcesWithoutACallback) {
     using Source = SplitterStreamSource;
     void (*const remove[])(Source &) = {

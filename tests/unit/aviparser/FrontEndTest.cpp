@@ -50,31 +50,6 @@ TEST(AviFrontEnd, TrackInfoFillsItsUnion) {
     }
 }
 
-TEST(AviFrontEnd, GetConfigChecksTheRecordSize) {
-    OpenedAvi avi(video_and_audio());
-    const SplitterHandle handle = avi.file.handle();
-    const auto get = [handle](uint32_t id, void *record, uint32_t size, uint32_t expected_size) {
-        const uint32_t code = AVI_SPLITER_GetConfig(handle, id, record, &size);
-        EXPECT_EQ(size, expected_size) << "identifier " << id;
-        return code;
-    };
-    SplitterTrackData data = {1, &data, 77};
-    SplitterTrackValue value = {1, 5};
-    const uint32_t small = SPLITER_ERR_BUFFER_TOO_SMALL;
-    EXPECT_EQ(get(SPLITER_CFG_CODEC_DATA, &data, sizeof data - 1, sizeof data - 1), small);
-    EXPECT_EQ(get(SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, 7, 7), small);
-    EXPECT_EQ(get(99, &data, 1000, 1000), 0u);  // not known: nothing happens
-    EXPECT_EQ(data.length, 77u);
-    EXPECT_EQ(value.value, 5u);
-    EXPECT_EQ(get(SPLITER_CFG_CODEC_DATA, &data, 1000, sizeof data), 0u);
-    EXPECT_EQ(get(SPLITER_CFG_NEXT_KEYFRAME_TIME, &value, 1000, 8), 0u);
-    EXPECT_EQ(data.data, nullptr);
-    EXPECT_EQ(data.length, 0u);
-    EXPECT_EQ(value.value, 0u);
-    EXPECT_EQ(AVI_SPLITER_GetConfig(handle, SPLITER_CFG_CODEC_DATA, &data, nullptr), 0u);
-    EXPECT_EQ(AVI_SPLITER_GetConfig(nullptr, SPLITER_CFG_CODEC_DATA, &data, &data.length), 0u);
-}
-
 // An audio track whose index has few key entries is moved on, piece by piece, to the piece that holds the
 // time; forward it is not.
 TEST(AviSeek, BackwardAudioSeekIsRefined) {
@@ -167,19 +142,6 @@ TEST(AviCodecData, HeadersOfTheFirstFrame) {
         OpenedAvi avi(builder);
         EXPECT_EQ(avi.file.codec_data(1), extra);
         avi.expect_frames(0);
-    }
-}
-
-TEST(AviSeek, FailureChangesNothing) {
-    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()});
-    builder.frame(0, size_t{40}).frame(1, size_t{64000}).frame(0, size_t{41});
-    OpenedAvi avi(builder);
-    for (uint32_t stream = 0; stream < 2; ++stream) {
-        avi.expect_frames(stream, {.count = 1});
-        uint32_t time = 0;
-        EXPECT_EQ(avi.file.seek(stream + 1, 5000, SPLITER_SEEK_FORWARD, &time), kEnd);
-        EXPECT_EQ(time, 5000u);
-        avi.expect_frames(stream, {.from = 1});
     }
 }
 
