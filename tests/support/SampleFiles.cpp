@@ -74,6 +74,39 @@ AviBuilder amv() {
     return builder;
 }
 
+// At the start, in rows and at the end: they let time go on, for every kind of stream.
+AviBuilder empty_chunks() {
+    AviBuilder builder(
+        {video_stream(tag("MJPG")), mp3_stream(8000, 576, 0), mp3_stream(8000, 576, 20), pcm_stream()},
+        IndexKind::None);
+    for (const size_t size : {0u, 40u, 0u, 0u, 44u, 48u, 0u}) {
+        for (uint32_t stream = 0; stream < 4; ++stream)
+            builder.frame(stream, size);
+    }
+    return builder;
+}
+
+// The second stream's entries are all key frames, whatever their flags say; those of others are not. Chunks
+// of any kind may stand between the media data and the index.
+AviBuilder three_videos() {
+    AviBuilder builder(std::vector<AviStream>(3, video_stream(tag("MJPG"))));
+    for (uint32_t i = 0; i < 12; ++i)
+        builder.frame(i % 3, size_t{20} + i, false);
+    builder.after = join({chunk(tag("JUNK"), Bytes(17)), list(tag("INFO"), chunk(tag("ISFT"), text("abc"))),
+                          chunk(tag("idx2"), Bytes(64))});
+    return builder;
+}
+
+// Of all entries, of the last one, of two in a row, and one too large for a palette.
+AviBuilder palettes() {
+    AviBuilder builder({video_stream(tag("MRLE"))});
+    builder.frame(0, size_t{20}).palette(0, 0, payload(9, 9, 1024)).frame(0, size_t{21}, false);
+    builder.palette(0, 255, Bytes{1, 2, 3, 4});
+    builder.palette(0, 7, Bytes{5, 6, 7, 8, 9, 10, 11, 12}).frame(0, size_t{0}, false);
+    builder.frame(0, size_t{22}, false).raw(chunk(tag("00pc"), Bytes(1029)));
+    return builder.frame(0, size_t{23}, false);
+}
+
 AviBuilder audio_only() {
     AviBuilder builder({mp3_stream(44100, 1152, 1152)});
     for (size_t i = 0; i < 12; ++i)
@@ -83,9 +116,6 @@ AviBuilder audio_only() {
 
 std::vector<SampleFile> make_avi_sample_files() {
     const Bytes vol = mpeg4_vol(64, 48), parameters = join({h264_sps(64, 48), h264_pps()});
-    AviBuilder palette({video_stream(tag("MRLE"))});
-    palette.frame(0, size_t{20}).frame(0, size_t{21}, false).palette(0, 2, Bytes{1, 2, 3, 0, 4, 5, 6, 0});
-    palette.frame(0, size_t{22}, false).frame(0, size_t{23}, false);
     std::vector<SampleFile> all = {
         {"mpeg4_mp3",
          video_with_headers(video_stream(tag("XVID"), 1001, 30000), mp3_stream(), IndexKind::Legacy, vol,
@@ -100,7 +130,9 @@ std::vector<SampleFile> make_avi_sample_files() {
         {"open_dml_two_fields", raw_video(IndexKind::OpenDmlFields)},
         {"open_dml_direct", raw_video(IndexKind::OpenDmlDirect)},
         {"rough_media_without_index", rough_media()},
-        {"palette", palette},
+        {"palettes", palettes()},
+        {"empty_chunks", empty_chunks()},
+        {"three_videos", three_videos()},
         {"amv", amv()},
         {"mp3_only", audio_only()},
     };

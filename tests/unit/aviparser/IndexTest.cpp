@@ -93,21 +93,6 @@ TEST(AviIndex, LaterRepeatsLoseAndRepeatNoFrame) {
     }
 }
 
-// The second stream's entries are all key frames, whatever their flags say; those of others are not. Chunks
-// of any kind may stand between the media data and the index.
-TEST(AviIndex, SecondStreamIsAllKeyFrames) {
-    AviBuilder builder({video_stream(tag("MJPG")), video_stream(tag("MJPG")), video_stream(tag("MJPG"))});
-    for (uint32_t i = 0; i < 12; ++i)
-        builder.frame(i % 3, size_t{20} + i, false);
-    builder.after = join({chunk(tag("JUNK"), Bytes(17)), list(tag("INFO"), chunk(tag("ISFT"), text("abc"))),
-                          chunk(tag("idx2"), Bytes(64))});
-    OpenedAvi avi(builder);
-    for (uint32_t track = 1; track <= 3; ++track) {
-        EXPECT_EQ(avi.file.is_seekable(track) != 0, track == 2);
-        EXPECT_EQ(key_flags(avi.file, track), track == 2 ? "KKKK" : "K---");
-    }
-}
-
 AviBuilder long_video(size_t frames) {
     AviBuilder builder({video_stream(tag("MJPG"))});
     for (size_t i = 0; i < frames; ++i)

@@ -95,33 +95,6 @@ TEST(AviPackets, TooMuchGarbageEndsTheTrackUntilItIsSought) {
     avi.expect_frames(0, {.from = 2});
 }
 
-// Empty chunks deliver nothing and let time go on, at the start, in rows and at the end, for every kind of
-// stream; reading again after a refusal does not count them twice.
-TEST(AviPackets, EmptyChunksAdvanceTime) {
-    for (const AviStream &stream :
-         {video_stream(tag("MJPG")), mp3_stream(8000, 576, 0), mp3_stream(8000, 576, 20), pcm_stream()}) {
-        AviBuilder builder({stream}, IndexKind::None);
-        for (const size_t size : {0u, 40u, 0u, 0u, 44u, 48u, 0u})
-            builder.frame(0, size);
-        OpenedAvi avi(builder);
-        for (size_t i = 0; i < 3; ++i)
-            avi.expect_frames(0, {.from = i, .count = 1, .keys = false, .refused = true});
-        for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(avi.file.read(1).code, kEnd);
-    }
-}
-
-TEST(AviPackets, PaletteChanges) {
-    AviBuilder builder({video_stream(tag("MRLE"))});
-    builder.palette(0, 0, payload(9, 9, 1024)).frame(0, size_t{20});
-    builder.frame(0, size_t{21}, false).palette(0, 255, Bytes{1, 2, 3, 4});
-    builder.palette(0, 7, Bytes{5, 6, 7, 8, 9, 10, 11, 12}).frame(0, size_t{0}, false);
-    builder.frame(0, size_t{22}, false).raw(chunk(tag("00pc"), Bytes(1029)));  // too large for one
-    builder.frame(0, size_t{23}, false);
-    // The palette needs room: without it the frame is kept, palette and all.
-    OpenedAvi(builder).expect_frames(0, {.refused = true});
-}
-
 // More entries than the chunk holds, or than fit behind the first: no byte from elsewhere gets in.
 TEST(AviPackets, PaletteChangesThatLie) {
     for (const Bytes &body : {Bytes{250, 100, 0, 0, 9, 9, 9, 9}, Bytes{0, 0, 0, 0}, Bytes{0, 1}, Bytes{},
