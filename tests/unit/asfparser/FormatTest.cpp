@@ -124,19 +124,22 @@ TEST(AsfFormat, DamagedPacketsAreReportedOnceAndPassedOver) {
     }
 }
 
-// A frame may take more packets than are waited for the next one.
+// A frame may take more packets than the thousand that are waited for the next one.
 TEST(AsfFormat, LongFramesAndLongGaps) {
-    AsfBuilder builder({asf_video(1), asf_audio(2)}, {.packet_size = 100, .multiple = false}, AsfIndex::None);
-    builder.frame(0, 0, 90000).frame(0, 40, 10);
-    for (uint32_t i = 0; i < 1100; ++i)
-        builder.frame(1, 50 + i, 20);
-    builder.frame(0, 1500, 30);
-    OpenedAsf asf(builder);
-    const FrameRun run = asf.file.read_all(2);
-    ASSERT_EQ(run.frames.size(), 3u);
-    for (size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(run.frames[i].data, asf.builder.truth(0)[i].data);
-        EXPECT_EQ(run.frames[i].info.duration, i == 0 ? 40u : 1u);
+    for (const uint32_t gap : {999u, 1000u}) {
+        AsfBuilder builder({asf_video(1), asf_audio(2)}, {.packet_size = 100, .multiple = false},
+                           AsfIndex::None);
+        builder.frame(0, 0, 150000).frame(0, 40, 10);
+        for (uint32_t i = 0; i < gap; ++i)
+            builder.frame(1, 50 + i, 20);
+        builder.frame(0, 1500, 30);
+        OpenedAsf asf(builder);
+        const FrameRun run = asf.file.read_all(2);
+        ASSERT_EQ(run.frames.size(), 3u);
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(run.frames[i].data, asf.builder.truth(0)[i].data);
+            EXPECT_EQ(run.frames[i].info.duration, i == 0 ? 40u : i == 1 && gap == 999 ? 1460u : 1u);
+        }
     }
 }
 

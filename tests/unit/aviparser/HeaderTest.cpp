@@ -268,6 +268,7 @@ TEST(AviHeader, HuffmanTablesOfMotionJpeg) {
     const std::pair<Bytes, uint32_t> cases[] = {
         {join({text("AB"), large, Bytes{0xFF, 0xD9}, large, large}), 0},
         {join({large, large}), 0},
+        {join({large, large, Bytes{0xFF, 0xC4, 0x03, 0xEA, 9}}), 0},  // cut
         {join({large, large, large}), SPLITER_ERR_BUFFER_TOO_SMALL}};
     for (const auto &[data, code] : cases) {
         AviBuilder builder = one_stream(video_stream(tag("MJPG")));
