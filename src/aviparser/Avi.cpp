@@ -83,11 +83,12 @@ Code list_tracks(AviContext *context, SplitterTrackList *list) {
 // Audio that ends before the picture is shown as lasting as long.
 SplitterAudioInfo audio_info(const AviContext &context, const AviTrack &track) {
     const std::span<const Owned<AviTrack>> tracks = context.all_tracks();
-    const auto is_video = [](const Owned<AviTrack> &other) { return other->type == SPLITER_TRACK_VIDEO; };
-    const auto video = std::find_if(tracks.begin(), tracks.end(), is_video);
-    const Owned<AviTrack> &longer = video != tracks.end() ? *video : tracks.back();
+    // The first video track, else the last of all.
+    uint32_t longer = 0;
+    while (longer + 1 < tracks.size() && tracks[longer]->type != SPLITER_TRACK_VIDEO)
+        ++longer;
     SplitterAudioInfo info = track.audio;
-    info.duration = std::max(info.duration, saturate_to_u32(longer->duration));
+    info.duration = std::max(info.duration, saturate_to_u32(tracks[longer]->duration));
     return info;
 }
 

@@ -88,7 +88,7 @@ Code start_index(AviContext *context) {
 // Whether any of the block's bytes look like an entry of a stream that this file declares.
 bool add_entries(AviContext *context, uint32_t size) {
     AviLegacyIndex &idx1 = context->idx1;
-    const uint8_t *const block = idx1.block.get();
+    const uint8_t *block = idx1.block.get();
     if (idx1.base == kUnset && size >= kEntryBytes) {
         const bool absolute = int64_t{load_le32(block + 8)} > context->media.start;
         idx1.base = absolute ? 0 : context->media.start;

@@ -4,7 +4,6 @@
 
 #include <stdint.h>
 
-#include "aviparser/AviSegments.h"
 #include "platform/MemoryOwner.h"
 #include "splitter/Code.h"
 

@@ -8,22 +8,20 @@
 
 namespace quorv {
 
-void *avi_fast_realloc(void *buffer, uint32_t *allocated, uint64_t needed) {
-    if (*allocated > needed) return buffer;
-    const uint64_t size = needed * 17 / 16 + 32;
-    void *grown = size <= UINT32_MAX ? MMemRealloc(nullptr, buffer, static_cast<size_t>(size)) : nullptr;
-    *allocated = grown == nullptr ? 0 : static_cast<uint32_t>(size);
+bool avi_fast_realloc(Owned<AviIndexEntry[]> *entries, uint32_t *allocated_bytes, uint64_t needed) {
+    if (*allocated_bytes > needed) return true;
+    const uint64_t count = (needed * 17 / 16 + 32) / sizeof(AviIndexEntry) + 1;
+    const uint64_t bytes = count * sizeof(AviIndexEntry);
+    const bool grown = bytes <= UINT32_MAX && resize_array(entries, count);
+    *allocated_bytes = grown ? static_cast<uint32_t>(bytes) : 0;
     return grown;
 }
 
 int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp, uint32_t size,
                             uint32_t flags) {
     if (index->count + 1 >= kAviMaxIndexEntries) return -1;
-    void *grown = avi_fast_realloc(index->entries.get(), &index->allocated_bytes,
-                                   (uint64_t{index->count} + 1) * sizeof(AviIndexEntry));
-    if (grown == nullptr) return -1;
-    static_cast<void>(index->entries.release());  // it is the grown one, or was freed for it
-    index->entries.reset(static_cast<AviIndexEntry *>(grown));
+    const uint64_t needed = (uint64_t{index->count} + 1) * sizeof(AviIndexEntry);
+    if (!avi_fast_realloc(&index->entries, &index->allocated_bytes, needed)) return -1;
 
     int32_t place = avi_index_search_timestamp(*index, timestamp, kAviSearchAnyFrame);
     const bool append = place < 0;

@@ -58,9 +58,9 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
 // Returns the place of the entry that the flags ask for, or -1.
 int32_t avi_index_search_timestamp(const AviIndexArray &index, int64_t timestamp, uint32_t flags);
 
-// Makes room for `needed` bytes, with some to spare for later growth. Null when there is no memory: the
-// buffer is then still the caller's and *allocated is 0.
-void *avi_fast_realloc(void *buffer, uint32_t *allocated, uint64_t needed);
+// Makes room for `needed` bytes of entries, with some to spare for later growth. False when there is no
+// memory: the entries are then as they were and *allocated_bytes is 0.
+bool avi_fast_realloc(Owned<AviIndexEntry[]> *entries, uint32_t *allocated_bytes, uint64_t needed);
 
 }  // namespace quorv
 

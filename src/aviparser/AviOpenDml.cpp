@@ -138,7 +138,7 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
         const auto chunk_start = static_cast<int64_t>(load_le64(entry));
         if (chunk_start > kAviMaxPosition || !read_at(chunk_start, chunk, sizeof(chunk))) return false;
         const uint32_t chunk_size = load_le32(chunk + 4);
-        const auto inner = read_header(chunk_start + kAviChunkHeaderBytes, chunk_size);
+        const std::optional<IndexHeader> inner = read_header(chunk_start + kAviChunkHeaderBytes, chunk_size);
         if (!inner) return false;
         // The index chunks of a stream follow each other, and none counts twice: a small file could otherwise
         // make a huge index.
@@ -154,7 +154,7 @@ bool OpenDmlReader::read_super_index(AviTrack *track, int64_t data_start, const 
 
 bool OpenDmlReader::read_track(AviTrack *track) {
     const AviOpenDmlChunk &chunk = track->opendml;
-    const auto header = read_header(chunk.position, chunk.size);
+    const std::optional<IndexHeader> header = read_header(chunk.position, chunk.size);
     if (!header) return false;
     if (header->type == kIndexOfIndexes) return read_super_index(track, chunk.position, *header);
     return header->type == kIndexOfChunks && read_chunk_index(track, chunk.position, *header);

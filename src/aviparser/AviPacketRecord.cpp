@@ -2,10 +2,10 @@
 
 #include "aviparser/AviPacketRecord.h"
 
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include "aviparser/AviUtils.h"
+#include "platform/MemoryOwner.h"
 
 namespace quorv {
 
@@ -19,10 +19,10 @@ void avi_init_packet(AviPacket *packet) {
 Code avi_new_packet(AviPacket *packet, int32_t size) {
     avi_init_packet(packet);
     if (size < 0) return Code::NoMemory;
-    auto *data = static_cast<uint8_t *>(MMemAlloc(nullptr, static_cast<size_t>(size) + kAviSpareBytes));
+    Owned<uint8_t[]> data = make_array<uint8_t>(static_cast<uint64_t>(size) + kAviSpareBytes);
     if (data == nullptr) return Code::NoMemory;
-    memset(data + size, 0, kAviSpareBytes);
-    packet->data = data;
+    memset(data.get() + size, 0, kAviSpareBytes);
+    packet->data = data.release();
     packet->size = size;
     packet->destruct = avi_destruct_packet;
     return Code::Ok;
@@ -48,7 +48,7 @@ void avi_free_packet(AviPacket *packet) {
 }
 
 void avi_freep(uint8_t **pointer) {
-    MMemFree(nullptr, *pointer);
+    const Owned<uint8_t[]> freed(*pointer);
     *pointer = nullptr;
 }
 

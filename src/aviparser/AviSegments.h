@@ -23,8 +23,6 @@ struct AviMedia {
     bool size_known() const { return source_size > 0; }
 };
 
-enum class Found : bool { No, Yes };
-
 // Sets up the search behind the first segment; a local source's segments are all found at once, as far as
 // they can be read.
 void avi_find_segments(AviContext *context);

@@ -2,6 +2,8 @@
 
 #include "aviparser/AviTrack.h"
 
+#include <algorithm>
+
 namespace quorv {
 
 void avi_set_pts_info(AviTrack *track, uint32_t /*wrap_bits*/, int64_t num, int64_t den) {
@@ -12,7 +14,7 @@ void avi_set_pts_info(AviTrack *track, uint32_t /*wrap_bits*/, int64_t num, int6
 
 int64_t avi_piece_duration(const AviSampling &sampling, uint32_t size) {
     const uint32_t sample_size = sampling.sample_size, block_align = sampling.block_align;
-    if (sample_size != 0) return size > sample_size ? size : sample_size;
+    if (sample_size != 0) return std::max(size, sample_size);
     if (block_align != 0) return (int64_t{size} + block_align - 1) / block_align;
     return 1;
 }

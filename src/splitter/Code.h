@@ -25,6 +25,9 @@ enum class Code : uint32_t {
     EndOfStream = SPLITER_ERR_END_OF_STREAM
 };
 
+// What a search without a result of its own has met.
+enum class Found : bool { No, Yes };
+
 // As callers of the interface get it.
 constexpr uint32_t to_public(Code code) {
     return static_cast<uint32_t>(code);
