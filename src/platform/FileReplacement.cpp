@@ -22,6 +22,15 @@ bool is_same_file(const struct stat &a, const struct stat &b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+bool is_name_of(const char *path, const struct stat &file) {
+    struct stat status;
+    return lstat(path, &status) == 0 && is_same_file(status, file);
+}
+
+bool have_same_owner_and_mode(const struct stat &a, const struct stat &b) {
+    return a.st_uid == b.st_uid && a.st_gid == b.st_gid && a.st_mode == b.st_mode;
+}
+
 // Brings what was written to a file, or the names in a folder, to the disk.
 bool sync_path(const char *path) {
     const int file = open(path, O_RDONLY | O_CLOEXEC);
@@ -48,7 +57,7 @@ bool inherit(int file, const struct stat &other) {
         fchown(file, other.st_uid, other.st_gid) == 0 || fchown(file, geteuid(), other.st_gid) == 0;
     struct stat now;
     return fchmod(file, other.st_mode & 07777) == 0 && owned && fstat(file, &now) == 0 &&
-           now.st_uid == other.st_uid && now.st_gid == other.st_gid && now.st_mode == other.st_mode;
+           have_same_owner_and_mode(now, other);
 }
 
 // Whether the file can be written, or is gone and can be made again. To take its place by renaming would work
@@ -117,16 +126,11 @@ FileReplacement::FileReplacement(const char *path, MStream old)
 }
 
 FileReplacement::~FileReplacement() {
-    if (is_still_named()) unlink(unfinished_.get());
+    if (is_name_of(unfinished_.get(), made_)) unlink(unfinished_.get());
 }
 
-// Whether the name of the unfinished file is still this one's, not that of another process that saves, too.
-bool FileReplacement::is_still_named() const {
-    struct stat status;
-    return lstat(unfinished_.get(), &status) == 0 && is_same_file(status, made_);
-}
-
-// Gives the new text the old file's owner and mode and brings it to the disk.
+// Gives the new text the old file's owner and mode and brings it to the disk; false also when another process
+// that saves the same file has taken the name for its own.
 bool FileReplacement::complete() {
     const bool inherited = inherit(file_stream_descriptor(stream_.get()), old_);
     struct stat named;
@@ -134,16 +138,17 @@ bool FileReplacement::complete() {
                               S_ISREG(named.st_mode) && named.st_nlink == 1;
     may_rename_ = (is_only_name && inherited) || is_missing(path_);
     const bool synced = file_stream_sync(stream_.get());
-    return MStreamClose(stream_.release()) != 0 && synced && is_still_named();
+    return MStreamClose(stream_.release()) != 0 && synced && is_name_of(unfinished_.get(), made_);
 }
 
 bool FileReplacement::put_in_place() {
     const NameBeside whole(path_, kWholeSuffix);
     if (!complete() || !may_be_replaced(path_) || !keep_earlier_file(path_, whole)) return false;
     if (rename(unfinished_.get(), whole.get()) != 0) return false;
-    const bool renamed = may_rename_ && rename(whole.get(), path_) == 0;
+    if (may_rename_) rename(whole.get(), path_);
     sync_folder_of(path_);
-    return renamed || copy_or_rename(path_, whole);
+    // A process that has just started may have done it, too.
+    return is_name_of(path_, made_) || copy_or_rename(path_, whole);
 }
 
 void finish_replacement(const char *path) {
@@ -154,10 +159,12 @@ void finish_replacement(const char *path) {
     // In a folder that everybody may write to, others must not bring in a text of theirs.
     if (all.st_uid != part.st_uid && all.st_uid != geteuid()) return;
     if (!begins_with(whole.get(), path)) return;
-    if (all.st_size > part.st_size) {
-        if (may_be_replaced(path)) copy_or_rename(path, whole);
-    } else if (sync_path(path)) {
-        unlink(whole.get());  // only that was left to do
+    if (all.st_size == part.st_size) {
+        if (sync_path(path)) unlink(whole.get());  // only that was left to do
+    } else if (may_be_replaced(path)) {
+        // Another process may be about to rename it as well. To copy then could be to empty the whole file.
+        const bool may_rename = part.st_nlink == 1 && have_same_owner_and_mode(all, part);
+        if (!may_rename || rename(whole.get(), path) != 0) copy_or_rename(path, whole);
     }
 }
 

@@ -44,7 +44,6 @@ public:
 
 private:
     [[nodiscard]] bool complete();
-    bool is_still_named() const;
 
     const char *const path_;
     const NameBeside unfinished_;

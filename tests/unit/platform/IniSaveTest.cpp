@@ -125,8 +125,12 @@ protected:
 };
 
 TEST_F(IniOfAnotherUser, OwnerAndModeStay) {
-    const std::string once = text_after(old_text());
+    const std::string once = text_after(old_text()), longer = old_text() + "k=1\n";
     chmod(path_.c_str(), 0640);
+    folder_.put_text("ini_tmp", longer);
+    EXPECT_EQ(MIniEndS(MIniStartS(path_.c_str())), 1);
+    expect(longer, kUser, 0640);
+    folder_.put_text("ini", old_text());
     EXPECT_EQ(edit_as(0), 1);
     expect(once, kUser, 0640);
     EXPECT_EQ(edit_as(kUser), 1);
