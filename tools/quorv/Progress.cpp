@@ -40,8 +40,9 @@ void Progress::update(uint64_t done, uint64_t total) {
 void Progress::draw(uint64_t done, uint64_t total) {
     const double part = static_cast<double>(done) / static_cast<double>(total);
     const auto filled = static_cast<size_t>(part * kBarWidth);
-    fmt::print(stderr, "\r[{:.<{}}] {:3} %", std::string(filled, '#'), kBarWidth,
-               static_cast<int>(part * 100));
+    const std::string bar =
+        fmt::format("\r[{:.<{}}] {:3} %", std::string(filled, '#'), kBarWidth, static_cast<int>(part * 100));
+    std::fputs(bar.c_str(), stderr);  // nothing is lost where it cannot be drawn
     drawn_ = true;
 }
 
