@@ -73,7 +73,7 @@ inline void keep_past(Mp3Channel *channel, uint32_t slots) {
 
 inline void window_by_threes(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
     for (uint32_t ch = 0; ch < count; ++ch) {
-        for (uint32_t slot = 0; slot < slots; slot += slot % 2 == 0 ? 1 : 5) {
+        for (uint32_t slot = 0; slot < slots; slot += slot % 2 == 0 ? 1u : 5u) {
             sum_three_slots(channels[ch].samples() + slot, count,
                             pcm + size_t{slot} * kMp3Subbands * count + ch);
         }

@@ -87,7 +87,7 @@ constexpr uint16_t quad_entry(uint32_t table, uint32_t bits) {
         index *= 3;
         if ((code >> (3 - i) & 1) == 0) continue;
         ++used;
-        index += (bits >> (width - used) & 1) != 0 ? 2 : 1;
+        index += (bits >> (width - used) & 1) != 0 ? 2u : 1u;
     }
     return static_cast<uint16_t>(index << 4 | used);
 }
