@@ -7,6 +7,7 @@
 
 #include "aviparser/AviFrame.h"
 #include "aviparser/AviHeader.h"
+#include "aviparser/AviIndex.h"
 #include "aviparser/AviSeek.h"
 #include "splitter/CallerRecords.h"
 

@@ -6,8 +6,6 @@
 #include <span>
 
 #include "aviparser/AviHeaderCache.h"
-#include "aviparser/AviIndex.h"
-#include "aviparser/AviSegments.h"
 #include "aviparser/AviTrack.h"
 #include "splitter/StreamSource.h"
 
@@ -21,6 +19,38 @@ struct AviMainHeader {
     bool amv;
     uint32_t microseconds_per_frame;
     uint32_t width, height;
+};
+
+// Where the media data lies. Written by the header walk, and by AviSegments where it goes on behind the first
+// segment.
+struct AviMedia {
+    int64_t source_size;   // 0 or less when the source does not know
+    int64_t file_end;      // the bound for reading
+    int64_t riff_end;      // declared end of the first RIFF chunk
+    int64_t start;         // position of the list type "movi"
+    int64_t movi_end;      // end of the first "movi" list, where the legacy index is looked for
+    int64_t end;           // end of the last "movi" list known so far
+    int64_t next_segment;  // where a further RIFF chunk may begin; 0 when there is none
+
+    bool size_known() const { return source_size > 0; }
+};
+
+// How far the "idx1" chunk has been found and read. Written by AviIndex; OpenDML indexes may make it
+// complete.
+struct AviLegacyIndex {
+    int64_t search;        // where the search for the chunk goes on, 0 before it has begun
+    int64_t position;      // next unread byte, 0 while the chunk has not been found
+    int64_t end;           // where reading entries ends
+    int64_t declared_end;  // where the chunk itself says that it ends
+    int64_t base;          // what offsets count from
+    int64_t previous;      // position of the entry before
+    Owned<uint8_t[]> block;
+    bool complete;  // or no track needs it: all have OpenDML indexes
+    bool absent;
+    bool read_failed;
+
+    // Whether another block could be read.
+    bool pending() const { return !complete && !absent; }
 };
 
 struct AviContext {

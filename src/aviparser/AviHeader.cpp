@@ -1,6 +1,8 @@
 // The header walk: RIFF lists into track records; see the header.
 
 #include "aviparser/AviHeader.h"
+#include "aviparser/AviIndex.h"
+#include "aviparser/AviSegments.h"
 
 #include <string.h>
 

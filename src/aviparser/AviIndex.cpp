@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "aviparser/AviContext.h"
 #include "aviparser/AviRiff.h"
+#include "aviparser/AviSegments.h"
 #include "aviparser/AviUtils.h"
 #include "aviparser/AviZeroRun.h"
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "aviparser/AviChunkSearch.h"
+#include "aviparser/AviIndex.h"
 
 namespace quorv {
 

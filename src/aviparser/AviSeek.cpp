@@ -4,6 +4,7 @@
 
 #include <string.h>
 
+#include "aviparser/AviIndex.h"
 #include "aviparser/AviPacket.h"
 
 namespace quorv {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <optional>
 
-#include "aviparser/AviContext.h"
 #include "aviparser/AviRiff.h"
 #include "aviparser/AviZeroRun.h"
 

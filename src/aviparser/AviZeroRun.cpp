@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "aviparser/AviContext.h"
 #include "aviparser/AviRiff.h"
 
 namespace quorv {

@@ -2,11 +2,9 @@
 #ifndef QUORV_SRC_AVIPARSER_AVIZERORUN_H
 #define QUORV_SRC_AVIPARSER_AVIZERORUN_H
 
-#include <stdint.h>
+#include "aviparser/AviContext.h"
 
 namespace quorv {
-
-struct AviContext;
 
 // Whether a chunk header is one of zero bytes, which names nothing.
 constexpr bool avi_is_zero_header(uint32_t tag, uint32_t size) {
