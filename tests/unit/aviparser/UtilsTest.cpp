@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <numeric>
 #include <random>
 
 #include "aviparser/AviCodecTags.h"
@@ -84,6 +86,29 @@ TEST(AviMath, RescaleAgreesWithWideArithmetic) {
     }
 }
 #endif
+
+// As close as any fraction with terms that small, by trying them all.
+TEST(AviMath, ReduceFindsTheClosestFraction) {
+    constexpr int kMax = 12;
+    for (int num = 1; num <= 80; ++num) {
+        for (int den = 1; den <= 80; ++den) {
+            const auto distance = [&](int n, int d) { return std::abs(double(n) / d - double(num) / den); };
+            double closest = HUGE_VAL;
+            for (int n = 0; n <= kMax; ++n) {
+                for (int d = 1; d <= kMax; ++d)
+                    closest = std::min(closest, distance(n, d));
+            }
+            int32_t n = 0, d = 0;
+            const bool exact = avi_reduce(&n, &d, -num, den, kMax) != 0;
+            SCOPED_TRACE(std::to_string(num) + "/" + std::to_string(den) + " as " + std::to_string(n) + "/" +
+                         std::to_string(d));
+            ASSERT_LE(std::max(-n, d), kMax);
+            ASSERT_EQ(std::gcd(n, d), 1);
+            ASSERT_EQ(exact, closest == 0);
+            ASSERT_NEAR(distance(-n, d), closest, 1e-12);
+        }
+    }
+}
 
 TEST(AviCodecTags, TheFirstMatchWins) {
     EXPECT_EQ(avi_codec_get_id(avi_codec_wav_tags, avi_tag("!!!!")), 0u);
