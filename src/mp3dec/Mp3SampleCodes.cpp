@@ -22,16 +22,19 @@ constexpr uint32_t code_width(uint32_t levels) {
     return 32 - static_cast<uint32_t>(__builtin_clz(levels));
 }
 
-// The upper bytes of the three numerators, the first one on top; the rest of them is 0.
+constexpr uint32_t kTripleBits = 5;  // of a numerator that are not 0, at its top
+
+// The upper bits of the three numerators, the first one on top.
 template <uint32_t levels>
 constexpr auto make_triples() {
-    std::array<uint32_t, 1u << triple_bits(levels)> triples{};
+    std::array<uint16_t, 1u << triple_bits(levels)> triples{};
     for (uint32_t number = 0; number < triples.size(); ++number) {
-        uint32_t rest = number;
+        uint32_t rest = number, triple = 0;
         for (uint32_t i = 0; i < kTriple; ++i, rest /= levels) {
             const uint32_t numerator = 2 * (rest % levels) + 1 - levels;
-            triples[number] |= (numerator << (30 - code_width(levels)) >> 24) << (24 - 8 * i);
+            triple = triple << kTripleBits | numerator << (30 - code_width(levels)) >> (32 - kTripleBits);
         }
+        triples[number] = static_cast<uint16_t>(triple << (16 - kTriple * kTripleBits));
     }
     return triples;
 }
@@ -56,13 +59,13 @@ void read_separate(const Mp3BitWindow &bits, const Mp3CodeRun &run, uint32_t wid
     }
 }
 
-void read_triples(const Mp3BitWindow &bits, const Mp3CodeRun &run, const uint32_t *triples, uint32_t width,
+void read_triples(const Mp3BitWindow &bits, const Mp3CodeRun &run, const uint16_t *triples, uint32_t width,
                   int32_t *to) {
     uint32_t position = run.position;
     for (uint32_t group = 0; group < kMp3CodeGroups; ++group, position += run.step) {
-        uint32_t triple = triples[Mp3BitWindow::first_bits(bits.ahead(position), width)];
-        for (uint32_t i = 0; i < kTriple; ++i, to += kMp3Subbands, triple <<= 8)
-            *to = static_cast<int32_t>(triple & 0xFF000000);
+        uint32_t triple = uint32_t{triples[Mp3BitWindow::first_bits(bits.ahead(position), width)]} << 16;
+        for (uint32_t i = 0; i < kTriple; ++i, to += kMp3Subbands, triple <<= kTripleBits)
+            *to = static_cast<int32_t>(triple & 0xF8000000);
     }
 }
 
@@ -78,7 +81,7 @@ void mp3_read_codes(const Mp3BitWindow &bits, const Mp3CodeRun &run, int32_t *to
     const uint32_t levels = kLayer2Levels[run.quantizer], width = code_width(levels);
     const uint32_t joined = run.samples == kTriple ? triple_bits(levels) : 0;
     if (joined != 0) {
-        const uint32_t *const triples = levels == 3   ? kTriplesOf3.data()
+        const uint16_t *const triples = levels == 3   ? kTriplesOf3.data()
                                         : levels == 5 ? kTriplesOf5.data()
                                                       : kTriplesOf9.data();
         read_triples(bits, run, triples, joined, to);

@@ -20,8 +20,8 @@ struct HuffmanRoot {
 inline constexpr uint32_t kHuffmanTrees = 25;  // tables from here on use those of 16 and 24
 
 constexpr std::array<HuffmanRoot, 32> make_huffman_roots() {
-    constexpr uint8_t kWidths[kHuffmanTrees] = {0,  5, 8,  8, 0, 8, 8, 9, 9, 9, 10, 10, 10,
-                                                10, 0, 10, 9, 0, 0, 0, 0, 0, 0, 0,  10};
+    constexpr uint8_t kWidths[kHuffmanTrees] = {0, 5, 8,  8, 0, 8, 8, 8, 8, 9, 9, 9, 10,
+                                                9, 0, 10, 9, 0, 0, 0, 0, 0, 0, 0, 10};
     std::array<HuffmanRoot, 32> roots{};
     uint32_t first = 0;
     for (uint32_t table = 0; table < kHuffmanTrees; ++table) {
