@@ -6,7 +6,7 @@ usage: check_library.py INCLUDE_DIR EXPORTS_MAP LIBRARY ARCHIVE NM READELF OBJDU
 Three sets of names must be equal: functions marked QUORV_API in the public headers, names in the exports
 map (which must be sorted, one a line) and symbols that the library defines. It may need no other library
 than libc. The objects of the archive may have no symbols in writable sections, thread-local ones included,
-and no constructors and destructors of globals. Constant data that the loader relocates is fine.
+and no constructors and destructors of globals, those for some processors no functions that others share. Constant data that the loader relocates is fine.
 """
 import itertools
 import pathlib
@@ -19,6 +19,9 @@ LIBC = re.compile(r"libc\.so\.\d+")
 ALLOWED = re.compile(r"\bg_platform_context\b")
 WRITABLE = re.compile(r"\.(data|bss|tdata|tbss)(?!\.rel\.ro)(\.|$)|^\*COM\*$")
 RUN_AT_LOAD = re.compile(r"^\s*\d+ (\.(?:preinit_array|init_array|fini_array|ctors|dtors)\S*)")
+# Compiled for more than every processor has: a function that other objects share could take the place of theirs.
+WIDE_OBJECTS = re.compile(r"(Sse2|Avx2|Neon)\.cpp\.o")
+SHARED_FUNCTION = re.compile(r"^[0-9a-f]+  w....F \S+\s+[0-9a-f]+\s+(.+)$")
 SYMBOL = re.compile(r"^[0-9a-f]+ .{7} (\S+)\s+([0-9a-f]+)\s+(.+)$", re.M)
 
 
@@ -42,6 +45,8 @@ def global_state(listing):
             member = line.split(":")[0]
         elif match := RUN_AT_LOAD.match(line):
             yield f"{member}: code runs when the library is loaded or unloaded ({match[1]})"
+        elif WIDE_OBJECTS.match(member) and (match := SHARED_FUNCTION.match(line)):
+            yield f"{member}: {match[1]} is shared with objects for any processor"
         elif match := SYMBOL.match(line):
             section, size, name = match.groups()
             if WRITABLE.search(section) and int(size, 16) > 0 and not ALLOWED.search(name):

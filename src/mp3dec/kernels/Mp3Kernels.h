@@ -1,4 +1,51 @@
-// The decoder's inner loops, one set of functions for each instruction set.
+// The decoder's inner loops, one set of functions for each instruction set. Which set runs is chosen when a
+// decoder is made. All give the same samples, to the last bit; the portable one says which.
+//
+// WORDS
+//
+// All values are 32-bit integers with a fixed number of fractional bits (FixedPoint.h), 1.0 is full scale.
+//
+//   lines of a spectrum    kSpectrumBits, and by granule up to kMaxExtraBits more; below 2^30
+//   overlap, samples       kSampleBits
+//   transformed slots      kSampleBits; up to kMp3MaxT in size, nearly 16.0
+//   factors                31; 0 to 1. A negative one is another operation.
+//   scale factors          32, of Layers I and II; even, 0 to 1/2
+//   taps of the window     20 as words; 16 as pairs of 16-bit parts
+//   output samples         15, 16 bits wide
+//
+// ARITHMETIC
+//
+//   sums           wrap. The code around the kernels sees to it that those of real streams need no more bits.
+//   halves         are rounded down.
+//   products       with factors: each is rounded to the bits of the value on its own, before anything is
+//   added, and a
+//                  tie goes upwards: (2 a f + 2^31) >> 32. So it is one instruction on ARM: SMMLAR, of 2 f
+//                  or, from a half on, of 2 f - 2^32 together with a itself; with NEON VQRDMULH. To take a
+//                  product off is to add that of the negative factor, which decides ties: SMMLSR.
+//   requantising   (power + 2^(shift - 1)) >> shift.
+//   magnitudes     for bounds of loudness: those of negative values are smaller by 1, and each is rounded
+//   down to units
+//                  of 2^16. Sums may saturate at INT16_MAX, which is loud.
+//   window         the sum of 16 products is exact and rounded once, by kMp3OutputRounding (Window.h), then
+//   saturated.
+//
+// Which products there are is what CosineTransforms.h and HybridKernel.h say, for lanes of any number. These
+// headers and the tables are the same for all sets.
+//
+// ANOTHER SET
+//
+// 1. Write Lanes<Set>.h: a type of lanes with the functions of Lane1.h, all in an unnamed namespace. A
+// function that
+//    other files could share must be a template of that type: compiled for more than every processor has, it
+//    could take the place of theirs.
+// 2. Write <Set>.cpp: it instantiates the kernels and has what is better written by hand, mostly the window.
+// Its function
+//    returns the set; there is no table, which would need relocation.
+// 3. Name the file and its compiler flags in mp3dec/CMakeLists.txt, and the processor's sign of it in
+// Mp3Kernels.cpp;
+//    raise kMp3MaxKernelSets if need be.
+//
+// The tests of kernels find it there and compare it with the portable set.
 #ifndef QUORV_SRC_MP3DEC_KERNELS_MP3KERNELS_H
 #define QUORV_SRC_MP3DEC_KERNELS_MP3KERNELS_H
 

@@ -77,7 +77,7 @@ void sum_three_slots(const Mp3Slot *newest, int16_t (*output)[kMp3Subbands]) {
 }
 
 void sum_slots(const Mp3Slot *slots, uint32_t count, int16_t (*output)[kMp3Subbands]) {
-    for (uint32_t slot = 0; slot < count; slot += slot % 2 == 0 ? 1 : 5)
+    for (uint32_t slot = 0; slot < count; slot += slot % 2 == 0 ? 1u : 5u)
         sum_three_slots(slots + slot + 4, output + slot);
 }
 

@@ -141,13 +141,13 @@ inline void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot 
 // The 32 output samples of a slot.
 template <class Words>
 inline void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands]) {
-    constexpr uint32_t kCount = Words::kCount;
+    constexpr size_t kCount = Words::kCount;
     const SynthesisTaps &upper = kSynthesisTaps[0], &lower = kSynthesisTaps[1];
 #pragma GCC unroll 2
     for (size_t j = 0; j < kMp3Subbands / 2; j += 2 * kCount) {
         store_words(output + j, pack(wide_samples<Words>(newest, 0, upper, j),
                                      wide_samples<Words>(newest, 0, upper, j + kCount)));
-        store_words(output + kMp3Subbands - size_t{2} * kCount - j,
+        store_words(output + kMp3Subbands - 2 * kCount - j,
                     reverse_halves(pack(wide_samples<Words>(newest, 1, lower, j),
                                         wide_samples<Words>(newest, 1, lower, j + kCount))));
     }
