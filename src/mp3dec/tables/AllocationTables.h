@@ -6,8 +6,8 @@
 
 namespace quorv {
 
-// The quantisers that an allocation field of so many bits chooses between: classes of kLayer2Levels, plus 1; 0
-// is no samples.
+// The quantisers that an allocation field of so many bits chooses between: classes of kLayer2Levels, plus 1;
+// 0 is no samples.
 struct Layer2Row {
     uint8_t bits;
     uint8_t quantizers[16];
