@@ -32,8 +32,8 @@ struct Mp3SplitHistory {
 };
 
 struct Mp3Channel {
-    // One granule's lines: sign and magnitude as decoded, then signed, with kSpectrumBits fractional bits or
-    // more.
+    // One granule's lines: small coded values (Mp3Spectrum), then amplitudes with kSpectrumBits
+    // fractional bits or more.
     alignas(32) int32_t spectrum[kMp3GranuleLines];
     // What the last granule adds to the next one.
     alignas(32) Mp3Slot overlap[kMp3GranuleSlots];
