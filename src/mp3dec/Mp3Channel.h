@@ -34,14 +34,14 @@ struct Mp3SplitHistory {
 struct Mp3Channel {
     // One granule's lines: small coded values (Mp3Spectrum), then amplitudes with kSpectrumBits
     // fractional bits or more.
-    alignas(32) int32_t spectrum[kMp3GranuleLines];
+    int32_t spectrum[kMp3GranuleLines];
     // What the last granule adds to the next one.
-    alignas(32) Mp3Slot overlap[kMp3GranuleSlots];
+    Mp3Slot overlap[kMp3GranuleSlots];
     // The transformed slots before the frame, then the frame's subband samples with kSampleBits fractional
     // bits, which the synthesis transforms in place; eight at a time may reach beyond the last.
-    alignas(32) Mp3Slot slots[kMp3PastSlots + kMp3MaxSlots + 4];
+    Mp3Slot slots[kMp3PastSlots + kMp3MaxSlots + 4];
 #if defined(__x86_64__) || defined(__i386__)
-    alignas(32) Mp3SplitHistory split;
+    Mp3SplitHistory split;
 #endif
     // Subbands from here on have no overlap.
     uint32_t overlap_subbands;

@@ -61,6 +61,7 @@ template <typename T>
 // False, with the array as it was, when there is no memory. An array of no elements owns memory, too.
 template <typename T>
 [[nodiscard]] bool resize_array(Owned<T[]> *array, uint64_t count) {
+    static_assert(alignof(T) <= alignof(max_align_t));
     if (count > PTRDIFF_MAX / sizeof(T)) return false;
     const size_t bytes = std::max(static_cast<size_t>(count) * sizeof(T), size_t{1});
     void *elements = MMemRealloc(nullptr, array->get(), bytes);
