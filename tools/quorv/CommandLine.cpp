@@ -40,13 +40,15 @@ CLI::Option &add_track(CLI::App &command, uint32_t &number, const std::string &d
 }
 
 // Reads numbers as the parser does that converts them afterwards: hexadecimal ones as well.
-void check_number(const CLI::Option &option, const std::string &text, uint32_t first, uint32_t last) {
+void check_number(const CLI::Option &option, const std::string &text, NumberRange range) {
     char *end = nullptr;
     const int64_t value = std::strtoll(text.c_str(), &end, 0);
     if (text.empty() || end != text.c_str() + text.size())
         throw BadValue(option, fmt::format("'{}' is not a whole number", text));
-    if (value < int64_t{first}) throw BadValue(option, fmt::format("{} is less than {}", text, first));
-    if (value > int64_t{last}) throw BadValue(option, fmt::format("{} is more than {}", text, last));
+    if (value < int64_t{range.first})
+        throw BadValue(option, fmt::format("{} is less than {}", text, range.first));
+    if (value > int64_t{range.last})
+        throw BadValue(option, fmt::format("{} is more than {}", text, range.last));
 }
 
 std::string input_name(const std::string &path) {

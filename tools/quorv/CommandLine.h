@@ -40,17 +40,21 @@ void add_input(CLI::App &command, std::string &file, const std::string &descript
 void add_output(CLI::App &command, std::string &path);
 void add_json(CLI::App &command, bool &wanted, const std::string &item);
 
+struct NumberRange {
+    uint32_t first = 1, last = std::numeric_limits<uint32_t>::max();
+};
+
 // An option that takes a whole number. The help text does not tell its limits: those of 32 bits are of no
 // use.
 template <typename Number>
 CLI::Option &add_number(CLI::App &command, const std::string &name, Number &value,
-                        const std::string &placeholder, const std::string &description, uint32_t first = 1,
-                        uint32_t last = std::numeric_limits<uint32_t>::max());
+                        const std::string &placeholder, const std::string &description,
+                        NumberRange range = {});
 CLI::Option &add_track(CLI::App &command, uint32_t &number,
                        const std::string &description = "Only this track, counted from 1");
 
-// Throws BadValue unless the text is a whole number between the two.
-void check_number(const CLI::Option &option, const std::string &text, uint32_t first, uint32_t last);
+// Throws BadValue unless the text is a whole number in the range.
+void check_number(const CLI::Option &option, const std::string &text, NumberRange range);
 
 // How messages call an input.
 std::string input_name(const std::string &path);
@@ -62,11 +66,10 @@ ExitCode run_on_file(OutputStream &out, const std::string &path,
 
 template <typename Number>
 CLI::Option &add_number(CLI::App &command, const std::string &name, Number &value,
-                        const std::string &placeholder, const std::string &description, uint32_t first,
-                        uint32_t last) {
+                        const std::string &placeholder, const std::string &description, NumberRange range) {
     CLI::Option &option = *command.add_option(name, value, description)->type_name(placeholder);
-    option.check([&option, first, last](const std::string &text) {
-        check_number(option, text, first, last);
+    option.check([&option, range](const std::string &text) {
+        check_number(option, text, range);
         return std::string();
     });
     return option;

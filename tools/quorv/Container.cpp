@@ -39,10 +39,6 @@ const Track &track_of_number(const std::vector<Track> &tracks, uint32_t number) 
 
 }  // namespace
 
-const TrackKind kReadableTracks = {[](const Track &track) { return track.is_readable(); },
-                                   "neither video nor audio: its frames cannot be read",
-                                   "no track is video or audio: there are no frames to read"};
-
 std::vector<const Track *> find_tracks(const Container &container, uint32_t number, const TrackKind &kind) {
     if (number != 0) {
         const Track &track = track_of_number(container.tracks(), number);

@@ -68,7 +68,11 @@ struct TrackKind {
     bool (*fits)(const Track &);
     std::string_view unlike, none;
 };
-extern const TrackKind kReadableTracks;
+inline constexpr TrackKind kReadableTracks = {
+    [](const Track &track) { return track.is_readable(); },
+    "neither video nor audio: its frames cannot be read",
+    "no track is video or audio: there are no frames to read",
+};
 // The track of that number or, for 0, all of the kind: at least one. Throws Failure.
 std::vector<const Track *> find_tracks(const Container &container, uint32_t number, const TrackKind &kind);
 

@@ -133,8 +133,8 @@ void add_decode_command(Session &session) {
     add_track(command, options->track, "The track, counted from 1; else the first that is MPEG audio");
     add_number(command, "--rate", options->format.sample_rate, "HZ",
                "Lower the sample rate to this, in hertz");
-    add_number(command, "--channels", options->format.channels, "1|2", "Mix to one channel or write two", 1,
-               2);
+    add_number(command, "--channels", options->format.channels, "1|2", "Mix to one channel or write two",
+               {1, 2});
 }
 
 }  // namespace quorv::tool

@@ -165,7 +165,7 @@ void add_frames_command(Session &session) {
     command.add_flag("--md5", options->md5, "Add the MD5 digest of each frame");
     add_track(command, options->track);
     CLI::Option &from = add_number(command, "--from", options->from, "MS",
-                                   "Begin at a key frame near this time, in milliseconds", 0, kLastTime);
+                                   "Begin at a key frame near this time, in milliseconds", {0, kLastTime});
     add_mode(command, options->mode, from);
 }
 

@@ -137,7 +137,7 @@ std::string UnitFacts::details() const {
     if (width != 0) parts.push_back(fmt::format("{}x{}", width, height));
     if (time_increment_bits != 0)
         parts.push_back(fmt::format("time increment of {} bits", time_increment_bits));
-    if (unsupported) parts.push_back("not supported");
+    if (unsupported) parts.emplace_back("not supported");
     if (!picture.empty()) parts.emplace_back(picture);
     return fmt::format("{}", fmt::join(parts, ", "));
 }
