@@ -48,10 +48,10 @@ TEST(Long, AnAviFileOfOver4GbIsListedAndExtracted) {
 TEST(Long, SoundOfOver4GbIsAnRf64File) {
     constexpr size_t kHeaderBytes = 80, kSizeAt = 28;
     const Bytes piece = real_mp3_stream();
-    const size_t copies = (uint64_t{1} << 32) / decode(piece).size() + 2;
+    const uint64_t copies = (uint64_t{1} << 32) / decode(piece).size() + 2;
     const Shell shell;
     std::ofstream file(shell.path("long.mp3"), std::ios::binary);
-    for (size_t i = 0; i < copies; ++i)
+    for (uint64_t i = 0; i < copies; ++i)
         file.write(reinterpret_cast<const char *>(piece.data()), std::ssize(piece));
     ASSERT_TRUE(file.flush());
     const ToolRun run = shell.run("quorv decode long.mp3 -o - | { head -c 80 >start; wc -c; }");
