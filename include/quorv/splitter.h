@@ -107,6 +107,11 @@ typedef uintptr_t SplitterStream;
  * Every callback takes user_context first and returns 0 for success or a nonzero code of its own, which the
  * splitter hands on. The splitter remembers where the stream stands: between its calls nobody else may move
  * it.
+ *
+ * A local source need not buffer: headers, small frames and index entries are read ahead, with 64 KB of
+ * memory a handle, and larger frames are read straight into the caller's buffer. A read-ahead that fails is
+ * not reported: the bytes that are needed are then read by themselves. A progressive source is never read
+ * ahead.
  */
 typedef struct _tag_Stream_Source_ {
     /** Passed to every callback, never looked at. */

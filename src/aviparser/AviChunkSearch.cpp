@@ -16,7 +16,7 @@ namespace {
 constexpr uint32_t kListHeaderBytes = 12;
 constexpr uint32_t kResyncLimit = 0x20000;
 // After this many single bytes without a chunk the search reads ahead: one of them may be just a pad byte.
-constexpr uint32_t kReadAheadAfter = 2;
+constexpr uint32_t kReadAheadAfter = 2, kReadAheadBytes = 1024;
 // A palette change of 256 entries has 4 + 1024 bytes.
 constexpr uint32_t kPaletteChunkLimit = 1029;
 constexpr uint32_t kNoStream = 100;
@@ -52,40 +52,28 @@ bool is_other_chunk(const uint8_t *id) {
 
 }  // namespace
 
-AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *reads_left)
-    : context_(*context), track_(*track), reads_left_(reads_left), window_start_(start) {}
+AviChunkSearch::AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *chunks_left)
+    : context_(*context), track_(*track), chunks_left_(chunks_left), position_(start) {}
 
-// Makes sure that a whole header lies in the window at the position.
-Code AviChunkSearch::fill() {
-    if (filled_ - offset_ >= kAviChunkHeaderBytes) return Code::Ok;
-    if (reads_left_ != nullptr) {
-        if (*reads_left_ == 0) return Code::EndOfStream;
-        --*reads_left_;
+// What may be a chunk's header. Code::EndOfStream where the source ends.
+Code AviChunkSearch::view_header(const uint8_t **header) {
+    if (chunks_left_ != nullptr && bytes_in_a_row_ == 0) {
+        if (*chunks_left_ == 0) return Code::EndOfStream;
+        --*chunks_left_;
     }
-    memmove(window_, window_ + offset_, filled_ - offset_);
-    window_start_ += offset_;
-    filled_ -= offset_;
-    offset_ = 0;
     // Chunks begin at even positions, so an odd one is that of a pad byte, with a header behind it.
-    uint32_t wanted = kAviChunkHeaderBytes + static_cast<uint32_t>(window_start_ & 1);
-    if (bytes_in_a_row_ >= kReadAheadAfter) wanted = sizeof(window_);
-    wanted = static_cast<uint32_t>(std::min<int64_t>(wanted, context_.media.end - window_start_));
-
-    uint32_t delivered = 0;
-    Code code = context_.source.move_to(window_start_ + filled_);
-    if (code != Code::Ok) return code;
-    code = context_.source.read_fully(window_ + filled_, wanted - filled_, &delivered);
-    filled_ += delivered;
-    // A failure behind the header at hand matters only when the search comes as far.
-    if (filled_ >= kAviChunkHeaderBytes) return Code::Ok;
-    return code != Code::Ok ? code : Code::EndOfStream;
+    uint32_t wanted = kAviChunkHeaderBytes + static_cast<uint32_t>(position_ & 1);
+    if (bytes_in_a_row_ >= kReadAheadAfter) wanted = kReadAheadBytes;
+    wanted = static_cast<uint32_t>(std::min<int64_t>(wanted, context_.media.end - position_));
+    const Code code = context_.source.view(position_, kAviChunkHeaderBytes, wanted, header);
+    return code == Code::Ok && *header == nullptr ? Code::EndOfStream : code;
 }
 
 AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
     // Perhaps the header of a further segment; its size reaches beyond the media data.
     if (is_riff(header)) return Step::ListHeader;
     const uint32_t size = load_le32(header + 4);
-    if (context_.media.end - position() - kAviChunkHeaderBytes < size) return Step::Byte;
+    if (context_.media.end - position_ - kAviChunkHeaderBytes < size) return Step::Byte;
     // The chunks of a list are read one by one.
     if (memcmp(header, "LIST", 4) == 0) return Step::ListHeader;
     if (is_other_chunk(header)) return Step::Chunk;
@@ -105,22 +93,15 @@ AviChunkSearch::Step AviChunkSearch::classify(const uint8_t *header) const {
 }
 
 void AviChunkSearch::skip_byte() {
-    const bool pad = bytes_in_a_row_ == 0 && (position() & 1) != 0;
+    const bool pad = bytes_in_a_row_ == 0 && (position_ & 1) != 0;
     if (!pad) ++lost_bytes_;
     ++bytes_in_a_row_;
-    ++offset_;
+    ++position_;
 }
 
 void AviChunkSearch::jump(int64_t position) {
-    const int64_t within = position - window_start_;
     bytes_in_a_row_ = 0;
-    if (within <= filled_) {
-        offset_ = static_cast<uint32_t>(within);
-        return;
-    }
-    window_start_ = position;
-    offset_ = 0;
-    filled_ = 0;
+    position_ = position;
 }
 
 // At the end of the media data. Code::Ok when it has moved on, to the end of a further segment.
@@ -134,47 +115,28 @@ Code AviChunkSearch::enter_next_segment() {
     return Code::EndOfStream;
 }
 
-// The header at the position when it is known as that of a chunk; else null.
-const uint8_t *AviChunkSearch::find_seen_header() {
-    // In front of a known chunk, an odd position is that of a pad byte.
-    if (bytes_in_a_row_ == 0 && (position() & 1) != 0 &&
-        context_.seen_headers.find(position() + 1) != nullptr)
-        jump(position() + 1);
-    const uint8_t *header = context_.seen_headers.find(position());
-    return header != nullptr && classify(header) != Step::Byte ? header : nullptr;
-}
-
 // Looks closer at what seems to be the header of a further segment.
 Code AviChunkSearch::check_riff(const uint8_t *header, Step *step) {
     if (!is_riff(header)) return Code::Ok;
     Found segment = Found::No;
-    const Code code = avi_is_segment(&context_, position(), &segment);
+    const Code code = avi_is_segment(&context_, position_, &segment);
     if (code != Code::Ok && context_.media.size_known()) return code;
     if (segment == Found::No) *step = Step::Byte;
     return Code::Ok;
 }
 
-// Tells what lies at the position, which may move over a pad byte.
+// Tells what lies at the position.
 Code AviChunkSearch::look(Header *header) {
-    const uint8_t *bytes = find_seen_header();
-    const bool seen = bytes != nullptr;
-    if (!seen) {
-        const Code code = fill();
-        if (code != Code::Ok) return code;
-        bytes = window_ + offset_;
-    }
-    *header = {classify(bytes), load_le32(bytes + 4), position() + kAviChunkHeaderBytes};
-    if (!seen) {
-        const Code code = check_riff(bytes, &header->step);
-        if (code != Code::Ok) return code;
-    }
-    if (header->step != Step::Byte) context_.seen_headers.add(position(), bytes);
-    return Code::Ok;
+    const uint8_t *bytes = nullptr;
+    const Code code = view_header(&bytes);
+    if (code != Code::Ok) return code;
+    *header = {classify(bytes), load_le32(bytes + 4), position_ + kAviChunkHeaderBytes};
+    return check_riff(bytes, &header->step);
 }
 
 Code AviChunkSearch::next(AviChunk *chunk) {
     while (lost_bytes_ <= kResyncLimit) {
-        const bool at_end = context_.media.end - position() < kAviChunkHeaderBytes;
+        const bool at_end = context_.media.end - position_ < kAviChunkHeaderBytes;
         Header header = {};
         Code code = at_end ? enter_next_segment() : look(&header);
         if (code != Code::Ok) return code;
@@ -208,9 +170,7 @@ Code AviChunkSearch::next(AviChunk *chunk) {
 Code AviChunkSearch::read_palette(int64_t position, uint32_t size) {
     uint8_t bytes[kPaletteChunkLimit];
     uint32_t delivered = 0;
-    Code code = context_.source.move_to(position);
-    if (code != Code::Ok) return code;
-    code = context_.source.read_fully(bytes, size, &delivered);
+    const Code code = context_.source.read_at(position, bytes, size, &delivered);
     if (code != Code::Ok || delivered < 4) return code;
     const uint32_t first = bytes[0] * 4u;
     const uint32_t stated = (bytes[1] == 0 ? 256u : bytes[1]) * 4;

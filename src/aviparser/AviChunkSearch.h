@@ -13,13 +13,14 @@ struct AviChunk {
     uint32_t size;
 };
 
-// One search, from a position on. In a well-formed file it costs one read a chunk header, and a seek a chunk
-// that is passed over. Where no chunk begins it goes on byte by byte, as if it had done so all the time,
-// until one does or too many bytes belonged to none.
+// One search, from a position on. In a well-formed file it looks at one header a chunk. Where no chunk begins
+// it goes on byte by byte, as if it had done so all the time, until one does or too many bytes belonged to
+// none.
 class AviChunkSearch {
 public:
-    // The search takes what it reads off *reads_left, and ends when nothing is left; null: without a bound.
-    AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *reads_left);
+    // The search takes the chunks that it meets off *chunks_left, and ends when nothing is left; null:
+    // without a bound.
+    AviChunkSearch(AviContext *context, AviTrack *track, int64_t start, uint32_t *chunks_left);
 
     // The next chunk of the track, empty ones included. Code::EndOfStream when there is none within
     // the media data and the limits of the search; a callback's code.
@@ -29,6 +30,8 @@ public:
     bool reached_end() const { return reached_end_; }
     // Whether it has passed over bytes that belong to no chunk.
     bool passed_bytes() const { return lost_bytes_ != 0; }
+    // Where the chunks end that it has met.
+    int64_t chunks_end() const { return position_ - bytes_in_a_row_; }
 
 private:
     // What to do with the bytes at the position.
@@ -39,11 +42,9 @@ private:
         int64_t data_position;
     };
 
-    int64_t position() const { return window_start_ + offset_; }
     Code enter_next_segment();
     Code look(Header *header);
-    const uint8_t *find_seen_header();
-    Code fill();
+    Code view_header(const uint8_t **header);
     Step classify(const uint8_t *header) const;
     Code check_riff(const uint8_t *header, Step *step);
     void skip_byte();
@@ -52,11 +53,8 @@ private:
 
     AviContext &context_;
     AviTrack &track_;
-    uint32_t *reads_left_;
-    uint8_t window_[1024];
-    int64_t window_start_;
-    uint32_t offset_ = 0;  // of the position in the window
-    uint32_t filled_ = 0;
+    uint32_t *chunks_left_;
+    int64_t position_;
     uint32_t bytes_in_a_row_ = 0;  // stepped over since the last chunk
     bool reached_end_ = false;
     uint32_t lost_bytes_ = 0;  // that belong to no chunk, in the whole search

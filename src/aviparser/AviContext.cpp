@@ -8,7 +8,9 @@ namespace quorv {
 
 Owned<AviContext> avi_new_context(const SplitterStreamSource &callbacks) {
     Owned<AviContext> context = make_owned<AviContext>();
-    if (context != nullptr) context->source.callbacks = callbacks;
+    if (context == nullptr) return context;
+    context->source.callbacks = callbacks;
+    context->source.window = &context->window;
     return context;
 }
 

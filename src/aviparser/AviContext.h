@@ -5,7 +5,6 @@
 #include <array>
 #include <span>
 
-#include "aviparser/AviHeaderCache.h"
 #include "aviparser/AviTrack.h"
 #include "splitter/StreamSource.h"
 
@@ -55,6 +54,7 @@ struct AviLegacyIndex {
 
 struct AviContext {
     StreamSource source;
+    ReadWindow window;
     bool closing;                            // a Close has failed: only another Close is left
     Owned<SplitterTrackEntry[]> track_list;  // null, or room for kAviMaxTracks entries
 
@@ -65,7 +65,6 @@ struct AviContext {
     AviMedia media;
     AviLegacyIndex idx1;
     bool non_interleaved;  // chunks do not lie in the order of their times: tracks follow the index
-    AviHeaderCache seen_headers;
 
     std::span<const Owned<AviTrack>> all_tracks() const { return {tracks.data(), track_count}; }
 };

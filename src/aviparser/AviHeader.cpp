@@ -59,10 +59,9 @@ private:
 
 Code HeaderWalk::open_riff() {
     static constexpr char kSignatures[][9] = {"RIFFAVI ", "RIFFAVIX", "RIFFAVI\x19", "ON2 ON2f", "RIFFAMV "};
-    if (source_.move_to(0) != Code::Ok) return Code::Io;
     uint8_t head[12];
     uint32_t delivered = 0;
-    if (source_.read_fully(head, sizeof(head), &delivered) != Code::Ok) return Code::Io;
+    if (source_.read_at(0, head, sizeof(head), &delivered) != Code::Ok) return Code::Io;
     const bool known =
         std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](const char *signature) {
             return memcmp(head, signature, 4) == 0 && memcmp(head + 8, signature + 4, 4) == 0;
@@ -251,7 +250,7 @@ Code HeaderWalk::parse_stream_fields(AviTrack *track, uint32_t type, AviChunkRea
     }
 }
 
-Code finish_track(AviContext *context, AviTrack *track, uint32_t *reads_left) {
+Code finish_track(AviContext *context, AviTrack *track, uint32_t *chunks_left) {
     const uint32_t suggested = track->suggested_buffer_size;
     avi_move_track(track, context->media.start, 0);
     if (track->type == SPLITER_TRACK_AUDIO) {
@@ -265,7 +264,7 @@ Code finish_track(AviContext *context, AviTrack *track, uint32_t *reads_left) {
     SplitterVideoInfo &video = track->video;
     video.duration = saturate_to_u32(track->duration);
     video.max_frame_size = suggested != 0 ? suggested : picture_bytes(video.width, video.height);
-    return avi_read_specdat(context, track, reads_left);
+    return avi_read_specdat(context, track, chunks_left);
 }
 
 Code read_indexes(AviContext *context) {
@@ -283,9 +282,9 @@ Code finish_header(AviContext *context, Code walk_code) {
     // Only what the index repeats from here on makes the tracks follow it. The first block of a local file's
     // index has been read; whatever it repeats, its frames are counted in the order of the file.
     context->non_interleaved = false;
-    uint32_t reads_left = kAviSpecDataReads;
+    uint32_t chunks_left = kAviSpecDataChunks;
     for (const Owned<AviTrack> &track : context->all_tracks()) {
-        const Code finished = finish_track(context, track.get(), &reads_left);
+        const Code finished = finish_track(context, track.get(), &chunks_left);
         if (finished != Code::Ok) return finished;
     }
     return Code::Ok;
@@ -295,6 +294,7 @@ Code finish_header(AviContext *context, Code walk_code) {
 
 Code avi_read_header(AviContext *context) {
     avi_clear_header(context);
+    if (context->source.is_local()) context->window.enlarge();
     HeaderWalk walk(context);
     Code code = walk.run();
     if (code == Code::NoMemory || code == Code::BufferTooSmall) return code;

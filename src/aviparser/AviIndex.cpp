@@ -114,8 +114,7 @@ Code search_idx1(AviContext *context) {
     while (media.file_end - position >= kAviChunkHeaderBytes) {
         uint8_t header[kAviChunkHeaderBytes];
         uint32_t delivered = 0;
-        if (source.move_to(position) != Code::Ok) return Code::Ok;
-        if (source.read_fully(header, sizeof(header), &delivered) != Code::Ok) return Code::Ok;
+        if (source.read_at(position, header, sizeof(header), &delivered) != Code::Ok) return Code::Ok;
         const uint32_t tag = load_le32(header), size = load_le32(header + 4);
         // What the source's size promises and does not come has not arrived yet.
         if (delivered < sizeof(header) && media.size_known()) return Code::Ok;

@@ -54,8 +54,8 @@ private:
 
 bool OpenDmlReader::read_at(int64_t position, void *buffer, uint32_t count) {
     uint32_t delivered = 0;
-    return position >= 0 && context_.source.move_to(position) == Code::Ok &&
-           context_.source.read_fully(buffer, count, &delivered) == Code::Ok && delivered == count;
+    return position >= 0 && context_.source.read_at(position, buffer, count, &delivered) == Code::Ok &&
+           delivered == count;
 }
 
 // Nothing when no index chunk of that size is there.

@@ -8,6 +8,7 @@
 
 #include "aviparser/AviChunkSearch.h"
 #include "aviparser/AviIndex.h"
+#include "aviparser/AviRiff.h"
 
 namespace quorv {
 
@@ -86,9 +87,7 @@ Code read_piece(AviContext *context, AviTrack *track, AviPacket *packet) {
         return Code::BufferTooSmall;
     }
     uint32_t delivered = 0;
-    Code code = context->source.move_to(reading.data_position);
-    if (code != Code::Ok) return code;
-    code = context->source.read_fully(packet->data, size, &delivered);
+    const Code code = context->source.read_at(reading.data_position, packet->data, size, &delivered);
     if (code != Code::Ok) return code;
     // A chunk that the source ends in is not handed out half empty.
     if (delivered < size) return Code::EndOfStream;
@@ -120,13 +119,13 @@ uint32_t avi_piece_size(const AviTrack &track) {
     return static_cast<uint32_t>(std::min({limit, uint64_t{track.reading.bytes_left}, uint64_t{kMaxPiece}}));
 }
 
-Code avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, uint32_t *reads_left) {
+Code avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth, uint32_t *chunks_left) {
     AviReading &reading = track->reading;
     if (reading.in_chunk()) return Code::Ok;
     if (is_exhausted(*context, *track)) return Code::EndOfStream;
     const SearchStart start = search_start(*context, *track);
     int64_t time = reading.frame_offset + start.skipped;
-    AviChunkSearch search(context, track, start.position, reads_left);
+    AviChunkSearch search(context, track, start.position, chunks_left);
     AviChunk chunk = {};
     Code code = search.next(&chunk);
     while (code == Code::Ok && chunk.size == 0) {
@@ -134,6 +133,8 @@ Code avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth,
         code = search.next(&chunk);
     }
     if (search.reached_end()) track->exhausted = {reading.position, context->media.end};
+    // Asked again, it looks at what the source has then.
+    if (code == Code::EndOfStream) context->window.forget_from(search.chunks_end());
     if (code != Code::Ok) return code;
 
     const int64_t position = chunk.data_position - kAviChunkHeaderBytes;

@@ -20,11 +20,11 @@ Code avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *packe
 enum class AviIndexGrowth { Allowed, Forbidden };
 
 // Makes sure that a chunk of the track is in progress: the frame offset moves over the empty chunks that were
-// met, and those that were lost to damage, the position stays until a piece is taken. *reads_left, unless
-// null, bounds how many chunk headers the search may read; when they are used up there is no chunk. A failure
+// met, and those that were lost to damage, the position stays until a piece is taken. *chunks_left,
+// unless null, bounds how many chunks the search may meet; when they are used up there is no chunk. A failure
 // leaves the track where it was.
 Code avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth,
-                    uint32_t *reads_left = nullptr);
+                    uint32_t *chunks_left = nullptr);
 
 // The size of the next piece of the chunk in progress.
 uint32_t avi_piece_size(const AviTrack &track);

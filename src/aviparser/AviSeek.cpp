@@ -115,6 +115,7 @@ Code avi_seek_track(AviContext *context, AviTrack *track, uint32_t *time, uint32
     if (code != Code::Ok) return code;
     if (!entry) return Code::EndOfStream;
     avi_move_track(track, entry->pos, entry->timestamp);
+    context->window.start_anew();
     uint32_t reached = avi_stamp_to_ms(*track, entry->timestamp);
     const bool refine = track->type == SPLITER_TRACK_AUDIO && mode == SPLITER_SEEK_BACKWARD &&
                         wanted != SPLITER_TIME_NEXT_KEYFRAME;

@@ -14,6 +14,8 @@ namespace {
 
 constexpr int64_t kNoSegment = 0;
 
+constexpr uint32_t kListHeaderBytes = 12;
+
 // A chunk that may be a list: 8 bytes of header and 4 of list type.
 struct ListHeader {
     uint32_t tag, size, type;
@@ -45,14 +47,11 @@ bool is_segment(const AviMedia &media, const ListHeader &header) {
 Code read_list_header(AviContext *context, int64_t position, std::optional<ListHeader> *header) {
     const AviMedia &media = context->media;
     header->reset();
-    if (source_limit(media) - position < 12) return Code::Ok;
-    uint8_t bytes[12] = {};
-    uint32_t delivered = 0;
-    Code code = context->source.move_to(position);
+    if (source_limit(media) - position < kListHeaderBytes) return Code::Ok;
+    const uint8_t *bytes = nullptr;
+    const Code code = context->source.view(position, kListHeaderBytes, kListHeaderBytes, &bytes);
     if (code != Code::Ok) return code;
-    code = context->source.read_fully(bytes, sizeof(bytes), &delivered);
-    if (code != Code::Ok) return code;
-    if (delivered == sizeof(bytes)) {
+    if (bytes != nullptr) {
         *header = {load_le32(bytes), load_le32(bytes + 4), load_le32(bytes + 8)};
         return Code::Ok;
     }

@@ -18,8 +18,8 @@ namespace quorv {
 
 namespace {
 
-// One track may not take all the reads that the others need, too.
-constexpr uint32_t kReadsPerTrack = kAviSpecDataReads / 4;
+// One track may not take all the chunks that the others need, too.
+constexpr uint32_t kChunksPerTrack = kAviSpecDataChunks / 4;
 // Headers stand at the very start; a frame is not read further than this to find them.
 constexpr uint32_t kSearchBytes = 65536;
 
@@ -71,9 +71,7 @@ Code take_headers(AviContext *context, AviTrack *track) {
     const Owned<uint8_t[]> start = make_array<uint8_t>(size);
     if (start == nullptr) return Code::NoMemory;
     uint32_t delivered = 0;
-    Code code = context->source.move_to(reading.data_position);
-    if (code != Code::Ok) return code;
-    code = context->source.read_fully(start.get(), size, &delivered);
+    const Code code = context->source.read_at(reading.data_position, start.get(), size, &delivered);
     if (code != Code::Ok) return code;
     const bool mpeg4 = avi_is_mpeg4(track->video.codec);
     const uint32_t length = leading_headers(start.get(), delivered, mpeg4 ? mpeg4_unit : h264_unit);
@@ -84,15 +82,15 @@ Code take_headers(AviContext *context, AviTrack *track) {
 
 }  // namespace
 
-Code avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left) {
+Code avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *chunks_left) {
     const bool wanted = avi_is_mpeg4(track->video.codec) || track->video.codec == fourcc("264 ");
     if (!wanted || track->codec_data.length != 0) return Code::Ok;
     // The first frame is still to be read, without what the search meets on its way.
     const AviReading before = track->reading;
-    const uint32_t reads = std::min(*reads_left, kReadsPerTrack);
-    uint32_t unused = reads;
+    const uint32_t chunks = std::min(*chunks_left, kChunksPerTrack);
+    uint32_t unused = chunks;
     Code code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden, &unused);
-    *reads_left -= reads - unused;
+    *chunks_left -= chunks - unused;
     const bool at_end = code == Code::EndOfStream;
     if (code == Code::Ok) code = take_headers(context, track);
     track->reading = before;

@@ -6,15 +6,15 @@
 
 namespace quorv {
 
-// How many chunk headers may be read to find the first frames of all tracks.
-inline constexpr uint32_t kAviSpecDataReads = 32768;
+// How many chunks may be met on the way to the first frames of all tracks.
+inline constexpr uint32_t kAviSpecDataChunks = 32768;
 
 // For an MPEG-4 Part 2 or H.264 track without codec data: makes codec data of what stands in front of the
 // first picture in its first frame, and has it stripped from that frame when it is read. A frame without such
 // headers leaves the track without codec data, and so does one that lies too far behind the chunks of others:
-// *reads_left is what is left of kAviSpecDataReads. Returns a callback's code or Code::NoMemory; the
+// *chunks_left is what is left of kAviSpecDataChunks. Returns a callback's code or Code::NoMemory; the
 // track stays at its start.
-Code avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *reads_left);
+Code avi_read_specdat(AviContext *context, AviTrack *track, uint32_t *chunks_left);
 
 }  // namespace quorv
 

@@ -1,8 +1,8 @@
 // The byte reader of the AVI splitter, stream positioning, and assertions.
 //
-// There is no buffering here: an integer is read byte by byte through the caller's stream, which is expected
-// to buffer. Every function takes null for the source as a misuse: the integer readers return Code::Ok and do
-// nothing, all others return Code::InvalidParam.
+// An integer is read byte by byte, from a local source out of what was read ahead. Every function takes null
+// for the source as a misuse: the integer readers return Code::Ok and do nothing, all others return
+// Code::InvalidParam.
 #ifndef QUORV_SRC_AVIPARSER_AVIUTILS_H
 #define QUORV_SRC_AVIPARSER_AVIUTILS_H
 

@@ -27,7 +27,7 @@ bool is_complete(const SplitterStreamSource *source) {
 
 Code StreamSource::open(StreamAccess access) {
     stream = 0;
-    position = kUnknownPosition;
+    position = stands_at = kUnknownPosition;
     end_of_honesty = INT64_MAX;
     return Code{callbacks.open(callbacks.user_context, &stream, static_cast<uint32_t>(access))};
 }
@@ -36,51 +36,120 @@ Code StreamSource::close() {
     return Code{callbacks.close(callbacks.user_context, stream)};
 }
 
-Code StreamSource::read_once(void *buffer, uint32_t count, uint32_t *delivered) {
-    *delivered = 0;
-    if (position >= end_of_honesty) return Code::Ok;
-    if (position >= 0) count = static_cast<uint32_t>(std::min<int64_t>(count, end_of_honesty - position));
-    uint32_t got = count;
-    const Code code{callbacks.read(callbacks.user_context, stream, buffer, &got)};
-    // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
-    if (code != Code::Ok) got = 0;
-    if (got > count) got = count;
-    // Sources differ in where a read that fell short leaves them.
-    int64_t behind = 0;
-    const bool certain =
-        position >= 0 && got == count && !__builtin_add_overflow(position, int64_t{got}, &behind);
-    position = certain ? behind : kUnknownPosition;
-    *delivered = got;
-    return code;
-}
-
 Code StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
-    const Code code = read_once(buffer, count, delivered);
+    const bool ahead = reads_ahead() && position >= 0;
+    const Code code = ahead ? read_available(buffer, count, delivered) : read_once(buffer, count, delivered);
+    if (!ahead) position = stands_at;
     clear_rest(buffer, count, *delivered);
     return code;
 }
 
 Code StreamSource::read_available(void *buffer, uint32_t count, uint32_t *delivered) {
-    const int64_t start = position;
+    if (reads_ahead() && position >= 0)
+        return read_through_window(static_cast<uint8_t *>(buffer), count, delivered);
+    const Code code = stream_read(buffer, count, delivered);
+    position = stands_at;
+    return code;
+}
+
+Code StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
+    const Code code = read_available(buffer, count, delivered);
+    clear_rest(buffer, count, *delivered);
+    return code;
+}
+
+Code StreamSource::read_at(int64_t start, void *buffer, uint32_t count, uint32_t *delivered) {
+    *delivered = 0;
+    const Code code = move_to(start);
+    return code == Code::Ok ? read_fully(buffer, count, delivered) : code;
+}
+
+Code StreamSource::read_through_window(uint8_t *buffer, uint32_t count, uint32_t *delivered) {
+    uint32_t done = window->copy(position, buffer, count);
+    Code code = Code::Ok;
+    if (done < count) {
+        const int64_t start = position + done;
+        uint32_t came = 0;
+        if (read_run(start, 0, count - done)) {
+            came = window->copy(start, buffer + done, count - done);
+        } else {
+            code = stream_read_at(start, buffer + done, count - done, &came);
+        }
+        done += came;
+    }
+    if (__builtin_add_overflow(position, int64_t{done}, &position)) position = kUnknownPosition;
+    *delivered = done;
+    return code;
+}
+
+Code StreamSource::view(int64_t start, uint32_t needed, uint32_t wanted, const uint8_t **bytes) {
+    *bytes = nullptr;
+    Code code = Code::Ok;
+    ReadWindow::Bytes found = window->find(start, needed);
+    if (found.length < needed) {
+        const uint32_t there = found.length;
+        if (reads_ahead()) wanted = needed;
+        if (!read_run(start + there, there, needed - there)) {
+            uint8_t *room = window->make_room(start, there, wanted - there);
+            uint32_t came = 0;
+            code = stream_read_at(start + there, room, wanted - there, &came);
+            window->add(came);
+            if (!reads_ahead()) position = stands_at;
+        }
+        found = window->find(start, needed);
+    }
+    // A failure behind the bytes that are needed matters only when the caller comes as far.
+    if (found.length < needed) return code;
+    *bytes = found.data;
+    return Code::Ok;
+}
+
+// Reads ahead at a place where so many bytes are missing behind those that are there; whether they are there
+// now.
+bool StreamSource::read_run(int64_t start, uint32_t there, uint32_t missing) {
+    if (!reads_ahead()) return false;
+    const ReadWindow::Run run = window->run_for(start, missing, end_of_honesty);
+    if (run.length <= missing) return false;
+    uint32_t came = 0;
+    uint8_t *room = window->make_room(run.start - there, there, run.length);
+    if (stream_read_at(run.start, room, run.length, &came) != Code::Ok || came < run.length) {
+        window->refuse(run);
+        return false;
+    }
+    window->add(came);
+    return true;
+}
+
+Code StreamSource::stream_read_at(int64_t start, void *buffer, uint32_t count, uint32_t *delivered) {
+    *delivered = 0;
+    if (stands_at != start) {
+        const Code code = stream_seek(SeekOrigin::Start, start);
+        if (code != Code::Ok) return code;
+    }
+    return stream_read(buffer, count, delivered);
+}
+
+Code StreamSource::stream_read(void *buffer, uint32_t count, uint32_t *delivered) {
+    const int64_t start = stands_at;
     ReadMark mark(buffer, count);
     const Code code = read_repeatedly(buffer, count, delivered);
     const bool suspicious = code == Code::Ok && *delivered == count && mark.stands();
     mark.lift(*delivered);
     // Without a way back the suspicion cannot be proved.
-    if (!suspicious || start < 0 || seek(SeekOrigin::Start, start) != Code::Ok) return code;
+    if (!suspicious || start < 0 || stream_seek(SeekOrigin::Start, start) != Code::Ok) return code;
     return read_again(buffer, count, delivered);
 }
 
 // Once more, now that another value is where the mark was.
 Code StreamSource::read_again(void *buffer, uint32_t count, uint32_t *delivered) {
-    const int64_t start = position;
+    const int64_t start = stands_at;
     fill_for_second_read(buffer, count);
     const Code code = read_repeatedly(buffer, count, delivered);
     const uint32_t written = written_by_second_read(buffer, count);
     if (code == Code::Ok && written < *delivered) {
         *delivered = written;
         end_of_honesty = start + int64_t{written};
-        position = kUnknownPosition;
+        stands_at = kUnknownPosition;
     }
     clear_rest(buffer, count, *delivered);
     return code;
@@ -100,21 +169,46 @@ Code StreamSource::read_repeatedly(void *buffer, uint32_t count, uint32_t *deliv
     return Code::Ok;
 }
 
-Code StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
-    const Code code = read_available(buffer, count, delivered);
-    clear_rest(buffer, count, *delivered);
+Code StreamSource::read_once(void *buffer, uint32_t count, uint32_t *delivered) {
+    *delivered = 0;
+    if (stands_at >= end_of_honesty) return Code::Ok;
+    if (stands_at >= 0) count = static_cast<uint32_t>(std::min<int64_t>(count, end_of_honesty - stands_at));
+    uint32_t got = count;
+    const Code code{callbacks.read(callbacks.user_context, stream, buffer, &got)};
+    // After a failure the buffer's contents mean nothing; a source that claims more than was asked for lies.
+    if (code != Code::Ok) got = 0;
+    if (got > count) got = count;
+    // Sources differ in where a read that fell short leaves them.
+    int64_t behind = 0;
+    const bool certain =
+        stands_at >= 0 && got == count && !__builtin_add_overflow(stands_at, int64_t{got}, &behind);
+    stands_at = certain ? behind : kUnknownPosition;
+    *delivered = got;
     return code;
 }
 
 Code StreamSource::seek(SeekOrigin origin, int64_t offset) {
+    int64_t target = offset;
+    const bool certain =
+        origin == SeekOrigin::Start || (position >= 0 && !__builtin_add_overflow(position, offset, &target));
+    if (reads_ahead() && certain && target >= 0) {
+        position = target;
+        return Code::Ok;
+    }
+    const Code code = stream_seek(origin, offset);
+    position = stands_at;
+    return code;
+}
+
+Code StreamSource::stream_seek(SeekOrigin origin, int64_t offset) {
     const Code code{callbacks.seek(callbacks.user_context, stream, static_cast<uint16_t>(origin), offset)};
     if (code != Code::Ok) {
-        position = kUnknownPosition;
+        stands_at = kUnknownPosition;
     } else if (origin == SeekOrigin::Start) {
-        position = offset;
-    } else if (position >= 0) {
+        stands_at = offset;
+    } else if (stands_at >= 0) {
         // A relative seek that leaves the range of positions is the source's to judge.
-        if (__builtin_add_overflow(position, offset, &position)) position = kUnknownPosition;
+        if (__builtin_add_overflow(stands_at, offset, &stands_at)) stands_at = kUnknownPosition;
     }
     return code;
 }
@@ -126,12 +220,18 @@ Code StreamSource::move_to(int64_t offset) {
 
 Code StreamSource::tell(int64_t *result) {
     *result = 0;
+    if (reads_ahead() && position >= 0) {
+        *result = position;
+        return Code::Ok;
+    }
     return Code{callbacks.tell(callbacks.user_context, stream, result)};
 }
 
 Code StreamSource::size(int64_t *length) {
     *length = 0;
-    return Code{callbacks.size(callbacks.user_context, stream, length)};
+    const Code code{callbacks.size(callbacks.user_context, stream, length)};
+    if (window != nullptr) window->set_end(code == Code::Ok ? *length : 0);
+    return code;
 }
 
 }  // namespace quorv
