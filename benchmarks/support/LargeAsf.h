@@ -12,9 +12,12 @@ LargeFile make_large_asf(uint32_t packet_bytes, uint32_t frame_bytes, bool sound
 struct AsfShape {
     const char *name;
     uint32_t packet_bytes, frame_kilobytes;
+    uint64_t total = kGigabyte;
 };
 
-// Of a stream for slow lines, of a usual file, of a large one.
+// A quarter of an hour of video as most programs write it.
+inline constexpr AsfShape kUsualAsf = {"ASF, 3200 B packets", 3200, 8, 160'000'000};
+// Of a stream for slow lines, of a large file, of a huge one.
 inline constexpr AsfShape kAsfShapes[] = {
     {"ASF, 1400 B packets", 1400, 4}, {"ASF, 8 KB packets", 8000, 16}, {"ASF, 64 KB packets", 64000, 64}};
 

@@ -85,6 +85,10 @@ const char *tracks_text(Sound sound) {
     return "video";
 }
 
+std::string file_text(const std::string &format, uint32_t frame_kilobytes, Sound sound) {
+    return format + ", " + std::to_string(frame_kilobytes) + " KB frames, " + tracks_text(sound);
+}
+
 LargeFile make_large_avi(uint32_t frame_bytes, Sound sound, uint64_t total) {
     uint64_t turn = 0;
     for (const Stream &stream : make_streams(frame_bytes, sound, 0))

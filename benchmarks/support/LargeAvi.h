@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace quorv::bench {
@@ -27,6 +28,8 @@ struct LargeFile {
 enum class Sound { None, Mp3, Pcm, Wma };
 
 const char *tracks_text(Sound sound);
+// How a table names such a file.
+std::string file_text(const std::string &format, uint32_t frame_kilobytes, Sound sound);
 
 // 24 ms a frame, made-up content, as many frames as fit into `total` bytes, and an "idx1" index.
 LargeFile make_large_avi(uint32_t frame_bytes, Sound sound, uint64_t total);

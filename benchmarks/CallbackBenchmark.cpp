@@ -1,5 +1,5 @@
-// How often the caller's stream is called while the frames of interleaved AVI files are read, and while the
-// files are opened.
+// How often the caller's stream is called while the frames of interleaved files are read, and while the files
+// are opened.
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -7,7 +7,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/AsfBuilder.h"
 #include "support/AviBuilder.h"
+#include "support/LargeAsf.h"
 #include "support/MemoryStream.h"
 #include "support/OpenFile.h"
 
@@ -24,6 +26,7 @@ constexpr uint32_t kPcmBytes = 7680;
 struct Sample {
     std::string name;
     Bytes bytes;
+    const SplitterApi &api = kAviSplitter;
 };
 
 struct Layout {
@@ -55,6 +58,14 @@ Sample build_pcm() {
     return {"a PCM chunk of two pieces a frame", builder.build().flatten()};
 }
 
+Sample build_asf(const AsfShape &shape) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)},
+                       {.packet_size = shape.packet_bytes, .widths = {.padding = 2}});
+    for (uint32_t turn = 0; turn < kTurns; ++turn)
+        builder.frame(0, turn * 24, shape.frame_kilobytes << 10, turn % 50 == 0).frame(1, turn * 24, 960);
+    return {file_text(shape.name, shape.frame_kilobytes, Sound::Wma), builder.build(), kAsfSplitter};
+}
+
 std::vector<Sample> all_samples(const std::vector<std::string> &paths) {
     std::vector<Sample> samples;
     for (const Layout &layout :
@@ -73,6 +84,9 @@ std::vector<Sample> all_samples(const std::vector<std::string> &paths) {
         samples.push_back({std::filesystem::path(path).filename(),
                            Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>())});
     }
+    samples.push_back(build_asf(kUsualAsf));
+    for (const AsfShape &shape : kAsfShapes)
+        samples.push_back(build_asf(shape));
     return samples;
 }
 
@@ -83,9 +97,9 @@ void count_reading(const Sample &sample) {
     CallCounts in_time;
     for (const ReadOrder order : {ReadOrder::TrackByTrack, ReadOrder::InTime, ReadOrder::Alternately}) {
         MemoryStream stream(sample.bytes);
-        OpenFile avi(stream.record());
+        OpenFile file(stream.record(), sample.api);
         stream.counts = {};
-        frames = avi.read_all(order, buffer);
+        frames = file.read_all(order, buffer);
         printf(" %.2f |", static_cast<double>(stream.counts.all()) / static_cast<double>(frames));
         if (order == ReadOrder::InTime) in_time = stream.counts;
     }
@@ -94,7 +108,7 @@ void count_reading(const Sample &sample) {
 
 void count_opening(const Sample &sample) {
     MemoryStream stream(sample.bytes);
-    OpenFile avi(stream.record());
+    OpenFile file(stream.record(), sample.api);
     const CallCounts &counts = stream.counts;
     printf("| %s | %llu | %llu | %llu | %llu | %llu |\n", sample.name.c_str(),
            static_cast<unsigned long long>(counts.all()), static_cast<unsigned long long>(counts.reads),
@@ -106,7 +120,7 @@ void count_opening(const Sample &sample) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app("Counts the callbacks that opening and reading AVI files take");
+    CLI::App app("Counts the callbacks that opening and reading files take");
     std::vector<std::string> paths;
     app.add_option("file", paths, "AVI files to count as well")->check(CLI::ExistingFile);
     CLI11_PARSE(app, argc, argv);
