@@ -60,19 +60,20 @@ inline const std::vector<RealSample> kRealSamples = {
     {"mpeg4-bframes-remuxed", {{"divx", 40}}},
 };
 
-// Finds the sample's path; skipped, with the reason, for one that could not be made.
+// Finds the sample's path; skips the test, with the reason, for one that could not be made.
+inline void find_real_sample(const std::string &name, std::string *path) {
+    // The script's line about a file that it could not make.
+    std::ifstream skipped(QUORV_SAMPLES_FOLDER "/skipped");
+    for (std::string line; std::getline(skipped, line);) {
+        if (line.starts_with(name + ":")) GTEST_SKIP() << line;
+    }
+    *path = name == "committed-h264-mp3" ? real_sample() : QUORV_SAMPLES_FOLDER "/" + name + ".avi";
+    ASSERT_TRUE(std::filesystem::exists(*path)) << *path << ": the test interop/make-samples makes it";
+}
+
 class RealSampleTest : public testing::TestWithParam<RealSample> {
 protected:
-    void SetUp() override {
-        const std::string &name = GetParam().name;
-        path = name == "committed-h264-mp3" ? real_sample() : QUORV_SAMPLES_FOLDER "/" + name + ".avi";
-        // The script's line about a file that it could not make.
-        std::ifstream skipped(QUORV_SAMPLES_FOLDER "/skipped");
-        for (std::string line; std::getline(skipped, line);) {
-            if (line.starts_with(name + ":")) GTEST_SKIP() << line;
-        }
-        ASSERT_TRUE(std::filesystem::exists(path)) << path << ": the test interop/make-samples makes it";
-    }
+    void SetUp() override { find_real_sample(GetParam().name, &path); }
 
     std::string path;
 };
