@@ -1,10 +1,12 @@
-// Writes bit fields, most significant bit first.
+// Writes bit fields, most significant bit first, one by one or from a text.
 #ifndef QUORV_TESTS_SUPPORT_BITWRITER_H
 #define QUORV_TESTS_SUPPORT_BITWRITER_H
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <sstream>
+#include <string>
 #include <vector>
 
 namespace quorv::test {
@@ -44,6 +46,24 @@ private:
     std::vector<uint8_t> data_;
     int room_ = 0;
 };
+
+// Fields as words of a text: "8:0x67" is a value in 8 bits, "u5" and "s-5" are Exponential-Golomb codes. Each
+// may have a name and a "=" in front; a name alone stands for no bits.
+inline std::vector<uint8_t> bits(const std::string &fields) {
+    BitWriter out;
+    std::istringstream words(fields);
+    for (std::string word; words >> word;) {
+        word.erase(0, word.find('=') + 1);
+        const size_t colon = word.find(':');
+        if (colon != word.npos)
+            out.put(static_cast<uint32_t>(std::stoul(word.substr(colon + 1), nullptr, 0)), std::stoi(word));
+        else if (word[0] == 'u')
+            out.ue(static_cast<uint32_t>(std::stoul(word.substr(1))));
+        else if (word[0] == 's')
+            out.se(std::stoi(word.substr(1)));
+    }
+    return out.data();
+}
 
 }  // namespace quorv::test
 

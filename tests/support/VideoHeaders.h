@@ -10,21 +10,13 @@ namespace quorv::test {
 // A video object layer of MPEG-4 Part 2, simple profile, as ISO/IEC 14496-2 6.2.3 writes it, with its start
 // code and the stuffing that ends it.
 inline Bytes mpeg4_vol(uint32_t width, uint32_t height) {
-    BitWriter bits;
-    bits.put(0x120, 32);
-    // Simple object, no identifier, square pixels, no control parameters, rectangular, marker.
-    bits.put(0b0'00000001'0'0001'0'00'1, 18);
-    bits.put(25, 16);
-    bits.put(0b1'0'1, 3);  // no fixed rate
-    bits.put(width, 13);
-    bits.marker();
-    bits.put(height, 13);
-    bits.marker();
-    // obmc_disable, complexity_estimation_disable, resync_marker_disable; neither partitioned nor scalable.
-    bits.put(0b0100011'00'0, 10);
-    while (bits.bit_count() % 8 != 0)
-        bits.put(1, 1);
-    return bits.data();
+    return bits(
+        "32:0x120 random_access=1:0 type=8:1 id=1:0 aspect=4:1 control=1:0 shape=2:0 1:1 rate=16:25 1:1 "
+        "fixed=1:0 1:1 "
+        "13:" +
+        std::to_string(width) + " 1:1 13:" + std::to_string(height) +
+        " 1:1 interlaced=1:0 obmc_disable=1:1 sprite=1:0 not_8_bit=1:0 quant_type=1:0 complexity_disable=1:1 "
+        "resync_disable=1:1 partitioned=1:0 scalable=1:0 9:0x7F");
 }
 
 struct VopFields {
@@ -37,32 +29,22 @@ struct VopFields {
 
 // The header of a video object plane of MPEG-4 Part 2 with its start code.
 inline Bytes vop_bytes(const VopFields &vop) {
-    BitWriter out;
-    out.put(0x1B6, 32);
-    out.put(vop.coding_type, 2);
+    std::string fields = "32:0x1B6 2:" + std::to_string(vop.coding_type);
     for (uint32_t i = 0; i < vop.seconds; ++i)
-        out.put(1, 1);
-    out.put(0b01, 2);
-    out.put(vop.increment, static_cast<int>(vop.increment_bits));
-    out.marker();
-    out.put(vop.coded, 1);
-    return out.data();
+        fields += " 1:1";
+    return bits(fields + " 2:1 " + std::to_string(vop.increment_bits) + ":" + std::to_string(vop.increment) +
+                " 1:1 " + (vop.coded ? "1:1" : "1:0"));
 }
 
 // Parameter sets of H.264 baseline profile (ITU-T H.264 7.3.2) behind Annex B start codes.
 inline Bytes h264_sps(uint32_t width, uint32_t height) {
-    BitWriter bits;
-    bits.put(1, 32);
-    bits.put(0x6742C00A, 32);  // NAL header, profile 66, constraints, level 1
-    for (const uint32_t value : {0u, 0u, 2u, 1u})
-        bits.ue(value);  // id, frame number bits, order count type, reference frames
-    bits.put(0, 1);
-    bits.ue(width / 16 - 1);
-    bits.ue(height / 16 - 1);
-    bits.put(0b11001, 5);  // whole frames, 8x8 inference, no cropping, no VUI; stop bit
-    return bits.data();
+    return bits(
+        "32:1 nal=8:0x67 profile=8:66 constraints=8:0xC0 level=8:10 id=u0 frame_number=u0 order=u2 "
+        "references=u1 "
+        "gaps=1:0 u" +
+        std::to_string(width / 16 - 1) + " u" + std::to_string(height / 16 - 1) +
+        " frames=1:1 direct=1:1 crop=1:0 vui=1:0 stop=1:1");
 }
-
 inline Bytes h264_pps() {
     // Ids 0, no CABAC, one slice group, one reference each, no weights, offsets 0, no deblocking control.
     return {0, 0, 0, 1, 0x68, 0b11001110, 0b00'111000, 0b1'0000000};
@@ -70,12 +52,8 @@ inline Bytes h264_pps() {
 
 // A NAL unit of an H.264 slice, without start code.
 inline Bytes slice_bytes(uint32_t nal_header, uint32_t first_mb, uint32_t slice_type) {
-    BitWriter out;
-    out.put(nal_header, 8);
-    out.ue(first_mb);
-    out.ue(slice_type);
-    out.put(0xFFFF, 16);
-    return out.data();
+    return bits("8:" + std::to_string(nal_header) + " u" + std::to_string(first_mb) + " u" +
+                std::to_string(slice_type) + " 16:0xFFFF");
 }
 
 }  // namespace quorv::test

@@ -1,11 +1,8 @@
-// H.264 and MPEG-4 Part 2 headers: written ones of every branch, and start codes in odd places. The fuzz
-// harness cuts them and finds every NAL unit.
+// H.264 and MPEG-4 Part 2 headers: one field after the other changed for every branch, and start codes in odd
+// places. The fuzz harness cuts them and finds every NAL unit.
 
 #include <gtest/gtest.h>
 #include <quorv/video_header.h>
-
-#include <random>
-#include <set>
 
 #include "support/RiffPieces.h"
 #include "support/VideoHeaders.h"
@@ -21,191 +18,82 @@ uint32_t size_of(const Bytes &data) {
     return static_cast<uint32_t>(data.size());
 }
 
-// A header with, now and then, a value that is refused, and what a parser must make of it.
-struct RandomHeader {
-    Bytes bytes;
-    uint32_t result;
-    ZevVideoParam param;
-    uint32_t profile = 0;  // of H.264 only
-};
-
-// A writer that makes its values up.
-struct RandomWriter : BitWriter {
-    std::mt19937 &random;
-
-    explicit RandomWriter(std::mt19937 &engine) : random(engine) {}
-    uint32_t up_to(uint32_t most) { return static_cast<uint32_t>(random() % (most + 1)); }
-    bool rarely() { return random() % 16 == 0; }
-    bool flag(bool set) {
-        put(set, 1);
-        return set;
+// A header's fields with other words for those of some names.
+using Changes = std::vector<std::pair<std::string, std::string>>;
+Bytes with(std::string fields, const Changes &changes) {
+    for (const auto &[name, words] : changes) {
+        const size_t start = fields.find(' ' + name + '=');
+        fields.replace(start, fields.find(' ', start + 1) - start, ' ' + words);
     }
-    bool any() { return flag(random() % 2 != 0); }
-    uint32_t field(uint32_t most, int bits) {
-        const uint32_t value = up_to(most);
-        put(value, bits);
-        return value;
-    }
-    // Whether the value is within its limit, as nearly all are.
-    bool limited(uint32_t limit) {
-        const uint32_t value = up_to(rarely() ? limit + 8 : limit);
-        ue(value);
-        return value <= limit;
-    }
-};
-
-// An H.264 sequence parameter set.
-RandomHeader random_sps(std::mt19937 &random) {
-    RandomWriter out(random);
-    const uint32_t kind = out.rarely() ? out.up_to(31) : 7;
-    const uint32_t flags = out.rarely() ? out.up_to(255) : out.up_to(15) << 4;
-    const uint32_t profile = out.rarely() ? out.up_to(255) : random() % 2 != 0 ? 66 : 77;
-    out.put(1, 24);
-    out.put(out.up_to(7) << 5 | kind, 8);
-    out.put(profile, 8);
-    out.put(flags, 8);  // six constraints and two reserved bits
-    out.put(30, 8);
-    bool good = kind == 7 && (profile == 66 || profile == 77) && (flags & 0x0F) == 0;
-    good &= out.limited(31);  // id
-    good &= out.limited(12);  // frame number bits
-    const uint32_t order_count_type = out.up_to(3);
-    out.ue(order_count_type);
-    if (order_count_type == 0) good &= out.limited(12);
-    if (order_count_type == 1) {
-        const uint32_t count = out.up_to(out.rarely() ? 260 : 4);
-        out.put(1, 1);
-        out.se(-5);
-        out.se(70000);
-        out.ue(count);
-        for (uint32_t i = 0; i < count; ++i)
-            out.se(static_cast<int32_t>(random()) >> random() % 32);
-        good &= count <= 255;
-    }
-    good &= out.limited(16);  // reference frames
-    out.put(1, 1);
-    const uint32_t width_mbs = 1 + out.up_to(out.rarely() ? 1u << 28 : 500);
-    const uint32_t height_units = 1 + out.up_to(500);
-    out.ue(width_mbs - 1);
-    out.ue(height_units - 1);
-    const bool frames_only = out.any();
-    if (!frames_only) out.put(1, 1);
-    out.put(1, 1);
-    uint32_t size[] = {width_mbs * 16, height_units * (frames_only ? 16 : 32)};
-    const bool cropped = out.any();
-    for (int side = 0; cropped && side < 4; ++side) {
-        const uint32_t all = size[side / 2] / 2;  // nothing left: stored, then refused
-        const uint32_t crop = out.rarely() ? all : out.up_to(out.rarely() ? 1u << 30 : 8);
-        out.ue(crop);
-        size[side / 2] -= 2 * crop;
-    }
-    out.put(3, 2);
-    const uint32_t known = std::set<uint32_t>{66, 77, 88, 100, 110, 122, 144}.contains(profile) ? profile : 0;
-    return {out.data(), good && size[0] != 0 && size[1] != 0 ? VIDHDR_OK : VIDHDR_H264_ERR,
-            good ? ZevVideoParam{size[0], size[1], kUntouched} : kUntouchedParam,
-            kind != 7 ? kUntouched : known};
+    return bits(fields);
 }
 
-// A loaded matrix has up to 64 values in transmission order; a shorter list is ended by a 0.
-void write_random_matrix(RandomWriter &out) {
-    const uint32_t count = out.up_to(64);
-    out.put(count != 0, 1);
-    for (uint32_t i = 0; i < count; ++i)
-        out.put(1 + out.up_to(254), 8);
-    if (count != 0 && count < 64) out.put(0, 8);
-}
-
-// An MPEG-4 video object layer of any shape and version. The fields that have neither a branch nor a result
-// behind them are ones, so that a parser that misses a branch goes astray.
-RandomHeader random_vol(std::mt19937 &random, uint32_t resolution) {
-    RandomWriter out(random);
-    const auto header = [&out](bool good, uint32_t width, uint32_t height, int increment_bits) {
-        return RandomHeader{out.data(), good ? VIDHDR_OK : VIDHDR_ERR_UNSUPPORTED,
-                            ZevVideoParam{width, height, static_cast<uint32_t>(increment_bits)}};
-    };
-    out.put(0x120 + out.up_to(15), 32);
-    out.put(0x1FF, 9);
-    bool later_version = false;
-    if (out.any()) {
-        later_version = out.field(random() % 8 == 0 ? 1 : 15, 4) != 1;
-        out.put(7, 3);
-    }
-    if (out.field(15, 4) == 15) out.put(0xFFFF, 16);  // aspect ratio
-    if (out.any()) {                                  // control parameters
-        out.put(7, 3);
-        if (out.any()) {
-            for (const int bits : {32, 32, 15})
-                out.put(UINT32_MAX, bits);
-        }
-    }
-    const uint32_t shape = out.field(out.rarely() ? 3 : 0, 2);
-    out.marker();
-    out.put(resolution, 16);
-    out.marker();
-    // The bits needed for every value below the resolution, at least one.
-    const int increment_bits = resolution > 2 ? static_cast<int>(std::bit_width(resolution - 1)) : 1;
-    if (out.any()) out.put(UINT32_MAX, increment_bits);
-    if (shape != 0) {
-        const bool scalable = later_version && out.flag(out.rarely());
-        out.put(1, 1);
-        return shape == 2 ? header(!scalable, 0, 0, increment_bits) : header(false, 0, 0, 0);
-    }
-    out.marker();
-    const uint32_t width = out.field(8191, 13);
-    out.marker();
-    const uint32_t height = out.field(8191, 13);
-    out.marker();
-    out.put(1, 1);                        // interlaced
-    bool good = out.flag(!out.rarely());  // obmc_disable
-    const uint32_t sprite = later_version ? out.field(3, 2) : out.field(1, 1);
-    if (sprite == 1) {
-        for (int field = 0; field < 4; ++field)
-            out.put(UINT32_MAX, 14);
-    }
-    if (sprite == 1 || sprite == 2) out.put(UINT32_MAX, 6 + 2 + 1);
-    if (sprite == 1) out.put(1, 1);
-    if (out.any()) out.put(UINT32_MAX, 8);  // not_8_bit
-    if (out.any()) {                        // quant_type
-        write_random_matrix(out);
-        write_random_matrix(out);
-    }
-    if (later_version) out.put(1, 1);  // quarter_sample
-    good &= out.flag(!out.rarely());   // complexity_estimation_disable
-    out.put(1, 1);                     // resync_marker_disable
-    if (out.any()) out.put(1, 1);      // data_partitioned
-    if (later_version) {
-        if (out.any()) out.put(7, 3);     // newpred
-        good &= !out.flag(out.rarely());  // reduced resolution
-    }
-    good &= !out.flag(out.rarely());  // scalability
-    return header(good, width, height, increment_bits);
+std::string repeated(const std::string &word, size_t count) {
+    std::string words;
+    while (count-- > 0)
+        words += ' ' + word;
+    return words;
 }
 
 uint32_t slice_type(const Bytes &data) {
     return ZEV_H264_GetSliceType(data.data(), size_of(data));
 }
 
-void expect_param(const ZevVideoParam &got, const ZevVideoParam &expected, int round) {
-    ASSERT_EQ(got.width, expected.width) << "round " << round;
-    ASSERT_EQ(got.height, expected.height) << "round " << round;
-    ASSERT_EQ(got.time_increment_bits, expected.time_increment_bits) << "round " << round;
-}
-
 TEST(H264, EveryBranchOfSequenceParameterSets) {
-    std::mt19937 random(1);
-    int good = 0;
-    for (int round = 0; round < 30000; ++round) {
-        const RandomHeader sps = random_sps(random);
-        const uint8_t *const data = sps.bytes.data();
+    const std::string fields =
+        "24:1 nal=8:0x67 profile=8:66 constraints=8:0 level=8:30 id=u0 frame_number=u0 order=u2 "
+        "references=u1 "
+        "gaps=1:1 width=u10 height=u8 frames=1:1 direct=1:1 crop=1:0 vui=2:3";
+    const struct {
+        Changes changes;
+        uint32_t result = 0, width = 176, height = 144, profile = 66, profile_result = 0;
+    } cases[] = {
+        {{}},
+        {{{"nal", "8:0x07"}}},
+        {{{"nal", "8:0x68"}}, kErr, kUntouched, kUntouched, kUntouched, kErr},
+        {{{"profile", "8:77"}}, 0, 176, 144, 77},
+        {{{"profile", "8:88"}}, kErr, kUntouched, kUntouched, 88},
+        {{{"profile", "8:100"}}, kErr, kUntouched, kUntouched, 100},
+        {{{"profile", "8:110"}}, kErr, kUntouched, kUntouched, 110},
+        {{{"profile", "8:122"}}, kErr, kUntouched, kUntouched, 122},
+        {{{"profile", "8:144"}}, kErr, kUntouched, kUntouched, 144},
+        {{{"profile", "8:67"}}, kErr, kUntouched, kUntouched, 0, kErr},
+        {{{"constraints", "8:0xF0"}}},
+        {{{"constraints", "8:0x08"}}, kErr, kUntouched, kUntouched},
+        {{{"constraints", "8:0x01"}}, kErr, kUntouched, kUntouched},
+        {{{"id", "u31"}}},
+        {{{"id", "u32"}}, kErr, kUntouched, kUntouched},
+        {{{"frame_number", "u12"}}},
+        {{{"frame_number", "u13"}}, kErr, kUntouched, kUntouched},
+        {{{"order", "u0 u12"}}},
+        {{{"order", "u0 u13"}}, kErr, kUntouched, kUntouched},
+        {{{"order", "u1 1:1 s-5 s70000 u0"}}},
+        {{{"order", "u1 1:1 s-5 s70000 u255" + repeated("s-2147483647", 128) + repeated("s1", 127)}}},
+        {{{"order", "u1 1:1 s-5 s70000 u256" + repeated("s1", 256)}}, kErr, kUntouched, kUntouched},
+        {{{"order", "u3"}}},
+        {{{"references", "u16"}}},
+        {{{"references", "u17"}}, kErr, kUntouched, kUntouched},
+        {{{"width", "u0"}, {"height", "u499"}}, 0, 16, 8000},
+        {{{"width", "u268435455"}}, kErr, 0},  // 2^32 samples
+        {{{"frames", "1:0 1:1"}}, 0, 176, 288},
+        {{{"crop", "1:1 u1 u2 u3 u4"}}, 0, 170, 130},
+        {{{"crop", "1:1 u1 u2 u3 u4"}, {"frames", "1:0 1:1"}}, 0, 170, 274},
+        {{{"crop", "1:1 u88 u0 u0 u0"}}, kErr, 0},
+        {{{"crop", "1:1 u0 u0 u0 u72"}}, kErr, 176, 0},
+        {{{"crop", "1:1 u1073741824 u0 u0 u0"}}, 0, 176 - (1u << 31)},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.changes.empty() ? "" : c.changes[0].first + ' ' + c.changes[0].second);
+        const Bytes sps = with(fields, c.changes);
         ZevVideoParam param = kUntouchedParam;
         uint32_t profile = kUntouched;
-        ASSERT_EQ(ZEV_H264_GetVideoParam(&param, data, size_of(sps.bytes)), sps.result) << "round " << round;
-        const uint32_t result = ZEV_H264_GetProfileID(&profile, data, size_of(sps.bytes));
-        ASSERT_EQ(result, sps.profile == kUntouched || sps.profile == 0 ? kErr : 0) << "round " << round;
-        ASSERT_EQ(profile, sps.profile) << "round " << round;
-        expect_param(param, sps.param, round);
-        good += sps.result == VIDHDR_OK;
+        EXPECT_EQ(ZEV_H264_GetVideoParam(&param, sps.data(), size_of(sps)), c.result);
+        EXPECT_EQ(ZEV_H264_GetProfileID(&profile, sps.data(), size_of(sps)), c.profile_result);
+        EXPECT_EQ(profile, c.profile);
+        EXPECT_EQ(param.width, c.width);
+        EXPECT_EQ(param.height, c.height);
+        EXPECT_EQ(param.time_increment_bits, kUntouched);
     }
-    EXPECT_GT(good, 10000);
 }
 
 TEST(H264, EveryNalUnitAndKindOfSlice) {
@@ -235,19 +123,84 @@ TEST(H264, EveryNalUnitAndKindOfSlice) {
     EXPECT_EQ(profile, kUntouched);
 }
 
+// A layer and what a parser must make of it. The fields that have neither a branch nor a result behind them
+// are ones, so that a parser that misses a branch goes astray.
+struct Layer {
+    Changes changes;
+    int32_t result = 0;
+    uint32_t width = 176, height = 144, increment_bits = 5;
+};
+
+void expect_layer(const Layer &layer) {
+    static const std::string fields =
+        "32:0x120 type=9:0x1FF id=1:0 aspect=4:1 control=1:0 shape=2:0 1:1 resolution=16:25 1:1 fixed=1:0 "
+        "behind=1:1 "
+        "width=13:176 1:1 height=13:144 1:1 interlaced=1:1 obmc_disable=1:1 sprite=1:0 not_8_bit=1:0 "
+        "quant_type=1:0 "
+        "quarter= complexity_disable=1:1 resync_disable=1:1 partitioned=1:0 newpred= scalable=1:0";
+    SCOPED_TRACE(layer.changes.empty() ? "" : layer.changes.back().first + ' ' + layer.changes.back().second);
+    const Bytes vol = with(fields, layer.changes);
+    ZevVideoParam param = kUntouchedParam;
+    EXPECT_EQ(ZEV_MPEG4_GetVideoParam(vol.data(), size_of(vol), &param), layer.result);
+    EXPECT_EQ(param.width, layer.width);
+    EXPECT_EQ(param.height, layer.height);
+    EXPECT_EQ(param.time_increment_bits, layer.increment_bits);
+}
+
 TEST(Mpeg4, EveryBranchOfLayers) {
-    std::mt19937 random(1);
-    int supported = 0;
-    for (int round = 0; round < 30000; ++round) {
-        const uint32_t any = static_cast<uint32_t>(random() % 65536) >> random() % 16;
-        const RandomHeader layer = random_vol(random, round < 70 ? static_cast<uint32_t>(round) : any);
-        ZevVideoParam param = kUntouchedParam;
-        const int32_t result = ZEV_MPEG4_GetVideoParam(layer.bytes.data(), size_of(layer.bytes), &param);
-        ASSERT_EQ(static_cast<uint32_t>(result), layer.result) << "round " << round;
-        expect_param(param, layer.param, round);
-        supported += result == VIDHDR_OK;
+    constexpr int32_t kUnsupported = VIDHDR_ERR_UNSUPPORTED;
+    const std::string points = "14:0x3FFF 14:0x3FFF 14:0x3FFF 14:0x3FFF 9:0x1FF 1:1",
+                      buffer = "32:0xFFFFFFFF 32:0xFFFFFFFF";
+    const Layer cases[] = {
+        {{}},
+        {{{"id", "1:1 4:1 3:7"}}},
+        {{{"aspect", "4:15 16:0xFFFF"}}},
+        {{{"control", "1:1 3:7 1:0"}}},
+        {{{"control", "1:1 3:7 1:1 " + buffer + " 15:0x7FFF"}}},
+        {{{"width", "13:8191"}, {"height", "13:8191"}}, 0, 8191, 8191},
+        {{{"obmc_disable", "1:0"}}, kUnsupported},
+        {{{"sprite", "1:1 " + points}}},
+        {{{"not_8_bit", "1:1 8:0xFF"}}},
+        {{{"quant_type", "1:1 1:0 1:0"}}},
+        {{{"quant_type", "1:1 1:1 8:255 8:1 8:0 1:1 8:9 8:0"}}},
+        {{{"quant_type", "1:1 1:1" + repeated("8:255", 64) + " 1:1" + repeated("8:255", 64)}}},
+        {{{"complexity_disable", "1:0"}}, kUnsupported},
+        {{{"partitioned", "1:1 1:1"}}},
+    };
+    // Of a later version there are four more fields, and one is wider.
+    const Changes later = {
+        {"id", "1:1 4:2 3:7"}, {"sprite", "2:0"}, {"quarter", "1:1"}, {"newpred", "1:0 1:0"}};
+    const Layer later_cases[] = {
+        {{{"id", "1:1 4:15 3:7"}}}, {{{"sprite", "2:1 " + points}}}, {{{"sprite", "2:2 9:0x1FF"}}},
+        {{{"sprite", "2:3"}}},      {{{"newpred", "1:1 3:7 1:0"}}},  {{{"newpred", "1:0 1:1"}}, kUnsupported},
+    };
+    std::vector<Layer> layers(std::begin(cases), std::end(cases));
+    for (Layer layer : later_cases) {
+        for (const auto &change : later)
+            if (change.first != layer.changes[0].first) layer.changes.push_back(change);
+        layers.push_back(layer);
     }
-    EXPECT_GT(supported, 10000);
+    for (Layer layer : layers) {
+        expect_layer(layer);
+        layer.changes.push_back({"scalable", "1:1"});
+        layer.result = kUnsupported;
+        expect_layer(layer);
+    }
+    expect_layer({{{"shape", "2:1"}}, kUnsupported, 0, 0, 0});
+    expect_layer({{{"shape", "2:3"}}, kUnsupported, 0, 0, 0});
+    expect_layer({{{"shape", "2:2"}}, 0, 0, 0});
+    expect_layer({{later[0], {"behind", "1:0"}, {"shape", "2:2"}}, 0, 0, 0});
+    expect_layer({{later[0], {"behind", "1:1"}, {"shape", "2:2"}}, kUnsupported, 0, 0});  // scalable
+    // The bits needed for every value below the resolution, at least one.
+    for (uint32_t resolution = 0; resolution < 65536; resolution += resolution < 70 ? 1 : 255) {
+        const uint32_t width = resolution > 2 ? static_cast<uint32_t>(std::bit_width(resolution - 1)) : 1;
+        expect_layer({{{"resolution", "16:" + std::to_string(resolution)},
+                       {"fixed", "1:1 " + std::to_string(width) + ":0xFFFF"}},
+                      0,
+                      176,
+                      144,
+                      width});
+    }
 }
 
 // The result of both functions that look for a VOP, and what they say of it.
