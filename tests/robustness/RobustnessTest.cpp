@@ -2,10 +2,6 @@
 // after the other: the source, the heap and the file itself. Each time the whole public interface is walked
 // through. Whatever happens: documented codes only, cleared records, nothing left allocated or open.
 
-#include <string.h>
-
-#include <algorithm>
-
 #include "interop/RealSamples.h"
 #include "support/FailingAllocator.h"
 #include "support/SampleFiles.h"
@@ -127,7 +123,7 @@ Walk walk_file(const SplitterApi &api, const ByteStore &file, uint32_t kind, con
 struct Target {
     std::string name;
     uint32_t kind;
-    const AnySample *sample;
+    const SampleFile *sample;
 };
 
 void PrintTo(const Target &target, std::ostream *out) {
@@ -139,12 +135,11 @@ void PrintTo(const Target &target, std::ostream *out) {
 std::vector<Target> targets() {
     std::vector<Target> all;
     for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
-        for (const AnySample &sample : all_sample_files())
+        for (const SampleFile &sample : sample_files())
             all.push_back({sample.name, kind, &sample});
-        for (const RealSample &real : kRealSamples) {
-            if (real.name != "h264-mp3-large" && real.name != "h264-two-index-blocks" &&
-                real.name != "h264-mp3")
-                all.push_back({real.name, kind, nullptr});
+        for (const std::string &real : kRealSamples) {
+            if (real != "h264-mp3-large" && real != "h264-two-index-blocks" && real != "h264-mp3")
+                all.push_back({real, kind, nullptr});
         }
     }
     return all;
@@ -170,7 +165,7 @@ protected:
         return 20 * unbroken_calls + 100 * std::min<uint64_t>(file.size(), 1 << 20) + 10000;
     }
 
-    const AnySample *const sample = GetParam().sample;
+    const SampleFile *const sample = GetParam().sample;
     const SplitterApi &api = sample != nullptr ? sample->api : kAviSplitter;
     const uint32_t kind = GetParam().kind;
     MemoryStore file;

@@ -2,8 +2,6 @@
 
 #include "support/AsfBuilder.h"
 
-#include <algorithm>
-
 namespace quorv::test {
 namespace {
 
@@ -15,16 +13,6 @@ constexpr char kNoErrorCorrection[] = "20FB5700-5B55-11CF-A8FD-00805F5C442B";
 constexpr char kAudio[] = "F8699E40-5B4D-11CF-A8FD-00805F5C442B";
 constexpr char kVideo[] = "BC19EFC0-5B4D-11CF-A8FD-00805F5C442B";
 constexpr uint32_t kIndexInterval = 100;  // milliseconds
-
-Bytes asf_guid(const std::string &text) {
-    Bytes bytes;
-    for (size_t i = 0; i < text.size(); i += text[i] == '-' ? 1u : 2u) {
-        if (text[i] != '-') bytes.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
-    }
-    for (const auto &[from, to] : {std::pair{0, 4}, {4, 6}, {6, 8}})
-        std::reverse(bytes.begin() + from, bytes.begin() + to);
-    return bytes;
-}
 
 // An object: its GUID, its size and its body.
 Bytes asf_object(const std::string &guid, const Bytes &body) {
@@ -38,6 +26,16 @@ Bytes field(uint32_t value, uint32_t type) {
 }
 
 }  // namespace
+
+Bytes asf_guid(const std::string &text) {
+    Bytes bytes;
+    for (size_t i = 0; i < text.size(); i += text[i] == '-' ? 1u : 2u) {
+        if (text[i] != '-') bytes.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
+    }
+    for (const auto &[from, to] : {std::pair{0, 4}, {4, 6}, {6, 8}})
+        std::reverse(bytes.begin() + from, bytes.begin() + to);
+    return bytes;
+}
 
 AsfStream asf_video(uint32_t number, const char (&compression)[5], const Bytes &codec_data) {
     const Bytes bitmap = BitmapHeader{.compression = tag(compression), .extra = codec_data}.body();
@@ -225,81 +223,6 @@ Bytes AsfBuilder::build() {
     if (index == AsfIndex::CutShort) index_bytes.resize(index_bytes.size() / 2);
     finish_truth();
     return join({head, data, index_bytes});
-}
-
-namespace {
-
-// Video every 40 ms with a key frame now and then, audio every 30 ms.
-AsfBuilder two_tracks(const std::vector<AsfStream> &streams, AsfLayout layout, AsfIndex index,
-                      uint32_t video = 0, uint32_t audio = 1) {
-    AsfBuilder builder(streams, layout, index);
-    uint32_t sound = 0;
-    for (uint32_t i = 0; i < 9; ++i) {
-        builder.frame(video, i * 40, 20 + i * 37 % 200, i % 4 == 0);
-        for (; sound < (i + 1) * 40; sound += 30)
-            builder.frame(audio, sound, 21);
-    }
-    return builder;
-}
-
-AsfBuilder falling_times() {
-    AsfBuilder builder({asf_video(1), asf_audio(2)});
-    uint32_t sound = 0;
-    for (const uint32_t time : {40u, 160u, 80u, 120u, 280u, 200u, 200u, 240u}) {
-        builder.frame(0, time, 50 + time, time % 120 == 40).frame(1, sound, 12).frame(1, sound, 13);
-        sound += 30;
-    }
-    return builder;
-}
-
-// What is not taken: commands, a second audio stream, video of a codec that is not known.
-AsfBuilder many_streams(const AsfStream &video, const AsfStream &audio) {
-    const AsfStream commands = {4, asf_guid("59DACFC0-59E6-11D0-A3AC-00A0C90348F6"), {}};
-    AsfBuilder builder =
-        two_tracks({commands, asf_video(6, "XVID"), video, audio, asf_audio(8)}, {}, AsfIndex::None, 2, 3);
-    for (uint32_t i = 0; i < 3; ++i)
-        builder.frame(1, i * 40, 30).frame(4, i * 40, 20).frame(2, 400 + i * 40, 30);
-    return builder;
-}
-
-std::vector<AsfSample> make_asf_sample_files() {
-    AsfStream video = asf_video(1), audio = asf_audio(2), mp3 = asf_audio(3, 0x55, Bytes(12, 0xC3));
-    video.frame_interval = 40;
-    audio.frame_interval = 30;
-    AsfStream runs = audio;
-    runs.compressed = true;
-    const AsfLayout wide = {.packet_size = 300,
-                            .error_correction = false,
-                            .widths = {3, 3, 3, 3, 3, 3, 3},
-                            .replicated_length = 17};
-    const AsfLayout narrow = {.packet_size = 90, .multiple = false, .widths = {2, 1, 2, 2, 2, 0, 2}};
-    const AsfLayout bare = {.packet_size = 120,
-                            .error_correction = false,
-                            .widths = {.padding = 0, .payload_length = 1},
-                            .preroll = 0};
-    std::vector<AsfSample> samples = {
-        {"wmv_wma", two_tracks({video, audio}, {}, AsfIndex::Right)},
-        {"no_intervals", two_tracks({asf_video(1), asf_audio(2)}, {}, AsfIndex::None)},
-        {"wide_fields", two_tracks({asf_audio(7), asf_video(9)}, wide, AsfIndex::Right, 1, 0), 1, 0},
-        {"single_payloads", two_tracks({asf_video(127), asf_audio(5)}, narrow, AsfIndex::None)},
-        {"runs", two_tracks({video, runs}, {}, AsfIndex::Right)},
-        {"single_runs", two_tracks({video, runs}, {.multiple = false}, AsfIndex::Early)},
-        {"replicated_once", two_tracks({video, audio}, {.replicated_once = true}, AsfIndex::Late)},
-        {"live", two_tracks({video, audio}, {.live = true}, AsfIndex::CutShort)},
-        {"bare", two_tracks({asf_video(1, "MP4S", Bytes(20, 9)), mp3}, bare, AsfIndex::None)},
-        {"falling_times", falling_times()},
-        {"many_streams", many_streams(video, mp3), 2, 3},
-    };
-    for (AsfSample &sample : samples)
-        sample.bytes = sample.builder.build();
-    return samples;
-}
-
-}  // namespace
-
-const std::vector<AsfSample> &asf_sample_files() {
-    static const std::vector<AsfSample> all = make_asf_sample_files();
-    return all;
 }
 
 }  // namespace quorv::test

@@ -15,6 +15,8 @@ struct AsfStream {
     uint32_t prefix = 0;          // bytes of codec data in front of the first frame
 };
 
+// The 16 bytes of a GUID, from its usual text.
+Bytes asf_guid(const std::string &text);
 AsfStream asf_video(uint32_t number, const char (&compression)[5] = "WMV3",
                     const Bytes &codec_data = {1, 2, 3, 4});
 AsfStream asf_audio(uint32_t number, uint32_t format_tag = 0x161, const Bytes &codec_data = Bytes(10));
@@ -79,16 +81,6 @@ private:
     uint32_t end_ = 0;  // of the file, milliseconds
     size_t data_start_ = 0;
 };
-
-struct AsfSample {
-    std::string name;
-    AsfBuilder builder;
-    uint32_t video = 0, audio = 1;  // the streams that are taken
-    Bytes bytes = {};
-};
-
-// Each below 4 KB.
-const std::vector<AsfSample> &asf_sample_files();
 
 }  // namespace quorv::test
 

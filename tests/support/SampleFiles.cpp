@@ -114,72 +114,131 @@ AviBuilder audio_only() {
     return builder;
 }
 
-std::vector<SampleFile> make_avi_sample_files() {
-    const Bytes vol = mpeg4_vol(64, 48), parameters = join({h264_sps(64, 48), h264_pps()});
-    std::vector<SampleFile> all = {
-        {"mpeg4_mp3",
-         video_with_headers(video_stream(tag("XVID"), 1001, 30000), mp3_stream(), IndexKind::Legacy, vol,
-                            {0, 0, 1, 0xB6, 0x10}, {0, 0, 1, 0xB6, 0x50}),
-         vol.size()},
-        {"h264_pcm_absolute_index",
-         video_with_headers(video_stream(tag("H264")), pcm_stream(), IndexKind::LegacyAbsolute, parameters,
-                            {0, 0, 0, 1, 0x65, 0x88}, {0, 0, 0, 1, 0x41, 0x88}),
-         parameters.size()},
-        {"mjpeg_packets", motion_jpeg_and_packets()},
-        {"open_dml", raw_video(IndexKind::OpenDml)},
-        {"open_dml_two_fields", raw_video(IndexKind::OpenDmlFields)},
-        {"open_dml_direct", raw_video(IndexKind::OpenDmlDirect)},
-        {"rough_media_without_index", rough_media()},
-        {"palettes", palettes()},
-        {"empty_chunks", empty_chunks()},
-        {"three_videos", three_videos()},
-        {"amv", amv()},
-        {"mp3_only", audio_only()},
-    };
-    for (SampleFile &sample : all)
-        sample.bytes = sample.builder.build();
-    return all;
+// Video every 40 ms with a key frame now and then, audio every 30 ms.
+AsfBuilder two_tracks(const std::vector<AsfStream> &streams, AsfLayout layout, AsfIndex index,
+                      uint32_t video = 0, uint32_t audio = 1) {
+    AsfBuilder builder(streams, layout, index);
+    uint32_t sound = 0;
+    for (uint32_t i = 0; i < 9; ++i) {
+        builder.frame(video, i * 40, 20 + i * 37 % 200, i % 4 == 0);
+        for (; sound < (i + 1) * 40; sound += 30)
+            builder.frame(audio, sound, 21);
+    }
+    return builder;
 }
 
-std::vector<AnySample> make_all_sample_files() {
-    std::vector<AnySample> all;
-    for (const SampleFile &sample : avi_sample_files()) {
-        const AviBuilder &builder = sample.builder;
-        const bool has_open_dml = builder.index >= IndexKind::OpenDml;
-        const bool has_index = builder.index != IndexKind::None && builder.index <= IndexKind::OpenDml;
-        AnySample any = {kAviSplitter, sample.name, sample.bytes, builder.media_start() + 100, 0,
-                         has_index,    has_open_dml};
-        for (uint32_t i = 0; i < builder.streams.size(); ++i) {
-            const uint32_t type = builder.streams[i].is_video ? SPLITER_TRACK_VIDEO : SPLITER_TRACK_AUDIO;
-            any.tracks.push_back(
-                {{i + 1, type}, builder.truth(i), builder.unit(i), i == 0 ? sample.first_frame_header : 0});
-            any.media_bytes = std::max(any.media_bytes, builder.truth(i).back().position + 9);
-        }
-        all.push_back(any);
+AsfBuilder falling_times() {
+    AsfBuilder builder({asf_video(1), asf_audio(2)});
+    uint32_t sound = 0;
+    for (const uint32_t time : {40u, 160u, 80u, 120u, 280u, 200u, 200u, 240u}) {
+        builder.frame(0, time, 50 + time, time % 120 == 40).frame(1, sound, 12).frame(1, sound, 13);
+        sound += 30;
     }
-    for (const AsfSample &sample : asf_sample_files()) {
-        const AsfBuilder &builder = sample.builder;
-        const bool has_index = builder.index != AsfIndex::None && builder.index != AsfIndex::CutShort;
-        all.push_back({kAsfSplitter, "asf_" + sample.name, MemoryStore(sample.bytes), builder.data_start(),
-                       sample.bytes.size(), has_index, false});
-        for (const auto &[stream, type] :
-             {std::pair{sample.video, SPLITER_TRACK_VIDEO}, std::pair{sample.audio, SPLITER_TRACK_AUDIO}})
-            all.back().tracks.push_back(
-                {{builder.track(stream), type}, builder.truth(stream), 0, 0, builder.streams[stream].prefix});
+    return builder;
+}
+
+// What is not taken: commands, a second audio stream, video of a codec that is not known.
+AsfBuilder many_streams(const AsfStream &video, const AsfStream &audio) {
+    const AsfStream commands = {4, asf_guid("59DACFC0-59E6-11D0-A3AC-00A0C90348F6"), {}};
+    AsfBuilder builder =
+        two_tracks({commands, asf_video(6, "XVID"), video, audio, asf_audio(8)}, {}, AsfIndex::None, 2, 3);
+    for (uint32_t i = 0; i < 3; ++i)
+        builder.frame(1, i * 40, 30).frame(4, i * 40, 20).frame(2, 400 + i * 40, 30);
+    return builder;
+}
+
+void add(std::vector<SampleFile> &all, const std::string &name, AviBuilder builder, size_t cut_at_first = 0) {
+    const bool has_open_dml = builder.index >= IndexKind::OpenDml;
+    const bool has_index = builder.index != IndexKind::None && builder.index <= IndexKind::OpenDml;
+    const MemoryStore bytes = builder.build();
+    SampleFile file = {kAviSplitter, name, bytes, builder.media_start() + 100, 0, has_index, has_open_dml};
+    for (uint32_t i = 0; i < builder.streams.size(); ++i) {
+        const uint32_t type = builder.streams[i].is_video ? SPLITER_TRACK_VIDEO : SPLITER_TRACK_AUDIO;
+        file.tracks.push_back({{i + 1, type}, builder.truth(i), builder.unit(i), i == 0 ? cut_at_first : 0});
+        file.media_bytes = std::max(file.media_bytes, builder.truth(i).back().position + 9);
     }
-    return all;
+    all.push_back(file);
+}
+
+// The numbers are of the streams that are taken.
+void add(std::vector<SampleFile> &all, const std::string &name, AsfBuilder builder, uint32_t video = 0,
+         uint32_t audio = 1) {
+    const bool has_index = builder.index != AsfIndex::None && builder.index != AsfIndex::CutShort;
+    const MemoryStore bytes(builder.build());
+    SampleFile file = {kAsfSplitter, "asf_" + name, bytes, builder.data_start(),
+                       bytes.size(), has_index,     false};
+    for (const auto &[stream, type] :
+         {std::pair{video, SPLITER_TRACK_VIDEO}, std::pair{audio, SPLITER_TRACK_AUDIO}})
+        file.tracks.push_back(
+            {{builder.track(stream), type}, builder.truth(stream), 0, 0, builder.streams[stream].prefix});
+    all.push_back(file);
+}
+
+void add_avi_files(std::vector<SampleFile> &all) {
+    const Bytes vol = mpeg4_vol(64, 48), parameters = join({h264_sps(64, 48), h264_pps()});
+    add(all, "mpeg4_mp3",
+        video_with_headers(video_stream(tag("XVID"), 1001, 30000), mp3_stream(), IndexKind::Legacy, vol,
+                           {0, 0, 1, 0xB6, 0x10}, {0, 0, 1, 0xB6, 0x50}),
+        vol.size());
+    add(all, "h264_pcm_absolute_index",
+        video_with_headers(video_stream(tag("H264")), pcm_stream(), IndexKind::LegacyAbsolute, parameters,
+                           {0, 0, 0, 1, 0x65, 0x88}, {0, 0, 0, 1, 0x41, 0x88}),
+        parameters.size());
+    add(all, "mjpeg_packets", motion_jpeg_and_packets());
+    add(all, "open_dml", raw_video(IndexKind::OpenDml));
+    add(all, "open_dml_two_fields", raw_video(IndexKind::OpenDmlFields));
+    add(all, "open_dml_direct", raw_video(IndexKind::OpenDmlDirect));
+    add(all, "rough_media_without_index", rough_media());
+    add(all, "palettes", palettes());
+    add(all, "empty_chunks", empty_chunks());
+    add(all, "three_videos", three_videos());
+    add(all, "amv", amv());
+    add(all, "mp3_only", audio_only());
+}
+
+void add_asf_files(std::vector<SampleFile> &all) {
+    AsfStream video = asf_video(1), audio = asf_audio(2), mp3 = asf_audio(3, 0x55, Bytes(12, 0xC3));
+    video.frame_interval = 40;
+    audio.frame_interval = 30;
+    AsfStream runs = audio;
+    runs.compressed = true;
+    const AsfLayout wide = {.packet_size = 300,
+                            .error_correction = false,
+                            .widths = {3, 3, 3, 3, 3, 3, 3},
+                            .replicated_length = 17};
+    const AsfLayout narrow = {.packet_size = 90, .multiple = false, .widths = {2, 1, 2, 2, 2, 0, 2}};
+    const AsfLayout bare = {.packet_size = 120,
+                            .error_correction = false,
+                            .widths = {.padding = 0, .payload_length = 1},
+                            .preroll = 0};
+    add(all, "wmv_wma", two_tracks({video, audio}, {}, AsfIndex::Right));
+    add(all, "no_intervals", two_tracks({asf_video(1), asf_audio(2)}, {}, AsfIndex::None));
+    add(all, "wide_fields", two_tracks({asf_audio(7), asf_video(9)}, wide, AsfIndex::Right, 1, 0), 1, 0);
+    add(all, "single_payloads", two_tracks({asf_video(127), asf_audio(5)}, narrow, AsfIndex::None));
+    add(all, "runs", two_tracks({video, runs}, {}, AsfIndex::Right));
+    add(all, "single_runs", two_tracks({video, runs}, {.multiple = false}, AsfIndex::Early));
+    add(all, "replicated_once", two_tracks({video, audio}, {.replicated_once = true}, AsfIndex::Late));
+    add(all, "live", two_tracks({video, audio}, {.live = true}, AsfIndex::CutShort));
+    add(all, "bare", two_tracks({asf_video(1, "MP4S", Bytes(20, 9)), mp3}, bare, AsfIndex::None));
+    add(all, "falling_times", falling_times());
+    add(all, "many_streams", many_streams(video, mp3), 2, 3);
 }
 
 }  // namespace
 
-const std::vector<SampleFile> &avi_sample_files() {
-    static const std::vector<SampleFile> all = make_avi_sample_files();
+const std::vector<SampleFile> &sample_files() {
+    static const std::vector<SampleFile> all = [] {
+        std::vector<SampleFile> files;
+        add_avi_files(files);
+        add_asf_files(files);
+        return files;
+    }();
     return all;
 }
 
-const std::vector<AnySample> &all_sample_files() {
-    static const std::vector<AnySample> all = make_all_sample_files();
-    return all;
+const SampleFile &sample_file(const std::string &name) {
+    return *std::find_if(sample_files().begin(), sample_files().end(),
+                         [&name](const SampleFile &file) { return file.name == name; });
 }
 
 }  // namespace quorv::test

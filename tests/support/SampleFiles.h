@@ -3,9 +3,6 @@
 #ifndef QUORV_TESTS_SUPPORT_SAMPLEFILES_H
 #define QUORV_TESTS_SUPPORT_SAMPLEFILES_H
 
-#include <string>
-#include <vector>
-
 #include "support/AsfBuilder.h"
 #include "support/AviBuilder.h"
 #include "support/SplitterFile.h"
@@ -13,17 +10,6 @@
 namespace quorv::test {
 
 struct SampleFile {
-    std::string name;
-    AviBuilder builder;             // with its truth
-    size_t first_frame_header = 0;  // leading bytes of the first frame of stream 0 that are codec data
-    MemoryStore bytes{};
-};
-
-// Each below 4 KB.
-const std::vector<SampleFile> &avi_sample_files();
-
-// A sample file of either splitter.
-struct AnySample {
     struct Track {
         SplitterTrackEntry entry;
         std::vector<TruthFrame> truth;
@@ -41,7 +27,9 @@ struct AnySample {
     bool is_asf() const { return &api == &kAsfSplitter; }
 };
 
-const std::vector<AnySample> &all_sample_files();
+// Each below 4 KB.
+const std::vector<SampleFile> &sample_files();
+const SampleFile &sample_file(const std::string &name);
 
 }  // namespace quorv::test
 

@@ -5,10 +5,8 @@
 
 #include <quorv/asf_splitter.h>
 #include <quorv/avi_splitter.h>
-#include <string.h>
 
 #include <memory>
-#include <vector>
 
 #include "support/TestSource.h"
 
@@ -168,7 +166,7 @@ template <const SplitterApi &api>
 struct OpenedBytesOf {
     explicit OpenedBytesOf(const Bytes &what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
         : OpenedBytesOf(MemoryStore(what), kind, faults) {}
-    explicit OpenedBytesOf(const MemoryStore &what, uint32_t kind, Faults faults)
+    explicit OpenedBytesOf(const MemoryStore &what, uint32_t kind = SPLITER_SOURCE_LOCAL, Faults faults = {})
         : bytes(what), source(bytes, kind, faults), file(api, source.record()) {}
 
     MemoryStore bytes;
