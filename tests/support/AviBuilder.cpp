@@ -2,9 +2,6 @@
 
 #include "support/AviBuilder.h"
 
-#include <string.h>
-
-#include <algorithm>
 #include <numeric>
 
 namespace quorv::test {

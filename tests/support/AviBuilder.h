@@ -3,7 +3,6 @@
 #define QUORV_TESTS_SUPPORT_AVIBUILDER_H
 
 #include <utility>
-#include <vector>
 
 #include "support/RiffPieces.h"
 

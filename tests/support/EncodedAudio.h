@@ -2,8 +2,6 @@
 #ifndef QUORV_TESTS_SUPPORT_ENCODEDAUDIO_H
 #define QUORV_TESTS_SUPPORT_ENCODEDAUDIO_H
 
-#include <stdlib.h>
-
 #include <cmath>
 #include <numbers>
 

@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <string>
-#include <utility>
-
 #include "support/AsfBuilder.h"
 #include "support/AviBuilder.h"
 #include "support/SplitterFile.h"

@@ -2,9 +2,6 @@
 
 #include "support/Mp3Streams.h"
 
-#include <stdlib.h>
-
-#include <algorithm>
 #include <cmath>
 
 #include "support/BitWriter.h"

@@ -2,11 +2,8 @@
 #ifndef QUORV_TESTS_SUPPORT_RIFFPIECES_H
 #define QUORV_TESTS_SUPPORT_RIFFPIECES_H
 
-#include <stdint.h>
-
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 #include "support/ByteStores.h"
 

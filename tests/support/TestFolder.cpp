@@ -2,11 +2,7 @@
 
 #include "support/TestFolder.h"
 
-#include <stdlib.h>
-
-#include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace quorv::test {

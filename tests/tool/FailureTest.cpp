@@ -40,7 +40,7 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
             shell.expect_complaint({line, exit_code, name, reason});
         }
     }
-    const Bytes asf = asf_sample_files().front().bytes;
+    const Bytes asf = sample_file("asf_wmv_wma").bytes.flatten();
     shell.put("cut.asf", Bytes(asf.begin(), asf.end() - 400));
     for (const std::string command : {"info", "frames", "extract --track 2 -o out"})
         shell.expect_complaint({"quorv " + command + " cut.asf", 1, "cut.asf", "truncated"});

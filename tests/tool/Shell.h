@@ -4,16 +4,12 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "support/AsfBuilder.h"
 #include "support/SampleFiles.h"
 #include "support/TestFolder.h"
 
@@ -81,10 +77,10 @@ public:
     // Adds all sample files, the real one as well, and returns the names.
     std::vector<std::string> add_samples() const {
         put("real.avi", bytes_of_file(real_sample()));
-        for (const SampleFile &sample : avi_sample_files())
-            put(sample.name + ".avi", sample.bytes.flatten());
-        for (const AsfSample &sample : asf_sample_files()) {
-            if (sample.builder.index != AsfIndex::CutShort) put(sample.name + ".asf", sample.bytes);
+        for (const SampleFile &sample : sample_files()) {
+            // One has an index that is cut short, which is told.
+            if (sample.name != "asf_live")
+                put(sample.name + (sample.is_asf() ? ".asf" : ".avi"), sample.bytes.flatten());
         }
         return names();
     }

@@ -11,9 +11,9 @@ constexpr uint32_t kInvalid = SPLITER_ERR_INVALID_PARAM;
 class Arguments : public testing::TestWithParam<SplitterApi> {
 protected:
     const SplitterApi &api = GetParam();
-    const AnySample &sample =
-        *std::find_if(all_sample_files().begin(), all_sample_files().end(),
-                      [this](const AnySample &any) { return any.api.open == api.open; });
+    const SampleFile &sample =
+        *std::find_if(sample_files().begin(), sample_files().end(),
+                      [this](const SampleFile &any) { return any.api.open == api.open; });
     const uint32_t track = sample.tracks[0].entry.track;
     TestSource source{sample.bytes};
     const SplitterStreamSource record = source.record();

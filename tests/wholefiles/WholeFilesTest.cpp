@@ -11,16 +11,16 @@ namespace {
 
 class WholeFiles : public testing::TestWithParam<size_t> {
 protected:
-    const AnySample &sample = all_sample_files()[GetParam()];
+    const SampleFile &sample = sample_files()[GetParam()];
     const SplitterApi &api = sample.api;
 
-    static void expect_again(SplitterFile &file, const AnySample::Track &track, bool keys) {
+    static void expect_again(SplitterFile &file, const SampleFile::Track &track, bool keys) {
         expect_frames(file, track.entry.track, track.truth, {.stripped = track.cut_later, .keys = keys});
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(All, WholeFiles, testing::Range(size_t{0}, all_sample_files().size()),
-                         [](const auto &which) { return all_sample_files()[which.param].name; });
+INSTANTIATE_TEST_SUITE_P(All, WholeFiles, testing::Range(size_t{0}, sample_files().size()),
+                         [](const auto &which) { return sample_files()[which.param].name; });
 
 const std::pair<uint32_t, Faults> kSources[] = {
     {SPLITER_SOURCE_LOCAL, {}},
@@ -44,7 +44,7 @@ TEST_P(WholeFiles, AreTheTruthAndComeAgainAfterReset) {
             EXPECT_EQ(entries[i].type, sample.tracks[i].entry.type);
         }
         for (size_t n = 0; n < sample.tracks[0].truth.size(); ++n) {
-            for (const AnySample::Track &track : sample.tracks) {
+            for (const SampleFile::Track &track : sample.tracks) {
                 const size_t stripped = n == 0 ? track.cut_at_first : 0;
                 if (n < track.truth.size())
                     expect_frames(
@@ -53,7 +53,7 @@ TEST_P(WholeFiles, AreTheTruthAndComeAgainAfterReset) {
             }
         }
         // What was sent in front of a frame is not told of audio any more.
-        for (const AnySample::Track &track : sample.tracks)
+        for (const SampleFile::Track &track : sample.tracks)
             EXPECT_TRUE(track.cut_later == 0 || file.codec_data(track.entry.track).empty() ==
                                                     (track.entry.type == SPLITER_TRACK_AUDIO));
         ASSERT_EQ(file.reset(), 0u);
@@ -74,7 +74,7 @@ TEST_P(WholeFiles, SeeksReachWhatTheFrameListSays) {
         TestSource source(sample.bytes, kind);
         SplitterFile file(api, source.record());
         file.load_index();
-        for (const AnySample::Track &track : sample.tracks) {
+        for (const SampleFile::Track &track : sample.tracks) {
             std::vector<TruthFrame> truth = track.truth;
             Bytes &first = truth.front().data;
             first.erase(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(track.cut_later));
@@ -118,7 +118,7 @@ TEST_P(WholeFiles, ArriveInPieces) {
             order.insert(order.end(), sample.tracks[i].truth.size() + 1, i);
         std::shuffle(order.begin(), order.end(), random);
         for (const size_t i : order) {
-            const AnySample::Track &track = sample.tracks[i];
+            const SampleFile::Track &track = sample.tracks[i];
             const size_t n = next[i]++;
             Frame frame;
             const uint32_t code =
@@ -133,7 +133,7 @@ TEST_P(WholeFiles, ArriveInPieces) {
         }
         arrived = UINT64_MAX;
         ASSERT_EQ(file.reset(), 0u);
-        for (const AnySample::Track &track : sample.tracks)
+        for (const SampleFile::Track &track : sample.tracks)
             expect_again(file, track, !sample.has_open_dml);
     }
 }
@@ -160,7 +160,7 @@ TEST_P(WholeFiles, HttpParamSaysWhetherTheIndexIsThere) {
         ASSERT_EQ(api.open(&record, 1, &handle), 0u);
         EXPECT_EQ(handle, first);
         SplitterFile file(api, handle);
-        for (const AnySample::Track &track : sample.tracks)
+        for (const SampleFile::Track &track : sample.tracks)
             expect_frames(file, track.entry.track, track.truth,
                           {.stripped = track.cut_at_first, .keys = !sample.has_open_dml});
     }

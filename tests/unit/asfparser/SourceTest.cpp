@@ -1,6 +1,7 @@
 // Sources that are late, end early or share their streams, and heaps without room.
 
 #include "support/FailingAllocator.h"
+#include "support/SampleFiles.h"
 #include "unit/asfparser/SmallFile.h"
 
 namespace quorv::test {
@@ -63,35 +64,16 @@ TEST(AsfPacketSize, LargePacketsAreReadInParts) {
     }
 }
 
-// Each remembers where it stands: behind the damaged packet, the video track's needs no seek.
-TEST(AsfReaders, NeedAStreamOfTheirOwnEach) {
+// Each track remembers where its own reader stands.
+TEST(AsfReaders, ADamagedPacketLeavesTheOtherTrackWhereItIs) {
     AsfBuilder builder = small_file();
-    const Bytes good = builder.build();
-    const MemoryStore store(patched(good, builder.data_start() + 5 * 200 + 4, {0xFF}));
-    static SplitterStream shared;
-    static uint32_t (*open)(void *, SplitterStream *, uint32_t);
-    for (const bool is_shared : {false, true}) {
-        TestSource source(store), other(store);
-        SplitterStreamSource record = source.record();
-        open = record.open;
-        shared = 0;
-        if (is_shared) {
-            record.open = [](void *user, SplitterStream *stream, uint32_t mode) -> uint32_t {
-                const bool again = mode == SPLITER_ACCESS_READER && shared != 0;
-                const uint32_t code = again ? 0 : open(user, &shared, mode);
-                *stream = shared;
-                if (mode == SPLITER_ACCESS_READ) shared = 0;
-                return code;
-            };
-            record.close = [](void *, SplitterStream) -> uint32_t { return 0; };
-        }
-        SplitterFile both(kAsfSplitter, record), alone(kAsfSplitter, other.record());
-        while (alone.read(2).code == 0)
-            ASSERT_EQ(both.read(2).code, 0u);
-        ASSERT_EQ(both.read(2).code, kBad);
-        ASSERT_EQ(both.read(3).data, builder.truth(1)[0].data);
-        EXPECT_EQ(both.read(2) == alone.read(2), !is_shared);
-    }
+    const Bytes bytes = patched(builder.build(), builder.data_start() + 5 * 200 + 4, {0xFF});
+    AsfBytes both(bytes), alone(bytes);
+    while (alone.file.read(2).code == 0)
+        ASSERT_EQ(both.file.read(2).code, 0u);
+    ASSERT_EQ(both.file.read(2).code, kBad);
+    ASSERT_EQ(both.file.read(3).data, builder.truth(1)[0].data);
+    EXPECT_EQ(both.file.read(2), alone.file.read(2));
 }
 
 // The second video frame ends where no byte has arrived, behind a packet that brings the time base down.
@@ -110,25 +92,6 @@ TEST(AsfReaders, AFailedCallChangesNoTimes) {
     EXPECT_EQ(asf.file.read(2).info.time_stamp, 230u);
 }
 
-// More packets than are kept, and one whose bytes failed to come.
-TEST(AsfReaders, AFailedReadLeavesNothingBehind) {
-    AsfBuilder builder({asf_video(1)}, {.packet_size = 100}, AsfIndex::None);
-    for (uint32_t i = 0; i < 20; ++i)
-        builder.frame(0, i * 40, 60);
-    const Bytes bytes = builder.build();
-    bool was_hit = true;
-    for (uint64_t at = 1; was_hit; ++at) {
-        AsfBytes asf(bytes);
-        asf.source.faults.at = asf.source.calls() + at;
-        const uint32_t code = asf.file.read_all(2).end_code;
-        was_hit = asf.source.calls() >= asf.source.faults.at;
-        EXPECT_EQ(code, was_hit ? kSourceFailed : kEnd) << at;
-        asf.source.faults.at = 0;
-        asf.file.reset();
-        expect_frames(asf.file, 2, builder.truth(0));
-    }
-}
-
 // A download that is over too early.
 TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
     const MemoryStore store(small_file().build());
@@ -140,14 +103,12 @@ TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
         const uint32_t code = read(user, stream, buffer, count);
         return code == kSourceAtEnd ? SPLITER_SOURCE_AT_END : code;
     };
-    EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, uint32_t{SPLITER_ERR_END_OF_STREAM});
+    EXPECT_EQ(SplitterFile(kAsfSplitter, record).read_all(2).end_code, kEnd);
 }
 
 // Every result of a seek but the one that began it, and a rewind.
 TEST(AsfWaiting, EndsWithAnyOtherResult) {
-    AsfBuilder builder({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
-    for (uint32_t i = 0; i < 12; ++i)
-        builder.frame(0, i * 40, 120, i % 4 == 0).frame(1, i * 40, 25);
+    AsfBuilder builder = small_file();
     AsfBytes asf(builder.build(), SPLITER_SOURCE_PROGRESSIVE);
     SplitterFile &file = asf.file;
     const struct {
@@ -171,7 +132,7 @@ TEST(AsfWaiting, EndsWithAnyOtherResult) {
 }
 
 TEST(AsfFormat, LookingForTheIndexHandsOnItsFailures) {
-    const MemoryStore store(asf_sample_files()[0].bytes);
+    const MemoryStore &store = sample_file("asf_wmv_wma").bytes;
     bool lacked_memory = true;
     for (uint64_t at = 1; lacked_memory; ++at) {
         TestSource source(store);
@@ -185,30 +146,16 @@ TEST(AsfFormat, LookingForTheIndexHandsOnItsFailures) {
         EXPECT_EQ(param.index_flag, lacked_memory ? 0u : 1u);
         SplitterFile file(kAsfSplitter, handle);
     }
-    AsfBytes asf(asf_sample_files()[0].bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Fails});
-    const uint32_t load = 1;
-    EXPECT_EQ(kAsfSplitter.set_config(asf.file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load),
-              kSourceFailed);
 }
 
 TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
-    const AsfSample &sample = asf_sample_files()[0];
-    const MemoryStore store(sample.bytes);
-    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
-    SplitterStreamSource record = source.record();
-    static int64_t size = -1;
-    record.size = [](void *, SplitterStream, int64_t *length) {
-        *length = size;
-        return size < 0 ? kNotArrived : uint32_t{SPLITER_OK};
-    };
-    SplitterFile file(kAsfSplitter, record);
-    const uint32_t load = 1;
-    for (const uint32_t code : {kNotArrived, uint32_t{SPLITER_OK}}) {
-        EXPECT_EQ(file.is_seekable(2), 0u);
-        EXPECT_EQ(kAsfSplitter.set_config(file.handle(), SPLITER_CFG_LOAD_INDEX, &load, sizeof load), code);
-        size = static_cast<int64_t>(sample.bytes.size());
+    AsfBytes asf(sample_file("asf_wmv_wma").bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Fails});
+    for (const uint32_t code : {kSourceFailed, uint32_t{SPLITER_OK}}) {
+        EXPECT_EQ(asf.file.is_seekable(2), 0u);
+        EXPECT_EQ(asf.file.load_index(), code);
+        asf.source.faults = {};
     }
-    EXPECT_EQ(file.is_seekable(2), 1u);
+    EXPECT_EQ(asf.file.is_seekable(2), 1u);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // The exported functions themselves: arguments, handles, configuration, seeking and codec data.
 
 #include <numeric>
-#include <optional>
 
 #include "support/ExpectSeeks.h"
 #include "support/SampleFiles.h"

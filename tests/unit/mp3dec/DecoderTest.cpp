@@ -1,10 +1,7 @@
 // The decoder as its callers use it: pieces of any size, resets, conversion of rate and channels, damage.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <string.h>
 
-#include <algorithm>
 #include <cmath>
 #include <set>
 
@@ -60,17 +57,24 @@ TEST(Mp3Decoder, ReportsWhatItTookAndGave) {
     }
 }
 
+// In the middle of a frame's output, at the end, and within tags before the first frame and behind one.
 TEST(Mp3Decoder, AResetDecoderIsANewOne) {
-    const Bytes streams[] = {real_mp3_stream(), noise_stream(9, {32000, 1, 9}), mixed_stream()};
+    const Bytes real = real_mp3_stream(), tag = first_of(id3v2_tag(50000), 40000);
+    const Bytes streams[] = {real, noise_stream(9, {32000, 1, 9}), mixed_stream(), tag,
+                             join({first_of(real, frame_starts(real)[9]), tag})};
     const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
-    for (Bytes stream : streams) {
-        for (const Bytes &next : streams) {
-            Bytes room(5000);  // filled in the middle of a frame
+    for (const Bytes &next : {real, streams[1], streams[2]}) {
+        const Bytes pcm = decode(next);
+        for (Bytes stream : streams) {
+            Bytes room(5000);
             QuMp3Buffer input = {stream.data(), static_cast<uint32_t>(stream.size()), 0},
                         output = {room.data(), 5000, 0};
             QU_MP3_decoder_read(decoder.get(), &input, &output);
             ASSERT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
-            EXPECT_TRUE(decode(decoder.get(), next) == decode(next));
+            EXPECT_TRUE(decode(decoder.get(), next) == pcm);
+            decode(decoder.get(), stream, {[] { return 300; }});
+            ASSERT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
+            EXPECT_TRUE(decode(decoder.get(), next) == pcm);
         }
     }
 }

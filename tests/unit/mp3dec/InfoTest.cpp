@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <quorv/platform/stream.h>
-#include <string.h>
-
-#include <algorithm>
 
 #include "support/FailingAllocator.h"
 #include "support/Mp3Streams.h"

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <quorv/platform/stream.h>
 
-#include <algorithm>
-
 #include "support/Mp3Streams.h"
 #include "support/RiffPieces.h"
 
@@ -93,20 +91,6 @@ TEST(Mp3Tags, AreSteppedOverWholeAndOnlyWhereTheyAreTags) {
              {Calls{}, Calls{[] { return 1; }}, Calls{[] { return 700; }}, random_calls(1, 9000, 5000)})
             EXPECT_TRUE(decode(stream, calls) == pcm);
         EXPECT_EQ(count_frames(stream), count_frames(clean));
-    }
-}
-
-TEST(Mp3Tags, AResetForgetsThem) {
-    const Bytes clean = real_mp3_stream();
-    for (const size_t frame : {0u, 9u}) {
-        Bytes stream = first_of(clean, frame_starts(clean)[frame]);
-        append(stream, first_of(id3v2(50000), 40000));
-        const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
-        for (const size_t piece : {300u, 50000u}) {
-            decode(decoder.get(), stream, {[=] { return piece; }});
-            ASSERT_EQ(QU_MP3_decoder_reset(decoder.get()), 0);
-            EXPECT_TRUE(decode(decoder.get(), clean) == decode(clean));
-        }
     }
 }
 

@@ -8,7 +8,6 @@
 #include <quorv/platform/strings.h>
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <set>
 
 #include "support/FailingAllocator.h"

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "unit/platform/IniSaves.h"
+#include "unit/platform/IniEdits.h"
 
 namespace quorv::test {
 namespace {

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "support/FailingAllocator.h"
-#include "unit/platform/IniSaves.h"
+#include "unit/platform/IniEdits.h"
 
 namespace quorv::test {
 namespace {

@@ -2,14 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "unit/platform/IniEdits.h"
 
 namespace quorv::test {
 namespace {
-
-using Names = std::vector<std::string>;
 
 class Ini : public testing::Test {
 protected:

@@ -150,23 +150,6 @@ TEST_F(Log, TwoThreadsOnTheContextLoseAndTearNothing) {
     EXPECT_EQ(next[0] + next[1], 2 * kMessages);
 }
 
-TEST_F(Log, OwnLogsHaveNothingToDoWithAContextThatComesAndGoes) {
-    const MPlatInitParams params = {0, 0, 0, nullptr, 1, path.c_str(), 0};
-    std::thread host([&params] {
-        for (int i = 0; i < 300; ++i) {
-            EXPECT_EQ(MPlatInitialize(&params), uint32_t{ResultOk});
-            EXPECT_EQ(MPlatUninitialize(), uint32_t{ResultOk});
-        }
-    });
-    for (int i = 0; i < 300; ++i) {
-        EXPECT_EQ(MLogOpenS(folder.path("own").c_str(), &log), uint32_t{ResultOk});
-        say("x");
-        EXPECT_EQ(MLogClose(log), uint32_t{ResultOk});
-    }
-    host.join();
-    EXPECT_EQ(folder.get("own").size(), 300u);
-}
-
 uint32_t low_word(const void *pointer) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
 }

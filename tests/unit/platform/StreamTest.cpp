@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <quorv/platform/stream.h>
-#include <string.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <random>
 
 #include "support/FailingAllocator.h"

@@ -1,13 +1,18 @@
-// The fixed pool: its layout, its rules step by step.
+// Memory: the fixed pool, its layout and its rules step by step; the heap; owners without memory.
 
 #include <gtest/gtest.h>
-#include <quorv/platform/memory.h>
 #include <string.h>
 
 #include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "platform/MemoryOwner.h"
+#include "support/FailingAllocator.h"
+
+using namespace quorv;
+using namespace quorv::test;
 
 namespace {
 
@@ -133,6 +138,25 @@ TEST(Memory, WithoutAManagerTheHeapIsUsed) {
     MHugeMemUnlock(nonsense, huge);
     MHugeMemFree(nonsense, huge);
     EXPECT_EQ(MGetAppMemInfo(nullptr), uint32_t{ResultUnsupported});
+}
+
+TEST(MemoryOwner, WithoutMemoryAnOwnerIsEmptyOrKeepsWhatItHas) {
+    Owned<uint64_t[]> array = make_array<uint64_t>(2);
+    array[0] = 1;
+    ASSERT_TRUE(resize_array(&array, 100000));
+    EXPECT_FALSE(resize_array(&array, uint64_t{1} << 61)) << "2^64 bytes are not 0 bytes";
+    EXPECT_EQ(make_owned_with_tail<uint64_t>(UINT64_MAX), nullptr);
+    {
+        const FailingAllocator heap(1, FailureSpan::ForGood);
+        EXPECT_FALSE(resize_array(&array, 200000));
+        EXPECT_EQ(make_owned<uint64_t>(), nullptr);
+        EXPECT_EQ(make_owned_with_tail<uint64_t>(1), nullptr);
+        EXPECT_EQ(make_array<char>(1), nullptr);
+    }
+    ASSERT_TRUE(resize_array(&array, 1));
+    EXPECT_EQ(array[0], 1u);
+    EXPECT_TRUE(resize_array(&array, 0));
+    EXPECT_NE(array, nullptr);
 }
 
 }  // namespace
