@@ -11,6 +11,11 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
+# Doubles rounded as on every other host: the x87 unit keeps more digits than a double has.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "86" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_options(-msse2 -mfpmath=sse)
+endif()
+
 # Every target of this project gets the warnings through this interface target.
 add_library(quorv_warnings INTERFACE)
 target_compile_options(quorv_warnings INTERFACE

@@ -1,5 +1,5 @@
-# Install rules: library, headers, tool, pkg-config file and CMake package. What is installed can be moved
-# as a whole: the package files and the tool find the library relative to themselves.
+# Install rules: library, headers, tool, pkg-config file and CMake package. The tool and the CMake package find the
+# library relative to themselves; pkg-config has to be told a prefix, or what it prints hides that of the system.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS quorv
@@ -18,9 +18,12 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/quorvConfigVersion.cmake
 install(FILES "${PROJECT_BINARY_DIR}/quorvConfig.cmake" "${PROJECT_BINARY_DIR}/quorvConfigVersion.cmake"
   DESTINATION "${package_dir}" COMPONENT development)
 
-cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
-  BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE include_from_pkgconfig)
-configure_file("${CMAKE_CURRENT_LIST_DIR}/quorv.pc.in" "${PROJECT_BINARY_DIR}/quorv.pc" @ONLY)
+# The prefix is known when it is installed only.
+set(prefix "@prefix@")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/quorv.pc.in" "${PROJECT_BINARY_DIR}/quorv.pc.in" @ONLY)
+install(CODE "set(prefix \"\${CMAKE_INSTALL_PREFIX}\")
+  configure_file(\"${PROJECT_BINARY_DIR}/quorv.pc.in\" \"${PROJECT_BINARY_DIR}/quorv.pc\" @ONLY)"
+  COMPONENT development)
 install(FILES "${PROJECT_BINARY_DIR}/quorv.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
@@ -28,9 +31,9 @@ if(TARGET quorv_tool)
   cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
   set_target_properties(quorv_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
-  install(TARGETS quorv_tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
+  install(TARGETS quorv_tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
   install(FILES "${PROJECT_SOURCE_DIR}/docs/man/quorv.1"
-    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT runtime)
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
   install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/quorv.bash"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME quorv COMPONENT runtime)
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME quorv COMPONENT tool)
 endif()

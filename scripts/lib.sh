@@ -4,6 +4,9 @@
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck disable=SC2034  # for the scripts that source this one
 jobs=$(nproc)
+# The version comes from where the build takes it from.
+# shellcheck disable=SC2034
+version=$(sed -n 's/^#define QUORV_VERSION_[A-Z]* //p' "$top/include/quorv/version.h" | paste -sd .)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 

@@ -3,9 +3,6 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER i686-linux-gnu-g++)
-# Doubles rounded as on every other host: the x87 unit keeps more digits than a double has.
-set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse")
-set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
 set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
 # The compiler's own libraries, then those of Debian's packages for the architecture.
 set(CMAKE_FIND_ROOT_PATH /usr/i686-linux-gnu /)

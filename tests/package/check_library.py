@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Checks what the shared library shows, needs, keeps and runs.
 
-usage: check_library.py INCLUDE_DIR EXPORTS_MAP LIBRARY ARCHIVE NM READELF OBJDUMP
+usage: check_library.py INCLUDE_DIR EXPORTS_MAP DEBIAN_SYMBOLS LIBRARY ARCHIVE NM READELF OBJDUMP
 
-Three sets of names must be equal: functions marked QUORV_API in the public headers, names in the exports
-map (which must be sorted, one a line) and symbols that the library defines. It may need no other library
+Four sets of names must be equal: functions marked QUORV_API in the public headers, names in the exports
+map (which must be sorted, one a line), symbols that the library defines, and those that Debian's package lists. It may need no other library
 than libc. The objects of the archive may have no symbols in writable sections, thread-local ones included,
 and no constructors and destructors of globals, those for some processors no functions that others share. Constant data that the loader relocates is fine.
 """
@@ -54,20 +54,23 @@ def global_state(listing):
 
 
 def main():
-    include_dir, exports_map, library, archive, nm, readelf, objdump = sys.argv[1:]
+    include_dir, exports_map, debian_symbols, library, archive, nm, readelf, objdump = sys.argv[1:]
     lines = [line.strip() for line in pathlib.Path(exports_map).read_text().splitlines()]
     mapped = [line.rstrip(";") for line in lines[lines.index("global:") + 1:lines.index("local:")] if line]
     defined = {line.split()[-1] for line in output_of(nm, "-D", "--defined-only", library).splitlines()}
     needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output_of(readelf, "-dW", library))
     listing = output_of(objdump, "-h", "-t", "-C", archive)
 
-    names = {"the headers": declared_names(pathlib.Path(include_dir)), "the exports map": {*mapped}, "the library": defined}
+    listed = re.findall(r"^ (\w+)@Base ", pathlib.Path(debian_symbols).read_text(), re.M)
+
+    names = {"the headers": declared_names(pathlib.Path(include_dir)), "the exports map": {*mapped}, "the library": defined,
+             "the symbols file": {*listed}}
     errors = [f"{name}: in {what}, not in {of}" for what, of in itertools.permutations(names, 2)
               for name in sorted(names[what] - names[of])]
     errors += global_state(listing)
     errors += [f"{b}: stands after {a} in the exports map" for a, b in zip(mapped, mapped[1:]) if a >= b]
     errors += [f"the library needs {name}" for name in needed if not LIBC.fullmatch(name)]
-    print("\n".join(errors) or f"{len(mapped)} names, the same in the headers, the map and the library")
+    print("\n".join(errors) or f"{len(mapped)} names, the same in the headers, the maps and the library")
     return bool(errors) or not mapped or not SYMBOL.search(listing)
 
 
