@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 
+#include <algorithm>
 #include <array>
 
 namespace quorv {
@@ -32,7 +33,7 @@ uint16_t byte_at(const Mp3BitReader &reader) {
 // Pointers are only moved inside the buffer; beyond its end, one byte past it stands for every position.
 void advance(Mp3BitReader *reader, size_t bytes) {
     const size_t left = static_cast<size_t>(reader->end - reader->byte);
-    reader->byte += left < bytes ? left : bytes;
+    reader->byte += std::min(left, bytes);
 }
 
 uint32_t crc_byte(uint32_t crc, uint32_t byte) {

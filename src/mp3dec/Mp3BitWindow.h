@@ -38,7 +38,7 @@ public:
         const size_t byte = position / 8;
         Word word;
         if (byte < whole_words_) {
-            memcpy(&word, data_ + byte, sizeof word);
+            memcpy(&word, data_ + byte, sizeof(word));
             word = big_endian(word);
         } else {
             word = bytes_at_end(data_, size_, byte);
@@ -61,7 +61,7 @@ public:
 private:
     static Word big_endian(Word word) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-        if constexpr (sizeof word == 8) return __builtin_bswap64(word);
+        if constexpr (sizeof(word) == 8) return __builtin_bswap64(word);
         return static_cast<Word>(__builtin_bswap32(static_cast<uint32_t>(word)));
 #else
         return word;
@@ -70,7 +70,7 @@ private:
 
     [[gnu::noinline]] static Word bytes_at_end(const uint8_t *data, size_t size, size_t first) {
         Word word = 0;
-        for (size_t i = first; i < first + sizeof word; ++i)
+        for (size_t i = first; i < first + sizeof(word); ++i)
             word = word << 8 | (i < size ? data[i] : 0u);
         return word;
     }

@@ -8,7 +8,9 @@
 
 #include "mp3dec/Mp3Huffman.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include <algorithm>
 
 #include "mp3dec/Mp3FrameHeader.h"
 #include "mp3dec/tables/HuffmanRoots.h"
@@ -67,7 +69,7 @@ inline uint32_t put_value(const Pairs &pairs, uint32_t position, uint32_t magnit
     const int32_t value = static_cast<int32_t>((magnitude ^ (0 - negative)) + negative);
     *output = value;
     if (magnitude > kMp3SmallValue) {
-        Mp3Spectrum *const spectrum = pairs.spectrum;
+        Mp3Spectrum *spectrum = pairs.spectrum;
         spectrum->magnitudes |= magnitude;
         spectrum->large[spectrum->large_count++] = {static_cast<uint16_t>(output - spectrum->lines),
                                                     static_cast<int16_t>(value)};
@@ -111,7 +113,7 @@ void decode_pairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spectru
                          table, huffTabLookup[table].linbits,   spectrum};
     uint32_t position = bits->position();
     int32_t *output = spectrum->lines + spectrum->coded;
-    const int32_t *const end = output + count;
+    const int32_t *end = output + count;
     constexpr ptrdiff_t kValues = ptrdiff_t{2} * kAtOnce;
     for (; end - output >= kValues; output += kValues)
         position = put_pairs<kAtOnce>(pairs, position, output);
@@ -120,19 +122,15 @@ void decode_pairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spectru
     bits->move_to(position);
 }
 
-uint32_t min(uint32_t a, uint32_t b) {
-    return a < b ? a : b;
-}
-
 // Where regions 1 and 2 begin, in lines.
 void find_regions(const Mp3FrameHeader &header, const Mp3Granule &granule, uint32_t starts[2]) {
-    const uint16_t *const long_bands = header.scale_factor_bands;
-    const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
+    const uint16_t *long_bands = header.scale_factor_bands;
+    const uint16_t *short_bands = long_bands + kMp3LongBoundaries;
     constexpr uint32_t kLast = kMp3LongBoundaries - 1;
-    starts[0] = long_bands[min(granule.region0_count + 1, kLast)];
+    starts[0] = long_bands[std::min(granule.region0_count + 1, kLast)];
     starts[1] = kMp3GranuleLines;
     if (!mp3_is_short(granule))
-        starts[1] = long_bands[min(granule.region0_count + granule.region1_count + 2, kLast)];
+        starts[1] = long_bands[std::min(granule.region0_count + granule.region1_count + 2, kLast)];
     else if (!mp3_is_mixed(granule))
         starts[0] = 3u * short_bands[(granule.region0_count + 1) / 3];
     else if (mp3_is_low_rate(header))
@@ -145,7 +143,7 @@ int32_t dechuffpairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spec
     const HuffTabLookup &lookup = huffTabLookup[table];
     if (lookup.type > kWithLinbits) return -1;
     if (lookup.type == kNoCodes) {
-        MMemSet(spectrum->lines + spectrum->coded, 0, count * sizeof *spectrum->lines);
+        memset(spectrum->lines + spectrum->coded, 0, count * sizeof(*spectrum->lines));
     } else {
         decode_pairs(bits, table, count, spectrum);
         spectrum->magnitudes |= table < 13 ? 7 : 15;
@@ -155,11 +153,11 @@ int32_t dechuffpairs(Mp3BitWindow *bits, uint32_t table, uint32_t count, Mp3Spec
 }
 
 void dechuffquads(Mp3BitWindow *bits, uint32_t table, uint32_t available, Mp3Spectrum *spectrum) {
-    const uint16_t *const codes = table == 0 ? kQuadEntriesA.data() : kQuadEntriesB.data();
+    const uint16_t *codes = table == 0 ? kQuadEntriesA.data() : kQuadEntriesB.data();
     const uint32_t shift = kBits - (table == 0 ? kQuadWidths[0] : kQuadWidths[1]);
     const uint32_t limit = bits->start() + available;
     int32_t *output = spectrum->lines + spectrum->coded;
-    const int32_t *const end = output + ((kMp3GranuleLines - spectrum->coded) & ~3u);
+    const int32_t *end = output + ((kMp3GranuleLines - spectrum->coded) & ~3u);
     uint32_t position = bits->position();
     // As many as the window shows while there are bits and room for all of them.
     constexpr ptrdiff_t kValues = ptrdiff_t{4} * kAtOnce;
@@ -188,8 +186,8 @@ int32_t mp3_dechuff(Mp3BitWindow *bits, const Mp3FrameHeader &header, const Mp3G
                     uint32_t available, Mp3Spectrum *spectrum) {
     uint32_t starts[2];
     find_regions(header, granule, starts);
-    const uint32_t big_values = min(2u * granule.big_values, kMp3GranuleLines);
-    const uint32_t ends[3] = {min(starts[0], big_values), min(starts[1], big_values), big_values};
+    const uint32_t big_values = std::min(2u * granule.big_values, kMp3GranuleLines);
+    const uint32_t ends[3] = {std::min(starts[0], big_values), std::min(starts[1], big_values), big_values};
     spectrum->coded = spectrum->large_count = 0;
     spectrum->magnitudes = 1;
     for (uint32_t region = 0; region < 3; ++region) {
@@ -199,8 +197,8 @@ int32_t mp3_dechuff(Mp3BitWindow *bits, const Mp3FrameHeader &header, const Mp3G
             return -1;
     }
     dechuffquads(bits, (granule.flags & kMp3Count1TableB) != 0 ? 1 : 0, available, spectrum);
-    MMemSet(spectrum->lines + spectrum->coded, 0,
-            (kMp3GranuleLines - spectrum->coded) * sizeof *spectrum->lines);
+    memset(spectrum->lines + spectrum->coded, 0,
+           (kMp3GranuleLines - spectrum->coded) * sizeof(*spectrum->lines));
     return 0;
 }
 

@@ -2,7 +2,9 @@
 
 #include "mp3dec/Mp3Hybrid.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include <algorithm>
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/tables/TransformTables.h"
@@ -19,7 +21,7 @@ constexpr int32_t kMaxLackingBits = 3;
 
 void scale_window(const int32_t *window, int32_t extra_bits, int32_t *scaled) {
     for (uint32_t i = 0; i < 36; ++i)
-        scaled[i] = window[i] >> (extra_bits > 0 ? extra_bits : 0);
+        scaled[i] = window[i] >> std::max(extra_bits, 0);
 }
 
 Mp3Windows choose_windows(const Mp3Granule &granule, int32_t extra_bits) {
@@ -27,8 +29,7 @@ Mp3Windows choose_windows(const Mp3Granule &granule, int32_t extra_bits) {
     windows.is_short = granule.block_type == kMp3ShortBlocks;
     windows.mixed = mp3_is_mixed(granule);
     windows.large = extra_bits <= 0;
-    const int32_t lacking = extra_bits < 0 ? -extra_bits : 0;
-    windows.lacking_bits = lacking < kMaxLackingBits ? lacking : kMaxLackingBits;
+    windows.lacking_bits = std::clamp(-extra_bits, 0, kMaxLackingBits);
     scale_window(kImdctWindow[granule.block_type], extra_bits, windows.block);
     scale_window(kImdctWindow[0], extra_bits, windows.normal);
     return windows;
@@ -36,15 +37,15 @@ Mp3Windows choose_windows(const Mp3Granule &granule, int32_t extra_bits) {
 
 // Subbands without lines only give out what the granule before left.
 void drain(Mp3Channel *channel, uint32_t first, uint32_t slot) {
-    const uint32_t end = channel->overlap_subbands > first ? channel->overlap_subbands : first;
+    const uint32_t end = std::max(channel->overlap_subbands, first);
     for (uint32_t i = 0; i < kLines; ++i) {
-        int32_t *const overlap = channel->overlap[i], *const samples = channel->samples()[slot + i];
+        int32_t *overlap = channel->overlap[i], *samples = channel->samples()[slot + i];
         // Frequency inversion: every second sample of every second subband.
         const uint32_t inverted = i % 2;
         for (uint32_t sb = first; sb < end; ++sb)
             samples[sb] = (sb & inverted) != 0 ? wrap_sub(0, overlap[sb]) : overlap[sb];
-        MMemSet(overlap + first, 0, (end - first) * sizeof *overlap);
-        MMemSet(samples + end, 0, (kMp3Subbands - end) * sizeof *samples);
+        memset(overlap + first, 0, (end - first) * sizeof(*overlap));
+        memset(samples + end, 0, (kMp3Subbands - end) * sizeof(*samples));
     }
 }
 
@@ -67,7 +68,7 @@ void mp3_imdct(const Mp3Kernels &kernels, Mp3Channel *channel, const Mp3Granule 
     const bool is_short = mp3_is_short(granule);
     if (subbands > 0 && (!is_short || mp3_is_mixed(granule))) {
         // The edge above the highest lines spreads them into one more subband.
-        uint32_t edges = subbands < kMp3Subbands ? subbands : kMp3Subbands - 1;
+        uint32_t edges = std::min(subbands, kMp3Subbands - 1);
         if (is_short) edges = 1;
         kernels.reduce_alias(channel->spectrum, edges);
         if (subbands <= edges) subbands = edges + 1;

@@ -2,7 +2,7 @@
 
 #include "mp3dec/Mp3Layer12.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3FrameHeader.h"
@@ -61,7 +61,7 @@ uint32_t group_bits(const SubbandFrame &frame, uint32_t samples) {
 // Reads the codes of all samples; those of subbands without any are 0.
 void read_codes(Mp3BitWindow *bits, const SubbandFrame &frame, uint32_t samples, Mp3Channel *channels) {
     for (uint32_t ch = 0; ch < frame.channels; ++ch)
-        MMemSet(channels[ch].samples(), 0, kMp3MaxSlots * sizeof(Mp3Slot));
+        memset(channels[ch].samples(), 0, kMp3MaxSlots * sizeof(Mp3Slot));
     const uint32_t step = group_bits(frame, samples);
     uint32_t position = bits->position();
     for (uint32_t sb = 0; sb < frame.subbands; ++sb) {

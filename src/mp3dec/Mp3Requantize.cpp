@@ -2,7 +2,9 @@
 
 #include "mp3dec/Mp3Requantize.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include <algorithm>
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/Mp3Channel.h"
@@ -33,7 +35,7 @@ uint32_t power43(uint32_t magnitude, int *bits) {
     *bits = 13;
     const uint32_t eighth = (magnitude + 4) / 8;
     const int32_t t = static_cast<int32_t>(magnitude) - static_cast<int32_t>(8 * eighth);
-    const int32_t *const at = &mp3dec_pow43[eighth];
+    const int32_t *at = &mp3dec_pow43[eighth];
     const int32_t slope = at[1] - at[-1], bend = (at[1] - at[0]) - (at[0] - at[-1]);
     return static_cast<uint32_t>(at[0] + (t * (8 * slope + t * bend) + 64) / 128);
 }
@@ -53,7 +55,7 @@ uint32_t requantize_magnitude(uint32_t magnitude, int32_t exponent) {
     if (shift > 32) return round_upper_half(product, shift);
     if (shift <= 0) return kMaxMagnitude;
     const uint64_t rounded = (product + (uint64_t{1} << (shift - 1))) >> shift;
-    return rounded < kMaxMagnitude ? static_cast<uint32_t>(rounded) : kMaxMagnitude;
+    return static_cast<uint32_t>(std::min<uint64_t>(rounded, kMaxMagnitude));
 }
 
 // Exponents count attenuation in quarters of a bit. This one does not include the scale factors, which
@@ -91,7 +93,7 @@ void next_band(Bands *bands, uint32_t start, uint32_t end, int32_t exponent) {
 void interleave(int32_t *lines, uint32_t width) {
     constexpr uint32_t kMaxLines = 3 * 66;
     int32_t windows[kMaxLines];
-    MMemCpy(windows, lines, size_t{3} * width * sizeof *lines);
+    memcpy(windows, lines, size_t{3} * width * sizeof(*lines));
     for (uint32_t k = 0; k < width; ++k) {
         for (uint32_t w = 0; w < 3; ++w)
             lines[3 * k + w] = windows[size_t{w} * width + k];
@@ -145,7 +147,7 @@ void mp3_requantize_band(const Mp3Kernels &kernels, int32_t *lines, uint32_t cou
 int32_t mp3_extra_bits(const Mp3FrameHeader &header, const Mp3Granule &granule, const Mp3Spectrum &spectrum) {
     const int width = 32 - __builtin_clz(spectrum.magnitudes | 1);
     const int32_t steps = base_exponent(header, granule) - kRoom[width];
-    if (steps >= 0) return steps / 4 < kMaxExtraBits ? steps / 4 : kMaxExtraBits;
+    if (steps >= 0) return std::min(steps / 4, kMaxExtraBits);
     return steps >= -4 * kSpareBits ? 0 : -1;
 }
 
@@ -159,8 +161,8 @@ void mp3_requantize(const Mp3Kernels &kernels, const Mp3FrameHeader &header, con
                    spectrum->coded,
                    spectrum->large,
                    spectrum->large + spectrum->large_count};
-    const uint16_t *const long_bands = header.scale_factor_bands;
-    const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
+    const uint16_t *long_bands = header.scale_factor_bands;
+    const uint16_t *short_bands = long_bands + kMp3LongBoundaries;
     const bool is_short = mp3_is_short(granule), mixed = is_short && mp3_is_mixed(granule);
     requantize_long_bands(long_bands,
                           !is_short ? kMp3LongBands

@@ -81,9 +81,9 @@ void mp3_read_codes(const Mp3BitWindow &bits, const Mp3CodeRun &run, int32_t *to
     const uint32_t levels = kLayer2Levels[run.quantizer], width = code_width(levels);
     const uint32_t joined = run.samples == kTriple ? triple_bits(levels) : 0;
     if (joined != 0) {
-        const uint16_t *const triples = levels == 3   ? kTriplesOf3.data()
-                                        : levels == 5 ? kTriplesOf5.data()
-                                                      : kTriplesOf9.data();
+        const uint16_t *triples = levels == 3   ? kTriplesOf3.data()
+                                  : levels == 5 ? kTriplesOf5.data()
+                                                : kTriplesOf9.data();
         read_triples(bits, run, triples, joined, to);
     } else if (run.samples == 1) {
         read_separate<1, true>(bits, run, width, to);

@@ -2,7 +2,7 @@
 
 #include "mp3dec/Mp3ScaleFactors.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
 
 #include "mp3dec/tables/ScaleFactorTables.h"
 
@@ -74,11 +74,11 @@ void store(const Mp3Granule &granule, uint32_t n, uint8_t value, uint8_t illegal
 
 void mp3_read_scale_factors(Mp3BitWindow *bits, const Mp3Granule &granule, uint32_t scfsi,
                             Mp3ScaleFactors *factors) {
-    const uint8_t *const lengths = sflen_table[granule.scalefac_compress];
+    const uint8_t *lengths = sflen_table[granule.scalefac_compress];
     if (scfsi == 0) *factors = {};
     factors->preflag = (granule.flags & kMp3Preflag) != 0;
-    MMemSet(factors->long_illegal, kMpeg1Illegal, sizeof factors->long_illegal);
-    MMemSet(factors->short_illegal, kMpeg1Illegal, sizeof factors->short_illegal);
+    memset(factors->long_illegal, kMpeg1Illegal, sizeof(factors->long_illegal));
+    memset(factors->short_illegal, kMpeg1Illegal, sizeof(factors->short_illegal));
     if (!mp3_is_short(granule)) {
         for (uint32_t group = 0; group < 4; ++group) {
             if ((scfsi & 8u >> group) != 0) continue;

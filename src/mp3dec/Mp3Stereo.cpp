@@ -26,7 +26,7 @@ struct Lines {
 };
 
 void sum_and_difference(const Joint &joint, Lines lines) {
-    int32_t *const left = joint.left, *const right = joint.right;
+    int32_t *left = joint.left, *right = joint.right;
     for (uint32_t i = lines.start; i < lines.end; i += lines.step) {
         const int32_t middle = left[i], side = right[i];
         left[i] = wrap_add(middle, side);
@@ -39,7 +39,7 @@ void share(const Joint &joint, Lines lines, uint32_t position) {
     const uint32_t louder = joint.middle_side ? 1 : 0;
     int32_t left_factor = 0, right_factor = 0;
     if (joint.low_rate) {
-        const int32_t *const powers = ISFMpeg2[louder][joint.intensity_scale];
+        const int32_t *powers = ISFMpeg2[louder][joint.intensity_scale];
         left_factor = powers[position % 2 != 0 ? (position + 1) / 2 : 0];
         right_factor = powers[position % 2 != 0 ? 0 : position / 2];
     } else {
@@ -99,8 +99,8 @@ void do_short_bands(const Joint &joint, const uint16_t *boundaries, uint32_t fir
 
 void do_intensity(const Mp3FrameHeader &header, const Joint &joint, const Mp3Granule &granule,
                   const Mp3ScaleFactors &factors, const Mp3LastBands &right) {
-    const uint16_t *const long_bands = header.scale_factor_bands;
-    const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
+    const uint16_t *long_bands = header.scale_factor_bands;
+    const uint16_t *short_bands = long_bands + kMp3LongBoundaries;
     if (!mp3_is_short(granule)) {
         do_long_bands(joint, long_bands, kMp3LongBands, right.last_long, factors);
         return;
@@ -134,8 +134,8 @@ bool has_values(const Mp3Spectrum &spectrum, uint32_t start, uint32_t end) {
 
 Mp3LastBands mp3_last_bands(const Mp3FrameHeader &header, const Mp3Granule &granule,
                             const Mp3Spectrum &spectrum) {
-    const uint16_t *const long_bands = header.scale_factor_bands;
-    const uint16_t *const short_bands = long_bands + kMp3LongBoundaries;
+    const uint16_t *long_bands = header.scale_factor_bands;
+    const uint16_t *short_bands = long_bands + kMp3LongBoundaries;
     const bool is_short = mp3_is_short(granule), mixed = is_short && mp3_is_mixed(granule);
     Mp3LastBands last = {-1, {-1, -1, -1}};
     const uint32_t bands = !is_short ? kMp3LongBands : mixed ? mp3_mixed_long_bands(header) : 0;

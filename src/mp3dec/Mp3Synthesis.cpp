@@ -2,7 +2,9 @@
 
 #include "mp3dec/Mp3Synthesis.h"
 
-#include <quorv/platform/memory.h>
+#include <string.h>
+
+#include <iterator>
 
 #include "mp3dec/FixedPoint.h"
 #include "mp3dec/kernels/Window.h"
@@ -12,7 +14,7 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kPresets = sizeof kEqualizerGain / sizeof kEqualizerGain[0];
+constexpr uint32_t kPresets = std::size(kEqualizerGain);
 
 void equalize(Mp3Slot *samples, uint32_t slots, const int32_t gains[kMp3Subbands]) {
     constexpr int kGainBits = 28;
@@ -26,7 +28,7 @@ void equalize(Mp3Slot *samples, uint32_t slots, const int32_t gains[kMp3Subbands
 // The upper half of the spectrum would fold into the lower one.
 void drop_upper_subbands(Mp3Slot *samples, uint32_t slots) {
     for (uint32_t slot = 0; slot < slots; ++slot)
-        MMemSet(samples[slot] + kMp3Subbands / 2, 0, sizeof samples[slot] / 2);
+        memset(samples[slot] + kMp3Subbands / 2, 0, sizeof(samples[slot]) / 2);
 }
 
 constexpr int kLoudShift = 5;  // makes every slot safe
@@ -56,7 +58,7 @@ void transform_loud(const Mp3Kernels &kernels, Mp3Slot *slots, uint32_t count) {
 }
 
 void transform(const Mp3Kernels &kernels, Mp3Channel *channel, const Mp3SynthesisJob &job, bool half_rate) {
-    Mp3Slot *const samples = channel->samples();
+    Mp3Slot *samples = channel->samples();
     if (job.gains != nullptr) equalize(samples, job.slots, job.gains);
     if (half_rate) drop_upper_subbands(samples, job.slots);
     if (channel->is_loud || job.gains != nullptr)
@@ -81,20 +83,17 @@ const int32_t *mp3_equalizer_gains(uint32_t preset) {
 
 int32_t synth_init_zev(Mp3Synthesis *synthesis, uint32_t /*highest_layer*/, uint32_t ratio) {
     synthesis->half_rate = ratio >= kMp3HalfRate;
-    synthesis->pcm = static_cast<Mp3PcmStore *>(MMemAlloc(nullptr, sizeof(Mp3PcmStore)));
-    if (synthesis->pcm == nullptr) return -1;
-    MMemSet(synthesis->pcm, 0, sizeof *synthesis->pcm);
-    return 0;
+    synthesis->pcm = make_owned<Mp3PcmStore>();
+    return synthesis->pcm != nullptr ? 0 : -1;
 }
 
 void synth_close(Mp3Synthesis *synthesis) {
-    MMemFree(nullptr, synthesis->pcm);
     synthesis->pcm = nullptr;
 }
 
 void mp3_subsynth(const Mp3Kernels &kernels, Mp3Channel *channels, const Mp3SynthesisJob &job,
                   Mp3Synthesis *synthesis) {
-    Mp3PcmStore *const pcm = synthesis->pcm;
+    Mp3PcmStore *pcm = synthesis->pcm.get();
     for (uint32_t ch = 0; ch < job.channels; ++ch)
         transform(kernels, &channels[ch], job, synthesis->half_rate);
     kernels.window(channels, job.channels, job.slots, pcm->mono);

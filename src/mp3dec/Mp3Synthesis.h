@@ -5,6 +5,7 @@
 #include <stdint.h>
 
 #include "mp3dec/kernels/Mp3Kernels.h"
+#include "platform/MemoryOwner.h"
 
 namespace quorv {
 
@@ -24,8 +25,8 @@ struct Mp3PcmStore {
 
 // What lasts over the whole stream beside the filter's history, which the channels keep.
 struct Mp3Synthesis {
-    Mp3PcmStore *pcm;  // owned
-    bool half_rate;    // the lower 16 subbands only, every second sample
+    Owned<Mp3PcmStore> pcm;
+    bool half_rate;  // the lower 16 subbands only, every second sample
 };
 
 // What to synthesise.

@@ -67,10 +67,10 @@ uint64_t mp3_tag_length(const uint8_t *bytes) {
 intptr_t mp3_skip_tag(MStream stream) {
     uint8_t head[kId3v2Head];
     const intptr_t start = MStreamTell(stream);
-    if (start < 0 || MStreamRead(stream, head, sizeof head) != sizeof head) return -1;
+    if (start < 0 || MStreamRead(stream, head, sizeof(head)) != sizeof(head)) return -1;
     if (!is_id3v2(head)) return MStreamSeek(stream, MSTREAM_SEEK_START, start) == 0 ? 0 : -1;
     const auto length = static_cast<intptr_t>(id3v2_length(head));
-    if (MStreamSeek(stream, MSTREAM_SEEK_CURRENT, length - static_cast<intptr_t>(sizeof head)) != 0)
+    if (MStreamSeek(stream, MSTREAM_SEEK_CURRENT, length - static_cast<intptr_t>(sizeof(head))) != 0)
         return -1;
     return length;
 }

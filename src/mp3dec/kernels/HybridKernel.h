@@ -18,9 +18,9 @@ template <class Lanes>
 void reduce_alias(int32_t *spectrum, uint32_t edges) {
     constexpr uint32_t kButterflies = 8;
     for (uint32_t edge = 1; edge <= edges; ++edge) {
-        int32_t *const upper = spectrum + size_t{edge} * kLines;
+        int32_t *upper = spectrum + size_t{edge} * kLines;
         for (uint32_t i = 0; i < kButterflies; i += Lanes::kCount) {
-            int32_t *const lower = upper - i - Lanes::kCount;
+            int32_t *lower = upper - i - Lanes::kCount;
             const Lanes a = reverse(load_lanes(Lanes{}, lower)), b = load_lanes(Lanes{}, upper + i);
             Lanes p, q;
             rotate(a, b, load_lanes(Lanes{}, mp3dec_cs + i), load_lanes(Lanes{}, mp3dec_ca + i), &p, &q);
@@ -63,8 +63,8 @@ inline void imdct36(Lanes *x, const int32_t *window, const Places &places) {
     dct4<18>(x);
 #pragma GCC unroll 9
     for (size_t i = 0; i < 9; ++i) {
-        int32_t *const rising = places.overlap + i * kMp3Subbands;
-        int32_t *const falling = places.overlap + (17 - i) * kMp3Subbands;
+        int32_t *rising = places.overlap + i * kMp3Subbands;
+        int32_t *falling = places.overlap + (17 - i) * kMp3Subbands;
         const Lanes first = x[9 + i], second = x[8 - i];
         put_sample<Style>(
             places, i,
@@ -87,7 +87,7 @@ inline void imdct12(const Lanes *x, const int32_t *window, const Places &places)
         for (size_t k = 0; k < 6; ++k)
             u[k] = x[3 * k + w];
         dct4<6>(u);
-        Lanes *const at = sum + 6 + 6 * w;
+        Lanes *at = sum + 6 + 6 * w;
         for (size_t i = 0; i < 3; ++i) {
             at[i] = add_windowed(std::bool_constant<false>{}, at[i], u[3 + i], window[i]);
             at[5 - i] =
@@ -98,7 +98,7 @@ inline void imdct12(const Lanes *x, const int32_t *window, const Places &places)
         }
     }
     for (size_t i = 0; i < kLines; ++i) {
-        int32_t *const overlap = places.overlap + i * kMp3Subbands;
+        int32_t *overlap = places.overlap + i * kMp3Subbands;
         put_sample<Style>(places, i, load_lanes(Lanes{}, overlap) + sum[i]);
         store_lanes(overlap, sum[kLines + i]);
     }
@@ -210,8 +210,8 @@ template <class Lanes>
         for (uint32_t lane = 0; lane < Lanes::kCount; ++lane) {
             if ((loud >> lane & 1) == 0) continue;
             const bool inverted = (i & (subband + lane) & 1) != 0;
-            int32_t *const now = places.samples + size_t{i} * kMp3Subbands + lane;
-            int32_t *const next = places.overlap + size_t{i} * kMp3Subbands + lane;
+            int32_t *now = places.samples + size_t{i} * kMp3Subbands + lane;
+            int32_t *next = places.overlap + size_t{i} * kMp3Subbands + lane;
             const int64_t old = inverted ? -int64_t{before.values[i][lane]} : before.values[i][lane];
             *now = saturate(old + (int64_t{*now} << bits));
             *next = saturate(int64_t{*next} << bits);

@@ -1,6 +1,6 @@
 // The kernels for processors with NEON.
 
-#include <quorv/platform/memory.h>
+#include <string.h>
 
 #include "mp3dec/kernels/DequantizeKernel.h"
 #include "mp3dec/kernels/HybridKernel.h"
@@ -92,14 +92,14 @@ void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) 
         int16_t output[kMp3MaxChannels][kSix][kMp3Subbands];
         for (uint32_t ch = 0; ch < count; ++ch)
             sum_slots(channels[ch].samples() + slot, kSix, output[ch]);
-        int16_t *const to = pcm + size_t{slot} * kMp3Subbands * count;
+        int16_t *to = pcm + size_t{slot} * kMp3Subbands * count;
         if (count == 1)
-            MMemCpy(to, output[0], sizeof output[0]);
+            memcpy(to, output[0], sizeof(output[0]));
         else
             put_stereo(output[0][0], output[1][0], kSix * kMp3Subbands, to);
     }
     for (uint32_t ch = 0; ch < count; ++ch)
-        MMemMove(channels[ch].slots, channels[ch].slots + slots, sizeof(Mp3Slot) * kMp3PastSlots);
+        memmove(channels[ch].slots, channels[ch].slots + slots, sizeof(Mp3Slot) * kMp3PastSlots);
 }
 
 // The powers are looked up one by one.
@@ -107,7 +107,7 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
     const int32x4_t bits = vdupq_n_s32(-shift);
     uint32_t i = 0;
     for (; i + 4 <= count; i += 4) {
-        int32_t *const at = lines + i;
+        int32_t *at = lines + i;
         const int32x4_t four = {powers[at[0]], powers[at[1]], powers[at[2]], powers[at[3]]};
         vst1q_s32(at, vrshlq_s32(four, bits));
     }

@@ -30,7 +30,7 @@ void reduce_alias_of_lines(int32_t *spectrum, uint32_t edges) {
 #pragma GCC unroll 8
     for (uint32_t i = 0; i < 8; ++i) {
         for (uint32_t edge = 1; edge <= edges; ++edge) {
-            int32_t *const upper = spectrum + size_t{edge} * kLines;
+            int32_t *upper = spectrum + size_t{edge} * kLines;
             Lane1 p, q;
             rotate(Lane1{upper[-1 - static_cast<int32_t>(i)]}, Lane1{upper[i]}, mp3dec_cs[i], mp3dec_ca[i],
                    &p, &q);

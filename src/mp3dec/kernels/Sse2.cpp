@@ -15,7 +15,7 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
     const __m128i rounding = _mm_set1_epi32(1 << (shift - 1)), bits = _mm_cvtsi32_si128(shift);
     uint32_t i = 0;
     for (; i + 4 <= count; i += 4) {
-        int32_t *const at = lines + i;
+        int32_t *at = lines + i;
         const __m128i four = _mm_set_epi32(powers[at[3]], powers[at[2]], powers[at[1]], powers[at[0]]);
         store_lanes(at, {_mm_sra_epi32(_mm_add_epi32(four, rounding), bits)});
     }

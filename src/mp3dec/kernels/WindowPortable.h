@@ -3,8 +3,8 @@
 #ifndef QUORV_SRC_MP3DEC_KERNELS_WINDOWPORTABLE_H
 #define QUORV_SRC_MP3DEC_KERNELS_WINDOWPORTABLE_H
 
-#include <quorv/platform/memory.h>
 #include <stddef.h>
+#include <string.h>
 
 #include "mp3dec/kernels/Products.h"
 #include "mp3dec/kernels/Window.h"
@@ -48,7 +48,7 @@ struct ThreeSums {
 // Three slots, every second one, of one channel of `count`.
 inline void sum_three_slots(const Mp3Slot *oldest, uint32_t count, int16_t *pcm) {
     const size_t step = size_t{2} * kMp3Subbands * count;
-    const int32_t *const a = oldest[0] + 16, *const b = oldest[-1] + 16;
+    const int32_t *a = oldest[0] + 16, *b = oldest[-1] + 16;
     for (ptrdiff_t j = 0; j < 16; ++j) {
         ThreeSums sums;
         sums.add(a + j, kSynthesisWindow[0][j]);
@@ -68,7 +68,7 @@ inline void sum_three_slots(const Mp3Slot *oldest, uint32_t count, int16_t *pcm)
 
 // Makes the last slots of a frame the past of the next one.
 inline void keep_past(Mp3Channel *channel, uint32_t slots) {
-    MMemMove(channel->slots, channel->slots + slots, sizeof(Mp3Slot) * kMp3PastSlots);
+    memmove(channel->slots, channel->slots + slots, sizeof(Mp3Slot) * kMp3PastSlots);
 }
 
 inline void window_by_threes(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {

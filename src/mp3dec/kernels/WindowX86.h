@@ -6,8 +6,8 @@
 #define QUORV_SRC_MP3DEC_KERNELS_WINDOWX86_H
 
 #include <emmintrin.h>
-#include <quorv/platform/memory.h>
 #include <stddef.h>
+#include <string.h>
 
 #include "mp3dec/kernels/Window.h"
 #include "mp3dec/tables/SynthesisTables.h"
@@ -94,7 +94,7 @@ struct WindowSum {
 // Eight pairs of a slot and the even or odd ones before it, outputs side by side.
 template <class Words>
 inline WindowSum<Words> sum_of_pairs(const int16_t (*pairs)[2], const SynthesisTaps &taps, size_t column) {
-    constexpr ptrdiff_t kBack = sizeof(Mp3SplitSlot) / sizeof *pairs;
+    constexpr ptrdiff_t kBack = sizeof(Mp3SplitSlot) / sizeof(*pairs);
     constexpr Words kKind{};
     WindowSum<Words> sum{sum_products(load_words(kKind, pairs), load_words(kKind, taps.narrow[0] + column)),
                          {}};
@@ -162,7 +162,7 @@ inline void put_stereo(const int16_t *left, const int16_t *right, int16_t *pcm) 
 }
 
 inline void enter_slots(Mp3Channel *channel, uint32_t slots) {
-    const Mp3Slot *const t = channel->samples();
+    const Mp3Slot *t = channel->samples();
     for (uint32_t slot = 0; slot < slots; ++slot)
         window_enter(split_slot(&channel->split, slot), t[static_cast<int32_t>(slot) - 1], t[slot]);
 }
@@ -170,8 +170,8 @@ inline void enter_slots(Mp3Channel *channel, uint32_t slots) {
 // Makes the last slots of a frame the past of the next one.
 inline void advance(Mp3Channel *channel, uint32_t slots) {
     for (auto &parity : channel->split.slots)
-        MMemMove(parity, parity + slots / 2, kMp3PastSlots / 2 * sizeof parity[0]);
-    MMemCpy(channel->slots[kMp3PastSlots - 1], channel->samples()[slots - 1], sizeof(Mp3Slot));
+        memmove(parity, parity + slots / 2, kMp3PastSlots / 2 * sizeof(parity[0]));
+    memcpy(channel->slots[kMp3PastSlots - 1], channel->samples()[slots - 1], sizeof(Mp3Slot));
 }
 
 template <class Words>
