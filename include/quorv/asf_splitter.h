@@ -190,8 +190,9 @@ QUORV_API uint32_t ASF_SPLITER_SetConfig(SplitterHandle handle, uint32_t id, con
  *                                       so does ASF_SPLITER_Reset
  * @retval SPLITER_ERR_INVALID_PARAM     a null argument, or a number that is no track's
  * @retval SPLITER_ERR_NO_PARSER         the handle was not opened
- * @retval SPLITER_ERR_NO_MEMORY         packets of more than 64 KB: an allocation failed; for these, memory
- *                                       grows with the bytes that come
+ * @retval SPLITER_ERR_NO_MEMORY         packets of more than 64 KB, or of 2 KB when there is no memory for
+ *                                       reading ahead: an allocation failed; for these, memory grows with the
+ *                                       bytes that come
  * @return otherwise the callback's code; the read position is unchanged
  */
 QUORV_API uint32_t ASF_SPLITER_ReadFrame(SplitterHandle handle, uint32_t track, void *buffer, uint32_t size,

@@ -160,6 +160,7 @@ Code HeaderWalk::read_data_object_header() {
     header_.total_packets = static_cast<uint32_t>(reader_.le64());
     reader_.skip(2);
     header_.first_packet = reader_.position();
+    header_.stream_size = reader_.stream_size();
     // Streams of unknown codecs are offered when there is no other.
     if (header_.video.unrecognised_code != 0) header_.video.present = true;
     return reader_.code();

@@ -54,6 +54,7 @@ struct AsfHeader {
     uint64_t data_end = 0;  // of the Data Object, at most the end of the stream
     bool is_cut = false;    // the stream ends before the Data Object
     uint32_t total_packets = 0;
+    uint64_t stream_size = 0;  // when the file was opened, 0 when it is not known
 
     // Milliseconds from frame to frame, 0 when the header does not say.
     uint32_t frame_interval(uint32_t stream_number) const;

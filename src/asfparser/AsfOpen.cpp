@@ -9,7 +9,10 @@ namespace quorv {
 namespace {
 
 Code read_header(AsfContext *context) {
-    if (context->header_parsed) return Code::Ok;
+    if (context->header_parsed) {
+        context->header.stream_size = CASFBase::GetStreamSize(&context->reader);
+        return Code::Ok;
+    }
     const Code code = asf_read_header(&context->reader, &context->header);
     context->header_parsed = code == Code::Ok;
     return code;
@@ -23,16 +26,19 @@ AsfDataLayout data_layout(const AsfHeader &header) {
             .packet_size = header.packet_size,
             .audio_stream = header.audio.present ? header.audio.stream_number : kAsfNoStream,
             .video_stream = header.video.present ? header.video.stream_number : kAsfNoStream,
-            .time_base = header.preroll};
+            .time_base = header.preroll,
+            .stream_size = header.stream_size};
+}
+
+Code load_index(AsfContext *context, uint64_t stream_size) {
+    const AsfHeader &header = context->header;
+    return context->index_parser->LoadIndex(&context->reader, header.data_end, stream_size, header.preroll);
 }
 
 Code read_header_and_index(AsfContext *context, SplitterHttpParam *param) {
     const Code code = read_header(context);
     if (code != Code::Ok) return code;
-    if (!context->opened) {
-        const uint64_t stream_size = CASFBase::GetStreamSize(&context->reader);
-        context->data_parser->Packets().set_layout(data_layout(context->header), stream_size);
-    }
+    if (!context->opened) context->data_parser->Packets().set_layout(data_layout(context->header));
     if (asf_load_index(context) == Code::NoMemory) return Code::NoMemory;
     param->index_flag = context->index_parser->IsLoaded() ? 1 : 0;
     return Code::Ok;
@@ -51,14 +57,14 @@ Code open_readers(AsfContext *context) {
 void look_ahead(AsfContext *context) {
     static_cast<void>(asf_prime(context));
     const bool has_packets = context->data_parser->Packets().packet_count() > 0;
-    if (has_packets && context->header.duration != 0) static_cast<void>(asf_load_index(context));
+    if (has_packets && context->header.duration != 0)
+        static_cast<void>(load_index(context, context->header.stream_size));
 }
 
 }  // namespace
 
 Code asf_load_index(AsfContext *context) {
-    const AsfHeader &header = context->header;
-    return context->index_parser->LoadIndex(&context->reader, header.data_end, header.preroll);
+    return load_index(context, 0);
 }
 
 // An open file has its reader; else one is open for the time of this call.

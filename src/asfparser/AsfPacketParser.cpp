@@ -6,35 +6,29 @@
 
 namespace quorv {
 
-void AsfPacketParser::set_layout(const AsfDataLayout &layout, uint64_t stream_size) {
+void AsfPacketParser::set_layout(const AsfDataLayout &layout) {
     layout_ = layout;
     time_base_ = static_cast<int32_t>(std::min<uint32_t>(layout.time_base, INT32_MAX));
     packet_count_ = 0;
-    if (AsfPacketBuffer::is_possible(layout.packet_size)) count_packets(stream_size);
+    if (AsfPacketBuffer::is_possible(layout.packet_size)) count_packets();
 }
 
 Code AsfPacketParser::open(const AsfDataLayout &layout) {
     if (!AsfPacketBuffer::is_possible(layout.packet_size)) return Code::BadFormat;
-    Code code = open_readers(layout);
-    if (code == Code::Ok) code = buffer_.make_room(layout.first_packet, layout.packet_size, packet_count_);
-    if (code == Code::Ok) return code;
-    CASFBase::DestroyReader(&video_.reader);
-    CASFBase::DestroyReader(&audio_.reader);
-    return code;
-}
-
-Code AsfPacketParser::open_readers(const AsfDataLayout &layout) {
     Code code = base_.CreateReader(&audio_.reader, StreamAccess::ReadShared);
     if (code != Code::Ok) return code;
     code = base_.CreateReader(&video_.reader, StreamAccess::ReadShared);
-    if (code != Code::Ok) return code;
-    set_layout(layout, CASFBase::GetStreamSize(&video_.reader));
+    if (code != Code::Ok) {
+        CASFBase::DestroyReader(&audio_.reader);
+        return code;
+    }
+    set_layout(layout);
     return Code::Ok;
 }
 
 // A live recording does not say how many there are; then the end of the media data tells. A file that was cut
 // off has fewer than it says. How much of a download has arrived means nothing.
-void AsfPacketParser::count_packets(uint64_t stream_size) {
+void AsfPacketParser::count_packets() {
     const auto packets_before = [this](uint64_t end) {
         const uint64_t packets = (end - layout_.first_packet) / layout_.packet_size;
         return static_cast<int32_t>(std::min<uint64_t>(packets, INT32_MAX));
@@ -47,8 +41,8 @@ void AsfPacketParser::count_packets(uint64_t stream_size) {
         packet_count_ = packets_before(layout_.data_end);
         is_cut_ = layout_.is_cut;
     }
-    if (!base_.IsLocal() || stream_size <= layout_.first_packet) return;
-    const int32_t present = packets_before(stream_size);
+    if (!base_.IsLocal() || layout_.stream_size <= layout_.first_packet) return;
+    const int32_t present = packets_before(layout_.stream_size);
     is_cut_ |= present < packet_count_;
     packet_count_ = std::min(packet_count_, present);
 }
@@ -66,7 +60,9 @@ Code AsfPacketParser::parse(uint32_t stream, int32_t index) {
     AsfStreamState &state = state_of(stream);
     state.entries.Clear();
     state.parsed_packet = -1;
-    Code code = buffer_.load(&state.reader, index);
+    const uint64_t position =
+        layout_.first_packet + uint64_t{layout_.packet_size} * static_cast<uint32_t>(index);
+    Code code = buffer_.load(&state.reader, position, layout_.packet_size);
     if (code != Code::Ok) return code;
     code = collect_entries(stream, &state.entries);
     if (code == Code::Ok) {

@@ -25,6 +25,7 @@ struct AsfDataLayout {
     uint32_t packet_size;
     uint32_t audio_stream, video_stream;  // kAsfNoStream when there is none
     uint32_t time_base;                   // milliseconds
+    uint64_t stream_size;                 // 0 when it is not known
 };
 
 // Where a stream is being read, and what is known of the packet that was parsed for it last.
@@ -40,13 +41,13 @@ struct AsfStreamState {
 // both share.
 class AsfPacketParser {
 public:
-    explicit AsfPacketParser(const CASFBase *base) : base_(*base) {}
+    explicit AsfPacketParser(CASFBase *base) : base_(*base) {}
 
-    // All that can be known before the readers are open; 0 for a size of the stream that is not known.
-    void set_layout(const AsfDataLayout &layout, uint64_t stream_size);
-    // Makes room for packets and opens both readers; on failure nothing stays open.
+    // All that can be known before the readers are open.
+    void set_layout(const AsfDataLayout &layout);
+    // Opens both readers; on failure neither stays open.
     Code open(const AsfDataLayout &layout);
-    bool is_open() const { return buffer_.has_room(); }
+    bool is_open() const { return video_.reader.is_open; }
 
     const AsfDataLayout &layout() const { return layout_; }
     // How many packets the file can hold; INT32_MAX when that is not known, 0 for packets of no possible
@@ -66,15 +67,14 @@ public:
     void move_time_base(int32_t time_base);
 
 private:
-    Code open_readers(const AsfDataLayout &layout);
-    void count_packets(uint64_t stream_size);
+    void count_packets();
     Code collect_entries(uint32_t stream, CASFDataObjectEntryBlockMgr *entries);
     Code add_entries(const AsfPayload &payload, CASFDataObjectEntryBlockMgr *entries) const;
     Code add_objects_of_run(const AsfPayload &payload, ASF_DataObjectEntry entry,
                             CASFDataObjectEntryBlockMgr *entries) const;
     int32_t relative_time(uint32_t time) const;
 
-    const CASFBase &base_;
+    CASFBase &base_;
     AsfDataLayout layout_ = {};
     int32_t packet_count_ = 0;
     bool is_cut_ = false;

@@ -76,6 +76,7 @@ Code asf_seek(AsfContext *context, uint32_t track, uint32_t *time, SeekDirection
     }
     const Code code = asf_prime(context);
     if (code != Code::Ok) return code;
+    context->base->Window().start_anew();
     return video ? seek_video(context, time, direction) : seek_audio(context, time);
 }
 

@@ -14,8 +14,10 @@ AsfReader::~AsfReader() {
 
 CASFBase::~CASFBase() = default;
 
-Code CASFBase::CreateReader(AsfReader *reader, StreamAccess access) const {
+Code CASFBase::CreateReader(AsfReader *reader, StreamAccess access) {
+    window_.enlarge();
     reader->callbacks = *source_;
+    reader->window = &window_;
     const Code code = reader->open(access);
     reader->is_open = code == Code::Ok;
     return code;

@@ -42,8 +42,10 @@ public:
     CASFBase &operator=(const CASFBase &) = delete;
 
     bool IsLocal() const { return source_->source_kind == SPLITER_SOURCE_LOCAL; }
+    // Through which all readers read.
+    ReadWindow &Window() { return window_; }
 
-    Code CreateReader(AsfReader *reader, StreamAccess access) const;
+    Code CreateReader(AsfReader *reader, StreamAccess access);
     // Whatever the close callback answers; a reader that is not open stays so.
     static void DestroyReader(AsfReader *reader);
 
@@ -77,6 +79,7 @@ public:
 
 private:
     const SplitterStreamSource *source_;
+    ReadWindow window_;
 };
 
 }  // namespace quorv

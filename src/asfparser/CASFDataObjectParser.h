@@ -11,7 +11,7 @@ namespace quorv {
 // fails leaves the position of its stream unchanged, unless it says otherwise.
 class CASFDataObjectParser : public AsfOnHeap {
 public:
-    explicit CASFDataObjectParser(const CASFBase *base) : packets_(base) {}
+    explicit CASFDataObjectParser(CASFBase *base) : packets_(base) {}
     virtual ~CASFDataObjectParser();
     CASFDataObjectParser(const CASFDataObjectParser &) = delete;
     CASFDataObjectParser &operator=(const CASFDataObjectParser &) = delete;

@@ -20,9 +20,9 @@ constexpr uint32_t kUnknownCount = 1000;
 constexpr uint32_t kMaxObjects = 1000;
 
 // Leaves the reader behind the object's header. *size does not exceed what the stream holds.
-Code find_object(StreamSource *reader, uint64_t position, uint64_t *size) {
+Code find_object(StreamSource *reader, uint64_t position, uint64_t end, uint64_t *size) {
     Code size_code = Code::Ok;
-    const uint64_t end = CASFBase::GetStreamSize(reader, &size_code);
+    if (end == 0) end = CASFBase::GetStreamSize(reader, &size_code);
     if (size_code != Code::Ok) return size_code;
     for (uint32_t i = 0; i < kMaxObjects; ++i) {
         if (position > end || end - position < kIndexHeader) break;
@@ -62,10 +62,11 @@ Code read_fields(StreamSource *reader, IndexFields *fields) {
 
 CASFSimpleIndexObjectParser::~CASFSimpleIndexObjectParser() = default;
 
-Code CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t data_end, uint32_t time_offset) {
+Code CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t data_end, uint64_t stream_size,
+                                            uint32_t time_offset) {
     if (IsLoaded()) return Code::Ok;
     time_offset_ = time_offset;
-    const Code code = load(reader, data_end);
+    const Code code = load(reader, data_end, stream_size);
     if (code == Code::Ok) return code;
     entries_.reset();
     entry_count_ = 0;
@@ -74,9 +75,9 @@ Code CASFSimpleIndexObjectParser::LoadIndex(StreamSource *reader, uint64_t data_
     return code;
 }
 
-Code CASFSimpleIndexObjectParser::load(StreamSource *reader, uint64_t data_end) {
+Code CASFSimpleIndexObjectParser::load(StreamSource *reader, uint64_t data_end, uint64_t stream_size) {
     uint64_t size = 0;
-    Code code = find_object(reader, data_end, &size);
+    Code code = find_object(reader, data_end, stream_size, &size);
     if (code != Code::Ok) return code;
     code = read_entries(reader, size);
     if (code != Code::Ok) return code;

@@ -15,9 +15,9 @@ public:
     CASFSimpleIndexObjectParser &operator=(const CASFSimpleIndexObjectParser &) = delete;
 
     // Looks behind the media data for the first Simple Index Object and reads it whole. The index counts time
-    // from `time_offset` milliseconds before the first frame. Unsupported when there is no usable index,
-    // NoMemory, or the code of a failed callback.
-    Code LoadIndex(StreamSource *reader, uint64_t data_end, uint32_t time_offset);
+    // from `time_offset` milliseconds before the first frame. A size of 0 is asked for. Unsupported when
+    // there is no usable index, NoMemory, or the code of a failed callback.
+    Code LoadIndex(StreamSource *reader, uint64_t data_end, uint64_t stream_size, uint32_t time_offset);
     bool IsLoaded() const { return entry_count_ != 0; }
     // The different packets of the file that the index leads to; 1000 when there are none or no usable index,
     // 0 before that is known.
@@ -28,7 +28,7 @@ public:
     Code FindKeyFrame(AsfSeekTarget target, AsfObjectStart *start) const;
 
 private:
-    Code load(StreamSource *reader, uint64_t data_end);
+    Code load(StreamSource *reader, uint64_t data_end, uint64_t stream_size);
     Code read_entries(StreamSource *reader, uint64_t object_size);
     Code count_key_frames();
     uint32_t packet_at(uint32_t entry) const;

@@ -12,12 +12,14 @@ namespace {
 
 // A file begins with its headers.
 constexpr uint32_t kHeaderRun = 16384;
+// It ends with an index. A rest as short as this is read at once.
+constexpr uint32_t kShortRest = 8192;
 // A first read brings little more than a chunk's header: often a large payload follows, or none of this
 // track.
 constexpr uint32_t kFirstRun = 1024;
 // Reads that follow each other grow, up to a third of the window: five frames of 4 KB, with two other tracks
 // reading elsewhere.
-constexpr uint32_t kGrowth = 4, kLongestRun = 21504;
+constexpr uint32_t kGrowth = 2, kLongestRun = 21504;
 // What is passed over between two reads that still follow each other: it costs no more than a call.
 constexpr uint32_t kLongestGap = 4096;
 // Behind a frame: the next chunk's header and a small frame.
@@ -86,6 +88,7 @@ ReadWindow::Run ReadWindow::run_for(int64_t start, uint32_t missing, int64_t sou
             run = {start - gap, std::max(run.length, std::min(kGrowth * piece.length, kLongestRun))};
         }
     }
+    if (end - start <= kShortRest) run.length = std::max(run.length, static_cast<uint32_t>(end - run.start));
     const auto gap = static_cast<uint32_t>(start - run.start);
     run.length = std::max(run.length, gap + missing + kSlack);
     run.length = static_cast<uint32_t>(std::min<int64_t>(run.length, end - run.start));

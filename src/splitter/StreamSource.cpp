@@ -108,7 +108,8 @@ Code StreamSource::view(int64_t start, uint32_t needed, uint32_t wanted, const u
 // now.
 bool StreamSource::read_run(int64_t start, uint32_t there, uint32_t missing) {
     if (!reads_ahead()) return false;
-    const ReadWindow::Run run = window->run_for(start, missing, end_of_honesty);
+    ReadWindow::Run run = window->run_for(start, missing, end_of_honesty);
+    run.length = std::min(run.length, window->capacity() - there);
     if (run.length <= missing) return false;
     uint32_t came = 0;
     uint8_t *room = window->make_room(run.start - there, there, run.length);

@@ -1,5 +1,7 @@
 // Sources that are late, end early or share their streams, and heaps without room.
 
+#include <optional>
+
 #include "support/FailingAllocator.h"
 #include "support/SampleFiles.h"
 #include "unit/asfparser/SmallFile.h"
@@ -43,25 +45,47 @@ TEST(AsfPacketSize, MemoryIsForBytesThatCome) {
     }
 }
 
-TEST(AsfPacketSize, LargePacketsAreReadInParts) {
-    const AsfLayout layout = {.packet_size = 300000, .widths = {.padding = 3, .payload_length = 3}};
-    AsfBuilder builder({asf_video(1), asf_audio(2)}, layout, AsfIndex::None);
-    for (uint32_t i = 0; i < 12; ++i)
-        builder.frame(0, i * 40, 70000 + i).frame(1, i * 40, 25);
-    const MemoryStore store(builder.build());
-    bool lacked_memory = true;
-    for (uint64_t at = 1; lacked_memory; ++at) {
-        TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
-        FailingAllocator heap(at);
-        SplitterFile file(kAsfSplitter, source.record());
-        const uint32_t first = file.open_code == 0 ? file.read(2).code : file.open_code;
-        lacked_memory = heap.has_failed();
-        EXPECT_EQ(first, lacked_memory ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u);
-        if (file.open_code != 0) continue;
-        ASSERT_EQ(file.reset(), 0u);
-        expect_frames(file, 2, builder.truth(0));
-        expect_frames(file, 3, builder.truth(1));
+// Without a window, packets of up to 2 KB need no memory; others get some of their own, the largest in parts.
+TEST(AsfPacketSize, NeedsAWindowOrMemoryOfItsOwn) {
+    for (const uint32_t packet_size : {1500u, 3000u, 300000u}) {
+        const AsfLayout layout = {.packet_size = packet_size, .widths = {.padding = 3, .payload_length = 3}};
+        AsfBuilder builder({asf_video(1), asf_audio(2)}, layout, AsfIndex::None);
+        for (uint32_t i = 0; i < 12; ++i)
+            builder.frame(0, i * 40, 70000 + i).frame(1, i * 40, 25);
+        const MemoryStore store(builder.build());
+        bool lacked_memory = true;
+        for (uint64_t at = 1; lacked_memory; ++at) {
+            TestSource source(store, kKinds[at % 2]);
+            std::optional<FailingAllocator> heap(std::in_place, at, FailureSpan::ForGood);
+            SplitterFile file(kAsfSplitter, source.record());
+            const bool is_open = file.open_code == 0;
+            const uint32_t first = is_open ? file.read(2).code : file.open_code;
+            lacked_memory = heap->has_failed();
+            heap.reset();
+            const bool fails = lacked_memory && (!is_open || packet_size > 2048);
+            EXPECT_EQ(first, fails ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u) << packet_size << " " << at;
+            if (!is_open) continue;
+            ASSERT_EQ(file.reset(), 0u);
+            expect_frames(file, 2, builder.truth(0));
+            expect_frames(file, 3, builder.truth(1));
+        }
     }
+}
+
+TEST(AsfReaders, ReadAPacketOnceForBothTracks) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)}, {.packet_size = 1400, .widths = {.padding = 2}});
+    for (uint32_t i = 0; i < 200; ++i)
+        builder.frame(0, i * 40, 4096).frame(1, i * 40, 500);
+    AsfBytes asf(builder.build());
+    EXPECT_LE(asf.source.calls(), 10u);
+    asf.source.bytes_read = 0;
+    const uint64_t calls = asf.source.calls();
+    for (uint32_t i = 0; i < 200; ++i) {
+        for (const uint32_t track : {2u, 3u})
+            ASSERT_EQ(asf.file.read(track).data, builder.truth(track - 2)[i].data);
+    }
+    EXPECT_LE(asf.source.bytes_read, asf.bytes.size() + 16384);
+    EXPECT_LE(asf.source.calls() - calls, 400u / 5);
 }
 
 // Each track remembers where its own reader stands.
@@ -139,7 +163,7 @@ TEST(AsfFormat, LookingForTheIndexHandsOnItsFailures) {
         const SplitterStreamSource record = source.record();
         SplitterHandle handle = nullptr;
         SplitterHttpParam param = {};
-        FailingAllocator heap(at);
+        FailingAllocator heap(at, FailureSpan::ForGood);
         const uint32_t code = ASF_SPLITER_GetHTTPParam(&record, &param, &handle);
         lacked_memory = heap.has_failed();
         EXPECT_EQ(code, lacked_memory ? uint32_t{SPLITER_ERR_NO_MEMORY} : 0u);
