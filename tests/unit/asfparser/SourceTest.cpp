@@ -91,7 +91,8 @@ TEST(AsfReaders, ReadAPacketOnceForBothTracks) {
 // Each track remembers where its own reader stands.
 TEST(AsfReaders, ADamagedPacketLeavesTheOtherTrackWhereItIs) {
     AsfBuilder builder = small_file();
-    const Bytes bytes = patched(builder.build(), builder.data_start() + 5 * 200 + 4, {0xFF});
+    const Bytes whole = builder.build();
+    const Bytes bytes = patched(whole, builder.data_start() + 5 * 200 + 4, {0xFF});
     AsfBytes both(bytes), alone(bytes);
     while (alone.file.read(2).code == 0)
         ASSERT_EQ(both.file.read(2).code, 0u);
@@ -173,12 +174,26 @@ TEST(AsfFormat, LookingForTheIndexHandsOnItsFailures) {
 }
 
 TEST(AsfWaiting, TheIndexMayComeWhenTheSizeIsKnown) {
-    AsfBytes asf(sample_file("asf_wmv_wma").bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Fails});
-    for (const uint32_t code : {kSourceFailed, uint32_t{SPLITER_OK}}) {
-        EXPECT_EQ(asf.file.is_seekable(2), 0u);
-        EXPECT_EQ(asf.file.load_index(), code);
-        asf.source.faults = {};
+    const MemoryStore &store = sample_file("asf_wmv_wma").bytes;
+    TestSource source(store, SPLITER_SOURCE_PROGRESSIVE);
+    SplitterStreamSource record = source.record();
+    static int64_t size = -1;
+    record.size = [](void *, SplitterStream, int64_t *length) {
+        *length = size;
+        return size < 0 ? kNotArrived : uint32_t{SPLITER_OK};
+    };
+    SplitterFile file(kAsfSplitter, record);
+    for (const uint32_t code : {kNotArrived, uint32_t{SPLITER_OK}}) {
+        EXPECT_EQ(file.is_seekable(2), 0u);
+        EXPECT_EQ(file.load_index(), code);
+        size = static_cast<int64_t>(store.size());
     }
+    EXPECT_EQ(file.is_seekable(2), 1u);
+}
+
+TEST(AsfWaiting, EndsForTheIndexWithAnotherFailure) {
+    AsfBytes asf(sample_file("asf_wmv_wma").bytes, SPLITER_SOURCE_PROGRESSIVE, {.size = SizeAnswer::Fails});
+    EXPECT_EQ(asf.file.load_index(), kSourceFailed);
     EXPECT_EQ(asf.file.is_seekable(2), 1u);
 }
 
