@@ -1,0 +1,49 @@
+// What the reader asks of a format: a table of functions, one for each kind of file.
+#ifndef QUORV_SRC_MEDIA_MEDIAFORMAT_H
+#define QUORV_SRC_MEDIA_MEDIAFORMAT_H
+
+#include <quorv/quorv.h>
+
+#include "splitter/Code.h"
+
+namespace quorv {
+
+// Where a packet went and what is known of it. Times in microseconds.
+struct MediaPacket {
+    size_t size;
+    int64_t time_us;
+    int64_t duration_us;
+    int64_t offset;  // in the file, -1 when it does not lie there in one piece
+    bool key;
+};
+
+enum class MediaSeek { KeyFrameBefore, KeyFrameAfter, AnyBefore };
+
+// An open file of a format; each format defines its own.
+struct MediaState;
+
+// All functions return Code::DataPending when the source has answered "not here yet", and change nothing
+// then.
+struct MediaFormat {
+    QuorvContainer container;
+    // How sure it is that a file which begins with these bytes is of the format: 0 for not.
+    uint32_t (*recognise)(const uint8_t *head, size_t size);
+    // *state is null on failure.
+    Code (*open)(const SplitterStreamSource &source, MediaState **state);
+    void (*close)(MediaState *state);
+    uint32_t (*track_count)(const MediaState *state);
+    // Of a track, from 0. What the record points to lives as long as the state.
+    Code (*describe)(MediaState *state, uint32_t index, QuorvTrack *track);
+    // Code::BufferTooSmall: packet->size is what is needed, and nothing has moved. Code::EndOfStream.
+    Code (*read)(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, MediaPacket *packet);
+    // Code::Unsupported where nothing says where the time lies. Any failure leaves the track where it was.
+    Code (*seek)(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode, int64_t *reached_us);
+    // Of a track, or QUORV_WHOLE_FILE.
+    void (*damage)(MediaState *state, uint32_t index, QuorvDamage *damage);
+};
+
+extern const MediaFormat kAviFormat, kAsfFormat, kMpegAudioFormat;
+
+}  // namespace quorv
+
+#endif
