@@ -19,6 +19,11 @@ struct MediaPacket {
 
 enum class MediaSeek { KeyFrameBefore, KeyFrameAfter, AnyBefore };
 
+// How far a track has been read; each format has its own use for the words.
+struct MediaMark {
+    uint64_t words[12];
+};
+
 // An open file of a format; each format defines its own.
 struct MediaState;
 
@@ -35,10 +40,15 @@ struct MediaFormat {
     // Of a track, from 0. What the record points to lives as long as the state.
     Code (*describe)(MediaState *state, uint32_t index, QuorvTrack *track);
     // Code::BufferTooSmall: packet->size is what is needed, and nothing has moved. Code::EndOfStream.
+    // Code::BadFormat: the next call goes on behind the damage.
     Code (*read)(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, MediaPacket *packet);
     // Code::Unsupported where nothing says where the time lies. Any failure leaves the track where it was.
+    // To time 0 every track can be moved.
     Code (*seek)(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode, int64_t *reached_us);
-    // Of a track, or QUORV_WHOLE_FILE.
+    // Notes how far a track has been read, and takes it back there after seeks and reads: none of this reads.
+    void (*mark)(const MediaState *state, uint32_t index, MediaMark *mark);
+    void (*go_back)(MediaState *state, uint32_t index, const MediaMark &mark);
+    // Of a track, or QUORV_WHOLE_FILE. The record is all zero, with first offsets of -1.
     void (*damage)(MediaState *state, uint32_t index, QuorvDamage *damage);
 };
 
