@@ -163,6 +163,10 @@ typedef struct QuorvTrack {
     size_t huffman_tables_size; /**< bytes at huffman_tables */
     int reorders;               /**< nonzero when packets are not shown in the order in which they come,
                                      as far as the codec data tells */
+    uint64_t sample_count;      /**< MPEG audio files: samples of each channel, exactly; 0 when not known */
+    uint32_t trim_front; /**< MPEG audio files: samples that come out of a decoder in front of those, and that
+                              quorv_decode leaves out; the times of packets are those without them */
+    uint32_t trim_back;  /**< the same behind them */
 } QuorvTrack;
 
 /** A piece of a track: a compressed frame, or some samples. */
@@ -391,7 +395,8 @@ typedef struct QuorvSamples {
     size_t frames;          /**< samples of each channel; 0 when there are none yet */
     uint32_t sample_rate;   /**< hertz */
     uint32_t channels;      /**< 1 or 2 */
-    int format_changed;     /**< nonzero when rate or channels differ from those of the call before */
+    int format_changed; /**< nonzero when rate or channels differ from those of the portion before, and for
+                             the first portion of all */
 } QuorvSamples;
 
 /** Flags of quorv_decoder_open. */
@@ -403,7 +408,8 @@ enum {
  * Makes a decoder of MPEG audio, Layers I to III.
  *
  * Where the stream tells how much its encoder added (a Xing or Info header with an encoder's delay and
- * padding), that is trimmed: what comes out is what went into the encoder.
+ * padding), that is trimmed: what comes out is what went into the encoder. The frame that holds such a header
+ * gives no samples, trimmed or not.
  *
  * @param[in]  track    what to decode, of any reader; null for a raw stream
  * @param[in]  flags    QUORV_DECODER_*, or 0
@@ -432,7 +438,7 @@ QUORV_API QuorvResult quorv_decoder_open(const QuorvTrack *track, uint32_t flags
  *
  * @retval QUORV_OK            samples is set
  * @retval QUORV_ERR_ARGUMENT  a null decoder or samples, or null data with a size
- * @retval QUORV_ERR_MEMORY    an allocation failed; only quorv_decoder_reset and quorv_decoder_close help
+ * @retval QUORV_ERR_MEMORY    an allocation failed; nothing was taken, and the call can be repeated
  */
 QUORV_API QuorvResult quorv_decode(QuorvDecoder *decoder, const void *data, size_t size,
                                    const QuorvSamples **samples);
@@ -444,28 +450,33 @@ QUORV_API QuorvResult quorv_decode(QuorvDecoder *decoder, const void *data, size
  * @param[in]  decoder  the decoder
  * @param[out] samples  as for quorv_decode
  *
- * @return as quorv_decode
+ * @retval QUORV_OK            samples is set
+ * @retval QUORV_ERR_ARGUMENT  a null argument
  */
 QUORV_API QuorvResult quorv_decoder_finish(QuorvDecoder *decoder, const QuorvSamples **samples);
 
 /**
- * Forgets what has been decoded, for after a seek: nothing is trimmed in front any more.
+ * Forgets what has been decoded, for after a seek.
  *
  * @param[in] decoder  the decoder
+ * @param[in] time_us  where the stream goes on: the time of the next packet of the decoder's track, by which
+ *                     is known what is still to be trimmed. 0 is the beginning of the stream; below 0 stands
+ *                     for a place that is not known, and nothing is trimmed
  *
  * @retval QUORV_OK            done
  * @retval QUORV_ERR_ARGUMENT  null
  */
-QUORV_API QuorvResult quorv_decoder_reset(QuorvDecoder *decoder);
+QUORV_API QuorvResult quorv_decoder_reset(QuorvDecoder *decoder, int64_t time_us);
 
 /** Frames that could not be decoded, by reason. */
 typedef struct QuorvSkippedFrames {
     uint64_t total;        /**< frames, or runs of bytes that are none */
-    uint64_t lost_sync;    /**< bytes that are no frame where one was expected */
+    uint64_t lost_sync;    /**< runs of bytes that are no frame where one was expected */
     uint64_t bad_check;    /**< the check word does not match */
     uint64_t no_reservoir; /**< they need bytes of earlier frames that were not there */
     uint64_t bad_data;     /**< a header or contents that break the standard */
     uint32_t last_code;    /**< MP3_ERR_* of the latest; 0 for none */
+    uint64_t cut_off;      /**< the stream ends inside of them */
 } QuorvSkippedFrames;
 
 /**
