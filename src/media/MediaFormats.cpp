@@ -1,0 +1,59 @@
+// Finds out of which format a file is; see the header.
+
+#include "media/MediaFormats.h"
+
+namespace quorv {
+
+namespace {
+
+constexpr std::array<const MediaFormat *, 0> kFormats = {};
+
+constexpr size_t kHeadBytes = 8192;
+// Of tags one behind the other, which no program writes.
+constexpr int kMostTags = 16;
+
+// The bytes of the ID3v2 tag at the beginning; 0 when there is none.
+uint64_t tag_size(const uint8_t *head, size_t size) {
+    constexpr size_t kTagHeader = 10;
+    constexpr uint8_t kHasFooter = 0x10;
+    if (size < kTagHeader || memcmp(head, "ID3", 3) != 0) return 0;
+    uint64_t content = 0;
+    for (size_t i = 6; i < kTagHeader; ++i)
+        content = content << 7 | (head[i] & 0x7F);
+    return kTagHeader + content + ((head[5] & kHasFooter) != 0 ? kTagHeader : 0);
+}
+
+const MediaFormat *most_certain(const uint8_t *head, size_t size) {
+    const MediaFormat *best = nullptr;
+    uint32_t certainty = 0;
+    for (const MediaFormat *format : kFormats) {
+        const uint32_t own = format->recognise(head, size);
+        if (own <= certainty) continue;
+        certainty = own;
+        best = format;
+    }
+    return best;
+}
+
+}  // namespace
+
+Code find_media_format(MediaSource *source, const MediaFormat **format) {
+    const Owned<uint8_t[]> head = make_array<uint8_t>(kHeadBytes);
+    if (head == nullptr) return Code::NoMemory;
+    *format = nullptr;
+    uint64_t offset = 0;
+    for (int tags = 0; *format == nullptr && tags <= kMostTags; ++tags) {
+        size_t got = 0;
+        const Code code = source->read_at(offset, head.get(), kHeadBytes, &got);
+        if (code != Code::Ok) return code;
+        const uint64_t tag = tag_size(head.get(), got);
+        if (tag == 0) *format = most_certain(head.get(), got);
+        if (tag == 0) break;
+        offset += tag;
+    }
+    // Other containers do not begin with a tag.
+    const bool found = *format != nullptr && (offset == 0 || (*format)->container == QUORV_CONTAINER_MPEG_AUDIO);
+    return found ? Code::Ok : Code::NoParser;
+}
+
+}  // namespace quorv
