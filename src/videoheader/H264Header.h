@@ -10,12 +10,16 @@ namespace quorv {
 // nal_unit_type (table 7-1). Types 1 to 5 are slices, or partitions of one.
 enum H264NalType : uint32_t {
     kNalSlice = 1,
+    kNalPartitionA = 2,
     kNalIdrSlice = 5,
     kNalSei = 6,
     kNalSps = 7,
     kNalPps = 8,
     kNalDelimiter = 9,
 };
+
+// nal_ref_idc in the byte behind a start code: not 0 for pictures that others refer to.
+inline constexpr uint8_t kNalRefIdcMask = 0x60;
 
 // The type in the byte behind a start code.
 constexpr uint32_t nal_unit_type(uint8_t header) {

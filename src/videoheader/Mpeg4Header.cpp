@@ -27,13 +27,9 @@ constexpr uint32_t kShapeRectangular = 0;
 constexpr uint32_t kShapeBinaryOnly = 2;
 constexpr uint32_t kSpriteStatic = 1;
 constexpr uint32_t kSpriteGmc = 2;
+constexpr uint32_t kSimpleObject = 1;
 constexpr uint32_t kExtendedAspectRatio = 15;
 constexpr uint32_t kMaxIncrementBits = 16;
-
-struct VopHeader {
-    uint32_t coding_type;
-    bool coded;
-};
 
 // Opens the reader behind the first start code from `first` to `last` that begins within the first
 // search_limit bytes. Start codes are passed over whole, all four bytes.
@@ -69,13 +65,39 @@ uint32_t time_increment_bits(uint32_t resolution) {
     return resolution < 2 ? 1 : static_cast<uint32_t>(std::bit_width(resolution - 1));
 }
 
-void skip_vol_control_parameters(bs_utility *bs) {
-    bs_skip_bits_utility(bs, 2 + 1);  // chroma_format, low_delay
+// The head of a layer, up to vol_control_parameters.
+struct LayerHead {
+    uint32_t verid = 1;
+    bool low_delay;
+};
+
+// Returns low_delay.
+bool read_vol_control_parameters(bs_utility *bs) {
+    bs_skip_bits_utility(bs, 2);  // chroma_format
+    const bool low_delay = read_flag(bs);
     const bool vbv_parameters = read_flag(bs);
-    if (!vbv_parameters) return;
+    if (!vbv_parameters) return low_delay;
     bs_skip_32bits_utility(bs);
     bs_skip_32bits_utility(bs);
     bs_skip_bits_utility(bs, 79 - 64);
+    return low_delay;
+}
+
+LayerHead read_layer_head(bs_utility *bs) {
+    LayerHead head;
+    bs_skip_bits_utility(bs, 1);  // random_accessible_vol
+    // Simple objects have no B-VOPs; others may have them unless they say that they do not.
+    head.low_delay = bs_get_bits_utility(bs, 8) == kSimpleObject;
+    const bool is_object_layer_identifier = read_flag(bs);
+    if (is_object_layer_identifier) {
+        head.verid = bs_get_bits_utility(bs, 4);
+        bs_skip_bits_utility(bs, 3);  // video_object_layer_priority
+    }
+    const uint32_t aspect_ratio_info = bs_get_bits_utility(bs, 4);
+    if (aspect_ratio_info == kExtendedAspectRatio) bs_skip_bits_utility(bs, 8 + 8);  // par_width, par_height
+    const bool vol_control_parameters = read_flag(bs);
+    if (vol_control_parameters) head.low_delay = read_vol_control_parameters(bs);
+    return head;
 }
 
 void skip_sprite(bs_utility *bs, uint32_t sprite_enable) {
@@ -131,18 +153,7 @@ int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param) 
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
 
-int32_t parse_vol(bs_utility *bs, ZevVideoParam *param) {
-    bs_skip_bits_utility(bs, 1 + 8);  // random_accessible_vol, video_object_type_indication
-    uint32_t verid = 1;
-    const bool is_object_layer_identifier = read_flag(bs);
-    if (is_object_layer_identifier) {
-        verid = bs_get_bits_utility(bs, 4);
-        bs_skip_bits_utility(bs, 3);  // video_object_layer_priority
-    }
-    const uint32_t aspect_ratio_info = bs_get_bits_utility(bs, 4);
-    if (aspect_ratio_info == kExtendedAspectRatio) bs_skip_bits_utility(bs, 8 + 8);  // par_width, par_height
-    const bool vol_control_parameters = read_flag(bs);
-    if (vol_control_parameters) skip_vol_control_parameters(bs);
+int32_t parse_vol(bs_utility *bs, const LayerHead &head, ZevVideoParam *param) {
     const uint32_t shape = bs_get_bits_utility(bs, 2);
     if (shape != kShapeRectangular && shape != kShapeBinaryOnly) return VIDHDR_ERR_UNSUPPORTED;
     skip_marker(bs);
@@ -150,12 +161,12 @@ int32_t parse_vol(bs_utility *bs, ZevVideoParam *param) {
     skip_marker(bs);
     const bool fixed_vop_rate = read_flag(bs);
     if (fixed_vop_rate) bs_skip_bits_utility(bs, param->time_increment_bits);
-    if (shape == kShapeRectangular) return parse_rectangular(bs, verid, param);
-    const bool scalability = verid != 1 && read_flag(bs);
+    if (shape == kShapeRectangular) return parse_rectangular(bs, head.verid, param);
+    const bool scalability = head.verid != 1 && read_flag(bs);
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
 
-VopHeader parse_vop(bs_utility *bs, uint32_t increment_bits) {
+Mpeg4Vop parse_vop(bs_utility *bs, uint32_t increment_bits) {
     const uint32_t coding_type = bs_get_bits_utility(bs, 2);
     // modulo_time_base, one bit a second; zeros follow the data, so this ends.
     bool more = true;
@@ -170,7 +181,7 @@ VopHeader parse_vop(bs_utility *bs, uint32_t increment_bits) {
 
 // Finds and reads the first VOP header; the arguments are those of the exported functions.
 int32_t find_vop(const uint8_t *data, uint32_t length, const ZevVideoParam *param, const uint32_t *out,
-                 VopHeader *vop) {
+                 Mpeg4Vop *vop) {
     if (data == nullptr || param == nullptr || out == nullptr) return VIDHDR_ERR_INVALID_ARG;
     bs_utility bs;
     if (!open_behind_start_code(&bs, data, length, length, kMpeg4Vop, kMpeg4Vop)) return VIDHDR_ERR_NO_VOP;
@@ -179,6 +190,22 @@ int32_t find_vop(const uint8_t *data, uint32_t length, const ZevVideoParam *para
 }
 
 }  // namespace
+
+Mpeg4Layer mpeg4_read_layer(const uint8_t *begin, const uint8_t *end) {
+    bs_utility bs;
+    bs_open_utility(&bs, begin, static_cast<uint32_t>(end - begin));
+    const LayerHead head = read_layer_head(&bs);
+    ZevVideoParam param = {};
+    // What this library has no use for is of no consequence: the increment stands in front of that.
+    static_cast<void>(parse_vol(&bs, head, &param));
+    return {param.time_increment_bits, !head.low_delay};
+}
+
+Mpeg4Vop mpeg4_read_vop(const uint8_t *begin, const uint8_t *end, uint32_t increment_bits) {
+    bs_utility bs;
+    bs_open_utility(&bs, begin, static_cast<uint32_t>(end - begin));
+    return parse_vop(&bs, increment_bits);
+}
 
 void mpeg4_read_quant_matrix(bs_utility *bs, uint8_t (&matrix)[64]) {
     uint8_t last = 0;
@@ -200,7 +227,8 @@ int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_lim
     if (!open_behind_start_code(&bs, data, length, search_limit, kMpeg4FirstVol, kMpeg4LastVol)) {
         return VIDHDR_ERR_NO_VOL;
     }
-    return parse_vol(&bs, param);
+    const LayerHead head = read_layer_head(&bs);
+    return parse_vol(&bs, head, param);
 }
 
 }  // namespace quorv
@@ -212,7 +240,7 @@ int32_t ZEV_MPEG4_GetVideoParam(const uint8_t *data, uint32_t length, ZevVideoPa
 
 int32_t ZEV_MPEG4_GetVopType(const uint8_t *data, uint32_t length, const ZevVideoParam *param,
                              uint32_t *not_coded) {
-    quorv::VopHeader vop;
+    quorv::Mpeg4Vop vop;
     const int32_t result = quorv::find_vop(data, length, param, not_coded, &vop);
     if (result == VIDHDR_OK) *not_coded = vop.coded ? 0 : 1;
     return result;
@@ -220,7 +248,7 @@ int32_t ZEV_MPEG4_GetVopType(const uint8_t *data, uint32_t length, const ZevVide
 
 int32_t ZEV_MPEG4_GetVop_IPB(const uint8_t *data, uint32_t length, const ZevVideoParam *param,
                              uint32_t *coding_type) {
-    quorv::VopHeader vop;
+    quorv::Mpeg4Vop vop;
     const int32_t result = quorv::find_vop(data, length, param, coding_type, &vop);
     if (result != VIDHDR_OK) return result;
     *coding_type = VIDHDR_VOP_NOT_CODED;

@@ -16,6 +16,24 @@ inline constexpr uint8_t kMpeg4GroupOfVop = 0xB3, kMpeg4Vop = 0xB6;
 // header behind it is read up to the end of the data. `data` may be null only when length is 0.
 int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_limit, ZevVideoParam *param);
 
+// What of a layer's header tells how its pictures are ordered.
+struct Mpeg4Layer {
+    uint32_t increment_bits;  // of vop_time_increment; 0 when not known
+    bool reorders;            // there may be B-VOPs
+};
+
+// A picture: coding_type 0 to 3 for I, P, B and S. One that is not coded repeats the one before, or only
+// fills the place of one that was packed with another.
+struct Mpeg4Vop {
+    uint32_t coding_type;
+    bool coded;
+};
+inline constexpr uint32_t kMpeg4BVop = 2;
+
+// Read the header behind a start code.
+Mpeg4Layer mpeg4_read_layer(const uint8_t *begin, const uint8_t *end);
+Mpeg4Vop mpeg4_read_vop(const uint8_t *begin, const uint8_t *end, uint32_t increment_bits);
+
 // Raster position of each coefficient of an 8x8 block in transmission order.
 extern const uint16_t zigzag_scan_table_utitlity[64];
 
