@@ -39,6 +39,8 @@ uint8_t *AsfAssembly::make_room(const ASF_DataObjectEntry &entry) {
 
 void AsfAssembly::add(const ASF_DataObjectEntry &entry) {
     const auto end = static_cast<uint32_t>(entry.offset_into_object + entry.data_length);
+    const bool only = bytes_ == 0 && entry.offset_into_object == 0;
+    file_offset_ = only ? static_cast<int64_t>(entry.file_offset) : -1;
     bytes_ += static_cast<uint32_t>(entry.data_length);
     written_end_ = std::max(written_end_, end);
     // Later fragments need not repeat it.

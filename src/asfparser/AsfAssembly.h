@@ -30,6 +30,8 @@ public:
     uint32_t needed_size() const { return needed_size_; }
     int32_t pts() const { return pts_; }
     bool key_frame() const { return key_frame_; }
+    // Where its bytes begin in the file; -1 when they do not lie there in one piece.
+    int64_t file_offset() const { return file_offset_; }
 
 private:
     uint8_t *buffer_;
@@ -39,6 +41,7 @@ private:
     uint32_t object_number_ = 0;
     int32_t object_size_ = -1;
     int32_t pts_ = -1;
+    int64_t file_offset_ = -1;
     uint64_t bytes_ = 0;        // delivered by fragments
     uint32_t written_end_ = 0;  // of the buffer
     uint32_t needed_size_ = 0;

@@ -11,10 +11,10 @@ constexpr uint32_t kMaxScannedPackets = 1000;
 // The duration of a frame whose end the next one does not give.
 constexpr int32_t kUnknownDuration = 1;
 
-int32_t duration_until(const ASF_DataObjectEntry &next, int32_t pts) {
-    if (!next.has_time() || next.pts < pts) return kUnknownDuration;
-    const int64_t duration = int64_t{next.pts} - pts;
-    return duration > INT32_MAX ? kUnknownDuration : static_cast<int32_t>(duration);
+// False when the next frame does not tell it.
+bool measure_until(const ASF_DataObjectEntry &next, int32_t pts, int32_t *duration) {
+    if (!next.has_time() || next.pts < pts) return false;
+    return !__builtin_sub_overflow(next.pts, pts, duration);
 }
 
 }  // namespace
@@ -31,6 +31,7 @@ Code AsfFrameAssembler::load(AsfObject *object) {
     object->size = frame_.size();
     object->pts = frame_.pts();
     object->key_frame = frame_.key_frame();
+    object->file_offset = frame_.file_offset();
     state_.expected_pts =
         static_cast<int32_t>(static_cast<uint32_t>(object->pts) + static_cast<uint32_t>(object->duration));
     return Code::Ok;
@@ -48,7 +49,8 @@ Code AsfFrameAssembler::assemble(AsfObject *object) {
                 if (!entry.starts_object()) continue;
                 frame_.start(entry, state_.expected_pts);
             } else if (frame_.ends_before(entry)) {
-                object->duration = duration_until(entry, frame_.pts());
+                object->duration_known = measure_until(entry, frame_.pts(), &object->duration);
+                if (!object->duration_known) object->duration = kUnknownDuration;
                 state_.position = at;
                 return Code::Ok;
             }

@@ -12,7 +12,9 @@ struct AsfObject {
     uint32_t size;  // bytes, also the size that is needed when the buffer was too small
     int32_t pts;    // milliseconds; negative in odd files
     int32_t duration;
+    bool duration_known;  // else `duration` is only what the interface reports
     bool key_frame;
+    int64_t file_offset;  // -1 when it does not lie in the file in one piece
 };
 
 // For one frame.

@@ -80,7 +80,7 @@ Code HeaderWalk::read_child(const AsfObjectHeader &child) {
 
 Code HeaderWalk::read_file_properties() {
     reader_.skip(16 + 8 + 8 + 8);  // identifier, size, creation date, packet count
-    const uint64_t play_duration = reader_.le64();
+    const uint64_t play_duration = header_.play_duration = reader_.le64();
     reader_.le64();  // send duration
     header_.preroll = static_cast<uint32_t>(reader_.le64());
     const uint64_t duration = static_cast<uint32_t>(play_duration) / kAsfUnitsPerMillisecond +
@@ -137,11 +137,15 @@ Code HeaderWalk::read_header_extension() {
 }
 
 void HeaderWalk::read_extended_stream_properties(uint32_t size) {
-    reader_.skip(44 + 4);  // times, rates, buffer sizes, largest object, flags
+    reader_.skip(16);  // times
+    const uint32_t bit_rate = reader_.le32();
+    reader_.skip(24 + 4);  // other rates, buffer sizes, largest object, flags
     const uint32_t stream_number = reader_.le16();
     reader_.skip(2);  // language
     const auto units = static_cast<uint32_t>(reader_.le64());
     reader_.skip(size - kExtendedStreamPropertiesBytes);
+    if (reader_.code() == Code::Ok && stream_number < kAsfStreamNumbers)
+        header_.facts[stream_number] = {units, bit_rate};
     if (reader_.code() != Code::Ok || header_.interval_count == std::size(header_.intervals)) return;
     header_.intervals[header_.interval_count++] = {stream_number, units / kAsfUnitsPerMillisecond};
 }

@@ -20,7 +20,9 @@ struct AsfAudioStream {
     bool present = false;
     uint32_t stream_number = 0;
     uint32_t codec = 0;  // FourCC, 0 when it is not known
+    uint32_t format_tag = 0;
     uint32_t channels = 0, sample_rate = 0, block_align = 0, bits_per_sample = 0, bit_rate = 0;
+    uint32_t container_bits = 0;  // that a sample takes, as stated
     AsfCodecData codec_data;
 };
 
@@ -28,6 +30,7 @@ struct AsfVideoStream {
     bool present = false;
     uint32_t stream_number = 0;
     uint32_t codec = 0;              // FourCC, 0 when it is not known
+    uint32_t tag = 0;                // FourCC, of the stream that is taken
     uint32_t unrecognised_code = 0;  // FourCC, as long as no stream with a known codec has come
     uint32_t width = 0, height = 0;
     AsfCodecData codec_data = {.first = true};
@@ -40,16 +43,26 @@ struct AsfFrameInterval {
     uint32_t stream_number, milliseconds;
 };
 
+inline constexpr uint32_t kAsfStreamNumbers = 128;
+
+// The same for any stream, as far as it is said.
+struct AsfStreamFacts {
+    uint32_t frame_units;  // from frame to frame, in units of 100 nanoseconds; 0 when it is not said
+    uint32_t bit_rate;     // 0 when it is not said
+};
+
 // The default is that of a file without a header.
 struct AsfHeader {
     uint32_t packet_size = 4096;
     uint32_t max_bitrate = 0;
-    uint32_t duration = 0;  // milliseconds, the preroll not counted; 0 when it is not known
-    uint32_t preroll = 0;   // milliseconds
+    uint32_t duration = 0;       // milliseconds, the preroll not counted; 0 when it is not known
+    uint32_t preroll = 0;        // milliseconds
+    uint64_t play_duration = 0;  // preroll included, in units of 100 nanoseconds
     AsfAudioStream audio;
     AsfVideoStream video;
     AsfFrameInterval intervals[2] = {};  // the first ones in the file
     uint32_t interval_count = 0;
+    AsfStreamFacts facts[kAsfStreamNumbers] = {};  // by stream number
     uint64_t first_packet = 0;
     uint64_t data_end = 0;  // of the Data Object, at most the end of the stream
     bool is_cut = false;    // the stream ends before the Data Object

@@ -59,31 +59,39 @@ Code asf_prime(AsfContext *context) {
     return Code::Ok;
 }
 
-Code asf_read_frame(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size,
-                    SplitterFrameInfo *frame) {
+Code asf_read_object(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size, AsfObject *object) {
     AsfHeader &header = context->header;
     const bool video = context->is_video(track);
     AsfProgress &progress = video ? context->video : context->audio;
     AsfCodecData &codec_data = video ? header.video.codec_data : header.audio.codec_data;
+    *object = {};
     if (progress.ended || (header.duration != 0 && progress.position >= header.duration))
         return Code::EndOfStream;
 
     const uint32_t prefix = codec_data.first ? codec_data.length : 0;
     if (prefix != 0) memcpy(buffer, codec_data.bytes, std::min(prefix, size));
-    AsfObject object;
-    const Code code = load(context, track - 1, prefix, buffer, size, &object);
-    if (code == Code::BufferTooSmall) frame->size = prefix + object.size;
+    const Code code = load(context, track - 1, prefix, buffer, size, object);
+    object->size += prefix;
     progress.ended = code == Code::EndOfStream;
     if (code != Code::Ok) return code;
 
     // Codec data that was sent with an audio frame is not reported any more; that of video is.
     if (video) codec_data.first = false;
     if (!video && prefix != 0) codec_data.length = 0;
-    frame->size = prefix + object.size;
+    progress.position = asf_reported_time(object->pts) + static_cast<uint32_t>(object->duration);
+    return Code::Ok;
+}
+
+Code asf_read_frame(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size,
+                    SplitterFrameInfo *frame) {
+    AsfObject object;
+    const Code code = asf_read_object(context, track, buffer, size, &object);
+    if (code == Code::BufferTooSmall) frame->size = object.size;
+    if (code != Code::Ok) return code;
+    frame->size = object.size;
     frame->time_stamp = asf_reported_time(object.pts);
     frame->duration = static_cast<uint32_t>(object.duration);
-    frame->key_frame = video && !object.key_frame ? 0 : 1;
-    progress.position = frame->time_stamp + frame->duration;
+    frame->key_frame = context->is_video(track) && !object.key_frame ? 0 : 1;
     return Code::Ok;
 }
 

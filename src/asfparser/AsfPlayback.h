@@ -10,7 +10,10 @@ namespace quorv {
 // lowest time in them is what all times count from. Fails only with what may pass; then it was not done.
 Code asf_prime(AsfContext *context);
 
-// The next frame of a track that is video or audio; *frame comes zeroed.
+// The next frame of a track that is video or audio, with what goes in front of it. Code::BufferTooSmall
+// leaves the size that is needed.
+Code asf_read_object(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size, AsfObject *object);
+// The same as callers see it; *frame comes zeroed.
 Code asf_read_frame(AsfContext *context, uint32_t track, uint8_t *buffer, uint32_t size,
                     SplitterFrameInfo *frame);
 

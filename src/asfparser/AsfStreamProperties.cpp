@@ -63,12 +63,13 @@ Code asf_read_audio_properties(AsfHeaderReader *reader, uint32_t stream_number, 
     }
     audio->present = true;
     audio->stream_number = stream_number;
-    audio->codec = find_codec(kAudioCodecs, reader->le16());
+    audio->format_tag = reader->le16();
+    audio->codec = find_codec(kAudioCodecs, audio->format_tag);
     audio->channels = reader->le16();
     audio->sample_rate = reader->le32();
     audio->bit_rate = saturate_to_u32(uint64_t{reader->le32()} * 8);
     audio->block_align = reader->le16();
-    audio->bits_per_sample = reader->le16();
+    audio->bits_per_sample = audio->container_bits = reader->le16();
     read_codec_data(reader, reader->le16(), &audio->codec_data);
     audio->codec_data.first = audio->codec == fourcc("mp3 ");
     if (audio->codec == fourcc("mp3 ") || audio->codec == fourcc("aac ")) audio->bits_per_sample = 16;
@@ -88,9 +89,10 @@ Code asf_read_video_properties(AsfHeaderReader *reader, uint32_t stream_number, 
     const uint32_t compression = reader->le32();
     if (reader->code() != Code::Ok) return reader->code();
     video->stream_number = stream_number;
+    video->tag = __builtin_bswap32(compression);
     video->codec = find_codec(kVideoCodecs, compression);
     if (video->codec == 0) {
-        video->unrecognised_code = __builtin_bswap32(compression);
+        video->unrecognised_code = video->tag;
         reader->skip(length - kUpToCompression);
         return reader->code();
     }

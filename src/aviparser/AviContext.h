@@ -55,7 +55,8 @@ struct AviLegacyIndex {
 struct AviContext {
     StreamSource source;
     ReadWindow window;
-    bool closing;                            // a Close has failed: only another Close is left
+    bool patient;  // bytes that have not arrived end nothing: whoever reads asks the source's met_pending
+    bool closing;  // a Close has failed: only another Close is left
     Owned<SplitterTrackEntry[]> track_list;  // null, or room for kAviMaxTracks entries
 
     bool header_parsed;

@@ -48,6 +48,7 @@ void strip_codec_data(AviTrack *track, AviPacket *packet) {
     if (strip.bytes == 0 || packet->dts != strip.dts) return;
     const auto bytes = std::min(static_cast<int32_t>(strip.bytes), packet->size);
     packet->size -= bytes;
+    if (packet->position >= 0) packet->position += bytes;
     memmove(packet->data, packet->data + bytes, static_cast<size_t>(packet->size));
     strip = {};
 }

@@ -58,15 +58,10 @@ private:
 };
 
 Code HeaderWalk::open_riff() {
-    static constexpr char kSignatures[][9] = {"RIFFAVI ", "RIFFAVIX", "RIFFAVI\x19", "ON2 ON2f", "RIFFAMV "};
-    uint8_t head[12];
+    uint8_t head[kAviSignatureBytes];
     uint32_t delivered = 0;
     if (source_.read_at(0, head, sizeof(head), &delivered) != Code::Ok) return Code::Io;
-    const bool known =
-        std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](const char *signature) {
-            return memcmp(head, signature, 4) == 0 && memcmp(head + 8, signature + 4, 4) == 0;
-        });
-    if (!known) return Code::Io;
+    if (!avi_has_signature(head)) return Code::Io;
 
     AviMedia &media = context_.media;
     media.riff_end = 8 + int64_t{load_le32(head + 4)};
@@ -204,6 +199,7 @@ Code HeaderWalk::parse_stream_header(uint32_t size) {
     current_ = track;
 
     if (context_.main.amv) type = track->stream_number == 0 ? avi_tag("vids") : avi_tag("auds");
+    track->stated.format_tag = handler;
     if (is_dv(type)) {
         if (stream_count_ != 1 || !is_dv_handler(handler)) return Code::BadFormat;
         has_dv_ = true;
@@ -224,12 +220,16 @@ Code HeaderWalk::parse_stream_fields(AviTrack *track, uint32_t type, AviChunkRea
     track->sampling.sample_size = reader->le32();
     if (reader->failed()) return Code::Io;
 
+    const uint32_t microseconds = context_.main.microseconds_per_frame;
+    track->stated.has_rate = (scale != 0 && rate != 0) || microseconds != 0;
     if (scale == 0 || rate == 0) {
-        const uint32_t microseconds = context_.main.microseconds_per_frame;
         scale = microseconds != 0 ? microseconds : 1;
         rate = microseconds != 0 ? 1000000 : 25;
     }
     avi_set_pts_info(track, 64, scale, rate);
+    track->stated.scale = scale;
+    track->stated.rate = rate;
+    track->stated.length = length;
     track->duration = clamp_to_u64(avi_units_to_ms(track->time_base, length));
     track->video.frame_rate = rate / scale;
 
@@ -291,6 +291,13 @@ Code finish_header(AviContext *context, Code walk_code) {
 }
 
 }  // namespace
+
+bool avi_has_signature(const uint8_t *head) {
+    static constexpr char kSignatures[][9] = {"RIFFAVI ", "RIFFAVIX", "RIFFAVI\x19", "ON2 ON2f", "RIFFAMV "};
+    return std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](const char *signature) {
+        return memcmp(head, signature, 4) == 0 && memcmp(head + 8, signature + 4, 4) == 0;
+    });
+}
 
 Code avi_read_header(AviContext *context) {
     avi_clear_header(context);

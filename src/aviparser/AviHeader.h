@@ -6,6 +6,11 @@
 
 namespace quorv {
 
+inline constexpr uint32_t kAviSignatureBytes = 12;
+
+// Whether a file that begins with these bytes is an AVI file.
+bool avi_has_signature(const uint8_t *head);
+
 // Parses the header afresh: makes the tracks, finds the media data, reads the indexes that a local source has
 // at hand and takes the codec data of video tracks from their first frames where the header has none.
 //

@@ -37,11 +37,12 @@ bool is_known(const AviTrack &track, int64_t position) {
     return track.opendml.size != 0 && track.index.count != 0 && position <= track.index.last().pos;
 }
 
-bool is_key_frame(const AviTrack &track, const Idx1Entry &entry) {
+uint32_t key_flags(const AviTrack &track, const Idx1Entry &entry) {
     // Decoding cannot start on an empty chunk, whatever is said of it.
-    if (entry.size == 0) return false;
+    if (entry.size == 0) return 0;
+    if (entry.key_frame) return kAviIndexKeyFrame | kAviIndexStatedKey;
     const bool first_picture = track.type == SPLITER_TRACK_VIDEO && track.index.key_frame_count == 0;
-    return entry.key_frame || entry.stream == 1 || first_picture;
+    return entry.stream == 1 || first_picture ? kAviIndexKeyFrame : 0;
 }
 
 void add_entry(AviContext *context, const Idx1Entry &entry) {
@@ -57,8 +58,7 @@ void add_entry(AviContext *context, const Idx1Entry &entry) {
     AviIndexArray &index = track->index;
     if (!repeated && (entry.size != 0 || track->sampling.sample_size == 0)) {
         // One that there is no room for is lost, and its time passes.
-        avi_add_index_entry(&index, position, index.next_timestamp, entry.size,
-                            is_key_frame(*track, entry) ? kAviIndexKeyFrame : 0);
+        avi_add_index_entry(&index, position, index.next_timestamp, entry.size, key_flags(*track, entry));
     }
     index.next_timestamp += avi_piece_duration(track->sampling, entry.size);
 }
@@ -149,6 +149,7 @@ Code avi_read_idx1(AviContext *context) {
     Code code = context->source.move_to(start);
     if (code != Code::Ok) return code;
     code = context->source.read_fully(idx1.block.get(), size, &delivered);
+    if (code == Code::DataPending && context->patient) return code;
     idx1.position += delivered;
     // A source of unknown size just ends: nobody has promised more.
     const bool may_fall_short = code == Code::Ok && !context->media.size_known();

@@ -62,7 +62,8 @@ int32_t avi_index_search_timestamp(const AviIndexArray &index, int64_t timestamp
     const bool backward = (flags & kAviSearchBackward) != 0;
     int32_t place = backward ? below : above;
     if ((flags & kAviSearchAnyFrame) == 0) {
-        while (place >= 0 && place < count && !avi_is_key_entry(entries[place]))
+        const uint32_t wanted = (flags & kAviSearchStatedKey) != 0 ? kAviIndexStatedKey : kAviIndexKeyFrame;
+        while (place >= 0 && place < count && (entries[place].flags_and_size & wanted) == 0)
             place += backward ? -1 : 1;
     }
     return place == count ? -1 : place;

@@ -11,10 +11,11 @@ namespace quorv {
 struct AviIndexEntry {
     int64_t pos;              // of the chunk's header in the stream
     int64_t timestamp;        // in time-base units; bytes for streams with a sample size
-    uint32_t flags_and_size;  // bits 0-1: flags (bit 0 = key frame), bits 2-31: size of the chunk's data
+    uint32_t flags_and_size;  // bits 0-1: flags, bits 2-31: size of the chunk's data
 };
 
-inline constexpr uint32_t kAviIndexKeyFrame = 1;
+inline constexpr uint32_t kAviIndexKeyFrame = 1;   // as the interface reports it
+inline constexpr uint32_t kAviIndexStatedKey = 2;  // as the file says
 
 constexpr bool avi_is_key_entry(const AviIndexEntry &entry) {
     return (entry.flags_and_size & kAviIndexKeyFrame) != 0;
@@ -48,6 +49,7 @@ enum AviSearchFlags : uint32_t {
     kAviSearchForward = 0,   // the entry at or after the time stamp
     kAviSearchBackward = 1,  // the entry at or before it
     kAviSearchAnyFrame = 4,  // not only key frames
+    kAviSearchStatedKey = 8  // only those that are key frames by the file's own word
 };
 
 // Inserts an entry, or overwrites the one with the same time stamp. Returns its place, or -1 when the array

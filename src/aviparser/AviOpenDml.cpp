@@ -95,7 +95,8 @@ bool OpenDmlReader::add_entry(AviTrack *track, const IndexHeader &header, const 
     const bool repeated = index.count != 0 && index.last().pos == position;
     if (present && !repeated && (length != 0 || track->sampling.sample_size == 0)) {
         // Decoding cannot start on an empty chunk, whatever is said of it.
-        const uint32_t flags = (size & kNotKeyFrame) != 0 || length == 0 ? 0 : kAviIndexKeyFrame;
+        const bool key = (size & kNotKeyFrame) == 0 && length != 0;
+        const uint32_t flags = key ? kAviIndexKeyFrame | kAviIndexStatedKey : 0;
         if (avi_add_index_entry(&index, position, index.next_timestamp, length, flags) < 0) return false;
     }
     index.next_timestamp += avi_piece_duration(track->sampling, length);

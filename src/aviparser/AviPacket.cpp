@@ -96,6 +96,7 @@ Code read_piece(AviContext *context, AviTrack *track, AviPacket *packet) {
     if (palette.changed) {
         memcpy(packet->data + size, palette.entries, kAviPaletteBytes);
         packet->size += static_cast<int32_t>(kAviPaletteBytes);
+        packet->position = -1;  // it does not lie there in one piece
         palette.changed = false;
     }
     return Code::Ok;

@@ -38,23 +38,29 @@ Code append_bottom_up(AviHeaderData *codec_data) {
 
 Code avi_get_wav_header(AviTrack *track, AviChunkReader *reader) {
     SplitterAudioInfo &audio = track->audio;
+    AviStated &stated = track->stated;
     const uint32_t size = reader->left();
-    const uint32_t format_tag = reader->le16();
+    const uint32_t format_tag = stated.format_tag = reader->le16();
     audio.codec = avi_wave_format_codec(format_tag);
-    audio.channels = std::min(reader->le16(), 2u);
+    stated.channels = reader->le16();
+    audio.channels = std::min(stated.channels, 2u);
     audio.sample_rate = reader->le32();
     audio.bit_rate = saturate_to_u32(uint64_t{reader->le32()} * 8);
     audio.block_align = reader->le16();
     // The oldest form of the record ends before the bits per sample.
     audio.bits_per_sample = size < 16 ? 8 : reader->le16();
+    stated.container_bits = stated.bits_per_sample = audio.bits_per_sample;
     if (audio.bits_per_sample == 0) audio.bits_per_sample = 16;
     if (size < 18) return Code::Ok;
 
     uint32_t extra = reader->le16();
     extra = std::min(extra, reader->left());
     if (extra >= 22 && format_tag == kWaveFormatExtensible) {
-        if (const uint32_t valid_bits = reader->le16(); valid_bits != 0) audio.bits_per_sample = valid_bits;
-        reader->skip(20);  // channel mask and sub-format
+        if (const uint32_t valid_bits = reader->le16(); valid_bits != 0)
+            audio.bits_per_sample = stated.bits_per_sample = valid_bits;
+        reader->skip(4);                     // channel mask
+        stated.format_tag = reader->le16();  // what the sub-format begins with
+        reader->skip(14);
         extra -= 22;
     }
     return reader->read_data(extra, &track->codec_data);
@@ -86,7 +92,7 @@ Code read_video_format(AviTrack *track, AviChunkReader *reader) {
     video.width = reader->le32();
     video.height = picture_height(reader->le32());
     reader->skip(4);  // planes, bit count
-    const uint32_t compression = reader->le32();
+    const uint32_t compression = track->stated.format_tag = reader->le32();
     reader->skip(20);  // image size, resolution and colour counts
     if (compression == avi_tag("DXSB") || compression == avi_tag("DXSA")) {
         track->type = SPLITER_TRACK_TEXT;

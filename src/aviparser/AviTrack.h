@@ -10,6 +10,17 @@ namespace quorv {
 
 inline constexpr uint32_t kAviPaletteBytes = 1024;
 
+// What the stream's headers say where the records of the interface have less room for it.
+struct AviStated {
+    uint32_t format_tag;  // of the bitmap header, of the wave format or of its sub-format, as read
+    uint32_t channels;
+    uint32_t container_bits;   // that a sample takes
+    uint32_t bits_per_sample;  // that count; 0 where nothing is said
+    uint32_t scale, rate;      // a unit of time is scale / rate seconds; 0 for streams without times
+    bool has_rate;             // it is the file's own, not assumed
+    uint32_t length;           // units
+};
+
 // What decides how a stream's chunks are cut into pieces and what time they take.
 struct AviSampling {
     uint32_t sample_size;  // 0 for streams whose time stamps count frames
@@ -66,6 +77,7 @@ struct AviTrack {
     SplitterAudioInfo audio;
     uint64_t duration;  // milliseconds
     AviRational time_base;
+    AviStated stated;
     AviSampling sampling;
     uint32_t suggested_buffer_size;
     AviHeaderData codec_data;

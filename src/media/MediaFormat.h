@@ -24,8 +24,8 @@ struct MediaMark {
     uint64_t words[12];
 };
 
-// An open file of a format; each format defines its own.
-struct MediaState;
+// An open file of a format; each format derives its own.
+struct MediaState {};
 
 // All functions return Code::DataPending when the source has answered "not here yet", and change nothing
 // then.
@@ -44,6 +44,8 @@ struct MediaFormat {
     Code (*read)(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, MediaPacket *packet);
     // Code::Unsupported where nothing says where the time lies. Any failure leaves the track where it was.
     // To time 0 every track can be moved.
+    // Sound goes to the last packet at or before the time whatever the mode; each of its packets is a key
+    // frame.
     Code (*seek)(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode, int64_t *reached_us);
     // Notes how far a track has been read, and takes it back there after seeks and reads: none of this reads.
     void (*mark)(const MediaState *state, uint32_t index, MediaMark *mark);

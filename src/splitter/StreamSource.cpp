@@ -36,20 +36,26 @@ Code StreamSource::close() {
     return Code{callbacks.close(callbacks.user_context, stream)};
 }
 
+// What was read ahead and has not arrived is not noted: nobody has asked for it.
+Code StreamSource::noted(Code code) {
+    if (code == Code::DataPending) met_pending = true;
+    return code;
+}
+
 Code StreamSource::read(void *buffer, uint32_t count, uint32_t *delivered) {
     const bool ahead = reads_ahead() && position >= 0;
     const Code code = ahead ? read_available(buffer, count, delivered) : read_once(buffer, count, delivered);
     if (!ahead) position = stands_at;
     clear_rest(buffer, count, *delivered);
-    return code;
+    return noted(code);
 }
 
 Code StreamSource::read_available(void *buffer, uint32_t count, uint32_t *delivered) {
     if (reads_ahead() && position >= 0)
-        return read_through_window(static_cast<uint8_t *>(buffer), count, delivered);
+        return noted(read_through_window(static_cast<uint8_t *>(buffer), count, delivered));
     const Code code = stream_read(buffer, count, delivered);
     position = stands_at;
-    return code;
+    return noted(code);
 }
 
 Code StreamSource::read_fully(void *buffer, uint32_t count, uint32_t *delivered) {
@@ -99,7 +105,7 @@ Code StreamSource::view(int64_t start, uint32_t needed, uint32_t wanted, const u
         found = window->find(start, needed);
     }
     // A failure behind the bytes that are needed matters only when the caller comes as far.
-    if (found.length < needed) return code;
+    if (found.length < needed) return noted(code);
     *bytes = found.data;
     return Code::Ok;
 }
@@ -198,7 +204,7 @@ Code StreamSource::seek(SeekOrigin origin, int64_t offset) {
     }
     const Code code = stream_seek(origin, offset);
     position = stands_at;
-    return code;
+    return noted(code);
 }
 
 Code StreamSource::stream_seek(SeekOrigin origin, int64_t offset) {
@@ -225,14 +231,14 @@ Code StreamSource::tell(int64_t *result) {
         *result = position;
         return Code::Ok;
     }
-    return Code{callbacks.tell(callbacks.user_context, stream, result)};
+    return noted(Code{callbacks.tell(callbacks.user_context, stream, result)});
 }
 
 Code StreamSource::size(int64_t *length) {
     *length = 0;
     const Code code{callbacks.size(callbacks.user_context, stream, length)};
     if (window != nullptr) window->set_end(code == Code::Ok ? *length : 0);
-    return code;
+    return noted(code);
 }
 
 }  // namespace quorv

@@ -32,6 +32,7 @@ struct StreamSource {
     int64_t position;                    // where the next read begins, -1 when that is not certain
     int64_t stands_at;                   // where the caller's stream is, -1 when that is not certain
     int64_t end_of_honesty = INT64_MAX;  // from here on it is not asked any more
+    bool met_pending = false;            // some function here has returned Code::DataPending
 
     bool is_local() const { return callbacks.source_kind == SPLITER_SOURCE_LOCAL; }
     bool reads_ahead() const { return window != nullptr && window->is_large() && is_local(); }
@@ -61,6 +62,7 @@ struct StreamSource {
     Code size(int64_t *length);
 
 private:
+    Code noted(Code code);
     Code read_through_window(uint8_t *buffer, uint32_t count, uint32_t *delivered);
     bool read_run(int64_t start, uint32_t there, uint32_t missing);
     // On the caller's stream itself, wherever the next read begins.
