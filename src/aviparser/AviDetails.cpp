@@ -15,15 +15,26 @@
 
 namespace quorv {
 
+namespace {
+
+// The header is read without what is missing, bytes or memory; but that may be part of the index.
+Code read_whole_header(AviContext *context) {
+    const Code code = avi_read_header(context);
+    if (context->source.met_pending) return Code::DataPending;
+    const auto lacked_memory = [](const Owned<AviTrack> &track) { return track->index.lacked_memory; };
+    const std::span<const Owned<AviTrack>> tracks = context->all_tracks();
+    return std::any_of(tracks.begin(), tracks.end(), lacked_memory) ? Code::NoMemory : code;
+}
+
+}  // namespace
+
 Code avi_open_details(const SplitterStreamSource &source, Owned<AviContext> *opened) {
     Owned<AviContext> context = avi_new_context(source);
     if (context == nullptr) return Code::NoMemory;
     context->patient = true;
     Code code = context->source.open(StreamAccess::Read);
     if (code != Code::Ok) return code;
-    code = avi_read_header(context.get());
-    // The header is read without what is missing; but that may be part of the index.
-    if (context->source.met_pending) code = Code::DataPending;
+    code = read_whole_header(context.get());
     if (code != Code::Ok) {
         avi_close_details(std::move(context));
         return code;

@@ -21,7 +21,10 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
                             uint32_t flags) {
     if (index->count + 1 >= kAviMaxIndexEntries) return -1;
     const uint64_t needed = (uint64_t{index->count} + 1) * sizeof(AviIndexEntry);
-    if (!avi_fast_realloc(&index->entries, &index->allocated_bytes, needed)) return -1;
+    if (!avi_fast_realloc(&index->entries, &index->allocated_bytes, needed)) {
+        index->lacked_memory = true;
+        return -1;
+    }
 
     int32_t place = avi_index_search_timestamp(*index, timestamp, kAviSearchAnyFrame);
     const bool append = place < 0;

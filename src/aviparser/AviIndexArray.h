@@ -35,6 +35,7 @@ struct AviIndexFill {
 struct AviIndexArray : AviIndexFill {
     Owned<AviIndexEntry[]> entries;
     uint32_t allocated_bytes;
+    bool lacked_memory;  // some entry has been lost for want of it
 
     AviIndexFill &fill() { return *this; }
     const AviIndexEntry *begin() const { return entries.get(); }

@@ -57,47 +57,44 @@ constexpr QuorvDamageCount kNoDamage = {0, -1};
 }  // namespace
 }  // namespace quorv
 
-using quorv::Code;
-using quorv::MediaTrack;
-
-extern "C" {
+using namespace quorv;
 
 QuorvResult quorv_open_path(const char *path, QuorvReader **reader) {
     if (reader != nullptr) *reader = nullptr;
     if (path == nullptr || reader == nullptr) return QUORV_ERR_ARGUMENT;
     QuorvSource source = {};
-    const QuorvResult result = quorv::make_path_source(path, &source);
-    return result == QUORV_OK ? quorv::open_system(source, reader) : result;
+    const QuorvResult result = make_path_source(path, &source);
+    return result == QUORV_OK ? open_system(source, reader) : result;
 }
 
 QuorvResult quorv_open_fd(int fd, QuorvReader **reader) {
     if (reader == nullptr) return QUORV_ERR_ARGUMENT;
     *reader = nullptr;
-    return quorv::open_system(quorv::descriptor_source(fd), reader);
+    return open_system(descriptor_source(fd), reader);
 }
 
 QuorvResult quorv_open_memory(const void *data, size_t size, QuorvReader **reader) {
     if (reader != nullptr) *reader = nullptr;
     if (data == nullptr || reader == nullptr) return QUORV_ERR_ARGUMENT;
     QuorvSource source = {};
-    const QuorvResult result = quorv::make_memory_source(data, size, &source);
-    return result == QUORV_OK ? quorv::open_system(source, reader) : result;
+    const QuorvResult result = make_memory_source(data, size, &source);
+    return result == QUORV_OK ? open_system(source, reader) : result;
 }
 
 QuorvResult quorv_open_source(const QuorvSource *source, QuorvReader **reader) {
     if (reader == nullptr || (*reader != nullptr && (*reader)->is_open())) return QUORV_ERR_ARGUMENT;
     uint32_t code = 0;
     if (*reader != nullptr) {
-        quorv::Owned<QuorvReader> waiting(*reader);
+        Owned<QuorvReader> waiting(*reader);
         *reader = nullptr;
-        return quorv::open_reader(std::move(waiting), reader, &code);
+        return open_reader(std::move(waiting), reader, &code);
     }
     if (source == nullptr || source->read_at == nullptr || source->size == nullptr) return QUORV_ERR_ARGUMENT;
-    return quorv::open_new(*source, reader, &code);
+    return open_new(*source, reader, &code);
 }
 
 void quorv_close(QuorvReader *reader) {
-    quorv::Owned<QuorvReader>(reader).reset();
+    Owned<QuorvReader>(reader).reset();
 }
 
 uint32_t quorv_reader_code(const QuorvReader *reader) {
@@ -114,59 +111,58 @@ const QuorvTrack *quorv_track(const QuorvReader *reader, uint32_t index) {
 }
 
 QuorvResult quorv_select(QuorvReader *reader, uint32_t index, int selected) {
-    const QuorvResult begun = quorv::begin(reader);
+    const QuorvResult begun = begin(reader);
     if (begun != QUORV_OK) return begun;
     MediaTrack *track = reader->track(index);
     if (track == nullptr) return QUORV_ERR_ARGUMENT;
     if (selected != 0 && !track->has_packets()) return QUORV_ERR_UNSUPPORTED;
     track->selected = selected != 0;
-    return quorv::conclude(reader, Code::Ok);
+    return conclude(reader, Code::Ok);
 }
 
 QuorvResult quorv_set_presentation(QuorvReader *reader, uint32_t index, int wanted) {
-    const QuorvResult begun = quorv::begin(reader);
+    const QuorvResult begun = begin(reader);
     if (begun != QUORV_OK) return begun;
     MediaTrack *track = reader->track(index);
     if (track == nullptr) return QUORV_ERR_ARGUMENT;
     // Those of ASF files are presentation times already.
     const bool reorders =
         track->record.type == QUORV_TRACK_VIDEO && reader->file.container != QUORV_CONTAINER_ASF;
-    const Code code = wanted != 0 && reorders ? quorv::order_packets(track) : Code::Ok;
+    const Code code = wanted != 0 && reorders ? order_packets(track) : Code::Ok;
     track->wants_presentation = wanted != 0 && track->order != nullptr;
-    return quorv::conclude(reader, code);
+    return conclude(reader, code);
 }
 
 QuorvResult quorv_read(QuorvReader *reader, const QuorvPacket **packet) {
     if (packet == nullptr) return QUORV_ERR_ARGUMENT;
     *packet = nullptr;
-    const QuorvResult begun = quorv::begin(reader);
+    const QuorvResult begun = begin(reader);
     if (begun != QUORV_OK) return begun;
     uint32_t index = 0;
-    const Code code = quorv::prepare_earliest(reader, &index);
-    return quorv::lend(reader, index, code, packet);
+    const Code code = prepare_earliest(reader, &index);
+    return lend(reader, index, code, packet);
 }
 
 QuorvResult quorv_read_track(QuorvReader *reader, uint32_t index, const QuorvPacket **packet) {
     if (packet == nullptr) return QUORV_ERR_ARGUMENT;
     *packet = nullptr;
-    const QuorvResult begun = quorv::begin(reader);
+    const QuorvResult begun = begin(reader);
     if (begun != QUORV_OK) return begun;
     const MediaTrack *track = reader->track(index);
     if (track == nullptr) return QUORV_ERR_ARGUMENT;
-    const Code code = track->has_packets() ? quorv::prepare_packet(reader, index) : Code::Unsupported;
-    return quorv::lend(reader, index, code, packet);
+    const Code code = track->has_packets() ? prepare_packet(reader, index) : Code::Unsupported;
+    return lend(reader, index, code, packet);
 }
 
 QuorvResult quorv_seek(QuorvReader *reader, int64_t time_us, QuorvSeek mode, int64_t *reached_us) {
     if (mode != QUORV_SEEK_BEFORE && mode != QUORV_SEEK_AFTER) return QUORV_ERR_ARGUMENT;
-    const QuorvResult begun = quorv::begin(reader);
+    const QuorvResult begun = begin(reader);
     if (begun != QUORV_OK) return begun;
-    const auto which =
-        mode == QUORV_SEEK_BEFORE ? quorv::MediaSeek::KeyFrameBefore : quorv::MediaSeek::KeyFrameAfter;
+    const auto which = mode == QUORV_SEEK_BEFORE ? MediaSeek::KeyFrameBefore : MediaSeek::KeyFrameAfter;
     int64_t reached = 0;
-    const Code code = quorv::seek_media(reader, std::max<int64_t>(time_us, 0), which, &reached);
+    const Code code = seek_media(reader, std::max<int64_t>(time_us, 0), which, &reached);
     if (code == Code::Ok && reached_us != nullptr) *reached_us = reached;
-    return quorv::conclude(reader, code);
+    return conclude(reader, code);
 }
 
 const QuorvDamage *quorv_damage(QuorvReader *reader, uint32_t index) {
@@ -174,9 +170,7 @@ const QuorvDamage *quorv_damage(QuorvReader *reader, uint32_t index) {
     MediaTrack *track = reader->track(index);
     if (track == nullptr && index != QUORV_WHOLE_FILE) return nullptr;
     QuorvDamage &damage = track != nullptr ? track->damage : reader->damage;
-    damage = {quorv::kNoDamage, quorv::kNoDamage, quorv::kNoDamage, quorv::kNoDamage, 0, 0};
+    damage = {kNoDamage, kNoDamage, kNoDamage, kNoDamage, 0, 0};
     reader->format->damage(reader->state, index, &damage);
     return &damage;
 }
-
-}  // extern "C"

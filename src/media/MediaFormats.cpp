@@ -6,7 +6,7 @@ namespace quorv {
 
 namespace {
 
-constexpr std::array<const MediaFormat *, 0> kFormats = {};
+constexpr const MediaFormat *kFormats[] = {&kAviFormat, &kAsfFormat};
 
 constexpr size_t kHeadBytes = 8192;
 // Of tags one behind the other, which no program writes.

@@ -91,25 +91,23 @@ std::span<const CodeText> texts_of(QuorvModule module) {
 }  // namespace
 }  // namespace quorv
 
+using namespace quorv;
+
 // A macro's value as text.
 #define QUORV_TEXT_OF(value) #value
 #define QUORV_VERSION_TEXT(major, minor, patch) \
     QUORV_TEXT_OF(major) "." QUORV_TEXT_OF(minor) "." QUORV_TEXT_OF(patch)
 
-extern "C" {
-
 const char *quorv_strerror(QuorvResult result) {
-    const char *text = quorv::find_text(quorv::kResultTexts, static_cast<uint32_t>(result));
+    const char *text = find_text(kResultTexts, static_cast<uint32_t>(result));
     return text != nullptr ? text : "unknown result";
 }
 
 const char *quorv_code_text(QuorvModule module, uint32_t code) {
-    const char *text = quorv::find_text(quorv::texts_of(module), code);
+    const char *text = find_text(texts_of(module), code);
     return text != nullptr ? text : "unknown code";
 }
 
 const char *quorv_version(void) {
     return QUORV_VERSION_TEXT(QUORV_VERSION_MAJOR, QUORV_VERSION_MINOR, QUORV_VERSION_PATCH);
 }
-
-}  // extern "C"
