@@ -1,0 +1,153 @@
+// Fuzz harness of the reader of media files and its decoder: all their functions over a source in memory. The
+// input is a file, control bytes behind it, and as the last byte their number. They say how the source
+// misbehaves and which functions are called in which order; without any the file is opened, read and decoded.
+
+#include <string.h>
+
+#include <span>
+
+#include "Harness.h"
+#include "support/MediaFile.h"
+
+namespace {
+
+using namespace quorv::test;
+using quorv::fuzz::require;
+
+constexpr uint32_t kMostPackets = 500;
+constexpr size_t kMostSamples = 1 << 20;
+
+// Control bytes, zeros behind their end.
+struct Control : std::span<const uint8_t> {
+    uint32_t byte() {
+        const uint32_t first = empty() ? 0 : front();
+        if (!empty()) *this = {subspan(1)};
+        return first;
+    }
+};
+
+MediaFaults take_faults(Control &control) {
+    constexpr size_t kLongestReads[] = {SIZE_MAX, 1, 7, 4096};
+    MediaFaults faults;
+    const uint32_t settings = control.byte();
+    faults.longest_read = kLongestReads[settings & 3];
+    faults.knows_size = (settings & 4) == 0;
+    faults.again_at_first = (settings & 8) != 0;
+    faults.again_every = (settings & 16) != 0 ? 2 + control.byte() : 0;
+    faults.fail_at = (settings & 32) != 0 ? 1 + control.byte() : 0;
+    faults.call_limit = 10000000;
+    return faults;
+}
+
+void touch(const void *data, size_t size) {
+    const auto *bytes = static_cast<const uint8_t *>(data);
+    require(size == 0 || memcmp(quorv::fuzz::exact_copy(bytes, size).get(), bytes, size) == 0);
+}
+
+void require_known(QuorvResult result) {
+    require(result <= QUORV_ERR_UNSUPPORTED && result != QUORV_ERR_MEMORY && result != QUORV_ERR_ARGUMENT);
+    require(strncmp(quorv_strerror(result), "unknown", 7) != 0);
+}
+
+void look_at_track(QuorvReader *reader, uint32_t index) {
+    const QuorvTrack *track = quorv_track(reader, index);
+    const QuorvDamage *damage = quorv_damage(reader, index);
+    require((track != nullptr) == (index < quorv_file(reader)->track_count));
+    require((damage != nullptr) == (track != nullptr || index == QUORV_WHOLE_FILE));
+    if (track == nullptr) return;
+    touch(track->codec_data, track->codec_data_size);
+    touch(track->huffman_tables, track->huffman_tables_size);
+    require(track->codec_name != nullptr && strlen(track->codec_name) != 0);
+    require(track->duration_us >= -1 && track->frame_rate.den >= 0);
+}
+
+void decode(QuorvDecoder *decoder, const QuorvPacket &packet, size_t *left) {
+    const QuorvSamples *samples = nullptr;
+    QuorvResult result = quorv_decode(decoder, packet.data, packet.size, &samples);
+    for (; *left != 0; result = quorv_decode(decoder, nullptr, 0, &samples)) {
+        require(result == QUORV_OK);
+        if (samples->frames == 0) return;
+        require(samples->channels == 1 || samples->channels == 2);
+        touch(samples->samples, samples->frames * samples->channels * sizeof(int16_t));
+        *left -= std::min(*left, samples->frames);
+    }
+}
+
+// One packet, repeated while the source does not have it.
+QuorvResult read_one(QuorvReader *reader, uint32_t index, const QuorvPacket **packet) {
+    QuorvResult result = QUORV_AGAIN;
+    while (result == QUORV_AGAIN)
+        result =
+            index == QUORV_WHOLE_FILE ? quorv_read(reader, packet) : quorv_read_track(reader, index, packet);
+    require_known(result);
+    require((*packet != nullptr) == (result == QUORV_OK));
+    if (*packet == nullptr) return result;
+    require((*packet)->track < quorv_file(reader)->track_count && (*packet)->data != nullptr);
+    require((*packet)->offset >= -1 && (*packet)->duration_us >= 0);
+    touch((*packet)->data, (*packet)->size);
+    return result;
+}
+
+void read_all(QuorvReader *reader) {
+    QuorvDecoder *decoder = nullptr;
+    size_t samples = kMostSamples;
+    const QuorvPacket *packet = nullptr;
+    for (uint32_t n = 0; n < kMostPackets; ++n) {
+        if (read_one(reader, QUORV_WHOLE_FILE, &packet) == QUORV_END) break;
+        if (packet == nullptr) continue;
+        const QuorvTrack *track = quorv_track(reader, packet->track);
+        if (track->framing != QUORV_FRAMING_MPEG_AUDIO) continue;
+        if (decoder == nullptr) require(quorv_decoder_open(track, 0, &decoder) == QUORV_OK);
+        decode(decoder, *packet, &samples);
+    }
+    quorv_decoder_close(decoder);
+}
+
+// One call, chosen by the low half of the byte; the high half is the track.
+void call(QuorvReader *reader, MediaBytes &source, Control &control) {
+    const uint32_t choice = control.byte(), what = choice & 15, track = choice >> 4;
+    const bool exists = quorv_track(reader, track) != nullptr;
+    const QuorvPacket *packet = nullptr;
+    if (what == 0) look_at_track(reader, track);
+    if (what == 1 && exists) require_known(quorv_select(reader, track, static_cast<int>(control.byte() & 1)));
+    if (what == 2 && exists)
+        require_known(quorv_set_presentation(reader, track, static_cast<int>(control.byte() & 1)));
+    if (what == 3 || what == 4) {
+        const int64_t time_us = int64_t{control.byte()} * control.byte() * 4000;
+        QuorvResult result = QUORV_AGAIN;
+        while (result == QUORV_AGAIN)
+            result = quorv_seek(reader, time_us, what == 3 ? QUORV_SEEK_BEFORE : QUORV_SEEK_AFTER, nullptr);
+        require_known(result);
+    }
+    if (what == 5) read_all(reader);
+    if (what == 6) source.faults.fail_at = source.reads + control.byte();
+    if (what == 7 && exists) read_one(reader, track, &packet);
+    if (what > 7) read_one(reader, QUORV_WHOLE_FILE, &packet);
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size == 0) return 0;
+    const size_t control_size = std::min<size_t>(data[size - 1], size - 1);
+    const size_t file_size = size - 1 - control_size;
+    Control control = {{data + file_size, control_size}};
+    MediaBytes source(Bytes(data, data + file_size), take_faults(control));
+    const QuorvSource record = source.record();
+    QuorvReader *reader = nullptr;
+    QuorvResult result = QUORV_AGAIN;
+    while (result == QUORV_AGAIN)
+        result = quorv_open_source(&record, &reader);
+    require_known(result);
+    require((reader != nullptr) == (result == QUORV_OK) && source.closes == (reader == nullptr ? 1 : 0));
+    if (reader == nullptr) return 0;
+    for (uint32_t track = 0; track <= quorv_file(reader)->track_count; ++track)
+        look_at_track(reader, track);
+    if (control.empty()) read_all(reader);
+    while (!control.empty())
+        call(reader, source, control);
+    look_at_track(reader, QUORV_WHOLE_FILE);
+    quorv_close(reader);
+    require(source.closes == 1);
+    return 0;
+}
