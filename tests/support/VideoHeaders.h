@@ -7,11 +7,12 @@
 
 namespace quorv::test {
 
-// A video object layer of MPEG-4 Part 2, simple profile, as ISO/IEC 14496-2 6.2.3 writes it, with its start
-// code and the stuffing that ends it.
-inline Bytes mpeg4_vol(uint32_t width, uint32_t height) {
+// A video object layer of MPEG-4 Part 2, of simple objects (1) or advanced simple ones (17), as ISO/IEC
+// 14496-2 6.2.3 writes it, with its start code and the stuffing that ends it.
+inline Bytes mpeg4_vol(uint32_t width, uint32_t height, uint32_t object_type = 1) {
     return bits(
-        "32:0x120 random_access=1:0 type=8:1 id=1:0 aspect=4:1 control=1:0 shape=2:0 1:1 rate=16:25 1:1 "
+        "32:0x120 random_access=1:0 type=8:" + std::to_string(object_type) +
+        " id=1:0 aspect=4:1 control=1:0 shape=2:0 1:1 rate=16:25 1:1 "
         "fixed=1:0 1:1 "
         "13:" +
         std::to_string(width) + " 1:1 13:" + std::to_string(height) +
