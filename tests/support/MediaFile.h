@@ -99,6 +99,9 @@ public:
         : may_repeat_(may_repeat) {
         open_result = repeat([&] { return quorv_open_source(&source, &reader_); });
     }
+    // Takes over a reader.
+    explicit MediaFile(QuorvReader *reader)
+        : open_result(QUORV_OK), may_repeat_(QUORV_AGAIN), reader_(reader) {}
     ~MediaFile() { quorv_close(reader_); }
     MediaFile(const MediaFile &) = delete;
     MediaFile &operator=(const MediaFile &) = delete;
