@@ -13,7 +13,7 @@ namespace quorv {
 
 namespace {
 
-constexpr uint32_t kListHeaderBytes = 12;
+constexpr uint32_t kListHeaderBytes = 12, kListTypeBytes = 4;
 constexpr uint32_t kResyncLimit = 0x20000;
 // After this many single bytes without a chunk the search reads ahead: one of them may be just a pad byte.
 constexpr uint32_t kReadAheadAfter = 2, kReadAheadBytes = 1024;
@@ -99,7 +99,17 @@ void AviChunkSearch::skip_byte() {
     ++position_;
 }
 
+// Bytes were stepped over up to there, the first of them perhaps a pad byte.
+void AviChunkSearch::note_passed(int64_t end) {
+    if (!context_.detailed || bytes_in_a_row_ == 0) return;
+    const int64_t run = chunks_end();
+    // The media data begins with its list type.
+    const int64_t begin = std::max(run + (run & 1), context_.media.start + kListTypeBytes);
+    track_.damage.passed.add(begin, end);
+}
+
 void AviChunkSearch::jump(int64_t position) {
+    note_passed(position_);
     bytes_in_a_row_ = 0;
     position_ = position;
 }
@@ -135,6 +145,12 @@ Code AviChunkSearch::look(Header *header) {
 }
 
 Code AviChunkSearch::next(AviChunk *chunk) {
+    const Code code = find_next(chunk);
+    if (code == Code::EndOfStream) note_passed(reached_end_ ? context_.media.end : position_);
+    return code;
+}
+
+Code AviChunkSearch::find_next(AviChunk *chunk) {
     while (lost_bytes_ <= kResyncLimit) {
         const bool at_end = context_.media.end - position_ < kAviChunkHeaderBytes;
         Header header = {};

@@ -42,6 +42,8 @@ private:
         int64_t data_position;
     };
 
+    Code find_next(AviChunk *chunk);
+    void note_passed(int64_t end);
     Code enter_next_segment();
     Code look(Header *header);
     Code view_header(const uint8_t **header);

@@ -27,7 +27,7 @@ void avi_clear_header(AviContext *context) {
     // Only the stream and the list that a caller may hold outlive the header.
     AviContext cleared = {};
     cleared.source = context->source;
-    cleared.patient = context->patient;
+    cleared.detailed = context->detailed;
     cleared.closing = context->closing;
     cleared.track_list = std::move(context->track_list);
     *context = std::move(cleared);

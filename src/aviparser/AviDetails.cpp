@@ -31,7 +31,7 @@ Code read_whole_header(AviContext *context) {
 Code avi_open_details(const SplitterStreamSource &source, Owned<AviContext> *opened) {
     Owned<AviContext> context = avi_new_context(source);
     if (context == nullptr) return Code::NoMemory;
-    context->patient = true;
+    context->detailed = true;
     Code code = context->source.open(StreamAccess::Read);
     if (code != Code::Ok) return code;
     code = read_whole_header(context.get());

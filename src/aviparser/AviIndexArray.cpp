@@ -4,6 +4,8 @@
 
 #include <string.h>
 
+#include <algorithm>
+
 #include "aviparser/AviUtils.h"
 
 namespace quorv {
@@ -48,6 +50,11 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
     if (!append || (place > 0 && entry[-1].pos >= pos)) index->out_of_file_order = true;
     *entry = {pos, timestamp, (flags & 3) | size << 2};
     return place;
+}
+
+const AviIndexEntry *avi_first_entry_from(const AviIndexArray &index, int64_t position) {
+    return std::lower_bound(index.begin(), index.end(), position,
+                            [](const AviIndexEntry &entry, int64_t wanted) { return entry.pos < wanted; });
 }
 
 int32_t avi_index_search_timestamp(const AviIndexArray &index, int64_t timestamp, uint32_t flags) {

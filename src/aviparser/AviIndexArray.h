@@ -61,6 +61,9 @@ int32_t avi_add_index_entry(AviIndexArray *index, int64_t pos, int64_t timestamp
 // Returns the place of the entry that the flags ask for, or -1.
 int32_t avi_index_search_timestamp(const AviIndexArray &index, int64_t timestamp, uint32_t flags);
 
+// The first entry whose chunk begins no earlier, or the end; for an index in file order.
+const AviIndexEntry *avi_first_entry_from(const AviIndexArray &index, int64_t position);
+
 // Makes room for `needed` bytes of entries, with some to spare for later growth. False when there is no
 // memory: the entries are then as they were and *allocated_bytes is 0.
 bool avi_fast_realloc(Owned<AviIndexEntry[]> *entries, uint32_t *allocated_bytes, uint64_t needed);

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "aviparser/AviChunkSearch.h"
+#include "aviparser/AviDamage.h"
 #include "aviparser/AviIndex.h"
 #include "aviparser/AviRiff.h"
 
@@ -19,12 +20,6 @@ constexpr uint32_t kMaxPiece = INT32_MAX;
 constexpr uint32_t kLargeSample = 32;
 constexpr uint32_t kSamplesPerPiece = 1024;
 
-// The first entry whose chunk begins no earlier.
-const AviIndexEntry *first_entry_from(const AviIndexArray &index, int64_t position) {
-    return std::lower_bound(index.begin(), index.end(), position,
-                            [](const AviIndexEntry &entry, int64_t wanted) { return entry.pos < wanted; });
-}
-
 struct SearchStart {
     int64_t position;
     int64_t skipped;  // the duration of frames that have no chunk before that
@@ -35,7 +30,7 @@ SearchStart search_start(const AviContext &context, const AviTrack &track) {
     const AviReading &reading = track.reading;
     const bool follows_index = context.non_interleaved || track.index.has_dropped_frames;
     if (!follows_index || track.index.out_of_file_order) return {reading.position, 0};
-    const AviIndexEntry *next = first_entry_from(track.index, reading.position);
+    const AviIndexEntry *next = avi_first_entry_from(track.index, reading.position);
     if (next == track.index.end()) return {reading.position, 0};
     return {context.non_interleaved ? next->pos : reading.position,
             std::max<int64_t>(next->timestamp - reading.frame_offset, 0)};
@@ -46,7 +41,7 @@ SearchStart search_start(const AviContext &context, const AviTrack &track) {
 // the way holds.
 int64_t time_behind_damage(const AviIndexArray &index, int64_t chunk_position, int64_t counted) {
     if (index.out_of_file_order) return counted;
-    const AviIndexEntry *entry = first_entry_from(index, chunk_position);
+    const AviIndexEntry *entry = avi_first_entry_from(index, chunk_position);
     return entry != index.end() && entry->pos == chunk_position ? entry->timestamp : counted;
 }
 
@@ -127,20 +122,26 @@ Code avi_find_chunk(AviContext *context, AviTrack *track, AviIndexGrowth growth,
     const SearchStart start = search_start(*context, *track);
     int64_t time = reading.frame_offset + start.skipped;
     AviChunkSearch search(context, track, start.position, chunks_left);
+    AviMissingChunks missing(context, track, start.position);
     AviChunk chunk = {};
     Code code = search.next(&chunk);
     while (code == Code::Ok && chunk.size == 0) {
+        missing.note_chunk(chunk.data_position, chunk.size);
         time += avi_piece_duration(track->sampling, 0);
         code = search.next(&chunk);
     }
     if (search.reached_end()) track->exhausted = {reading.position, context->media.end};
     // Asked again, it looks at what the source has then.
     if (code == Code::EndOfStream) context->window.forget_from(search.chunks_end());
+    const bool may_grow = growth == AviIndexGrowth::Allowed && !track->has_opendml_index;
+    if (code == Code::EndOfStream && context->detailed && may_grow)
+        grow_index(context, track->index, context->media.end);
+    if (code == Code::EndOfStream && search.reached_end()) missing.note_end();
     if (code != Code::Ok) return code;
 
     const int64_t position = chunk.data_position - kAviChunkHeaderBytes;
-    if (growth == AviIndexGrowth::Allowed && !track->has_opendml_index)
-        grow_index(context, track->index, position);
+    if (may_grow) grow_index(context, track->index, position);
+    missing.note_chunk(chunk.data_position, chunk.size);
     if (search.passed_bytes()) time = time_behind_damage(track->index, position, time);
     reading = {reading.position, time, chunk.data_position, chunk.size};
     return Code::Ok;

@@ -4,6 +4,7 @@
 
 #include "aviparser/AviIndexArray.h"
 #include "aviparser/AviMath.h"
+#include "splitter/ByteRanges.h"
 #include "splitter/Splitter.h"
 
 namespace quorv {
@@ -69,6 +70,15 @@ struct AviExhausted {
     int64_t from, to;
 };
 
+// What could not be used of the track's part of the file; only kept of files that are opened with all
+// details.
+struct AviDamage {
+    ByteRanges passed;             // bytes in the media data that belong to nothing
+    ByteRanges missing;            // where the index names a chunk and none was found
+    uint32_t next_entry;           // of the index, behind that of the chunk that was found last
+    int64_t last_chunk, last_end;  // that chunk
+};
+
 struct AviTrack {
     uint32_t type;           // SPLITER_TRACK_*, 0 for a stream that can only be listed
     uint32_t stream_number;  // from 0
@@ -90,6 +100,7 @@ struct AviTrack {
     AviPendingStrip strip;
     AviVolSearch vol_search;
     AviExhausted exhausted;
+    AviDamage damage;
 };
 
 // Sets the track's time base to num / den seconds, reduced; 0/0 when a term of the result would be 0. Time

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "aviparser/AviCompleteness.h"
 #include "aviparser/AviDetails.h"
 #include "aviparser/AviHeader.h"
 #include "aviparser/AviTrackMark.h"
@@ -29,6 +30,7 @@ struct AviMediaTrack {
 struct AviMediaState : MediaState {
     Owned<AviContext> context;
     Owned<AviMediaTrack[]> tracks;
+    int64_t bytes_missing;  // at the end of the file
 };
 
 AviMediaState *state_of(MediaState *state) {
@@ -126,6 +128,7 @@ Code open_avi(const SplitterStreamSource &source, MediaState **opened) {
     Code code = avi_open_details(source, &state->context);
     if (code != Code::Ok) return code;
     code = describe_tracks(state.get());
+    if (code == Code::Ok) code = avi_count_missing_bytes(state->context.get(), &state->bytes_missing);
     if (code != Code::Ok) {
         close_avi(state.release());
         return code;
@@ -199,7 +202,20 @@ void go_back_in_avi(MediaState *state, uint32_t index, const MediaMark &mark) {
     avi_take_track_back(state_of(state)->context->tracks[index].get(), track);
 }
 
-void tell_avi_damage(MediaState * /*state*/, uint32_t /*index*/, QuorvDamage * /*damage*/) {}
+// Tracks pass the same places, each on its own.
+void tell_avi_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
+    const AviContext &context = *state_of(state)->context;
+    ByteRanges passed, missing;
+    for (const Owned<AviTrack> &track : context.all_tracks()) {
+        if (index != QUORV_WHOLE_FILE && index != track->stream_number) continue;
+        passed.add(track->damage.passed);
+        missing.add(track->damage.missing);
+    }
+    damage->bytes_passed_over = {passed.count(), passed.first()};
+    damage->chunks_missing = {missing.count(), missing.first()};
+    damage->bytes_missing = state_of(state)->bytes_missing;
+    damage->cut_off = damage->bytes_missing != 0 ? 1 : 0;
+}
 
 }  // namespace
 
