@@ -39,8 +39,11 @@ uint8_t *AsfAssembly::make_room(const ASF_DataObjectEntry &entry) {
 
 void AsfAssembly::add(const ASF_DataObjectEntry &entry) {
     const auto end = static_cast<uint32_t>(entry.offset_into_object + entry.data_length);
-    const bool only = bytes_ == 0 && entry.offset_into_object == 0;
-    file_offset_ = only ? static_cast<int64_t>(entry.file_offset) : -1;
+    if (first_offset_ < 0) {
+        first_offset_ = static_cast<int64_t>(entry.file_offset);
+    } else {
+        in_pieces_ = true;
+    }
     bytes_ += static_cast<uint32_t>(entry.data_length);
     written_end_ = std::max(written_end_, end);
     // Later fragments need not repeat it.

@@ -31,7 +31,8 @@ public:
     int32_t pts() const { return pts_; }
     bool key_frame() const { return key_frame_; }
     // Where its bytes begin in the file; -1 when they do not lie there in one piece.
-    int64_t file_offset() const { return file_offset_; }
+    int64_t file_offset() const { return in_pieces_ ? -1 : first_offset_; }
+    int64_t first_offset() const { return first_offset_; }
 
 private:
     uint8_t *buffer_;
@@ -41,7 +42,8 @@ private:
     uint32_t object_number_ = 0;
     int32_t object_size_ = -1;
     int32_t pts_ = -1;
-    int64_t file_offset_ = -1;
+    int64_t first_offset_ = -1;
+    bool in_pieces_ = false;
     uint64_t bytes_ = 0;        // delivered by fragments
     uint32_t written_end_ = 0;  // of the buffer
     uint32_t needed_size_ = 0;

@@ -28,6 +28,7 @@ Code AsfFrameAssembler::load(AsfObject *object) {
         return code;
     }
     time_base.keep();
+    if (!frame_.is_complete()) state_.damage.places.add(frame_.first_offset());
     object->size = frame_.size();
     object->pts = frame_.pts();
     object->key_frame = frame_.key_frame();
@@ -45,9 +46,12 @@ Code AsfFrameAssembler::assemble(AsfObject *object) {
         ASF_DataObjectEntry entry;
         for (; state_.entries.GetEntry(&entry, &at.entry) == Code::Ok; ++at.entry) {
             if (!frame_.is_started()) {
-                // The rest of a frame whose beginning was left out.
-                if (!entry.starts_object()) continue;
+                if (!entry.starts_object()) {
+                    leave_out(entry);
+                    continue;
+                }
                 frame_.start(entry, state_.expected_pts);
+                state_.damage.lost_object = -1;
             } else if (frame_.ends_before(entry)) {
                 object->duration_known = measure_until(entry, frame_.pts(), &object->duration);
                 if (!object->duration_known) object->duration = kUnknownDuration;
@@ -69,6 +73,14 @@ Code AsfFrameAssembler::assemble(AsfObject *object) {
     return end_of_scan(at, code);
 }
 
+// The rest of a frame whose beginning is missing, in any number of fragments.
+void AsfFrameAssembler::leave_out(const ASF_DataObjectEntry &entry) {
+    AsfDamage &damage = state_.damage;
+    if (damage.lost_object == entry.object_number) return;
+    damage.lost_object = entry.object_number;
+    damage.places.add(static_cast<int64_t>(entry.file_offset));
+}
+
 // No entry has ended the frame.
 Code AsfFrameAssembler::end_of_scan(AsfPosition at, Code code) {
     const bool at_end = code == Code::EndOfStream;
@@ -82,6 +94,7 @@ Code AsfFrameAssembler::end_of_scan(AsfPosition at, Code code) {
         return Code::Ok;
     }
     if (is_bad) state_.position = {at.packet + 1, 0};
+    if (at_end && frame_.is_started()) state_.damage.places.add(frame_.first_offset());
     return code;
 }
 

@@ -29,6 +29,7 @@ public:
 
 private:
     Code assemble(AsfObject *object);
+    void leave_out(const ASF_DataObjectEntry &entry);
     Code add_fragment(const ASF_DataObjectEntry &entry);
     Code end_of_scan(AsfPosition at, Code code);
 

@@ -65,6 +65,8 @@ Code AsfPacketParser::parse(uint32_t stream, int32_t index) {
     Code code = buffer_.load(&state.reader, position, layout_.packet_size);
     if (code != Code::Ok) return code;
     code = collect_entries(stream, &state.entries);
+    if (code == Code::BadFormat || state.entries.has_dropped())
+        state.damage.places.add(static_cast<int64_t>(buffer_.position()));
     if (code == Code::Ok) {
         state.parsed_packet = index;
     } else {

@@ -6,6 +6,7 @@
 #include "asfparser/AsfPacketBuffer.h"
 #include "asfparser/CASFBase.h"
 #include "asfparser/CASFDataObjectEntryBlockMgr.h"
+#include "splitter/ByteRanges.h"
 
 namespace quorv {
 
@@ -28,6 +29,12 @@ struct AsfDataLayout {
     uint64_t stream_size;                 // 0 when it is not known
 };
 
+// What of a stream could not be used.
+struct AsfDamage {
+    ByteRanges places;         // of damaged packets, and of frames that lack a part
+    int64_t lost_object = -1;  // the number of the object whose rest was left out last
+};
+
 // Where a stream is being read, and what is known of the packet that was parsed for it last.
 struct AsfStreamState {
     AsfPosition position = {0, 0};
@@ -35,6 +42,7 @@ struct AsfStreamState {
     int32_t expected_pts = kAsfNoTime;
     AsfReader reader;
     CASFDataObjectEntryBlockMgr entries;
+    AsfDamage damage;
 };
 
 // Audio and video have states of their own, so they can be read in any order. Times count from a base that

@@ -5,6 +5,7 @@
 namespace quorv {
 
 Code CASFDataObjectEntryBlockMgr::AddEntry(const ASF_DataObjectEntry &entry) {
+    dropped_ |= count_ >= kCapacity;
     if (count_ >= kCapacity) return Code::BufferTooSmall;
     entries_[count_++] = entry;
     return Code::Ok;

@@ -46,7 +46,12 @@ public:
     Code AddEntry(const ASF_DataObjectEntry &entry);
     // A negative index becomes that of the last entry. BufferTooSmall when there is none.
     Code GetEntry(ASF_DataObjectEntry *entry, int32_t *index) const;
-    void Clear() { count_ = 0; }
+    void Clear() {
+        count_ = 0;
+        dropped_ = false;
+    }
+    // Whether it has dropped any since it was cleared.
+    bool has_dropped() const { return dropped_; }
     int32_t Count() const { return count_; }
     // Moves the times of all entries that have one.
     void ShiftTimes(int32_t milliseconds);
@@ -54,6 +59,7 @@ public:
 private:
     ASF_DataObjectEntry entries_[kCapacity] = {};
     int32_t count_ = 0;
+    bool dropped_ = false;
 };
 
 }  // namespace quorv

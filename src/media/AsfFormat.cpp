@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "asfparser/AsfCompleteness.h"
 #include "asfparser/AsfDetails.h"
 #include "media/CodecNames.h"
 #include "media/MediaFormat.h"
@@ -34,6 +35,7 @@ struct AsfMediaState : MediaState {
     Owned<AsfContext> context;
     AsfMediaTrack tracks[2];
     uint32_t track_count;
+    int64_t bytes_missing;  // at the end of the file
 };
 
 AsfMediaState *state_of(MediaState *state) {
@@ -101,7 +103,8 @@ Code open_asf(const SplitterStreamSource &source, MediaState **opened) {
     *opened = nullptr;
     Owned<AsfMediaState> state = make_owned<AsfMediaState>();
     if (state == nullptr) return Code::NoMemory;
-    const Code code = asf_open_details(source, &state->context);
+    Code code = asf_open_details(source, &state->context);
+    if (code == Code::Ok) code = asf_count_missing_bytes(state->context.get(), &state->bytes_missing);
     if (code != Code::Ok) return code;
     const AsfHeader &header = state->context->header;
     if (header.video.present) describe_track(state.get(), describe_video);
@@ -174,7 +177,19 @@ void go_back_in_asf(MediaState *state, uint32_t index, const MediaMark &mark) {
     asf_take_track_back(media->context.get(), media->tracks[index].record.number, track);
 }
 
-void tell_asf_damage(MediaState * /*state*/, uint32_t /*index*/, QuorvDamage * /*damage*/) {}
+// Tracks read the same packets, each on its own.
+void tell_asf_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
+    const AsfMediaState &media = *state_of(state);
+    AsfPacketParser &packets = media.context->data_parser->Packets();
+    ByteRanges places;
+    for (uint32_t i = 0; i < media.track_count; ++i) {
+        if (index != QUORV_WHOLE_FILE && index != i) continue;
+        places.add(packets.state_of(media.tracks[i].record.number - 1).damage.places);
+    }
+    damage->packets_unusable = {places.count(), places.first()};
+    damage->bytes_missing = media.bytes_missing;
+    damage->cut_off = media.bytes_missing != 0 ? 1 : 0;
+}
 
 }  // namespace
 

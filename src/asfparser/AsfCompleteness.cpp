@@ -1,0 +1,35 @@
+// Walks the outermost objects; see the header.
+
+#include "asfparser/AsfCompleteness.h"
+
+#include "splitter/ByteOrder.h"
+
+namespace quorv {
+
+namespace {
+
+// Files have a header, the media data and a few indexes.
+constexpr uint32_t kMaxObjects = 1000;
+
+}  // namespace
+
+Code asf_count_missing_bytes(AsfContext *context, int64_t *missing) {
+    *missing = 0;
+    StreamSource &source = context->reader;
+    const uint64_t size = CASFBase::GetStreamSize(&source);
+    uint64_t end = 0;
+    for (uint32_t i = 0; i < kMaxObjects && end < size && size - end >= kAsfObjectHeaderBytes; ++i) {
+        uint8_t bytes[kAsfObjectHeaderBytes] = {};
+        Code code = CASFBase::MoveTo(&source, end);
+        if (code == Code::Ok) code = CASFBase::ReadData(&source, bytes, sizeof(bytes));
+        if (code != Code::Ok) return code;
+        const uint64_t object_size = load_le64(bytes + kAsfGuidBytes);
+        // A live recording leaves it open.
+        if (object_size < kAsfObjectHeaderBytes || object_size > uint64_t{INT64_MAX} - end) return Code::Ok;
+        end += object_size;
+    }
+    if (end > size) *missing = static_cast<int64_t>(end - size);
+    return Code::Ok;
+}
+
+}  // namespace quorv
