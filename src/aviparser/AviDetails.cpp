@@ -10,6 +10,7 @@
 #include "aviparser/AviFrame.h"
 #include "aviparser/AviHeader.h"
 #include "aviparser/AviIndex.h"
+#include "aviparser/AviPacket.h"
 #include "aviparser/AviPatience.h"
 #include "aviparser/AviSeek.h"
 
@@ -70,6 +71,17 @@ Code avi_read_details(AviContext *context, AviTrack *track, uint8_t *buffer, uin
     frame->duration_us = time.of_stamp(track->reading.frame_offset) - frame->time_us;
     frame->offset = packet.position;
     return Code::Ok;
+}
+
+Code avi_peek_details(AviContext *context, AviTrack *track, uint8_t *buffer, uint32_t room, uint32_t *size) {
+    const AviPatience patience(context, track);
+    *size = 0;
+    Code code = avi_find_chunk(context, track, AviIndexGrowth::Forbidden);
+    if (code == Code::Ok) {
+        const uint32_t wanted = std::min(room, track->reading.bytes_left);
+        code = context->source.read_at(track->reading.data_position, buffer, wanted, size);
+    }
+    return patience.result_of(code);
 }
 
 bool avi_is_stated_key(const AviTrack &track, int64_t time_stamp) {

@@ -26,6 +26,9 @@ struct AviFrameDetails {
 Code avi_read_details(AviContext *context, AviTrack *track, uint8_t *buffer, uint32_t room,
                       AviFrameDetails *frame);
 
+// The first bytes of the track's next chunk, as many as there are or fit; the track stays where it is.
+Code avi_peek_details(AviContext *context, AviTrack *track, uint8_t *buffer, uint32_t room, uint32_t *size);
+
 // Whether the file itself says that decoding can begin at this time stamp of a video track.
 bool avi_is_stated_key(const AviTrack &track, int64_t time_stamp);
 

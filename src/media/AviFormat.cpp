@@ -10,8 +10,8 @@
 #include "aviparser/AviDetails.h"
 #include "aviparser/AviHeader.h"
 #include "aviparser/AviTrackMark.h"
+#include "media/AviKeyFrames.h"
 #include "media/CodecNames.h"
-#include "media/KeyFrames.h"
 #include "media/MediaFormat.h"
 #include "media/WaveTags.h"
 
@@ -146,19 +146,6 @@ Code describe_avi_track(MediaState *state, uint32_t index, QuorvTrack *track) {
     return Code::Ok;
 }
 
-bool is_key_frame(const AviTrack &track, const QuorvTrack &record, const uint8_t *data,
-                  const AviFrameDetails &frame) {
-    if (record.type != QUORV_TRACK_VIDEO) return true;
-    switch (key_frame_word(record, data, frame.size)) {
-        case OwnWord::Key:
-            return true;
-        case OwnWord::NoKey:
-            return false;
-        default:
-            return avi_is_stated_key(track, frame.time_stamp);
-    }
-}
-
 Code read_avi(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, MediaPacket *packet) {
     AviContext *context = state_of(state)->context.get();
     AviTrack *track = context->tracks[index].get();
@@ -174,7 +161,7 @@ Code read_avi(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, M
                .time_us = frame.time_us,
                .duration_us = frame.duration_us,
                .offset = frame.offset,
-               .key = is_key_frame(*track, record, buffer, frame)};
+               .key = avi_is_key_frame(*track, record, buffer, frame)};
     return Code::Ok;
 }
 
@@ -182,10 +169,12 @@ Code seek_avi(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode
     AviContext *context = state_of(state)->context.get();
     AviTrack *track = context->tracks[index].get();
     if (track->type != SPLITER_TRACK_VIDEO && track->type != SPLITER_TRACK_AUDIO) return Code::Unsupported;
-    const AviSeekTo to = mode == MediaSeek::KeyFrameBefore  ? AviSeekTo::KeyFrameBefore
-                         : mode == MediaSeek::KeyFrameAfter ? AviSeekTo::KeyFrameAfter
-                                                            : AviSeekTo::AnyBefore;
-    return avi_seek_details(context, track, std::max<int64_t>(time_us, 0), to, reached_us);
+    const QuorvTrack &record = state_of(state)->tracks[index].record;
+    const int64_t wanted = std::max<int64_t>(time_us, 0);
+    if (mode == MediaSeek::AnyBefore)
+        return avi_seek_details(context, track, wanted, AviSeekTo::AnyBefore, reached_us);
+    const bool before = mode == MediaSeek::KeyFrameBefore;
+    return avi_seek_key_frame(context, track, record, wanted, before, reached_us);
 }
 
 static_assert(sizeof(AviTrackMark) <= sizeof(MediaMark) && std::is_trivially_copyable_v<AviTrackMark>);
