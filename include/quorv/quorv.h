@@ -161,7 +161,7 @@ typedef struct QuorvTrack {
     size_t codec_data_size;     /**< bytes at codec_data */
     const void *huffman_tables; /**< motion JPEG: DHT segments that its pictures lack; may be null */
     size_t huffman_tables_size; /**< bytes at huffman_tables */
-    int reorders;               /**< nonzero when packets are not shown in the order in which they come,
+    int reorders;               /**< nonzero when packets may be shown in another order than they come in,
                                      as far as the codec data tells */
     uint64_t sample_count;      /**< MPEG audio files: samples of each channel, exactly; 0 when not known */
     uint32_t trim_front; /**< MPEG audio files: samples that come out of a decoder in front of those, and that

@@ -7,6 +7,14 @@ namespace quorv {
 
 namespace {
 
+Code describe_track(QuorvReader *reader, uint32_t index, QuorvTrack *record) {
+    Code code = reader->format->describe(reader->state, index, record);
+    bool reorders = false;
+    if (code == Code::Ok && record->type == QUORV_TRACK_VIDEO) code = track_reorders(*record, &reorders);
+    record->reorders = reorders ? 1 : 0;
+    return code;
+}
+
 Code describe_tracks(QuorvReader *reader) {
     QuorvFile &file = reader->file;
     const uint32_t count = std::min(reader->format->track_count(reader->state), kMostMediaTracks);
@@ -14,7 +22,7 @@ Code describe_tracks(QuorvReader *reader) {
     for (uint32_t i = 0; i < count; ++i) {
         Owned<MediaTrack> track = make_owned<MediaTrack>();
         if (track == nullptr) return Code::NoMemory;
-        const Code code = reader->format->describe(reader->state, i, &track->record);
+        const Code code = describe_track(reader, i, &track->record);
         if (code != Code::Ok) return code;
         track->selected = track->has_packets();
         file.duration_us = std::max(file.duration_us, track->record.duration_us);

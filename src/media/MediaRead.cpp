@@ -93,8 +93,7 @@ void forget_packets(MediaTrack *track) {
 
 Code order_packets(MediaTrack *track) {
     if (track->order != nullptr) return Code::Ok;
-    const QuorvTrack &record = track->record;
-    track->order = make_owned<PresentationOrder>(record.framing, record.codec_data, record.codec_data_size);
+    track->order = make_owned<PresentationOrder>(track->record);
     if (track->order == nullptr) return Code::NoMemory;
     if (track->lent) track->queue.pop();
     track->lent = track->ready = false;

@@ -33,13 +33,18 @@ T take_first(T *array, size_t *count) {
 
 }  // namespace
 
-PresentationOrder::PresentationOrder(QuorvFraming framing, const void *codec_data, size_t codec_data_size)
-    : framing_(framing) {
-    const auto *data = static_cast<const uint8_t *>(codec_data);
+// H.264 units behind lengths have no framing of their own.
+PresentationOrder::Coding PresentationOrder::coding_of(const QuorvTrack &track) {
+    if (track.codec == QUORV_CODEC_H264) return Coding::H264;
+    return track.framing == QUORV_FRAMING_MPEG4_VISUAL ? Coding::Mpeg4 : Coding::Other;
+}
+
+PresentationOrder::PresentationOrder(const QuorvTrack &track) : coding_(coding_of(track)) {
+    const auto *data = static_cast<const uint8_t *>(track.codec_data);
     if (data == nullptr) return;
-    const uint8_t *const end = data + codec_data_size;
-    if (framing == QUORV_FRAMING_ANNEX_B) h264_.read_codec_data(data, codec_data_size);
-    if (framing != QUORV_FRAMING_MPEG4_VISUAL) return;
+    if (coding_ == Coding::H264) h264_.read_codec_data(data, track.codec_data_size);
+    if (coding_ != Coding::Mpeg4) return;
+    const uint8_t *const end = data + track.codec_data_size;
     for_each_start_code(data, end, [&](uint8_t code, const uint8_t *header) {
         if (is_layer(code)) layer_ = mpeg4_read_layer(header, end);
     });
@@ -50,8 +55,8 @@ void PresentationOrder::push(const void *packet, size_t size, int64_t decode_us)
     const uint64_t number = pushed_++;
     this->packet(number) = {decode_us, false};
     bool has_picture = false;
-    if (framing_ == QUORV_FRAMING_ANNEX_B) has_picture = push_h264(data, size);
-    if (framing_ == QUORV_FRAMING_MPEG4_VISUAL) has_picture = push_mpeg4(data, size);
+    if (coding_ == Coding::H264) has_picture = push_h264(data, size);
+    if (coding_ == Coding::Mpeg4) has_picture = push_mpeg4(data, size);
     if (!has_picture) {
         // It makes up for a packet with several pictures, or else its time is none of a picture's.
         if (waiting_count_ > slot_count_) add_slot();
@@ -155,10 +160,8 @@ void PresentationOrder::settle(uint64_t number, int64_t time_us) {
     packet(number) = {time_us, true};
 }
 
-Code codec_data_reorders(QuorvFraming framing, const void *codec_data, size_t codec_data_size,
-                         bool *reorders) {
-    const Owned<PresentationOrder> order =
-        make_owned<PresentationOrder>(framing, codec_data, codec_data_size);
+Code track_reorders(const QuorvTrack &track, bool *reorders) {
+    const Owned<PresentationOrder> order = make_owned<PresentationOrder>(track);
     if (order == nullptr) return Code::NoMemory;
     *reorders = order->reorders();
     return Code::Ok;

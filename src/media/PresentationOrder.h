@@ -33,8 +33,8 @@ public:
     // many.
     static constexpr size_t kMaxPending = 32;
 
-    // The codec data may be null, and need not outlive the call.
-    PresentationOrder(QuorvFraming framing, const void *codec_data, size_t codec_data_size);
+    // Of the track only codec, framing and codec data matter, none of which need outlive the call.
+    explicit PresentationOrder(const QuorvTrack &track);
 
     // The next packet in decode order; only while settled() is false. The bytes need not outlive the call.
     void push(const void *packet, size_t size, int64_t decode_us);
@@ -51,6 +51,7 @@ public:
     bool reorders() const;
 
 private:
+    enum class Coding { Other, H264, Mpeg4 };
     struct Packet {
         int64_t time_us;  // of decoding, until it is settled
         bool settled;
@@ -62,6 +63,7 @@ private:
     };
     static constexpr uint32_t kMaxDepth = kMaxPending - 1;
 
+    static Coding coding_of(const QuorvTrack &track);
     // False when there is no picture in the packet.
     bool push_h264(const uint8_t *data, size_t size);
     bool push_mpeg4(const uint8_t *data, size_t size);
@@ -72,7 +74,7 @@ private:
     void settle(uint64_t number, int64_t time_us);
     Packet &packet(uint64_t number) { return packets_[number % kMaxPending]; }
 
-    QuorvFraming framing_;
+    const Coding coding_;
     H264PictureOrder h264_;
     Mpeg4Layer layer_ = {};
     int64_t last_anchor_ = 0;   // MPEG-4: the order of the last I-, P- or S-VOP
@@ -90,8 +92,7 @@ private:
 };
 
 // Whether that is so for a track of which nothing has been read yet. Code::NoMemory.
-Code codec_data_reorders(QuorvFraming framing, const void *codec_data, size_t codec_data_size,
-                         bool *reorders);
+Code track_reorders(const QuorvTrack &track, bool *reorders);
 
 }  // namespace quorv
 

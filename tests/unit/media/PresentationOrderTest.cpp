@@ -38,8 +38,19 @@ Shown show(PresentationOrder *order, const std::vector<Bytes> &packets, int64_t 
     return shown;
 }
 
-std::unique_ptr<PresentationOrder> open_order(QuorvFraming framing, const Bytes &codec_data) {
-    return std::make_unique<PresentationOrder>(framing, codec_data.data(), codec_data.size());
+QuorvTrack h264_track(const Bytes &codec_data) {
+    QuorvTrack track = {};
+    track.codec = QUORV_CODEC_H264;
+    track.codec_data = codec_data.data();
+    track.codec_data_size = codec_data.size();
+    return track;
+}
+
+QuorvTrack mpeg4_track(const Bytes &codec_data) {
+    QuorvTrack track = h264_track(codec_data);
+    track.codec = QUORV_CODEC_XVID;
+    track.framing = QUORV_FRAMING_MPEG4_VISUAL;
+    return track;
 }
 
 TEST(PresentationOrder, FollowsThePictureOrderCountOfH264) {
@@ -105,7 +116,7 @@ TEST(PresentationOrder, FollowsThePictureOrderCountOfH264) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.what);
-        const auto order = open_order(QUORV_FRAMING_ANNEX_B, c.stream.codec_data());
+        const auto order = std::make_unique<PresentationOrder>(h264_track(c.stream.codec_data()));
         EXPECT_EQ(order->reorders(), c.most_pending > 1 && c.stream.profile != 66);
         const Shown shown = show(order.get(), c.stream.packets(c.pictures));
         EXPECT_EQ(shown.times, c.times);
@@ -121,7 +132,7 @@ TEST(PresentationOrder, TakesParameterSetsFromPackets) {
     packets.insert(packets.begin() + 3, {Bytes{}, Bytes{0, 0, 1}, Bytes{0, 0, 1, 9, 0x10}});
     packets.push_back(join({next.sps(), next.slice({'I', 0, 0})}));
     packets.push_back(next.slice({'b', 1, 0}));
-    const auto order = open_order(QUORV_FRAMING_ANNEX_B, {});
+    const auto order = std::make_unique<PresentationOrder>(h264_track({}));
     EXPECT_EQ(show(order.get(), packets).times, (std::vector<int64_t>{0, 1, 6, 3, 4, 5, 2, 7, 8, 9}));
 }
 
@@ -129,7 +140,7 @@ TEST(PresentationOrder, TakesParameterSetsFromPackets) {
 // same.
 TEST(PresentationOrder, GoesOnBehindASeek) {
     const H264Stream stream = {.reorder_depth = 1};
-    const auto order = open_order(QUORV_FRAMING_ANNEX_B, stream.codec_data());
+    const auto order = std::make_unique<PresentationOrder>(h264_track(stream.codec_data()));
     show(order.get(), stream.packets("I0,0 P1,7"));
     for (const Bytes &packet : stream.packets("P2,12 P3,14"))
         order->push(packet.data(), packet.size(), 2);
@@ -175,12 +186,8 @@ TEST(PresentationOrder, FollowsTheVopTypesOfMpeg4) {
     for (const auto &c : cases) {
         SCOPED_TRACE(c.packets);
         const Bytes codec_data = mpeg4_vol(176, 144, c.object_type);
-        bool reorders = false;
-        EXPECT_EQ(
-            codec_data_reorders(QUORV_FRAMING_MPEG4_VISUAL, codec_data.data(), codec_data.size(), &reorders),
-            Code::Ok);
-        EXPECT_EQ(reorders, c.object_type == kAdvancedSimple);
-        const auto order = open_order(QUORV_FRAMING_MPEG4_VISUAL, codec_data);
+        const auto order = std::make_unique<PresentationOrder>(mpeg4_track(codec_data));
+        EXPECT_EQ(order->reorders(), c.object_type == kAdvancedSimple);
         const Shown shown = show(order.get(), mpeg4_packets(c.packets));
         EXPECT_EQ(shown.times, c.times);
         EXPECT_EQ(shown.most_pending, c.most_pending);
@@ -188,7 +195,7 @@ TEST(PresentationOrder, FollowsTheVopTypesOfMpeg4) {
 }
 
 TEST(PresentationOrder, WaitsForNoMorePacketsThanItSays) {
-    const auto order = open_order(QUORV_FRAMING_MPEG4_VISUAL, mpeg4_vol(176, 144, 17));
+    const auto order = std::make_unique<PresentationOrder>(mpeg4_track(mpeg4_vol(176, 144, 17)));
     std::string text = "I P";
     for (size_t i = 0; i < 2 * PresentationOrder::kMaxPending; ++i)
         text += " B";
@@ -198,8 +205,8 @@ TEST(PresentationOrder, WaitsForNoMorePacketsThanItSays) {
     EXPECT_EQ(shown.times.back(), static_cast<int64_t>(shown.times.size()) - 1);
 }
 
-TEST(PresentationOrder, LeavesOtherFramingsTheirTimes) {
-    const auto order = open_order(QUORV_FRAMING_JPEG, {});
+TEST(PresentationOrder, LeavesOtherCodecsTheirTimes) {
+    const auto order = std::make_unique<PresentationOrder>(QuorvTrack{});
     const Shown shown = show(order.get(), mpeg4_packets("I B P"));
     EXPECT_EQ(shown.times, (std::vector<int64_t>{0, 1, 2}));
     EXPECT_EQ(shown.most_pending, 1u);
