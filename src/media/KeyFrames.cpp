@@ -45,16 +45,28 @@ OwnWord word_of_type(int byte, uint32_t type, uint32_t intra) {
     return type == intra ? OwnWord::Key : OwnWord::NoKey;
 }
 
+// A picture that is not coded repeats another, of whatever type it is.
+bool is_not_coded(const QuorvTrack &track, const uint8_t *data, uint32_t size) {
+    ZevVideoParam layer = {};
+    uint32_t not_coded = 0;
+    const auto *codec_data = static_cast<const uint8_t *>(track.codec_data);
+    return ZEV_MPEG4_GetVideoParam(codec_data, static_cast<uint32_t>(track.codec_data_size), &layer) ==
+               VIDHDR_OK &&
+           ZEV_MPEG4_GetVopType(data, size, &layer, &not_coded) == VIDHDR_OK && not_coded != 0;
+}
+
 }  // namespace
 
 OwnWord key_frame_word(const QuorvTrack &track, const uint8_t *data, size_t size) {
     const uint8_t *end = data + size;
+    const auto length = static_cast<uint32_t>(std::min<size_t>(size, UINT32_MAX));
     switch (track.framing) {
         case QUORV_FRAMING_ANNEX_B:
-            return word_of_h264(data, static_cast<uint32_t>(std::min<size_t>(size, UINT32_MAX)));
+            return word_of_h264(data, length);
         case QUORV_FRAMING_MPEG4_VISUAL: {
             const int byte = byte_behind(data, end, kMpeg4Vop, 1);
-            return word_of_type(byte, static_cast<uint32_t>(byte) >> 6, VIDHDR_VOP_I);
+            const OwnWord word = word_of_type(byte, static_cast<uint32_t>(byte) >> 6, VIDHDR_VOP_I);
+            return word == OwnWord::Key && is_not_coded(track, data, length) ? OwnWord::NoKey : word;
         }
         case QUORV_FRAMING_JPEG:
         case QUORV_FRAMING_RAW_PICTURE:
