@@ -6,7 +6,7 @@ namespace quorv {
 
 namespace {
 
-constexpr const MediaFormat *kFormats[] = {&kAviFormat, &kAsfFormat};
+constexpr const MediaFormat *kFormats[] = {&kAviFormat, &kAsfFormat, &kMpegAudioFormat};
 
 constexpr size_t kHeadBytes = 8192;
 // Of tags one behind the other, which no program writes.
@@ -51,8 +51,11 @@ Code find_media_format(MediaSource *source, const MediaFormat **format) {
         if (tag == 0) break;
         offset += tag;
     }
+    // There may be more padding behind a tag than was looked at.
+    if (*format == nullptr && offset > 0) *format = &kMpegAudioFormat;
     // Other containers do not begin with a tag.
-    const bool found = *format != nullptr && (offset == 0 || (*format)->container == QUORV_CONTAINER_MPEG_AUDIO);
+    const bool found =
+        *format != nullptr && (offset == 0 || (*format)->container == QUORV_CONTAINER_MPEG_AUDIO);
     return found ? Code::Ok : Code::NoParser;
 }
 

@@ -1,4 +1,4 @@
-// MPEG audio through quorv_decode, in pieces of any size.
+// MPEG audio through quorv_decode, in pieces of any size or in the packets of a file.
 #ifndef QUORV_TESTS_SUPPORT_DECODEDSOUND_H
 #define QUORV_TESTS_SUPPORT_DECODEDSOUND_H
 
@@ -21,6 +21,18 @@ inline MediaDecoderHolder open_decoder(const QuorvTrack *track = nullptr, uint32
     QuorvDecoder *decoder = nullptr;
     static_cast<void>(quorv_decoder_open(track, flags, &decoder));
     return MediaDecoderHolder(decoder);
+}
+
+struct ReaderCloser {
+    void operator()(QuorvReader *reader) const { quorv_close(reader); }
+};
+using ReaderHolder = std::unique_ptr<QuorvReader, ReaderCloser>;
+
+// Null when it cannot be opened; the file must stay.
+inline ReaderHolder open_file(const Bytes &file) {
+    QuorvReader *reader = nullptr;
+    static_cast<void>(quorv_open_memory(file.data(), file.size(), &reader));
+    return ReaderHolder(reader);
 }
 
 struct DecodedSound {
@@ -60,6 +72,15 @@ inline DecodedSound decode_sound(QuorvDecoder *decoder, const Bytes &stream, siz
     DecodedSound sound;
     for (size_t done = 0; done < stream.size(); done += std::min(piece, stream.size() - done))
         sound.decode(decoder, stream.data() + done, std::min(piece, stream.size() - done));
+    sound.finish(decoder);
+    return sound;
+}
+
+// All that a reader still has of its only track.
+inline DecodedSound decode_rest(QuorvReader *reader, QuorvDecoder *decoder) {
+    DecodedSound sound;
+    for (const QuorvPacket *packet; quorv_read(reader, &packet) == QUORV_OK;)
+        sound.decode(decoder, static_cast<const uint8_t *>(packet->data), packet->size);
     sound.finish(decoder);
     return sound;
 }

@@ -39,6 +39,11 @@ void compare(const Encoding &encoding) {
     EXPECT_EQ(trimmed.size(), tells_padding ? encoded : whole.size());
     expect_alike(whole, decode_with_peer(stream, "--no-gapless --no-infoframe"));
     expect_alike(trimmed, decode_with_peer(stream, ""));
+    const ReaderHolder reader = open_file(stream);
+    const QuorvTrack *const track = quorv_track(reader.get(), 0);
+    ASSERT_NE(track, nullptr);
+    EXPECT_EQ(track->sample_count * track->channels, trimmed.size());
+    EXPECT_TRUE(decode_rest(reader.get(), open_decoder(track).get()).samples == trimmed);
 }
 
 TEST(Mp3Peer, EveryBitRateAndMode) {
