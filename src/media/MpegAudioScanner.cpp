@@ -27,6 +27,8 @@ Code MpegAudioScanner::next(MpegAudioFrame *frame, int64_t most_junk) {
     for (;;) {
         if (is_at_end()) return Code::EndOfStream;
         const Mp3Error error = header_decode(&header_, &input_);
+        // The last frame passes with a byte missing, but then it is no frame of the file.
+        if (is_last_ && error == Mp3Error::None && input_.read_position > input_.stream_end) continue;
         if (error == Mp3Error::None) {
             take(frame);
             return Code::Ok;
@@ -50,7 +52,7 @@ bool MpegAudioScanner::is_at_end() const {
 
 void MpegAudioScanner::take(MpegAudioFrame *frame) {
     const auto start = static_cast<uint32_t>(input_.frame_start - bytes_);
-    first_ = std::min(static_cast<uint32_t>(input_.read_position - bytes_), held_);
+    first_ = static_cast<uint32_t>(input_.read_position - bytes_);
     frame->offset = window_ + start;
     frame->size = first_ - start;
     frame->data = input_.frame_start;

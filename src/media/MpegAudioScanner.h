@@ -29,7 +29,7 @@ constexpr MpegAudioPlace mpeg_audio_place(int64_t offset, bool in_sync) {
 
 struct MpegAudioFrame {
     int64_t offset;       // in the file
-    uint32_t size;        // of the bytes, which the end of the file may have cut by one
+    uint32_t size;        // bytes
     const uint8_t *data;  // valid until the next call with the scanner
     int64_t junk;         // bytes in front of it, behind the last frame, that are no tag
 };

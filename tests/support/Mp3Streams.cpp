@@ -70,6 +70,27 @@ Bytes id3v2_tag(size_t size) {
     return tag;
 }
 
+Bytes xing_frame(const char *name, size_t frames, size_t bytes, uint32_t delay, uint32_t padding) {
+    Bytes frame = {0xFF, 0xFB, 0x90, 0x00};
+    frame.resize(417);
+    uint8_t *place = frame.data() + 36;
+    const auto put = [&place](size_t value) {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            *place++ = static_cast<uint8_t>(value >> shift);
+    };
+    place = std::copy(name, name + 4, place);
+    put(15);  // all of the following
+    put(frames);
+    put(bytes);
+    for (uint32_t i = 0; i < 100; ++i)
+        *place++ = static_cast<uint8_t>(i * 256 / 100);
+    put(0);
+    const char encoder[] = "TEST 1.00";
+    place = std::copy(encoder, encoder + 9, place) + 12;
+    put((delay << 12 | padding) << 8);
+    return frame;
+}
+
 Calls random_calls(uint32_t seed, size_t largest_piece, size_t largest_room) {
     const auto random = std::make_shared<Random>(Random{seed});
     return {[=] { return 1 + (*random)() % largest_piece; },

@@ -34,6 +34,9 @@ Bytes real_mp3_stream();
 std::vector<size_t> frame_starts(const Bytes &stream);
 // A tag of so many bytes behind its header of 10.
 Bytes id3v2_tag(size_t size);
+// A frame of the real stream's format and 417 bytes that has no sound but what an encoder says of a stream:
+// named "Xing" or "Info", with its frames and bytes, and samples in front of the sound and behind it.
+Bytes xing_frame(const char *name, size_t frames, size_t bytes, uint32_t delay, uint32_t padding);
 
 struct DecoderCloser {
     void operator()(QuMp3Decoder decoder) const { QU_MP3_decoder_close(decoder); }

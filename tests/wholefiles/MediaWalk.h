@@ -18,6 +18,13 @@ inline std::vector<MediaSample> make_samples() {
     std::vector<MediaSample> all;
     for (const AnySample &sample : all_sample_files())
         all.push_back({sample.name, sample.bytes.flatten(), &sample.api});
+    const Bytes music = first_of(real_mp3_stream(), 2507), junk(20, 0x55);  // of six frames
+    all.push_back(
+        {"mp3_with_header", join({xing_frame("Xing", 6, 417 + music.size(), 500, 1200), music}), nullptr});
+    all.push_back({"mpeg_audio_in_tags",
+                   join({id3v2_tag(60), junk, noise_stream(4), id3v2_tag(40), junk,
+                         noise_stream(4, {.sample_rate = 48000, .channels = 1})}),
+                   nullptr});
     return all;
 }
 

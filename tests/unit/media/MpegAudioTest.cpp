@@ -21,28 +21,6 @@ constexpr int64_t time_of(int64_t samples, int64_t rate) {
     return samples * 1000000 / rate;
 }
 
-// A frame of 417 bytes without sound, with what an encoder writes about the stream.
-Bytes info_frame(const char *name, uint32_t frames, uint32_t bytes, uint32_t delay, uint32_t padding) {
-    Bytes frame = {0xFF, 0xFB, 0x90, 0x00};
-    frame.resize(417);
-    auto *place = frame.data() + 36;
-    const auto put = [&place](uint32_t value) {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            *place++ = static_cast<uint8_t>(value >> shift);
-    };
-    place = std::copy(name, name + 4, place);
-    put(15);
-    put(frames);
-    put(bytes);
-    for (uint32_t i = 0; i < 100; ++i)
-        *place++ = static_cast<uint8_t>(i * 256 / 100);
-    put(0);
-    const char encoder[] = "TEST 1.00";
-    place = std::copy(encoder, encoder + 9, place) + 12;
-    put((delay << 12 | padding) << 8);
-    return frame;
-}
-
 // Reads all packets, whose bytes must be those of the file at their offsets.
 std::vector<QuorvPacket> read_all(QuorvReader *reader, const Bytes &file) {
     std::vector<QuorvPacket> packets;
@@ -121,7 +99,7 @@ TEST(MpegAudioFile, TheEncodersHeaderTellsLengthTrimmingAndCuts) {
     const auto frames = static_cast<uint32_t>(frame_starts(music).size() - 1);
     const auto bytes = static_cast<uint32_t>(417 + music.size());
     const int64_t sound = int64_t{frames} * 1152 - kFront - kBack;
-    const Bytes info = info_frame("Info", frames, bytes, kDelay, kPadding), file = joined({info, music});
+    const Bytes info = xing_frame("Info", frames, bytes, kDelay, kPadding), file = joined({info, music});
     const std::vector<int16_t> whole = samples_of(decode(music));
     const std::vector<int16_t> trimmed(whole.begin() + 2 * kFront, whole.end() - 2 * kBack);
 
@@ -231,7 +209,7 @@ TEST(MpegAudioFile, LargeFilesAreOpenedAndSoughtWithoutReadingThem) {
 TEST(MpegAudioFile, SeeksGoToTheFrameOfTheTime) {
     const Bytes music = real_mp3_stream();
     const auto frames = static_cast<uint32_t>(frame_starts(music).size() - 1);
-    const Bytes info = info_frame("Xing", frames, static_cast<uint32_t>(417 + music.size()), 700, 1200);
+    const Bytes info = xing_frame("Xing", frames, static_cast<uint32_t>(417 + music.size()), 700, 1200);
     for (const Bytes &file : {music, joined({id3v2_tag(10), info, music}), noise_stream(900)}) {
         const ReaderHolder reader = open_file(file);
         const std::vector<QuorvPacket> packets = read_all(reader.get(), file);
