@@ -15,10 +15,14 @@
 namespace quorv::test {
 namespace {
 
+Bytes sample_bytes() {
+    std::ifstream stream(QUORV_SAMPLES "/h264-mp3.avi", std::ios::binary);
+    return Bytes{std::istreambuf_iterator<char>(stream), {}};
+}
+
 TEST(MediaFiles, AreReadFromPathsDescriptorsAndMemory) {
     const std::string path = QUORV_SAMPLES "/h264-mp3.avi";
-    std::ifstream stream(path, std::ios::binary);
-    const Bytes bytes{std::istreambuf_iterator<char>(stream), {}};
+    const Bytes bytes = sample_bytes();
     const Walk expected = walk(bytes);
     QuorvReader *reader = nullptr;
     ASSERT_EQ(quorv_open_path(path.c_str(), &reader), QUORV_OK);
@@ -101,15 +105,20 @@ TEST(MediaFiles, WrongUseIsToldApart) {
 
 // What the source answers when it fails is the code.
 TEST(MediaFiles, TellTheSourcesOwnCode) {
-    MediaBytes source(samples()[0].bytes);
+    MediaBytes source(sample_bytes());
     MediaFile file(source.record());
     source.faults.fail_at = source.reads + 1;
-    const QuorvPacket *packet = nullptr;
-    EXPECT_EQ(quorv_read(file.reader(), &packet), QUORV_ERR_SOURCE);
+    source.faults.for_good = true;
+    QuorvResult end = QUORV_OK;
+    const size_t before = file.read(&end).size();
+    EXPECT_EQ(end, QUORV_ERR_SOURCE);
     EXPECT_EQ(quorv_reader_code(file.reader()), static_cast<uint32_t>(kSourceAnswer));
-    EXPECT_EQ(packet, nullptr);
-    EXPECT_EQ(quorv_read(file.reader(), &packet), QUORV_OK);
-    EXPECT_EQ(quorv_reader_code(file.reader()), 0u);
+    source.faults = {};
+    const size_t behind = file.read(&end).size();
+    EXPECT_EQ(end, QUORV_END);
+    EXPECT_EQ(quorv_reader_code(file.reader()), uint32_t{SPLITER_ERR_END_OF_STREAM});
+    MediaFile whole(source.record());
+    EXPECT_EQ(before + behind, whole.read().size());
 }
 
 TEST(MediaFiles, EveryCodeHasAText) {

@@ -16,7 +16,7 @@ struct MediaSample {
 
 inline std::vector<MediaSample> make_samples() {
     std::vector<MediaSample> all;
-    for (const AnySample &sample : all_sample_files())
+    for (const SampleFile &sample : sample_files())
         all.push_back({sample.name, sample.bytes.flatten(), &sample.api});
     const Bytes music = first_of(real_mp3_stream(), 2507), junk(20, 0x55);  // of six frames
     all.push_back(
