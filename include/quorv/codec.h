@@ -76,7 +76,7 @@
 #define QUORV_CODEC_MP2 QUORV_FOURCC('m', 'p', '2', ' ')
 /**
  * MPEG audio Layer III (ISO/IEC 11172-3, 13818-3). In AVI and ASF files a frame of the container is a run of
- * bytes, which may begin and end inside of an MPEG audio frame.
+ * bytes, which may begin and end inside of an MPEG audio frame; in MPEG audio files it is one of those.
  */
 #define QUORV_CODEC_MP3 QUORV_FOURCC('m', 'p', '3', ' ')
 /** AAC (ISO/IEC 14496-3). A frame is a raw data block; the codec data is the AudioSpecificConfig, if any. */

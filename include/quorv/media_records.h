@@ -90,7 +90,8 @@ typedef enum QuorvFraming {
     QUORV_FRAMING_RAW_PICTURE,  /**< an uncompressed picture */
     QUORV_FRAMING_WMV,          /**< a frame of Windows Media Video, without start codes */
     QUORV_FRAMING_PCM,          /**< samples as sample_format says, all channels in turn */
-    QUORV_FRAMING_MPEG_AUDIO,   /**< bytes of MPEG audio frames; a packet may begin and end inside of one */
+    QUORV_FRAMING_MPEG_AUDIO,   /**< MPEG audio frames: one in MPEG audio files; in others bytes of them,
+                                     which may begin and end inside of one */
     QUORV_FRAMING_BLOCKS        /**< whole blocks of block_align bytes, as ADPCM and WMA have them */
 } QuorvFraming;
 
@@ -125,7 +126,7 @@ typedef struct QuorvTrack {
     const char *codec_name;          /**< "H.264", "MPEG-4 Part 2 (XVID)", "PCM, 16 bits"; never null */
     QuorvFraming framing;            /**< what a packet's bytes are */
     int64_t duration_us;             /**< the track's own; -1 when not known */
-    uint32_t bit_rate;               /**< bit/s, as the file says; 0 when not known */
+    uint32_t bit_rate;               /**< bit/s, of variable ones the mean; 0 when not known */
     int seekable;                    /**< nonzero when quorv_seek can move it to any time */
     uint32_t width;                  /**< video: pixels */
     uint32_t height;                 /**< video: pixels */

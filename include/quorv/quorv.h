@@ -37,6 +37,14 @@ extern "C" {
  * a program must not copy one whole by its size and expect a newer library's to fit. QuorvSource, which the
  * caller fills, stays as it is.
  *
+ * In an MPEG audio file a packet is one frame. Tags (ID3v2, ID3v1, APE) are passed over, and so is a first
+ * frame that holds what an encoder says of the stream (Xing, Info, VBRI). Times and durations are those of
+ * the sound without what the encoder added, as quorv_decode gives it: packets that it trims are shorter, or
+ * last for 0. The whole duration is what that frame says; without one the frames are counted up to 4 MB, and
+ * the rest of a larger file is taken to have as many bytes a frame. A seek is exact: it walks over frames.
+ * Where these are more than 32 MB it leaps, which is exact at constant rates; at variable rates the times
+ * that follow are estimates, by the encoder's table where there is one.
+ *
  * A reader, or a decoder, is used by one thread at a time; different ones are independent.
  *
  * What the other headers declare lies underneath and stays for those who need it.
@@ -294,7 +302,8 @@ QUORV_API QuorvResult quorv_decode(QuorvDecoder *decoder, const void *data, size
 QUORV_API QuorvResult quorv_decoder_finish(QuorvDecoder *decoder, const QuorvSamples **samples);
 
 /**
- * Forgets what has been decoded, for after a seek.
+ * Forgets what has been decoded, for after a seek. The first frames that follow may need bytes of those
+ * before them; such frames give no samples and are counted as skipped.
  *
  * @param[in] decoder  the decoder
  * @param[in] time_us  where the stream goes on: the time of the next packet of the decoder's track, by which

@@ -69,14 +69,14 @@ void MpegAudioFile::go_to(const MpegAudioPoint &point) {
     scanner_.move_to(point.place);
 }
 
-void MpegAudioFile::describe(QuorvTrack *track) const {
+void MpegAudioFile::describe(QuorvTrack *track) {
     constexpr uint32_t kCodecs[] = {QUORV_CODEC_MP1, QUORV_CODEC_MP2, QUORV_CODEC_MP3};
-    constexpr const char *kNames[] = {"MPEG audio Layer I", "MPEG audio Layer II", "MP3"};
     *track = {};
     track->type = QUORV_TRACK_AUDIO;
     track->number = 1;
     track->codec = kCodecs[header_.layer - 1];
-    track->codec_name = kNames[header_.layer - 1];
+    name_ = codec_name(*track);
+    track->codec_name = name_.text;
     track->framing = QUORV_FRAMING_MPEG_AUDIO;
     track->duration_us = length_.duration_us;
     track->bit_rate = bit_rate();

@@ -5,6 +5,7 @@
 #include <quorv/quorv.h>
 
 #include "media/AudioClock.h"
+#include "media/CodecNames.h"
 #include "media/MediaFormat.h"
 #include "media/MpegAudioIndex.h"
 #include "media/MpegAudioScanner.h"
@@ -33,7 +34,7 @@ public:
 
     // Code::NoParser: there are no frames in it.
     Code open(const SplitterStreamSource &callbacks);
-    void describe(QuorvTrack *track) const;
+    void describe(QuorvTrack *track);
     // As the functions of MediaFormat.
     Code read(uint8_t *buffer, size_t room, MediaPacket *packet);
     Code seek(int64_t time_us, MediaSeek mode, int64_t *reached_us);
@@ -63,6 +64,7 @@ private:
     int64_t offset_of(uint64_t frame) const;
     uint64_t frame_at(int64_t offset) const;
 
+    CodecName name_{};
     MpegAudioScanner scanner_;
     int64_t size_ = -1;         // -1 when not known
     Mp3FrameHeader header_{};   // of the first frame of sound
