@@ -25,14 +25,11 @@ int64_t rescale(int64_t a, int64_t b, int64_t c, AviRounding rounding) {
 
 }  // namespace
 
-AviExactTime::AviExactTime(const AviTrack &track) : divisor_(avi_time_stamp_divisor(track.sampling)) {
-    const AviStated &stated = track.stated;
-    if (stated.scale == 0 || stated.rate == 0) return;
-    num_ = int64_t{stated.scale} * kMicroseconds;
-    den_ = stated.rate;
-    const int64_t common = std::gcd(num_, den_);
-    num_ /= common;
-    den_ /= common;
+void avi_set_exact_unit(AviStated *stated) {
+    const int64_t num = int64_t{stated->scale} * kMicroseconds, den = stated->rate;
+    const int64_t common = std::gcd(num, den);
+    stated->us_num = num / common;
+    stated->us_den = den / common;
 }
 
 int64_t AviExactTime::of_units(int64_t units) const {

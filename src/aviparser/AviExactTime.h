@@ -2,16 +2,24 @@
 #ifndef QUORV_SRC_AVIPARSER_AVIEXACTTIME_H
 #define QUORV_SRC_AVIPARSER_AVIEXACTTIME_H
 
+#include <algorithm>
+
 #include "aviparser/AviTrack.h"
 
 namespace quorv {
 
-// The scale of one track: num / den microseconds a unit, in lowest terms. Times are rounded down, so that
+// Sets stated->us_num and us_den from scale and rate, which are not 0.
+void avi_set_exact_unit(AviStated *stated);
+
+// The scale of one track. Times are rounded down, so that
 // they rise with the units and a difference of two is what lies between them. What does not fit in 64 bits
 // becomes the limit; a track without a time base has the time 0 throughout.
 class AviExactTime {
 public:
-    explicit AviExactTime(const AviTrack &track);
+    explicit AviExactTime(const AviTrack &track)
+        : num_(track.stated.us_num),
+          den_(std::max<int64_t>(track.stated.us_den, 1)),
+          divisor_(avi_time_stamp_divisor(track.sampling)) {}
 
     int64_t of_units(int64_t units) const;
     // Of a running time stamp, which counts bytes for streams with a sample size.
@@ -22,8 +30,7 @@ public:
     int64_t first_stamp_from(int64_t time_us) const;
 
 private:
-    int64_t num_ = 0, den_ = 1;
-    int64_t divisor_;
+    const int64_t num_, den_, divisor_;
 };
 
 }  // namespace quorv

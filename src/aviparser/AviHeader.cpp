@@ -10,6 +10,7 @@
 #include <iterator>
 
 #include "aviparser/AviChunkReader.h"
+#include "aviparser/AviExactTime.h"
 #include "aviparser/AviOpenDml.h"
 #include "aviparser/AviRiff.h"
 #include "aviparser/AviSpecData.h"
@@ -229,6 +230,7 @@ Code HeaderWalk::parse_stream_fields(AviTrack *track, uint32_t type, AviChunkRea
     avi_set_pts_info(track, 64, scale, rate);
     track->stated.scale = scale;
     track->stated.rate = rate;
+    avi_set_exact_unit(&track->stated);
     track->stated.length = length;
     track->duration = clamp_to_u64(avi_units_to_ms(track->time_base, length));
     track->video.frame_rate = rate / scale;

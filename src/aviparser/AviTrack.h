@@ -19,6 +19,7 @@ struct AviStated {
     uint32_t bits_per_sample;  // that count; 0 where nothing is said
     uint32_t scale, rate;      // a unit of time is scale / rate seconds; 0 for streams without times
     bool has_rate;             // it is the file's own, not assumed
+    int64_t us_num, us_den;    // the same in microseconds, in lowest terms; set like scale and rate
     uint32_t length;           // units
 };
 
