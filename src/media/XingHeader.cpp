@@ -71,12 +71,11 @@ void read_xing(Fields fields, XingHeader *result) {
     read_encoder(fields, result);
 }
 
-// Its frames count the one that the header stands in.
 void read_vbri(Fields fields, XingHeader *result) {
     constexpr size_t kToBytes = 6;
     fields.skip(kToBytes);
     result->bytes = fields.take(4);
-    result->frames = int64_t{fields.take(4)} - 1;
+    result->frames = fields.take(4);
 }
 
 }  // namespace

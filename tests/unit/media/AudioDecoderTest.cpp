@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "support/DecodedSound.h"
+#include "support/FailingAllocator.h"
 #include "support/Mp3Streams.h"
 #include "support/TestFolder.h"
 
@@ -72,6 +73,7 @@ TEST(MediaDecoder, CountsSkippedFramesByReason) {
         {"junk",
          joined(joined(Bytes(music.begin(), at(40)), junk), Bytes(at(40), music.end())),
          {1, 1, 0, 0, 0, MP3_ERR_SYNC, 0}},
+        {"no check word", changed(1, 0xFA), {1, 0, 1, 0, 0, MP3_ERR_CRC, 0}},
         {"reserved rate", changed(2, 0xFF), {1, 0, 0, 0, 1, MP3_ERR_BITRATE, 0}},
     };
     for (const auto &[name, stream, expected] : cases) {
@@ -86,6 +88,36 @@ TEST(MediaDecoder, CountsSkippedFramesByReason) {
         EXPECT_EQ(skipped->bad_data, expected.bad_data);
         EXPECT_EQ(skipped->last_code, expected.last_code);
         EXPECT_EQ(skipped->cut_off, expected.cut_off);
+    }
+}
+
+TEST(MediaDecoder, MissingMemoryIsReportedAndNothingIsLost) {
+    const Bytes stream = real_mp3_stream();
+    const std::vector<int16_t> expected = samples_of(decode(stream));
+    bool hit = true;
+    for (uint64_t at = 1; hit; ++at) {
+        FailingAllocator heap(at);
+        QuorvDecoder *decoder = nullptr;
+        if (quorv_decoder_open(nullptr, 0, &decoder) != QUORV_OK) {
+            EXPECT_EQ(decoder, nullptr);
+            ASSERT_EQ(quorv_decoder_open(nullptr, 0, &decoder), QUORV_OK);
+        }
+        const MediaDecoderHolder holder(decoder);
+        DecodedSound sound;
+        for (size_t done = 0, piece = 0; done < stream.size(); done += piece) {
+            piece = std::min(done + 900, stream.size() - done);
+            const QuorvSamples *samples = nullptr;
+            const QuorvResult result = quorv_decode(decoder, stream.data() + done, piece, &samples);
+            EXPECT_TRUE(result == QUORV_OK || result == QUORV_ERR_MEMORY);
+            if (sound.take(samples))
+                sound.decode(decoder, nullptr, 0);
+            else if (result == QUORV_ERR_MEMORY)
+                sound.decode(decoder, stream.data() + done, piece);
+        }
+        sound.finish(decoder);
+        EXPECT_TRUE(sound.samples == expected);
+        hit = heap.has_failed();
+        EXPECT_TRUE(hit || at > 4);
     }
 }
 
