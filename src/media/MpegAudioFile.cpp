@@ -140,7 +140,7 @@ void MpegAudioFile::count_rest() {
         count(&damage_.frames_skipped, 1, rest.offset);
     else if (rest.size > 0)
         count(&damage_.bytes_passed_over, static_cast<uint64_t>(rest.size), rest.offset);
-    const bool lacks_frames = now_.is_exact && static_cast<int64_t>(now_.frame) < xing_.frames;
+    const bool lacks_frames = now_.is_counted && static_cast<int64_t>(now_.frame) < xing_.frames;
     if (has_xing_ && xing_.bytes <= 0 && is_whole && lacks_frames) {
         damage_.cut_off = 1;
         damage_.bytes_missing = -1;

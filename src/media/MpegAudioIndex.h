@@ -16,8 +16,8 @@ namespace quorv {
 struct MpegAudioPoint {
     MpegAudioPlace place;
     AudioClock clock;
-    uint64_t frame;  // its number, from 0
-    bool is_exact;   // number and time are counted, not estimated
+    uint64_t frame;   // its number, from 0
+    bool is_counted;  // from the start on; else number and time come of the place
 };
 
 // Keeps points at equal distances, which grow with the file, in memory that does not.
@@ -25,7 +25,7 @@ class MpegAudioIndex {
 public:
     // To be called for every point that a walk comes by.
     void note(const MpegAudioPoint &point) {
-        if (!point.is_exact || point.frame != count_ * distance_) return;
+        if (!point.is_counted || point.frame != count_ * distance_) return;
         if (count_ == points_.size()) halve();
         points_[count_++] = point;
     }

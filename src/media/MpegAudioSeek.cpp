@@ -15,6 +15,8 @@ namespace quorv {
 namespace {
 
 constexpr int64_t kMostWalk = 32 << 20;
+// More bytes without a frame are taken for the end of the sound.
+constexpr int64_t kMostGap = 64 << 20;
 // An estimate aims at so many frames in front of the time, as frames are certain only with others behind
 // them.
 constexpr uint64_t kFramesBefore = 8;
@@ -89,13 +91,11 @@ bool MpegAudioFile::is_far(uint64_t frame) const {
 Code MpegAudioFile::jump_towards(uint64_t frame) {
     MpegAudioFrame found;
     scanner_.move_to(mpeg_audio_place(offset_of(frame - std::min(frame, kFramesBefore)), false));
-    const Code code = scanner_.next(&found);
-    if (code != Code::Ok) return code;
-    const Mp3FrameHeader &header = scanner_.header();
+    const Code code = scanner_.next(&found, kMostGap);
+    if (code != Code::Ok) return code == Code::NoParser ? Code::EndOfStream : code;
     MpegAudioPoint point = start_;
     point.frame = frame_at(found.offset);
-    point.is_exact =
-        length_.is_constant && header.bitrate == header_.bitrate && header.sample_rate == header_.sample_rate;
+    point.is_counted = false;
     point.clock.move_to(static_cast<int64_t>(point.frame * mp3_samples_per_frame(header_)),
                         trim_.sound >= 0 ? trim_.front : 0);
     point.place = scanner_.place();
@@ -112,8 +112,8 @@ Code MpegAudioFile::walk_to(int64_t time_us, MediaSeek mode, int64_t *reached_us
         const MpegAudioPoint here = now_;
         MpegAudioFrame frame;
         int64_t start_us = 0;
-        const Code code = next(&frame, &start_us);
-        if (code == Code::EndOfStream && has_last) break;
+        const Code code = next(&frame, &start_us, kMostGap);
+        if ((code == Code::EndOfStream || code == Code::NoParser) && has_last) break;
         if (code != Code::Ok) return code;
         const bool is_behind = mode == MediaSeek::KeyFrameAfter ? start_us >= time_us : start_us > time_us;
         if (is_behind && has_last && mode != MediaSeek::KeyFrameAfter) break;

@@ -203,6 +203,7 @@ TEST(MpegAudioFile, LargeFilesAreOpenedAndSoughtWithoutReadingThem) {
     mostly_zeros.size = int64_t{5} << 30;
     const ReaderHolder zeros = mostly_zeros.open();
     EXPECT_EQ(quorv_file(zeros.get())->duration_us, time_of(int64_t{20000} * 384, 44100));
+    EXPECT_EQ(quorv_seek(zeros.get(), INT64_MAX, QUORV_SEEK_BEFORE, nullptr), QUORV_OK);
     EXPECT_LE(mostly_zeros.bytes_read, 140u << 20);
 }
 
