@@ -2,6 +2,8 @@
 
 #include "media/MediaFormats.h"
 
+#include "mp3dec/Mp3Tag.h"
+
 namespace quorv {
 
 namespace {
@@ -11,17 +13,6 @@ constexpr const MediaFormat *kFormats[] = {&kAviFormat, &kAsfFormat, &kMpegAudio
 constexpr size_t kHeadBytes = 8192;
 // Of tags one behind the other, which no program writes.
 constexpr int kMostTags = 16;
-
-// The bytes of the ID3v2 tag at the beginning; 0 when there is none.
-uint64_t tag_size(const uint8_t *head, size_t size) {
-    constexpr size_t kTagHeader = 10;
-    constexpr uint8_t kHasFooter = 0x10;
-    if (size < kTagHeader || memcmp(head, "ID3", 3) != 0) return 0;
-    uint64_t content = 0;
-    for (size_t i = 6; i < kTagHeader; ++i)
-        content = content << 7 | (head[i] & 0x7F);
-    return kTagHeader + content + ((head[5] & kHasFooter) != 0 ? kTagHeader : 0);
-}
 
 const MediaFormat *most_certain(const uint8_t *head, size_t size) {
     const MediaFormat *best = nullptr;
@@ -46,7 +37,7 @@ Code find_media_format(MediaSource *source, const MediaFormat **format) {
         size_t got = 0;
         const Code code = source->read_at(offset, head.get(), kHeadBytes, &got);
         if (code != Code::Ok) return code;
-        const uint64_t tag = tag_size(head.get(), got);
+        const uint64_t tag = got >= kMp3TagHead ? mp3_tag_length(head.get()) : 0;
         if (tag == 0) *format = most_certain(head.get(), got);
         if (tag == 0) break;
         offset += tag;
