@@ -189,7 +189,7 @@ void compare_tracks(SplitterFile &file, const std::string &element, const std::s
 
 using Avidemux = RealSampleTest;
 
-INSTANTIATE_TEST_SUITE_P(Real, Avidemux, testing::ValuesIn(kRealSamples));
+INSTANTIATE_TEST_SUITE_P(Real, Avidemux, testing::ValuesIn(real_samples()));
 
 TEST_P(Avidemux, FramesAndPicturesAreThoseOfThePeer) {
     AviBytes sample(bytes_of_file(path));

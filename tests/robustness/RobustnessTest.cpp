@@ -137,7 +137,7 @@ std::vector<Target> targets() {
     for (const uint32_t kind : {SPLITER_SOURCE_LOCAL, SPLITER_SOURCE_PROGRESSIVE}) {
         for (const SampleFile &sample : sample_files())
             all.push_back({sample.name, kind, &sample});
-        for (const std::string &real : kRealSamples) {
+        for (const std::string &real : real_samples()) {
             if (real != "h264-mp3-large" && real != "h264-two-index-blocks" && real != "h264-mp3")
                 all.push_back({real, kind, nullptr});
         }

@@ -162,15 +162,13 @@ protected:
         ASSERT_EQ(MPlatInitialize(&params), uint32_t{ResultOk});
     }
     void expect_words(const std::vector<uint32_t> &words) {
-        for (const uint32_t word : words) {
-            const Bytes bytes = le32(word);
-            expected.insert(expected.end(), bytes.begin(), bytes.end());
-        }
+        for (const uint32_t word : words)
+            append(expected, le32(word));
     }
     void expect_text(uint32_t kind, const char *identifier, std::string message) {
         message.resize((message.size() + 4) / 4 * 4);
         expect_words({kind << 16 | static_cast<uint32_t>(message.size() + 8), low_word(identifier)});
-        expected.insert(expected.end(), message.begin(), message.end());
+        append(expected, text(message));
     }
     void expect_data(const std::vector<uint32_t> &values) {
         expect_words({1 << 16 | static_cast<uint32_t>(values.size() * 4 + 4)});

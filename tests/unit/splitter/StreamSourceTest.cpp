@@ -70,5 +70,30 @@ TEST(StreamSource, EndsWhereASourceStopsWriting) {
     }
 }
 
+// What lies in front of that place can still be had; behind it nothing is asked for any more.
+TEST(StreamSource, AsksNoMoreBehindALie) {
+    const MemoryStore store(content_with_marks());
+    TestSource test(store, SPLITER_SOURCE_LOCAL, {.lies_from = 30});
+    StreamSource source = {};
+    source.callbacks = test.record();
+    ASSERT_EQ(source.open(StreamAccess::Read), Code::Ok);
+    ASSERT_EQ(source.move_to(25), Code::Ok);
+    uint8_t buffer[20];
+    uint32_t delivered = 0;
+    ASSERT_EQ(source.read_fully(buffer, 20, &delivered), Code::Ok);
+    EXPECT_EQ(delivered, 5u);
+    const uint64_t reads = test.reads;
+    for (const int64_t behind : {30, 31}) {
+        ASSERT_EQ(source.move_to(behind), Code::Ok);
+        ASSERT_EQ(source.read(buffer, 1, &delivered), Code::Ok);
+        EXPECT_EQ(delivered, 0u);
+    }
+    EXPECT_EQ(test.reads, reads);
+    ASSERT_EQ(source.move_to(28), Code::Ok);
+    ASSERT_EQ(source.read_available(buffer, 8, &delivered), Code::Ok);
+    EXPECT_EQ(delivered, 2u);
+    EXPECT_EQ(buffer[1], 129);
+}
+
 }  // namespace
 }  // namespace quorv::test
