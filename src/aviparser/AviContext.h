@@ -55,8 +55,8 @@ struct AviLegacyIndex {
 struct AviContext {
     StreamSource source;
     ReadWindow window;
-    // Opened by avi_open_details: damage is noted, and bytes that have not arrived end nothing; whoever reads
-    // asks the source's met_pending.
+    // Opened by avi_open_details: damage is noted, and a failed read ends nothing; whoever reads asks the
+    // source's met_pending.
     bool detailed;
     bool closing;                            // a Close has failed: only another Close is left
     Owned<SplitterTrackEntry[]> track_list;  // null, or room for kAviMaxTracks entries

@@ -149,7 +149,7 @@ Code avi_read_idx1(AviContext *context) {
     Code code = context->source.move_to(start);
     if (code != Code::Ok) return code;
     code = context->source.read_fully(idx1.block.get(), size, &delivered);
-    if (code == Code::DataPending && context->detailed) return code;
+    if (code != Code::Ok && context->detailed) return code;
     idx1.position += delivered;
     // A source of unknown size just ends: nobody has promised more.
     const bool may_fall_short = code == Code::Ok && !context->media.size_known();

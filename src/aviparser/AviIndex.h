@@ -13,7 +13,7 @@ namespace quorv {
 Code avi_load_index(AviContext *context);
 
 // Reads the next block of an index that was found into the tracks' arrays. A failed read ends the index for
-// good, but for one of bytes that have not arrived and are waited for; its code is returned.
+// good, but not where all details are wanted: then it is tried again. Its code is returned.
 Code avi_read_idx1(AviContext *context);
 
 // avi_load_index that says whether it came any further; no, too, when nothing is left to read.
