@@ -110,7 +110,6 @@ int64_t PresentationOrder::take() {
 }
 
 void PresentationOrder::reset() {
-    h264_.reset();
     last_anchor_ = 0;
     pushed_ = taken_ = 0;
     waiting_count_ = slot_count_ = 0;
@@ -118,7 +117,7 @@ void PresentationOrder::reset() {
 }
 
 bool PresentationOrder::reorders() const {
-    return extra_depth_ != 0 || layer_.reorders || h264_.reorder_depth() != 0;
+    return layer_.reorders || h264_.reorder_depth() != 0;
 }
 
 // The newest packet's time becomes one at which a picture is shown.

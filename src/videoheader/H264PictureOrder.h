@@ -20,9 +20,8 @@ public:
     // with which NAL units have lengths instead of start codes.
     void read_codec_data(const uint8_t *data, size_t size);
     // The next packet in decode order: a frame, one or two fields. False when no picture can be made out.
+    // After a seek, orders compare with those from there on.
     bool read_packet(const uint8_t *data, size_t size, H264Picture *picture);
-    // Forgets the pictures before, for after a seek.
-    void reset() { previous_ = {}; }
     // As far as the parameter sets tell.
     uint32_t reorder_depth() const { return sets_.reorder_depth(); }
 

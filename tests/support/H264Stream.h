@@ -25,6 +25,7 @@ struct H264SliceFields {
 struct H264Stream {
     uint32_t order_type = 0, profile = 77, constraints = 0, reorder_depth = 16;  // 16 writes none
     bool frames_only = true, lengths = false;
+    int32_t bottom_delta = 0;  // how much later the bottom fields of frames of kind P are
 
     Bytes sps() const {
         BitWriter bits;
@@ -95,7 +96,8 @@ struct H264Stream {
         bits.put(0x68, 8);
         for (const uint32_t id : {3u, 0u})
             bits.ue(id);
-        bits.put(0b0'0'1, 3);  // one slice group
+        bits.put(bottom_delta != 0, 2);
+        bits.ue(0);  // one slice group
         for (const uint32_t count : {1u, 0u})
             bits.ue(count);
         bits.put(0b1'01, 3);
@@ -116,6 +118,7 @@ struct H264Stream {
         if (idr) bits.ue(1);
         if (order_type == 0) bits.put(static_cast<uint32_t>(slice.order) % 16, 4);
         if (order_type == 1) bits.se(slice.order);
+        if (bottom_delta != 0) bits.se(slice.kind == 'P' ? bottom_delta : 0);
         bits.ue(0);  // primary
         put_prediction(bits, kind);
         bits.put(slice.resets_order, 1);
