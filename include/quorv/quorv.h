@@ -152,11 +152,17 @@ QUORV_API QuorvResult quorv_select(QuorvReader *reader, uint32_t index, int sele
 
 /**
  * Asks for the times at which a video track's packets are shown. They come with the packets, which are then
- * read as far ahead as the stream's own order makes necessary: not at all without B-frames.
+ * read as far ahead as the stream's own order makes necessary: 32 packets at most, and not at all where
+ * nothing is reordered.
+ *
+ * The k-th picture that is shown has the k-th of the packets' times. So the first one is shown when the first
+ * packet is decoded, and a B-frame is shown before the time of its packet: a player that decodes just in time
+ * adds the delay of its decoder to all of them.
  *
  * H.264 by picture order count (ITU-T H.264, 8.2.1), MPEG-4 Part 2 by VOP types (ISO/IEC 14496-2), packed
  * B-frames included: a packet with two VOPs has the time of the one that is shown first. Packets of other
- * codecs are shown when they are decoded. ASF files have these times themselves.
+ * codecs, and those in which no picture can be made out, are shown when they are decoded. ASF files have
+ * these times themselves.
  *
  * @param[in] reader  an open reader
  * @param[in] index   from 0

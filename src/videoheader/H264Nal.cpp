@@ -17,11 +17,11 @@ bool H264NalUnits::next(H264NalUnit *unit) {
 
 bool H264NalUnits::next_behind_length(H264NalUnit *unit) {
     for (;;) {
-        if (end_ - position_ <= ptrdiff_t{length_bytes_}) return false;
+        if (static_cast<size_t>(end_ - position_) <= length_bytes_) return false;
         uint64_t length = 0;
         for (uint32_t i = 0; i < length_bytes_; ++i)
             length = length << 8 | *position_++;
-        if (static_cast<uint64_t>(end_ - position_) < length) return false;
+        if (static_cast<size_t>(end_ - position_) < length) return false;
         *unit = {position_, position_ + length};
         position_ = unit->end;
         if (length != 0) return true;
