@@ -66,6 +66,12 @@ for way in pkg_config find_package; do
     env -u LD_LIBRARY_PATH "$root/bin/quorv" extract "$sample" --track $track -o tools.$track
     cmp ours.$track tools.$track || fail "$way: extract_track and the tool differ on track $track"
   done
+  ./play "$sample" all.wav >played || fail "$way: play does not play"
+  [ "$(grep -c key played)" -ge 2 ] || fail "$way: play finds no key frames"
+  env -u LD_LIBRARY_PATH "$root/bin/quorv" decode "$sample" -o tools.wav
+  cmp all.wav tools.wav || fail "$way: play and the tool decode to different samples"
+  ./play "$sample" part.wav 1.5 | grep -q '1.000 s  track 0 .* key' || fail "$way: play does not seek to the key frame"
+  ./play "$asf_sample" asf.wav >played || fail "$way: play does not play ASF"
   ./edit_ini settings.ini Video Width 640
   [ "$(./edit_ini settings.ini Video Width)" = 640 ] || fail "$way: edit_ini lost its edit"
   ./edit_ini settings.ini Video Width --remove
