@@ -225,8 +225,8 @@ TEST(MediaRecords, DamageOfAviFilesCountsOnce) {
         {"10 KB overwritten",
          [&](Bytes *b) { std::copy_n(payload(7, 7, 10000).begin(), 10000, at(b, chunk(0, 10) + 100)); },
          chunk(1, 14) - chunk(1, 10), 8, place(chunk(1, 10)), place(chunk(1, 10)), 0},
-        {"cut", [&](Bytes *b) { b->resize(chunk(1, 20) + 100); }, 100, 0, place(chunk(1, 20)), -1,
-         place(whole.size() - chunk(1, 20) - 100)},
+        {"cut", [&](Bytes *b) { b->resize(static_cast<size_t>(chunk(1, 20) + 100)); }, 100, 0,
+         place(chunk(1, 20)), -1, place(whole.size() - chunk(1, 20) - 100)},
     };
     for (const DamageRow &row : rows) {
         SCOPED_TRACE(row.name);
