@@ -194,6 +194,37 @@ TEST(Mp3Kernels, LayerOneSamplesAreThoseOfTheTextbook) {
     }
 }
 
+// Sums of more than 32 bits saturate; the samples that come of them have the same sign everywhere.
+TEST(Mp3Kernels, SynthesiseFarOverFullScale) {
+    const std::vector<double> window = standard_window();
+    Mp3Frame frame{};
+    Mp3Synthesis synthesis{};
+    ASSERT_TRUE(frame_init(&frame));
+    ASSERT_EQ(synth_init_zev(&synthesis, 3, 128), 0);
+    frame.channels[0].is_loud = true;
+    std::vector<double> v(1024), expected;
+    for (uint32_t slot = 0; slot < kMp3MaxSlots; ++slot) {
+        v.insert(v.begin(), 64, 0.0);
+        for (uint32_t k = 0; k < kMp3Subbands; ++k) {
+            frame.channels[0].samples()[slot][k] = random_value(26 + static_cast<int>(slot) / 6);
+            for (uint32_t i = 0; i < 64; ++i)
+                v[i] += frame.channels[0].samples()[slot][k] * std::cos((16 + i) * (2 * k + 1) * kPi / 64);
+        }
+        std::transform(v.begin(), v.begin() + 64, v.begin(),
+                       [](double value) { return std::clamp(value, -1.0 * kMp3MaxT, 1.0 * kMp3MaxT); });
+        for (uint32_t j = 0; j < 32; ++j) {
+            double sum = 0;
+            for (uint32_t i = 0; i < 8; ++i)
+                sum += v[i * 128 + j] * window[j + 64 * i] + v[i * 128 + 96 + j] * window[j + 64 * i + 32];
+            expected.push_back(std::clamp(sum / std::exp2(kSampleBits + 1), -32768.0, 32767.0));
+        }
+    }
+    mp3_subsynth(frame.kernels, frame.channels.get(), {1, kMp3MaxSlots, nullptr}, &synthesis);
+    for (size_t i = 0; i < expected.size(); ++i)
+        EXPECT_NEAR(synthesis.pcm->mono[i], expected[i], 0.75) << i;
+    synth_close(&synthesis);
+}
+
 // What a set of kernels makes of coded values.
 std::vector<int32_t> run_on_codes(const Mp3Kernels &kernels, uint32_t seed) {
     Random random{seed};
