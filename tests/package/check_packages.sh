@@ -26,6 +26,7 @@ set -eux
 cd /clone
 sh -eux /lines.sh
 quorv info samples/h264-mp3.avi
+python3 -c 'import quorv; print([track.codec_name for track in quorv.open("samples/h264-mp3.avi").tracks])'
 zcat /usr/share/man/man1/quorv.1.gz | grep -q 'SH BUGS'
 dpkg --add-architecture i386
 dpkg --add-architecture armhf
