@@ -37,14 +37,15 @@ test "$(ldconfig -p | grep -c libopencore_quorvlocalparser.so.0)" = 3
 END
 # shellcheck disable=SC2016  # $1 is mmdebstrap's
 in_debian='env -i PATH="$PATH" HOME=/root chroot "$1" sh /in_debian.sh'
-# The mirror is the one that this machine uses.
-mirror=(/etc/apt/sources.list.d/debian.sources)
-[ -e "${mirror[0]}" ] || mirror=()
+# From the mirror that this machine uses, without later updates: mirrors may have them for one architecture only, and
+# libraries of several architectures install side by side in one version only.
+sources=/etc/apt/sources.list.d/debian.sources
+mirror=$(sed -n 's/^URIs: //p;T;q' "$sources" 2>/dev/null) || mirror=
 mmdebstrap --quiet --variant=apt --dpkgopt=force-unsafe-io --aptopt='Acquire::Languages "none"' \
   --customize-hook="copy-in $work/clone $work/others $work/lines.sh $work/in_debian.sh /" \
   --customize-hook="$in_debian" \
   --customize-hook="sync-out /clone/build/package $work" \
-  bookworm /dev/null "${mirror[@]}" >"$work/log" 2>&1 || { tail -n 60 "$work/log"; fail "README's lines (all output: $work/log)"; }
+  bookworm /dev/null "deb ${mirror:-http://deb.debian.org/debian} bookworm main" >"$work/log" 2>&1 || { tail -n 60 "$work/log"; fail "README's lines (all output: $work/log)"; }
 
 lintian --allow-root --fail-on error,warning "$work"/*.changes "$work"/others/*.changes
 echo "$(find "$work" -name '*.deb' | wc -l) packages, made and used as README says"
