@@ -1,0 +1,90 @@
+// Reads all packets of a file in memory once, in the order of time, and prints how many, for whoever counts
+// instructions meanwhile: through the reader of any format, or through a splitter by the loop that a program
+// would write itself.
+//
+// usage: media_read_once reader|avi|asf FILE
+
+#include <quorv/quorv.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <vector>
+
+#include "support/MemoryStream.h"
+#include "support/SplitterFile.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr uint32_t kRoom = 1 << 20;
+
+// The names are what callgrind is told to count.
+[[gnu::noinline]] uint64_t read_with_reader(const Bytes &file) {
+    uint64_t count = 0;
+    QuorvReader *reader = nullptr;
+    const QuorvPacket *packet = nullptr;
+    if (quorv_open_memory(file.data(), file.size(), &reader) != QUORV_OK) return 0;
+    while (quorv_read(reader, &packet) == QUORV_OK)
+        ++count;
+    quorv_close(reader);
+    return count;
+}
+
+struct Next {
+    uint32_t track;
+    bool there;
+    std::unique_ptr<uint8_t[]> buffer;
+    SplitterFrameInfo frame;
+};
+
+[[gnu::noinline]] uint64_t read_with_splitter(const quorv::test::SplitterApi &api,
+                                              const SplitterStreamSource &source) {
+    uint64_t count = 0;
+    SplitterHandle handle = nullptr;
+    SplitterTrackList list = {};
+    if (api.open(&source, 1, &handle) != SPLITER_OK) return 0;
+    api.enum_track(handle, &list);
+    std::vector<Next> tracks(list.count);
+    const auto read = [&](Next &next) {
+        next.there = api.read_frame(handle, next.track, next.buffer.get(), kRoom, &next.frame) == SPLITER_OK;
+    };
+    for (uint32_t i = 0; i < list.count; ++i) {
+        tracks[i].track = list.entries[i].track;
+        tracks[i].buffer = std::make_unique_for_overwrite<uint8_t[]>(kRoom);
+        read(tracks[i]);
+    }
+    for (;; ++count) {
+        Next *earliest = nullptr;
+        for (Next &next : tracks) {
+            if (!next.there) continue;
+            if (earliest == nullptr || next.frame.time_stamp < earliest->frame.time_stamp) earliest = &next;
+        }
+        if (earliest == nullptr) break;
+        read(*earliest);
+    }
+    api.close(handle);
+    return count;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc != 3) return 2;
+    std::ifstream stream(argv[2], std::ios::binary);
+    const Bytes file{std::istreambuf_iterator<char>(stream), {}};
+    uint64_t count = 0;
+    if (strcmp(argv[1], "reader") == 0) {
+        count = read_with_reader(file);
+    } else {
+        quorv::bench::MemoryStream source(file);
+        const bool asf = strcmp(argv[1], "asf") == 0;
+        count =
+            read_with_splitter(asf ? quorv::test::kAsfSplitter : quorv::test::kAviSplitter, source.record());
+    }
+    printf("%llu\n", static_cast<unsigned long long>(count));
+    return 0;
+}
