@@ -117,6 +117,25 @@ TEST(AsfReaders, AFailedCallChangesNoTimes) {
     EXPECT_EQ(asf.file.read(2).info.time_stamp, 230u);
 }
 
+// More packets than are kept, and one whose bytes failed to come.
+TEST(AsfReaders, AFailedReadLeavesNothingBehind) {
+    AsfBuilder builder({asf_video(1)}, {.packet_size = 100}, AsfIndex::None);
+    for (uint32_t i = 0; i < 20; ++i)
+        builder.frame(0, i * 40, 60);
+    const Bytes bytes = builder.build();
+    bool was_hit = true;
+    for (uint64_t at = 1; was_hit; ++at) {
+        AsfBytes asf(bytes);
+        asf.source.faults.at = asf.source.calls() + at;
+        const uint32_t code = asf.file.read_all(2).end_code;
+        was_hit = asf.source.calls() >= asf.source.faults.at;
+        EXPECT_EQ(code, was_hit ? kSourceFailed : kEnd) << at;
+        asf.source.faults.at = 0;
+        asf.file.reset();
+        expect_frames(asf.file, 2, builder.truth(0));
+    }
+}
+
 // A download that is over too early.
 TEST(AsfFormat, SourcesMayHaveACodeForTheirEnd) {
     const MemoryStore store(small_file().build());
