@@ -51,7 +51,7 @@ TEST_P(Media, PacketsAreTheSplittersFrames) {
                       sample.bytes.size());
             EXPECT_TRUE(std::equal(
                 data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(data.size(), 4)),
-                sample.bytes.begin() + packets[n].offset))
+                sample.bytes.begin() + static_cast<std::ptrdiff_t>(packets[n].offset)))
                 << n;
         }
     }
