@@ -15,9 +15,10 @@ namespace quorv {
 
 class ReadWindow {
 public:
-    static constexpr uint32_t kLargeBytes = 65536;
     // Reads that lack so many bytes go past the window: a second copy of them costs more than a call.
-    static constexpr uint32_t kDirectBytes = 16384;
+    static constexpr uint32_t kDirectBytes = 8192;
+    // Looks at so many bytes are remembered for long.
+    static constexpr uint32_t kHeaderBytes = 8;
 
     struct Bytes {
         const uint8_t *data;
@@ -28,7 +29,7 @@ public:
         uint32_t length;
     };
 
-    // Makes room for kLargeBytes. Without memory the window stays small, and nothing is read ahead.
+    // Makes room for 64 KB. Without memory the window stays small, and nothing is read ahead.
     void enlarge();
     bool is_large() const { return large_ != nullptr; }
     uint32_t capacity() const { return is_large() ? kLargeBytes : kSmallBytes; }
@@ -38,10 +39,18 @@ public:
     Bytes find(int64_t position, uint32_t needed);
     // Copies from a position on what is there; returns how much.
     uint32_t copy(int64_t position, void *to, uint32_t count);
+    // So many of the bytes that were found last have been of use.
+    void count_used(uint32_t count);
 
-    // What to read to have `missing` bytes at `start`; no more than those when reading ahead is of no use.
-    // It may begin a little earlier, where bytes that are there end.
+    // A chunk's header, or null. Tracks that read far apart come by the same ones.
+    const uint8_t *find_header(int64_t position) const;
+    void keep_header(int64_t position, const uint8_t *bytes);
+
+    // What to read to have `missing` bytes at `start`; no more than those when reading ahead is of no use. It
+    // may begin a little earlier, where bytes that are there end.
     Run run_for(int64_t start, uint32_t missing, int64_t source_end) const;
+    // A large payload of these bytes goes past the window.
+    void pass(int64_t start, uint32_t count);
     // Reading ahead of the run's start has failed.
     void refuse(const Run &run) { refused_ = run; }
     // Nothing is read ahead behind the end of the source, or before that is known. 0 or less: it has none.
@@ -62,6 +71,7 @@ private:
     struct Piece {
         int64_t start;
         uint32_t length, place;
+        uint32_t used;  // how many of them have been of use
 
         // How many bytes lie from a position on.
         uint32_t length_from(int64_t position) const {
@@ -70,12 +80,17 @@ private:
                        : 0;
         }
     };
+    struct Header {
+        int64_t position;  // 0 in an empty one; no chunk begins there
+        uint8_t bytes[kHeaderBytes];
+    };
 
-    static constexpr uint32_t kSmallBytes = 2048;
-    // Small windows hold the headers of many chunks, large ones a few long runs.
-    static constexpr uint32_t kMostPieces = 128, kLargePieces = 16;
+    static constexpr uint32_t kLargeBytes = 65536, kSmallBytes = 2048;
+    static constexpr uint32_t kPieces = 16, kHeaders = 256;
 
-    uint32_t piece_count() const { return is_large() ? kLargePieces : kMostPieces; }
+    // Chunks begin at even positions.
+    static uint32_t header_slot(int64_t position) { return static_cast<uint32_t>(position / 2) % kHeaders; }
+    Run ahead_of(int64_t start) const;
     uint8_t *memory() { return is_large() ? large_.get() : small_; }
 
     Owned<uint8_t[]> large_;
@@ -83,8 +98,11 @@ private:
     uint32_t newest_ = 0, recent_ = 0;
     bool anew_ = false;
     int64_t end_ = 0;
+    int64_t passed_end_ = 0;         // of the latest large payload
+    uint32_t between_payloads_ = 0;  // how many bytes lay in front of it, behind another
     Run refused_ = {};
-    Piece pieces_[kMostPieces] = {};
+    Piece pieces_[kPieces] = {};
+    Header headers_[kHeaders] = {};
     uint8_t small_[kSmallBytes] = {};
 };
 

@@ -73,11 +73,17 @@ Code StreamSource::read_at(int64_t start, void *buffer, uint32_t count, uint32_t
 Code StreamSource::read_through_window(uint8_t *buffer, uint32_t count, uint32_t *delivered) {
     uint32_t done = window->copy(position, buffer, count);
     Code code = Code::Ok;
+    if (count - done >= ReadWindow::kDirectBytes) {
+        window->pass(position, count);
+    } else {
+        window->count_used(done);
+    }
     if (done < count) {
         const int64_t start = position + done;
         uint32_t came = 0;
         if (read_run(start, 0, count - done)) {
             came = window->copy(start, buffer + done, count - done);
+            window->count_used(came);
         } else {
             code = stream_read_at(start, buffer + done, count - done, &came);
         }
@@ -89,25 +95,32 @@ Code StreamSource::read_through_window(uint8_t *buffer, uint32_t count, uint32_t
 }
 
 Code StreamSource::view(int64_t start, uint32_t needed, uint32_t wanted, const uint8_t **bytes) {
-    *bytes = nullptr;
+    const bool is_header = needed == ReadWindow::kHeaderBytes;
+    *bytes = is_header ? window->find_header(start) : nullptr;
+    if (*bytes != nullptr) return Code::Ok;
     Code code = Code::Ok;
     ReadWindow::Bytes found = window->find(start, needed);
     if (found.length < needed) {
-        const uint32_t there = found.length;
-        if (reads_ahead()) wanted = needed;
-        if (!read_run(start + there, there, needed - there)) {
-            uint8_t *room = window->make_room(start, there, wanted - there);
-            uint32_t came = 0;
-            code = stream_read_at(start + there, room, wanted - there, &came);
-            window->add(came);
-            if (!reads_ahead()) position = stands_at;
-        }
+        code = bring(start, found.length, needed, reads_ahead() ? needed : wanted);
         found = window->find(start, needed);
     }
     // A failure behind the bytes that are needed matters only when the caller comes as far.
     if (found.length < needed) return noted(code);
+    window->count_used(needed);
+    if (is_header) window->keep_header(start, found.data);
     *bytes = found.data;
     return Code::Ok;
+}
+
+// Brings `wanted` bytes into the window, of which so many are there already.
+Code StreamSource::bring(int64_t start, uint32_t there, uint32_t needed, uint32_t wanted) {
+    if (read_run(start + there, there, needed - there)) return Code::Ok;
+    uint8_t *room = window->make_room(start, there, wanted - there);
+    uint32_t came = 0;
+    const Code code = stream_read_at(start + there, room, wanted - there, &came);
+    window->add(came);
+    if (!reads_ahead()) position = stands_at;
+    return code;
 }
 
 // Reads ahead at a place where so many bytes are missing behind those that are there; whether they are there

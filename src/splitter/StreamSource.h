@@ -64,6 +64,7 @@ struct StreamSource {
 private:
     Code noted(Code code);
     Code read_through_window(uint8_t *buffer, uint32_t count, uint32_t *delivered);
+    Code bring(int64_t start, uint32_t there, uint32_t needed, uint32_t wanted);
     bool read_run(int64_t start, uint32_t there, uint32_t missing);
     // On the caller's stream itself, wherever the next read begins.
     Code stream_seek(SeekOrigin origin, int64_t offset);

@@ -49,6 +49,39 @@ TEST(AviFrontEnd, TrackInfoFillsItsUnion) {
     }
 }
 
+// Local files are read ahead while reading is sequential, all others exactly as far as is needed.
+TEST(AviReading, MakesFewCallsAndReadsNoMoreThanItMay) {
+    constexpr uint32_t kFrames = 400, kVideoBytes = 4096, kSoundBytes = 384;
+    for (const IndexKind index : {IndexKind::Legacy, IndexKind::OpenDml}) {
+        AviBuilder builder({video_stream(tag("MJPG")), mp3_stream(48000, 1920, 1920)}, index);
+        for (uint32_t i = 0; i < kFrames; ++i)
+            builder.frame(0, size_t{kVideoBytes}).frame(1, size_t{kSoundBytes});
+        OpenedAvi avi(builder);
+        TestSource &source = avi.source;
+        EXPECT_LE(source.calls(), 10u);
+        const uint64_t before = source.calls();
+        for (uint32_t i = 0; i < kFrames; ++i) {
+            EXPECT_EQ(avi.file.read(1).info.size, kVideoBytes);
+            EXPECT_EQ(avi.file.read(2).info.size, kSoundBytes);
+        }
+        EXPECT_LE(source.calls() - before, 2 * kFrames / 5);
+        EXPECT_LE(source.bytes_read, 5u * kFrames * (kVideoBytes + kSoundBytes) / 4);
+        for (const uint32_t i : {200u, 7u, 399u, 8u, 350u, 201u}) {
+            EXPECT_EQ(avi.file.seek(1, i * 40, SPLITER_SEEK_BACKWARD), 0u);
+            const uint64_t bytes = source.bytes_read;
+            EXPECT_EQ(avi.file.read(1).info.time_stamp, i * 40);
+            EXPECT_LE(source.bytes_read - bytes, kVideoBytes + 16384u);
+        }
+    }
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.frame(0, size_t{kVideoBytes}).frame(0, size_t{kVideoBytes});
+    OpenedAvi progressive(builder, SPLITER_SOURCE_PROGRESSIVE);
+    EXPECT_EQ(progressive.file.read(1).code, 0u);
+    const uint64_t bytes = progressive.source.bytes_read;
+    EXPECT_EQ(progressive.file.read(1).code, 0u);
+    EXPECT_EQ(progressive.source.bytes_read - bytes, 8 + kVideoBytes);
+}
+
 // An audio track whose index has few key entries is moved on, piece by piece, to the piece that holds the
 // time; forward it is not.
 TEST(AviSeek, BackwardAudioSeekIsRefined) {

@@ -1,4 +1,5 @@
-// Reads from sources that claim more than they write, and from honest ones whose bytes look like that.
+// Reads from sources that claim more than they write, and from honest ones whose bytes look like that; with a
+// window that reads ahead, and without.
 
 #include "splitter/StreamSource.h"
 
@@ -26,13 +27,20 @@ struct Read {
     Bytes buffer;
 };
 
-Read read_from(TestSource &test, uint32_t start, uint32_t count) {
+Read read_from(TestSource &test, uint32_t start, uint32_t count, bool ahead) {
+    ReadWindow window;
     StreamSource source = {};
     source.callbacks = test.record();
+    if (ahead) {
+        window.enlarge();
+        source.window = &window;
+    }
     EXPECT_EQ(source.open(StreamAccess::Read), Code::Ok);
+    int64_t length = 0;
+    EXPECT_EQ(source.size(&length), Code::Ok);
     EXPECT_EQ(source.move_to(start), Code::Ok);
     Read result = {0, 0, Bytes(count, 0x77)};
-    result.code = to_public(source.read_available(result.buffer.data(), count, &result.delivered));
+    result.code = to_public(source.read_fully(result.buffer.data(), count, &result.delivered));
     return result;
 }
 
@@ -42,11 +50,13 @@ TEST(StreamSource, BelievesBytesOfAnyValue) {
     for (const uint32_t longest_read : {1u, 5u, 100u}) {
         for (uint32_t start = 0; start < bytes.size(); ++start) {
             for (uint32_t count = 1; count <= bytes.size() - start; ++count) {
-                TestSource test(store, SPLITER_SOURCE_LOCAL, {.longest_read = longest_read});
-                const Read read = read_from(test, start, count);
-                ASSERT_EQ(read.code, 0u);
-                ASSERT_EQ(read.delivered, count);
-                ASSERT_EQ(read.buffer, Bytes(&bytes[start], &bytes[start] + count));
+                for (const bool ahead : {false, true}) {
+                    TestSource test(store, SPLITER_SOURCE_LOCAL, {.longest_read = longest_read});
+                    const Read read = read_from(test, start, count, ahead);
+                    ASSERT_EQ(read.code, 0u);
+                    ASSERT_EQ(read.delivered, count);
+                    ASSERT_EQ(read.buffer, Bytes(&bytes[start], &bytes[start] + count));
+                }
             }
         }
     }
@@ -59,13 +69,15 @@ TEST(StreamSource, EndsWhereASourceStopsWriting) {
         for (uint32_t start = 0; start <= bytes.size(); ++start) {
             const uint32_t honest = lies_from > start ? lies_from - start : 0;
             SCOPED_TRACE(std::to_string(lies_from) + ", read from " + std::to_string(start));
-            TestSource test(store, SPLITER_SOURCE_LOCAL, {.lies_from = lies_from});
-            const Read read = read_from(test, start, honest + 20);
-            ASSERT_EQ(read.code, 0u);
-            ASSERT_EQ(read.delivered, honest);
             Bytes expected(bytes.data() + start, bytes.data() + start + honest);
             expected.resize(honest + 20);  // with zeros
-            ASSERT_EQ(read.buffer, expected);
+            for (const bool ahead : {false, true}) {
+                TestSource test(store, SPLITER_SOURCE_LOCAL, {.lies_from = lies_from});
+                const Read read = read_from(test, start, honest + 20, ahead);
+                ASSERT_EQ(read.code, 0u);
+                ASSERT_EQ(read.delivered, honest);
+                ASSERT_EQ(read.buffer, expected);
+            }
         }
     }
 }
@@ -93,6 +105,39 @@ TEST(StreamSource, AsksNoMoreBehindALie) {
     ASSERT_EQ(source.read_available(buffer, 8, &delivered), Code::Ok);
     EXPECT_EQ(delivered, 2u);
     EXPECT_EQ(buffer[1], 129);
+}
+
+// A failure while it reads ahead is nobody's; one for good is met by whoever needs the bytes. What is near
+// comes out of few calls.
+TEST(StreamSource, AReadAheadThatFailsIsAsIfItHadNotBeenTried) {
+    Bytes bytes(40000);
+    std::iota(bytes.begin(), bytes.end(), uint8_t{0});
+    const MemoryStore store(bytes);
+    for (uint64_t at = 0; at < 40; ++at) {
+        SCOPED_TRACE(at);
+        TestSource test(store);
+        ReadWindow window;
+        window.enlarge();
+        StreamSource source = {};
+        source.callbacks = test.record();
+        source.window = &window;
+        int64_t length = 0;
+        ASSERT_EQ(source.open(StreamAccess::Read), Code::Ok);
+        ASSERT_EQ(source.size(&length), Code::Ok);
+        const uint64_t before = test.calls();
+        test.faults.at = at == 0 ? 0 : before + at;
+        for (uint32_t start = 20000; start < bytes.size(); start += 100) {
+            uint8_t read[100];
+            uint32_t delivered = 0;
+            ASSERT_EQ(source.read_at(start, read, sizeof read, &delivered), Code::Ok);
+            ASSERT_EQ(Bytes(read, read + delivered), Bytes(&bytes[start], &bytes[start] + 100));
+        }
+        if (at == 0) {
+            EXPECT_LE(test.calls() - before, 8u);
+        }
+    }
+    TestSource test(store, SPLITER_SOURCE_LOCAL, {.cut = 30000});
+    EXPECT_EQ(read_from(test, 30000, 8, true).code, kSourceAtEnd);
 }
 
 }  // namespace
