@@ -28,7 +28,8 @@ std::vector<QuorvPacket> read_all(QuorvReader *reader, const Bytes &file) {
     while (quorv_read(reader, &packet) == QUORV_OK) {
         packets.push_back(*packet);
         const auto *const bytes = static_cast<const uint8_t *>(packet->data);
-        EXPECT_TRUE(std::equal(bytes, bytes + packet->size, file.begin() + packet->offset));
+        EXPECT_TRUE(
+            std::equal(bytes, bytes + packet->size, file.begin() + static_cast<ptrdiff_t>(packet->offset)));
     }
     return packets;
 }
@@ -165,7 +166,8 @@ struct EndlessFile {
             for (size_t i = 0; i < count; ++i) {
                 const uint64_t at = offset + i;
                 const bool is_sound = at < static_cast<uint64_t>(self->sound_bytes);
-                static_cast<uint8_t *>(buffer)[i] = is_sound ? self->frame[at % self->frame.size()] : 0;
+                static_cast<uint8_t *>(buffer)[i] =
+                    is_sound ? self->frame[static_cast<size_t>(at % self->frame.size())] : 0;
             }
             self->bytes_read += count;
             return static_cast<int64_t>(count);
