@@ -114,13 +114,16 @@ void write_file(const std::string &path, const LargeFile &large) {
 
 class FileMeter {
 public:
-    FileMeter(const std::filesystem::path &folder, uint32_t turns) : folder_(folder), turns_(turns) {
+    FileMeter(const std::filesystem::path &folder, uint32_t turns, const std::string &only)
+        : folder_(folder), turns_(turns), only_(only) {
         write_file(tiny(".avi"), make_large_avi(4096, Sound::Mp3, 1 << 16));
         write_file(tiny(".asf"), make_large_asf(3200, 4096, true, 1 << 16));
         puts(
             "| file | MB | frames | plain read, s | pread | stdio | GStreamer | without its start |\n"
             "| --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: |");
     }
+
+    bool is_wanted(const std::string &name) const { return name.find(only_) != std::string::npos; }
 
     // A file of one or two tracks.
     void measure_file(const std::string &name, const std::string &path, uint32_t tracks) {
@@ -152,11 +155,12 @@ public:
         fflush(stdout);
     }
 
-    void measure_made(const std::string &name, const char *extension, uint32_t tracks,
-                      const LargeFile &large) {
+    void measure_made(const std::string &name, const char *extension, Sound sound,
+                      const std::function<LargeFile()> &make) {
+        if (!is_wanted(name)) return;
         const std::string path = folder_ / (std::string("large") + extension);
-        write_file(path, large);
-        measure_file(name, path, tracks);
+        write_file(path, make());
+        measure_file(name, path, sound == Sound::None ? 1 : 2);
     }
 
 private:
@@ -165,13 +169,14 @@ private:
 
     const std::filesystem::path folder_;
     const uint32_t turns_;
+    const std::string only_;
 };
 
 void measure_asf(FileMeter *meter, const AsfShape &shape, Sound sound) {
-    const LargeFile large =
-        make_large_asf(shape.packet_bytes, shape.frame_kilobytes << 10, sound != Sound::None, shape.total);
-    meter->measure_made(file_text(shape.name, shape.frame_kilobytes, sound), ".asf",
-                        sound == Sound::None ? 1 : 2, large);
+    meter->measure_made(file_text(shape.name, shape.frame_kilobytes, sound), ".asf", sound, [&] {
+        return make_large_asf(shape.packet_bytes, shape.frame_kilobytes << 10, sound != Sound::None,
+                              shape.total);
+    });
 }
 
 }  // namespace
@@ -180,24 +185,24 @@ int main(int argc, char **argv) {
     CLI::App app("CPU time of reading files from disk");
     uint32_t turns = 15;
     std::vector<std::string> files;
-    std::string folder;
-    bool usual_only = false;
+    std::string folder, only;
     app.add_option("--turns", turns, "how often each file is read by each")->check(CLI::Range(1, 1000));
-    app.add_flag("--usual-only", usual_only, "leave out the files of 1 GB that hold one size of frame");
+    app.add_option("--only", only, "measure only the files whose name holds this");
     app.add_option("folder", folder, "where files are made; they stay there")->required();
     app.add_option("file", files, "AVI files with video and sound, to be measured first")
         ->check(CLI::ExistingFile);
     CLI11_PARSE(app, argc, argv);
 
-    FileMeter meter(folder, turns);
-    for (const std::string &path : files)
-        meter.measure_file(std::filesystem::path(path).stem(), path, 2);
+    FileMeter meter(folder, turns, only);
+    for (const std::string &path : files) {
+        const std::string name = std::filesystem::path(path).stem();
+        if (meter.is_wanted(name)) meter.measure_file(name, path, 2);
+    }
     measure_asf(&meter, kUsualAsf, Sound::Wma);
-    if (usual_only) return 0;
     for (const uint32_t kilobytes : {4u, 64u, 256u}) {
         for (const Sound sound : {Sound::None, Sound::Mp3, Sound::Pcm})
-            meter.measure_made(file_text("AVI", kilobytes, sound), ".avi", sound == Sound::None ? 1 : 2,
-                               make_large_avi(kilobytes << 10, sound, kGigabyte));
+            meter.measure_made(file_text("AVI", kilobytes, sound), ".avi", sound,
+                               [=] { return make_large_avi(kilobytes << 10, sound, kGigabyte); });
     }
     for (const AsfShape &shape : kAsfShapes) {
         for (const Sound sound : {Sound::None, Sound::Wma})
