@@ -74,12 +74,11 @@ double cpu_seconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-// That this process and its children had to read.
+// Of this process; a program that it runs may have to read itself from the disk.
 long disk_blocks() {
-    rusage own = {}, of_children = {};
-    getrusage(RUSAGE_SELF, &own);
-    getrusage(RUSAGE_CHILDREN, &of_children);
-    return own.ru_inblock + of_children.ru_inblock;
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_inblock;
 }
 
 enum Who : size_t { Plain, Pread, Stdio, Peer, PeerStart, Everyone };
