@@ -1,4 +1,4 @@
-/* Lists a file of any format, plays it from a time on and decodes its MPEG audio: play FILE OUT.wav [SECONDS] */
+/* Lists a file of any format, plays it from a time on and decodes its sound: play FILE OUT.wav [SECONDS] */
 #include <quorv/quorv.h>
 #include <stdio.h>
 #include <stdlib.h>

@@ -161,7 +161,8 @@ void PresentationOrder::settle(uint64_t number, int64_t time_us) {
 
 Code track_reorders(const QuorvTrack &track, bool *reorders) {
     *reorders = false;
-    if (track.framing != QUORV_FRAMING_ANNEX_B && track.framing != QUORV_FRAMING_MPEG4_VISUAL) return Code::Ok;
+    if (track.framing != QUORV_FRAMING_ANNEX_B && track.framing != QUORV_FRAMING_MPEG4_VISUAL)
+        return Code::Ok;
     const Owned<PresentationOrder> order = make_owned<PresentationOrder>(track);
     if (order == nullptr) return Code::NoMemory;
     *reorders = order->reorders();
