@@ -16,6 +16,10 @@ using quorv::fuzz::require;
 
 constexpr uint32_t kMostPackets = 500;
 constexpr size_t kMostSamples = 1 << 20;
+// Of seeks and of reading up to the end, which may each go through the whole file.
+constexpr uint32_t kMostWalks = 8;
+// Each answer "not here yet" makes a call go through what it has read once more.
+constexpr uint64_t kMostAgains = 500;
 
 // Control bytes, zeros behind their end.
 struct Control : std::span<const uint8_t> {
@@ -34,6 +38,7 @@ MediaFaults take_faults(Control &control) {
     faults.knows_size = (settings & 4) == 0;
     faults.again_at_first = (settings & 8) != 0;
     faults.again_every = (settings & 16) != 0 ? 2 + control.byte() : 0;
+    faults.most_agains = kMostAgains;
     faults.fail_at = (settings & 32) != 0 ? 1 + control.byte() : 0;
     faults.call_limit = 10000000;
     return faults;
@@ -103,8 +108,15 @@ void read_all(QuorvReader *reader) {
     quorv_decoder_close(decoder);
 }
 
+void seek(QuorvReader *reader, int64_t time_us, QuorvSeek mode) {
+    QuorvResult result = QUORV_AGAIN;
+    while (result == QUORV_AGAIN)
+        result = quorv_seek(reader, time_us, mode, nullptr);
+    require_known(result);
+}
+
 // One call, chosen by the low half of the byte; the high half is the track.
-void call(QuorvReader *reader, MediaBytes &source, Control &control) {
+void call(QuorvReader *reader, MediaBytes &source, Control &control, uint32_t *walks_left) {
     const uint32_t choice = control.byte(), what = choice & 15, track = choice >> 4;
     const bool exists = quorv_track(reader, track) != nullptr;
     const QuorvPacket *packet = nullptr;
@@ -112,14 +124,13 @@ void call(QuorvReader *reader, MediaBytes &source, Control &control) {
     if (what == 1 && exists) require_known(quorv_select(reader, track, static_cast<int>(control.byte() & 1)));
     if (what == 2 && exists)
         require_known(quorv_set_presentation(reader, track, static_cast<int>(control.byte() & 1)));
-    if (what == 3 || what == 4) {
-        const int64_t time_us = int64_t{control.byte()} * control.byte() * 4000;
-        QuorvResult result = QUORV_AGAIN;
-        while (result == QUORV_AGAIN)
-            result = quorv_seek(reader, time_us, what == 3 ? QUORV_SEEK_BEFORE : QUORV_SEEK_AFTER, nullptr);
-        require_known(result);
+    if (what >= 3 && what <= 5 && *walks_left != 0) {
+        --*walks_left;
+        const int64_t time_us = what == 5 ? 0 : int64_t{control.byte()} * control.byte() * 4000;
+        if (what == 3) seek(reader, time_us, QUORV_SEEK_BEFORE);
+        if (what == 4) seek(reader, time_us, QUORV_SEEK_AFTER);
+        if (what == 5) read_all(reader);
     }
-    if (what == 5) read_all(reader);
     if (what == 6) source.faults.fail_at = source.reads + control.byte();
     if (what == 7 && exists) read_one(reader, track, &packet);
     if (what > 7) read_one(reader, QUORV_WHOLE_FILE, &packet);
@@ -144,8 +155,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (uint32_t track = 0; track <= quorv_file(reader)->track_count; ++track)
         look_at_track(reader, track);
     if (control.empty()) read_all(reader);
+    uint32_t walks_left = kMostWalks;
     while (!control.empty())
-        call(reader, source, control);
+        call(reader, source, control, &walks_left);
     look_at_track(reader, QUORV_WHOLE_FILE);
     quorv_close(reader);
     require(source.closes == 1);

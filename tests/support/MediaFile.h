@@ -19,10 +19,11 @@ inline constexpr int64_t kSourceAnswer = -77;  // of a source that fails
 
 // What a source does wrong; the default does everything right.
 struct MediaFaults {
-    uint64_t fail_at = 0;            // the number, from 1, of the read that fails
-    bool for_good = false;           // and so do all later ones
-    uint64_t again_every = 0;        // each so-manieth read is answered "not here yet"
-    bool again_at_first = false;     // and so is the first one at each offset
+    uint64_t fail_at = 0;         // the number, from 1, of the read that fails
+    bool for_good = false;        // and so do all later ones
+    uint64_t again_every = 0;     // each so-manieth read is answered "not here yet"
+    bool again_at_first = false;  // and so is the first one at each offset
+    uint64_t most_agains = UINT64_MAX;
     size_t longest_read = SIZE_MAX;  // bytes
     bool knows_size = true;
     uint64_t call_limit = 2000000;  // more reads than these are a hang: the process aborts
@@ -55,7 +56,8 @@ private:
         if (++reads > faults.call_limit) abort();
         if (reads == faults.fail_at || (faults.for_good && reads > faults.fail_at)) return kSourceAnswer;
         const bool again = faults.again_every != 0 && reads % faults.again_every == 0;
-        if (again || (faults.again_at_first && seen_.insert(offset).second)) {
+        if (agains < faults.most_agains &&
+            (again || (faults.again_at_first && seen_.insert(offset).second))) {
             ++agains;
             return QUORV_SOURCE_AGAIN;
         }
