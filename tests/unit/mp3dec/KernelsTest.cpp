@@ -2,11 +2,15 @@
 // whole, with the synthesis that all layers share.
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <numbers>
 #include <numeric>
+#include <span>
+#include <vector>
 
 #include "mp3dec/kernels/Window.h"
 #include "mp3dec/Mp3Decoder.h"
@@ -15,6 +19,7 @@
 #include "mp3dec/tables/ScaleFactorBands.h"
 #include "mp3dec/tables/SynthesisTables.h"
 #include "support/Mp3Streams.h"
+#include "support/TestFolder.h"
 
 namespace quorv::test {
 namespace {
@@ -292,6 +297,29 @@ TEST(Mp3Kernels, EverySetHasTheBitsOfThePortableOne) {
                 ASSERT_EQ(at - results.begin(), std::ssize(expected)) << sets[set].name << ", bits " << bits;
             }
         }
+    }
+}
+
+// Whole streams: samples of MP3 files, and all conformance streams that there are.
+TEST(Mp3Kernels, EverySetGivesTheSameSamples) {
+    std::vector<Bytes> streams = {noise_stream(8), real_mp3_stream()};
+    if (const char *const folder = getenv("QUORV_VECTORS"); folder != nullptr) {
+        for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().extension() == ".bit") streams.push_back(bytes_of_file(entry.path()));
+        }
+    }
+    Mp3Kernels sets[kMp3MaxKernelSets];
+    const uint32_t count = mp3_kernel_sets(sets);
+    for (const Bytes &stream : streams) {
+        std::vector<Bytes> results;
+        for (const Mp3Kernels &set : std::span(sets, count)) {
+            const DecoderHolder decoder(QU_MP3_decoder_init(nullptr, nullptr));
+            static_cast<Mp3Decoder *>(decoder.get())->frame.kernels = set;
+            results.push_back(decode(decoder.get(), stream));
+            EXPECT_FALSE(results[0].empty());
+            EXPECT_TRUE(results.back() == results[0]) << set.name << ", stream " << &stream - streams.data();
+        }
+        EXPECT_TRUE(decode(stream) == results[0]);
     }
 }
 
