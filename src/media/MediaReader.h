@@ -41,7 +41,7 @@ Code open_media(QuorvReader *reader);
 
 // Reads the track's next packet into the spare one of its queue. Code::BadFormat: the next call goes on
 // behind the damage, where the track has not ended with it. Code::EndOfStream: it has ended.
-Code load_packet(QuorvReader *reader, uint32_t index, MediaPacket *packet);
+Code load_packet(QuorvReader *reader, uint32_t index, MediaPacket *media);
 // Makes sure that all is known of the track's next packet, and that the caller has no other.
 Code prepare_packet(QuorvReader *reader, uint32_t index);
 // Of the tracks that are selected, the one whose packet comes next.
