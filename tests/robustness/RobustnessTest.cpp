@@ -302,12 +302,23 @@ TEST_P(Robustness, FailingAllocations) {
     }
 }
 
-// The file is cut at every byte below 64 KB, then at every 997th. What is read of it is the beginning of what
-// the whole file gives.
+// At every byte below 64 KB, then at every 997th. ARM's tests run in an emulator, which takes one cut in
+// seven behind the headers: the other builds take them all.
+uint64_t next_cut(uint64_t size) {
+#ifdef __arm__
+    constexpr uint64_t kHeaders = 4096, kStep = 7;
+#else
+    constexpr uint64_t kHeaders = 65536, kStep = 1;
+#endif
+    if (size >= 65536) return size + 997;
+    return size + (size < kHeaders ? 1 : kStep);
+}
+
+// What is read of a file that is cut is the beginning of what the whole file gives.
 TEST_P(Robustness, Truncation) {
     const Walk expected = walk();
     const uint64_t limit = sane_calls(expected.calls);
-    for (uint64_t size = 0; size < file.size(); size += size < 65536 ? 1 : 997) {
+    for (uint64_t size = 0; size < file.size(); size = next_cut(size)) {
         SCOPED_TRACE("cut at " + std::to_string(size));
         const Walk result = walk({.end_is_success = size % 2 != 0, .cut = size, .call_limit = limit});
         ASSERT_FALSE(HasFailure());
