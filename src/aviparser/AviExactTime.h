@@ -11,9 +11,9 @@ namespace quorv {
 // Sets stated->us_num and us_den from scale and rate, which are not 0.
 void avi_set_exact_unit(AviStated *stated);
 
-// The scale of one track. Times are rounded down, so that
-// they rise with the units and a difference of two is what lies between them. What does not fit in 64 bits
-// becomes the limit; a track without a time base has the time 0 throughout.
+// The scale of one track. Times are rounded down, so that they rise with the units and a difference of two is
+// what lies between them. What does not fit in 64 bits becomes the limit; a track without a time base has the
+// time 0 throughout.
 class AviExactTime {
 public:
     explicit AviExactTime(const AviTrack &track)

@@ -3,26 +3,16 @@
 
 #include <gtest/gtest.h>
 #include <quorv/quorv.h>
-#include <stdio.h>
 
 #include <algorithm>
 #include <regex>
 
+#include "support/CommandOutput.h"
 #include "support/MediaFile.h"
 #include "support/TestFolder.h"
 
 namespace quorv::test {
 namespace {
-
-// Runs a shell command and returns what it prints; a test failure when it fails.
-std::string run(const std::string &command) {
-    std::string output;
-    FILE *const pipe = popen(command.c_str(), "r");
-    for (int c; pipe != nullptr && (c = getc(pipe)) != EOF;)
-        output += static_cast<char>(c);
-    EXPECT_TRUE(pipe != nullptr && pclose(pipe) == 0) << command;
-    return output;
-}
 
 // The packet with the k-th picture is shown at the k-th packet's time, read from the start and from every key
 // frame on. pictures: of each packet, its picture's number in the order of display.

@@ -3,25 +3,15 @@
 
 #include <gtest/gtest.h>
 #include <quorv/video_header.h>
-#include <stdio.h>
 
 #include <regex>
 #include <sstream>
 
+#include "support/CommandOutput.h"
 #include "support/TestFolder.h"
 
 namespace quorv::test {
 namespace {
-
-// Runs a shell command and returns what it prints; a test failure when it fails.
-std::string run(const std::string &command) {
-    std::string output;
-    FILE *const pipe = popen(command.c_str(), "r");
-    for (int c; pipe != nullptr && (c = getc(pipe)) != EOF;)
-        output += static_cast<char>(c);
-    EXPECT_TRUE(pipe != nullptr && pclose(pipe) == 0) << command;
-    return output;
-}
 
 // One syntax element as mediainfo met it.
 struct TraceElement {
