@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <quorv/video_header.h>
+#include <stdio.h>
 
 #include <regex>
 #include <sstream>
