@@ -146,6 +146,7 @@ typedef struct QuorvTrack {
     uint32_t trim_front; /**< MPEG audio files: samples that come out of a decoder in front of those, and that
                               quorv_decode leaves out; the times of packets are those without them */
     uint32_t trim_back;  /**< the same behind them */
+    uint32_t max_packet_size; /**< bytes, as the file suggests: a packet may have more; 0 when not known */
 } QuorvTrack;
 
 /** A piece of a track: a compressed frame, or some samples. */

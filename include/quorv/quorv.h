@@ -217,7 +217,8 @@ typedef enum QuorvSeek {
 
 /**
  * Moves all selected tracks: the first selected video track to a key frame, the others to the last packet
- * that begins at or before the time of that; without a selected video track all to the wanted time.
+ * that begins at or before the time of that. Without a selected video track each goes to a packet as if all
+ * were key frames.
  *
  * @param[in]  reader      an open reader
  * @param[in]  time_us     the wanted time; below 0 counts as 0

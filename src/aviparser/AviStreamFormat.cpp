@@ -72,11 +72,9 @@ Code read_audio_format(const AviMainHeader &main, AviTrack *track, AviChunkReade
     if (code != Code::Ok) return code;
     sampling.block_align = track->audio.block_align;
     if (sampling.sample_size != 0 && sampling.block_align != 0) sampling.sample_size = sampling.block_align;
-    if (track->handler == avi_tag("Axan")) track->audio.codec = 0;
-    if (main.amv) {
-        track->audio.codec = 0;
-        sampling.block_align = 0;
-    }
+    track->stated.tag_misleads = track->handler == avi_tag("Axan") || main.amv;
+    if (track->stated.tag_misleads) track->audio.codec = 0;
+    if (main.amv) sampling.block_align = 0;
     return Code::Ok;
 }
 

@@ -14,6 +14,7 @@ inline constexpr uint32_t kAviPaletteBytes = 1024;
 // What the stream's headers say where the records of the interface have less room for it.
 struct AviStated {
     uint32_t format_tag;  // of the bitmap header, of the wave format or of its sub-format, as read
+    bool tag_misleads;    // the codec is another one, which has no name here
     uint32_t channels;
     uint32_t container_bits;   // that a sample takes
     uint32_t bits_per_sample;  // that count; 0 where nothing is said

@@ -59,9 +59,10 @@ void describe_video(const AsfHeader &header, QuorvTrack *record) {
     record->tag = video.tag;
     record->width = video.width;
     record->height = video.height;
+    record->max_packet_size = picture_bytes(video.width, video.height);
     set_codec_data(video.codec_data, record);
     const AsfStreamFacts &facts = header.facts[video.stream_number];
-    record->bit_rate = facts.bit_rate;
+    record->bit_rate = facts.bit_rate != 0 ? facts.bit_rate : header.max_bitrate;
     if (facts.frame_units == 0) return;
     const int64_t common = std::gcd(kUnitsPerSecond, int64_t{facts.frame_units});
     record->frame_rate = {kUnitsPerSecond / common, facts.frame_units / common};
@@ -83,6 +84,7 @@ void describe_audio(const AsfHeader &header, QuorvTrack *record) {
     record->sample_rate = audio.sample_rate;
     record->channels = audio.channels;
     record->block_align = audio.block_align;
+    record->max_packet_size = header.packet_size;
     set_codec_data(audio.codec_data, record);
 }
 

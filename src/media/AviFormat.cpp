@@ -59,6 +59,7 @@ void describe_video(const AviTrack &track, QuorvTrack *record) {
     record->tag = __builtin_bswap32(track.stated.format_tag);
     record->width = track.video.width;
     record->height = track.video.height;
+    record->max_packet_size = track.video.max_frame_size;
     record->huffman_tables = track.huffman_tables.bytes.get();
     record->huffman_tables_size = track.huffman_tables.length;
 }
@@ -66,11 +67,13 @@ void describe_video(const AviTrack &track, QuorvTrack *record) {
 void describe_audio(const AviTrack &track, QuorvTrack *record) {
     const AviStated &stated = track.stated;
     record->tag = stated.format_tag;
-    describe_wave(record, track.audio.codec, stated.container_bits, stated.bits_per_sample);
+    if (!stated.tag_misleads)
+        describe_wave(record, track.audio.codec, stated.container_bits, stated.bits_per_sample);
     record->bit_rate = track.audio.bit_rate;
     record->sample_rate = track.audio.sample_rate;
     record->channels = stated.channels;
     record->block_align = track.audio.block_align;
+    record->max_packet_size = track.audio.max_frame_size;
 }
 
 // Sound is found by walking where there is no index.

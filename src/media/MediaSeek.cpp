@@ -1,6 +1,7 @@
 // Moves the tracks to a time.
 
 #include "media/MediaReader.h"
+#include "splitter/Splitter.h"
 
 namespace quorv {
 
@@ -15,28 +16,36 @@ uint32_t first_selected_video(const QuorvReader &reader) {
     return kNone;
 }
 
-// Where nothing says where the packets lie: reads from the start, to the last packet that begins at or before
-// the time.
-Code find_by_reading(QuorvReader *reader, uint32_t index, int64_t time_us, int64_t *reached_us) {
+// Reads on from where the track stands, to the last packet that begins at or before the time or to the first
+// one at or after it.
+Code walk_to(QuorvReader *reader, uint32_t index, int64_t time_us, SeekDirection direction,
+             int64_t *reached_us) {
     const MediaFormat &format = *reader->format;
-    const Code rewound = format.seek(reader->state, index, 0, MediaSeek::AnyBefore, reached_us);
-    if (rewound != Code::Ok) return rewound;
     MediaTrack &track = *reader->tracks[index];
-    track.ended = false;
+    const bool forward = direction == SeekDirection::Forward;
     MediaMark here = {}, found = {};
     format.mark(reader->state, index, &found);
+    track.ended = false;
     while (!track.ended) {
         format.mark(reader->state, index, &here);
         MediaPacket packet = {};
         const Code code = load_packet(reader, index, &packet);
         if (code == Code::EndOfStream || code == Code::BadFormat) continue;
         if (code != Code::Ok) return code;
-        if (packet.time_us > time_us) break;
+        if (!forward && packet.time_us > time_us) break;
         found = here;
         *reached_us = packet.time_us;
+        if (forward && packet.time_us >= time_us) break;
     }
     format.go_back(reader->state, index, found);
     return Code::Ok;
+}
+
+// Where nothing says where the packets lie.
+Code find_by_reading(QuorvReader *reader, uint32_t index, int64_t time_us, int64_t *reached_us) {
+    const Code rewound = reader->format->seek(reader->state, index, 0, MediaSeek::AnyBefore, reached_us);
+    return rewound == Code::Ok ? walk_to(reader, index, time_us, SeekDirection::Backward, reached_us)
+                               : rewound;
 }
 
 Code seek_track(QuorvReader *reader, uint32_t index, int64_t time_us, int64_t *reached_us) {
@@ -57,7 +66,9 @@ Code seek_all(QuorvReader *reader, int64_t time_us, MediaSeek mode, int64_t *rea
     for (uint32_t i = 0; i < reader->file.track_count; ++i) {
         if (i == leader || !reader->tracks[i]->selected) continue;
         int64_t reached = 0;
-        const Code code = seek_track(reader, i, time_us, &reached);
+        Code code = seek_track(reader, i, time_us, &reached);
+        if (code == Code::Ok && leader == kNone && mode == MediaSeek::KeyFrameAfter && reached < time_us)
+            code = walk_to(reader, i, time_us, SeekDirection::Forward, &reached);
         if (code != Code::Ok) return code;
         if (leader == kNone) *reached_us = std::min(*reached_us, reached);
     }

@@ -20,6 +20,21 @@ void count(QuorvDamageCount *damage, uint64_t amount, int64_t offset) {
     damage->count += amount;
 }
 
+// With its slot of padding, where the bit rate does not come out even without one.
+uint32_t frame_bytes(const Mp3FrameHeader &header, uint32_t bit_rate) {
+    const uint64_t bytes = uint64_t{mp3_samples_per_frame(header)} * (bit_rate / 8);
+    const uint32_t slot = header.layer == 1 ? 4 : 1;
+    const auto even = static_cast<uint32_t>(bytes / header.sample_rate / slot * slot);
+    return bytes % (uint64_t{header.sample_rate} * slot) == 0 ? even : even + slot;
+}
+
+// Of the layer's highest bit rate.
+uint32_t largest_frame(const Mp3FrameHeader &header) {
+    constexpr uint32_t kMpeg1[] = {448000, 384000, 320000}, kMpeg2[] = {256000, 160000, 160000};
+    const bool low = (header.flags & MP3_FLAG_LOW_SAMPLING_RATE) != 0;
+    return frame_bytes(header, (low ? kMpeg2 : kMpeg1)[header.layer - 1]);
+}
+
 }  // namespace
 
 Code MpegAudioFile::open(const SplitterStreamSource &callbacks) {
@@ -80,6 +95,9 @@ void MpegAudioFile::describe(QuorvTrack *track) {
     track->framing = QUORV_FRAMING_MPEG_AUDIO;
     track->duration_us = length_.duration_us;
     track->bit_rate = bit_rate();
+    track->block_align = 1;
+    track->max_packet_size =
+        length_.is_constant ? frame_bytes(header_, header_.bitrate * 1000) : largest_frame(header_);
     track->seekable = 1;
     track->sample_rate = header_.sample_rate;
     track->channels = mp3_channels(header_);

@@ -221,11 +221,14 @@ TEST(MpegAudioFile, SeeksGoToTheFrameOfTheTime) {
                                    packets[40].time_us, packets[40].time_us + 1, INT64_MAX}) {
             for (const QuorvSeek mode : {QUORV_SEEK_BEFORE, QUORV_SEEK_AFTER}) {
                 SCOPED_TRACE(testing::Message() << "time " << time << ", mode " << mode);
-                const auto behind = std::upper_bound(
-                    packets.begin(), packets.end(), time,
-                    [](int64_t wanted, const QuorvPacket &packet) { return wanted < packet.time_us; });
-                const int64_t expected =
-                    time <= 0 ? 0 : std::clamp<int64_t>(behind - packets.begin() - 1, 0, last);
+                const auto begins_before = [](const QuorvPacket &packet, int64_t wanted) {
+                    return packet.time_us < wanted;
+                };
+                const int64_t limit = mode == QUORV_SEEK_BEFORE && time < INT64_MAX ? time + 1 : time;
+                const auto behind =
+                    std::lower_bound(packets.begin(), packets.end(), limit, begins_before) - packets.begin();
+                const int64_t found = mode == QUORV_SEEK_BEFORE ? behind - 1 : behind;
+                const int64_t expected = time <= 0 ? 0 : std::clamp<int64_t>(found, 0, last);
                 int64_t reached = 0;
                 const QuorvPacket *packet = nullptr;
                 ASSERT_EQ(quorv_seek(reader.get(), time, mode, &reached), QUORV_OK);
