@@ -1,69 +1,89 @@
 // quorv info, frames and extract: what they give of a file is what the library gives, fit to be read.
 
+#include <quorv/quorv.h>
 #include <sys/types.h>
 
 #include <md5.h>
 
-#include "support/SplitterFile.h"
+#include <map>
+#include <memory>
+#include <set>
+
 #include "tool/Shell.h"
 
 namespace quorv::test {
 namespace {
 
-Json expected_track(SplitterFile &file, const SplitterTrackEntry &entry) {
-    Json json = {{"track", entry.track}, {"type", fourcc_name(entry.type)}};
-    const auto add = [&](const auto &info, const Json &details) {
-        json.update(details);
-        json.update({{"codec", fourcc_name(info.codec)},
-                     {"duration_ms", info.duration},
-                     {"max_frame_size", info.max_frame_size},
-                     {"codec_data_size", file.codec_data(entry.track).size()},
-                     {"seekable", file.is_seekable(entry.track) == 1}});
-    };
-    if (entry.type == SPLITER_TRACK_VIDEO) {
-        const SplitterVideoInfo video = file.video_info(entry.track);
-        add(video, {{"width", video.width}, {"height", video.height}, {"frame_rate", video.frame_rate}});
-        if (video.max_bitrate != 0) json["bit_rate"] = video.max_bitrate;
-    } else if (entry.type == SPLITER_TRACK_AUDIO) {
-        const SplitterAudioInfo audio = file.audio_info(entry.track);
-        add(audio, {{"channels", audio.channels},
-                    {"bits_per_sample", audio.bits_per_sample},
-                    {"block_align", audio.block_align},
-                    {"sample_rate", audio.sample_rate},
-                    {"bit_rate", audio.bit_rate}});
+using Reader = std::unique_ptr<QuorvReader, decltype(&quorv_close)>;
+
+Reader open_memory(const Bytes &file) {
+    QuorvReader *reader = nullptr;
+    EXPECT_EQ(quorv_open_memory(file.data(), file.size(), &reader), QUORV_OK);
+    return {reader, quorv_close};
+}
+
+// Of a file that does not say it, as its first frame lasts.
+int64_t whole_frame_rate(const QuorvRational &rate, const std::vector<Json> &frames) {
+    if (rate.den != 0) return rate.num / rate.den;
+    const auto duration = frames.empty() ? 0 : frames[0]["duration_ms"].get<int64_t>();
+    return duration == 0 ? 0 : (1000 + duration / 2) / duration;
+}
+
+Json expected_track(const QuorvTrack &track, const std::vector<Json> &frames) {
+    const std::map<QuorvTrackType, std::string> types = {
+        {QUORV_TRACK_VIDEO, "vide"}, {QUORV_TRACK_AUDIO, "soun"}, {QUORV_TRACK_TEXT, "text"}};
+    Json json = {{"track", track.number}, {"type", types.at(track.type)}};
+    if (track.type == QUORV_TRACK_TEXT) return json;
+    json.update({{"codec", fourcc_name(track.codec)},
+                 {"duration_ms", track.duration_us / 1000},
+                 {"max_frame_size", track.max_packet_size},
+                 {"codec_data_size", track.codec_data_size},
+                 {"seekable", track.seekable != 0}});
+    if (track.type == QUORV_TRACK_AUDIO || track.bit_rate != 0) json["bit_rate"] = track.bit_rate;
+    if (track.type == QUORV_TRACK_VIDEO) {
+        json.update({{"width", track.width},
+                     {"height", track.height},
+                     {"frame_rate", whole_frame_rate(track.frame_rate, frames)}});
+    } else {
+        json.update({{"channels", track.channels},
+                     {"bits_per_sample", track.bits_per_sample != 0 ? track.bits_per_sample : 16},
+                     {"block_align", track.block_align},
+                     {"sample_rate", track.sample_rate}});
     }
     return json;
 }
 
+// Their media holds chunks that are none, and a palette that is too long.
+bool is_damaged(const std::string &name) {
+    static const std::set<std::string> names = {"palettes.avi", "rough_media_without_index.avi"};
+    return names.contains(name);
+}
+
 // What the three commands say of one track; returns the list of its frames.
-std::vector<Json> check_track(const Shell &shell, const std::string &name, SplitterFile &file,
-                              uint32_t track) {
-    const std::string selection = name + " --track " + std::to_string(track);
+std::vector<Json> check_track(const Shell &shell, const std::string &name, QuorvReader *reader,
+                              uint32_t index) {
+    const QuorvTrack &track = *quorv_track(reader, index);
+    const std::string selection = name + " --track " + std::to_string(track.number);
     std::vector<Json> list;
     Bytes stream;
-    const Bytes codec_data = file.codec_data(track);
-    for (Frame &frame : file.read_all(track).frames) {
-        // Sent once in front of the first frame, it is not shown as part of it.
-        if (list.empty() && file.codec_data(track) != codec_data) {
-            frame.data.erase(frame.data.begin(),
-                             frame.data.begin() + static_cast<std::ptrdiff_t>(codec_data.size()));
-            frame.info.size = static_cast<uint32_t>(frame.data.size());
-        }
+    for (const QuorvPacket *packet = nullptr; quorv_read_track(reader, index, &packet) == QUORV_OK;) {
+        const auto *data = static_cast<const uint8_t *>(packet->data);
         char digest[MD5_DIGEST_STRING_LENGTH];
-        list.push_back({{"track", track},
+        list.push_back({{"track", track.number},
                         {"index", list.size()},
-                        {"pts_ms", frame.info.time_stamp},
-                        {"duration_ms", frame.info.duration},
-                        {"size", frame.info.size},
-                        {"key", frame.info.key_frame == 1},
-                        {"md5", MD5Data(frame.data.data(), frame.data.size(), digest)}});
-        stream = join({stream, frame.data});
+                        {"pts_ms", packet->time_us / 1000},
+                        {"duration_ms", packet->duration_us / 1000},
+                        {"size", packet->size},
+                        {"key", packet->key != 0},
+                        {"md5", MD5Data(data, packet->size, digest)}});
+        stream.insert(stream.end(), data, data + packet->size);
     }
-    EXPECT_EQ(shell.json("quorv frames --json --md5 " + selection), list);
+    EXPECT_EQ(shell.json("quorv frames --json --md5 " + selection, is_damaged(name)), list);
     shell.run("quorv extract --frames-only -o - >frames " + selection);
     EXPECT_EQ(shell.get("frames"), stream);
-    shell.run("quorv extract -o out " + selection);
-    EXPECT_EQ(shell.get("out"), join({codec_data, stream}));
+    const auto *codec_data = static_cast<const uint8_t *>(track.codec_data);
+    shell.run("rm -f out; quorv extract -o out " + selection);
+    EXPECT_EQ(shell.get("out"), join({Bytes(codec_data, codec_data + track.codec_data_size), stream}));
     return list;
 }
 
@@ -75,17 +95,15 @@ TEST(Answers, AreWhatTheLibrarySays) {
     shell.put("text.avi", with_text.frame(0, size_t{9}).build().flatten());
     for (const std::string &name : shell.add_samples()) {
         SCOPED_TRACE(name);
-        const MemoryStore bytes(shell.get(name));
-        TestSource source(bytes);
-        const std::string format = name.substr(name.size() - 3);
-        SplitterFile file(format == "avi" ? kAviSplitter : kAsfSplitter, source.record());
-        file.omit_codec_data();
-        Json info = {{"file", name}, {"container", format}, {"tracks", Json::array()}};
+        const Bytes bytes = shell.get(name);
+        const Reader reader = open_memory(bytes);
+        Json info = {{"file", name}, {"container", name.substr(name.size() - 3)}, {"tracks", Json::array()}};
         std::vector<Json> frames;
-        for (const SplitterTrackEntry &entry : file.tracks()) {
-            info["tracks"].push_back(expected_track(file, entry));
-            if (entry.type != SPLITER_TRACK_VIDEO && entry.type != SPLITER_TRACK_AUDIO) continue;
-            const std::vector<Json> list = check_track(shell, name, file, entry.track);
+        for (uint32_t i = 0; i < quorv_file(reader.get())->track_count; ++i) {
+            const QuorvTrack &track = *quorv_track(reader.get(), i);
+            std::vector<Json> list;
+            if (track.type != QUORV_TRACK_TEXT) list = check_track(shell, name, reader.get(), i);
+            info["tracks"].push_back(expected_track(track, list));
             frames.insert(frames.end(), list.begin(), list.end());
         }
         EXPECT_EQ(shell.json("quorv info --json " + name), std::vector<Json>{info});
@@ -96,7 +114,7 @@ TEST(Answers, AreWhatTheLibrarySays) {
         EXPECT_FALSE(frames.empty());
         for (Json &frame : frames)
             frame.erase("md5");
-        EXPECT_EQ(shell.json("quorv frames --json " + name), frames);
+        EXPECT_EQ(shell.json("quorv frames --json " + name, is_damaged(name)), frames);
     }
 }
 

@@ -36,7 +36,7 @@ TEST(Output, SoundBecomesAWavFile) {
     const Json track = {
         {"track", 1},         {"type", "soun"},        {"codec", "mp1 "},      {"duration_ms", 16000},
         {"channels", 1},      {"bits_per_sample", 16}, {"block_align", 1},     {"sample_rate", 48000},
-        {"bit_rate", 288000}, {"max_frame_size", 288}, {"codec_data_size", 0}, {"seekable", false}};
+        {"bit_rate", 288000}, {"max_frame_size", 288}, {"codec_data_size", 0}, {"seekable", true}};
     for (const std::string line : {"cat mono.mp3 | quorv info --json -", "quorv info --json mono.mp3"}) {
         const Json info = shell.json(line).at(0);
         EXPECT_EQ(info["container"], "mp3");
@@ -69,8 +69,6 @@ TEST(Output, OfAFailedRunIsTheEarlierFile) {
         {"quorv extract $SAMPLE --track 3 -o out", 2, "h264-mp3.avi", "2 tracks"},
         {"quorv extract missing --track 1 -o out", 3, "missing", "No such file"},
         {"ulimit -f 8; quorv extract $SAMPLE --track 2 -o out", 3, "quorv: out", ""},  // as on a full disk
-        {"quorv extract good.mp3 --track 1 -o out", 1, "good.mp3", "raw stream"},
-        {"quorv frames good.mp3", 1, "good.mp3", "raw stream"},
         {"quorv info tag.mp3", 1, "tag.mp3", "no MPEG audio frames"},
         {"quorv decode tag.mp3 -o out", 1, "tag.mp3", "no MPEG audio frames"},
         {"quorv decode cut.avi -o out", 1, "cut.avi", "so out stays as it was"},
@@ -87,6 +85,7 @@ TEST(Output, OfAFailedRunIsTheEarlierFile) {
         EXPECT_EQ(shell.names(), names) << complaint.line;
     }
     EXPECT_EQ(shell.get("good.mp3"), noise_stream(100));
+    EXPECT_EQ(shell.run("quorv extract good.mp3 --track 1 -o - | cmp - good.mp3").exit_code, 0);
     // Where nothing is lost, what is left of a cut file is saved: over half of its 30000 bytes.
     EXPECT_EQ(shell.run("quorv extract cut.avi --track 2 -o new").exit_code, 1);
     const Bytes left = shell.get("new");

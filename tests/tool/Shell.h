@@ -53,11 +53,12 @@ public:
         return {
             WIFEXITED(status) ? WEXITSTATUS(status) : -1, {out.begin(), out.end()}, {err.begin(), err.end()}};
     }
-    // The objects that a run prints, one a line; it has to succeed in silence.
-    std::vector<Json> json(const std::string &line) const {
+    // The objects that a run prints, one a line; it has to succeed in silence, or to tell of damage in one
+    // line.
+    std::vector<Json> json(const std::string &line, bool damaged = false) const {
         const ToolRun said = run(line);
-        EXPECT_EQ(said.exit_code, 0) << line;
-        EXPECT_EQ(said.err, "") << line;
+        EXPECT_EQ(said.exit_code, damaged ? 1 : 0) << line;
+        EXPECT_EQ(lines_of(said.err).size(), damaged ? 1u : 0u) << line << '\n' << said.err;
         std::vector<Json> objects;
         for (const std::string &object : lines_of(said.out))
             objects.push_back(Json::parse(object));

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Commands.h"
-#include "Container.h"
+#include "MediaFile.h"
 #include "OutputFile.h"
 #include "PcmReader.h"
 #include "Problems.h"
@@ -47,7 +47,7 @@ private:
     FileSource &file_;
     OutputFile output_;
     Progress progress_;
-    std::unique_ptr<Container> container_;
+    std::unique_ptr<MediaFile> media_;
     std::optional<PcmReader> reader_;
     uint32_t passes_ = 1, pass_ = 0;
     Problems problems_;   // where the file is damaged
@@ -57,9 +57,9 @@ private:
 // Opens the file, once for each pass.
 void Decoding::open() {
     reader_.reset();
-    container_ = open_container(file_, ContainerUse::Decode);
-    const Track &track = *find_tracks(*container_, options_.track, kMpegAudio).front();
-    reader_.emplace(*container_, track, options_.format);
+    media_ = std::make_unique<MediaFile>(file_);
+    const Track track = find_tracks(*media_, options_.track, kMpegAudio).front();
+    reader_.emplace(*media_, track, options_.format);
 }
 
 // Returns the bytes of all samples up to the end or to where the file is damaged.
@@ -101,7 +101,7 @@ void Decoding::run() {
     } else {
         write_to_pipe();
     }
-    problems_.add_first(container_->damage());
+    problems_.add_first(media_->damage());
     if (bytes_ == 0) {
         problems_.add("no frame of it can be decoded");
         problems_.raise();

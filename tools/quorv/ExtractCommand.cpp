@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "Commands.h"
-#include "Container.h"
+#include "MediaFile.h"
 #include "OutputFile.h"
 #include "Problems.h"
 #include "Progress.h"
@@ -21,23 +21,23 @@ struct ExtractOptions {
 };
 
 void extract(const ExtractOptions &options, FileSource &file) {
-    const std::unique_ptr<Container> container = open_container(file);
-    const Track &track = *find_tracks(*container, options.track, kReadableTracks).front();
+    MediaFile media(file);
+    const Track track = find_tracks(media, options.track, kReadableTracks).front();
     OutputFile output(options.output, file);
-    if (!options.frames_only) output.stream().write(track.codec_data);
+    if (!options.frames_only) output.stream().write(track.codec_data());
 
     Problems problems;
     uint64_t count = 0;
     problems.note([&] {
         Progress progress;
-        for (Frame frame; container->read_frame(track, frame); ++count) {
+        for (Frame frame; media.read_frame(track, frame); ++count) {
             output.stream().write(frame.data);
             progress.update(file.progress(), file.size());
         }
     });
-    problems.add_first(container->damage());
+    problems.add_first(media.damage());
     if (count == 0) {
-        problems.add(fmt::format("no frame of track {} can be read", track.number));
+        problems.add(fmt::format("no frame of track {} can be read", track.facts->number));
         problems.raise();
     }
     finish_output(output, problems, counted(count, "frame"), "extracted");

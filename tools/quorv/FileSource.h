@@ -1,13 +1,12 @@
-// A file of the user as the splitters' stream source: any number of readers, each with its own position.
+// A file of the user, or what comes through a pipe, as the library reads it.
 #ifndef QUORV_TOOLS_QUORV_FILESOURCE_H
 #define QUORV_TOOLS_QUORV_FILESOURCE_H
 
-#include <quorv/splitter.h>
+#include <quorv/quorv.h>
 #include <sys/stat.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,13 +29,10 @@ private:
     int number_ = -1;
 };
 
-class FileReader;
-
 class FileSource {
 public:
     // Opens the file, or standard input for "-", and reads its first bytes. Throws Failure.
     explicit FileSource(const std::string &path);
-    ~FileSource();
     FileSource(const FileSource &) = delete;
     FileSource &operator=(const FileSource &) = delete;
 
@@ -45,23 +41,19 @@ public:
     // Copies a pipe to a temporary file; until then only head() is known of it.
     void make_seekable();
     uint64_t size() const { return size_; }
-    // The path under which the library can open this file once more, at its start.
-    std::string path_to_open() const { return "/dev/fd/" + std::to_string(file_.get()); }
     // Whether a file's fstat is that of this one.
     bool is_same_file(const struct stat &other) const;
     // Reads at a position, fewer bytes only at the end of the file.
     size_t read_at(uint64_t position, std::span<uint8_t> to);
 
-    // The record for Open; this object must outlive the splitter.
-    SplitterStreamSource callbacks();
-    // The system's error number of the first failed read, 0 when there was none. The splitters swallow
-    // failures where they can go on without the bytes.
+    // For the library's readers; this object must outlive them.
+    QuorvSource source();
+    // The system's error number of the first failed read, 0 when there was none.
     int first_error() const { return first_error_; }
     // Where the latest read ended, for the display of progress.
     uint64_t progress() const { return progress_; }
 
 private:
-    friend class FileReader;
     size_t read_some(uint64_t position, uint8_t *to, size_t count);
     void open_path(const std::string &path);
     void read_head();
@@ -73,7 +65,6 @@ private:
     uint64_t progress_ = 0;
     int first_error_ = 0;
     std::vector<uint8_t> head_;
-    std::vector<std::unique_ptr<FileReader>> readers_;
 };
 
 }  // namespace quorv::tool

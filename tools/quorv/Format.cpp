@@ -1,14 +1,13 @@
-// Tells the format of a file from its first bytes; see the header.
+// Tells what a file is that the library does not read; see the header.
 
 #include "Format.h"
 
+#include <quorv/quorv.h>
 #include <quorv/video_header.h>
 
 #include <algorithm>
 #include <string_view>
 #include <vector>
-
-#include "Mp3Container.h"
 
 namespace quorv::tool {
 
@@ -18,21 +17,6 @@ bool has_at(std::span<const uint8_t> head, size_t offset, std::string_view bytes
     return head.size() >= offset && head.size() - offset >= bytes.size() &&
            std::equal(bytes.begin(), bytes.end(), head.begin() + static_cast<std::ptrdiff_t>(offset),
                       [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; });
-}
-
-bool is_avi(std::span<const uint8_t> head) {
-    if (has_at(head, 0, "ON2 ")) return has_at(head, 8, "ON2f");
-    return has_at(head, 0, "RIFF") && (has_at(head, 8, "AVI ") || has_at(head, 8, "AVIX") ||
-                                       has_at(head, 8, "AVI\x19") || has_at(head, 8, "AMV "));
-}
-
-bool is_asf(std::span<const uint8_t> head) {
-    using std::string_view_literals::operator""sv;
-    return has_at(head, 0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv);
-}
-
-bool is_mp3(std::span<const uint8_t> head) {
-    return has_at(head, 0, "ID3") || has_mpeg_audio(head);
 }
 
 // The bytes behind the start codes of a stream that begins with one.
@@ -62,6 +46,20 @@ bool is_h264(const std::vector<uint8_t> &values) {
            std::any_of(values.begin(), values.end(), is_slice_or_sps);
 }
 
+// Whether all bytes are ones that text files hold.
+bool is_text(std::span<const uint8_t> head) {
+    return std::all_of(head.begin(), head.end(),
+                       [](uint8_t byte) { return byte >= 0x20 || (byte >= '\t' && byte <= '\r'); });
+}
+
+// A file that has no more than these bytes may be damaged, and is known all the same.
+bool library_knows(std::span<const uint8_t> head) {
+    QuorvReader *reader = nullptr;
+    const QuorvResult result = quorv_open_memory(head.data(), head.size(), &reader);
+    quorv_close(reader);
+    return result != QUORV_ERR_NOT_MEDIA;
+}
+
 // Objects, layers and what surrounds them, with a layer or a plane among them. The start codes of slices and
 // of groups of pictures that older video formats have are none of these.
 bool is_mpeg4(const std::vector<uint8_t> &values) {
@@ -76,17 +74,16 @@ bool is_mpeg4(const std::vector<uint8_t> &values) {
 }  // namespace
 
 Format find_format(std::span<const uint8_t> head) {
-    if (is_avi(head)) return Format::Avi;
-    if (is_asf(head)) return Format::Asf;
     const std::vector<uint8_t> values = start_code_values(head);
     if (is_h264(values)) return Format::H264;
     if (is_mpeg4(values)) return Format::Mpeg4;
-    return is_mp3(head) ? Format::Mp3 : Format::Unknown;
+    if (has_at(head, 0, "ID3")) return Format::Tagged;
+    return is_text(head) ? Format::Text : Format::Unknown;
 }
 
-bool looks_like_text(std::span<const uint8_t> head) {
-    return std::all_of(head.begin(), head.end(),
-                       [](uint8_t byte) { return byte >= 0x20 || (byte >= '\t' && byte <= '\r'); });
+bool may_be_media(std::span<const uint8_t> head) {
+    const Format format = find_format(head);
+    return format == Format::Tagged || (format == Format::Unknown && library_knows(head));
 }
 
 }  // namespace quorv::tool

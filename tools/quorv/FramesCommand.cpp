@@ -4,9 +4,9 @@
 #include <optional>
 
 #include "Commands.h"
-#include "Container.h"
 #include "Json.h"
 #include "Md5.h"
+#include "MediaFile.h"
 #include "Problems.h"
 #include "Progress.h"
 #include "Text.h"
@@ -31,8 +31,8 @@ constexpr uint32_t kLastTime = std::numeric_limits<uint32_t>::max() - 1;
 
 class FrameLister {
 public:
-    FrameLister(OutputStream &out, const FramesOptions &options, FileSource &file, Container &container)
-        : out_(out), options_(options), file_(file), container_(container), progress_(!out.is_terminal()) {}
+    FrameLister(OutputStream &out, const FramesOptions &options, FileSource &file, MediaFile &media)
+        : out_(out), options_(options), file_(file), media_(media), progress_(!out.is_terminal()) {}
 
     void list();
 
@@ -47,7 +47,7 @@ private:
     OutputStream &out_;
     const FramesOptions &options_;
     FileSource &file_;
-    Container &container_;
+    MediaFile &media_;
     Progress progress_;
     uint64_t tracks_done_ = 0, tracks_wanted_ = 0;
     Problems problems_;  // that make the file a bad one
@@ -55,17 +55,17 @@ private:
 };
 
 void FrameLister::list() {
-    const std::vector<const Track *> wanted = find_tracks(container_, options_.track, kReadableTracks);
+    const std::vector<Track> wanted = find_tracks(media_, options_.track, kReadableTracks);
     tracks_wanted_ = wanted.size();
     if (!options_.json)
         write_title(out_, std::string("  track     index           time  duration        size  key") +
                               (options_.md5 ? "  md5" : ""));
-    for (const Track *track : wanted) {
+    for (const Track &track : wanted) {
         // What is wrong with one track need not keep the others from being listed.
-        problems_.note([&] { list_track(*track); });
+        problems_.note([&] { list_track(track); });
         ++tracks_done_;
     }
-    problems_.add_first(container_.damage());
+    problems_.add_first(media_.damage());
     if (!problems_.empty()) problems_.add(notes_.text());
     problems_.raise();
     if (!notes_.empty()) {
@@ -76,11 +76,11 @@ void FrameLister::list() {
 
 bool FrameLister::seek(const Track &track) {
     if (!options_.from) return true;
-    const SeekMode mode = options_.mode == "next" ? SeekMode::Next : SeekMode::Previous;
-    const SeekResult result = container_.seek(track, *options_.from, mode);
+    const QuorvSeek mode = options_.mode == "next" ? QUORV_SEEK_AFTER : QUORV_SEEK_BEFORE;
+    const SeekResult result = media_.seek(track, *options_.from, mode);
     if (result == SeekResult::NoIndex)
         throw Failure(ExitCode::BadFile,
-                      fmt::format("track {} has no index to find a time with", track.number));
+                      fmt::format("track {} has no index to find a time with", track.facts->number));
     return result == SeekResult::Found;
 }
 
@@ -88,13 +88,13 @@ void FrameLister::list_track(const Track &track) {
     if (!seek(track)) return;
     Frame frame;
     uint64_t count = 0, end = 0;
-    for (; container_.read_frame(track, frame); ++count) {
+    for (; media_.read_frame(track, frame); ++count) {
         if (options_.json) {
             write_json(track, count, frame);
         } else {
             write_text(track, count, frame);
         }
-        end = uint64_t{frame.time} + frame.duration;
+        end = frame.time_ms + frame.duration_ms;
         progress_.update(tracks_done_ * file_.size() + file_.progress(), tracks_wanted_ * file_.size());
     }
     check_end(track, count, end);
@@ -102,19 +102,17 @@ void FrameLister::list_track(const Track &track) {
 
 // Compares the frames with what the header says of the track.
 void FrameLister::check_end(const Track &track, uint64_t count, uint64_t end) {
-    // Beside video, the duration of an audio track may be that of the video.
-    if (track.video() == nullptr && container_.tracks().size() > 1) return;
-    if (count == 0 && track.duration() > 0) {
-        problems_.add(fmt::format("no frame of track {} can be read", track.number));
-    } else if (track.duration() > end + kShortfall) {
-        notes_.add(fmt::format("track {} ends at {}, its header says {}", track.number,
-                               time_text(static_cast<uint32_t>(end)), time_text(track.duration())));
+    if (count == 0 && track.duration_ms() > 0) {
+        problems_.add(fmt::format("no frame of track {} can be read", track.facts->number));
+    } else if (track.duration_ms() > end + kShortfall) {
+        notes_.add(fmt::format("track {} ends at {}, its header says {}", track.facts->number, time_text(end),
+                               time_text(track.duration_ms())));
     }
 }
 
 void FrameLister::write_text(const Track &track, uint64_t index, const Frame &frame) {
-    out_.print("{:7}  {:8}  {:>13}  {:8}  {:10}", track.number, index, time_text(frame.time), frame.duration,
-               frame.data.size());
+    out_.print("{:7}  {:8}  {:>13}  {:8}  {:10}", track.facts->number, index, time_text(frame.time_ms),
+               frame.duration_ms, frame.data.size());
     if (options_.md5) {
         out_.print("  {:3}  {}\n", frame.key ? "key" : "", md5_of(frame.data).data());
     } else {
@@ -123,9 +121,9 @@ void FrameLister::write_text(const Track &track, uint64_t index, const Frame &fr
 }
 
 void FrameLister::write_json(const Track &track, uint64_t index, const Frame &frame) {
-    Json json = {{"track", track.number},     {"index", index},
-                 {"pts_ms", frame.time},      {"duration_ms", frame.duration},
-                 {"size", frame.data.size()}, {"key", frame.key}};
+    Json json = {{"track", track.facts->number}, {"index", index},
+                 {"pts_ms", frame.time_ms},      {"duration_ms", frame.duration_ms},
+                 {"size", frame.data.size()},    {"key", frame.key}};
     if (options_.md5) json["md5"] = md5_of(frame.data).data();
     out_.write(json_line(json));
 }
@@ -156,8 +154,8 @@ void add_frames_command(Session &session) {
                                     "The index of a frame counts from 0 at the first frame listed.",
                                     [&session, options] {
                                         return run_on_file(session.out, options->file, [&](FileSource &file) {
-                                            const std::unique_ptr<Container> container = open_container(file);
-                                            FrameLister(session.out, *options, file, *container).list();
+                                            MediaFile media(file);
+                                            FrameLister(session.out, *options, file, media).list();
                                         });
                                     });
     add_input(command, options->file, "The file, or - for standard input");

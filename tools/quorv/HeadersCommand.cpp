@@ -4,9 +4,9 @@
 #include <optional>
 
 #include "Commands.h"
-#include "Container.h"
 #include "Format.h"
 #include "Json.h"
+#include "MediaFile.h"
 #include "Problems.h"
 #include "Progress.h"
 #include "Text.h"
@@ -26,13 +26,14 @@ struct HeadersOptions {
 constexpr size_t kBlockBytes = size_t{1} << 20;
 
 std::optional<VideoFormat> video_format(const Track &track) {
-    if (track.video() == nullptr) return std::nullopt;
-    const std::string codec = fourcc_text(track.codec());
-    if (codec == "264 ") return VideoFormat::H264;
-    for (const char *name : {"m4va", "m4vs", "divx", "dx50", "xvid"}) {
-        if (codec == name) return VideoFormat::Mpeg4;
+    switch (track.facts->framing) {
+        case QUORV_FRAMING_ANNEX_B:
+            return VideoFormat::H264;
+        case QUORV_FRAMING_MPEG4_VISUAL:
+            return VideoFormat::Mpeg4;
+        default:
+            return std::nullopt;
     }
-    return std::nullopt;
 }
 
 constexpr TrackKind kVideoWithHeaders = {
@@ -53,12 +54,12 @@ private:
     struct Place {
         uint32_t track;
         std::optional<uint64_t> frame;  // nothing: the codec data
-        uint32_t time;
+        uint64_t time_ms;
     };
 
     void list_stream(VideoFormat format);
-    void list_container(Container &container);
-    void list_track(Container &container, const Track &track, VideoFormat format);
+    void list_media(MediaFile &media);
+    void list_track(MediaFile &media, const Track &track, VideoFormat format);
     void write_columns();
     void write_unit(const Unit &unit, const UnitFacts &facts);
     void write_text(const Unit &unit, const UnitFacts &facts);
@@ -79,7 +80,8 @@ void HeaderLister::list() {
         list_stream(format == Format::H264 ? VideoFormat::H264 : VideoFormat::Mpeg4);
         return;
     }
-    list_container(*open_container(file_));
+    MediaFile media(file_);
+    list_media(media);
 }
 
 void HeaderLister::list_stream(VideoFormat format) {
@@ -97,32 +99,32 @@ void HeaderLister::list_stream(VideoFormat format) {
     scanner.finish();
 }
 
-void HeaderLister::list_container(Container &container) {
-    const std::vector<const Track *> wanted = find_tracks(container, options_.track, kVideoWithHeaders);
+void HeaderLister::list_media(MediaFile &media) {
+    const std::vector<Track> wanted = find_tracks(media, options_.track, kVideoWithHeaders);
     Problems problems;
     place_.emplace();
     write_columns();
-    for (const Track *track : wanted) {
+    for (const Track &track : wanted) {
         units_ = 0;
         // What is wrong with one track need not keep the others from being listed.
         problems.note([&] {
-            list_track(container, *track, *video_format(*track));
-            if (units_ == 0) problems.add(fmt::format("no start code in track {}", track->number));
+            list_track(media, track, *video_format(track));
+            if (units_ == 0) problems.add(fmt::format("no start code in track {}", track.facts->number));
         });
     }
-    problems.add_first(container.damage());
+    problems.add_first(media.damage());
     problems.raise();
 }
 
-void HeaderLister::list_track(Container &container, const Track &track, VideoFormat format) {
+void HeaderLister::list_track(MediaFile &media, const Track &track, VideoFormat format) {
     UnitReader reader(format);
     UnitScanner scanner([&](const Unit &unit) { write_unit(unit, reader.read(unit.head)); });
-    *place_ = {track.number, std::nullopt, 0};
-    scanner.feed(track.codec_data);
+    *place_ = {track.facts->number, std::nullopt, 0};
+    scanner.feed(track.codec_data());
     scanner.finish();
     Frame frame;
-    for (uint64_t index = 0; container.read_frame(track, frame); ++index) {
-        *place_ = {track.number, index, frame.time};
+    for (uint64_t index = 0; media.read_frame(track, frame); ++index) {
+        *place_ = {track.facts->number, index, frame.time_ms};
         scanner.feed(frame.data);
         scanner.finish();
         progress_.update(file_.progress(), file_.size());
@@ -148,7 +150,7 @@ void HeaderLister::write_text(const Unit &unit, const UnitFacts &facts) {
     if (place_)
         out_.print("{:7}  {:>8}  {:>13}", place_->track,
                    place_->frame ? fmt::format("{}", *place_->frame) : "header",
-                   place_->frame ? time_text(place_->time) : "");
+                   place_->frame ? time_text(place_->time_ms) : "");
     const std::string details = facts.details();
     out_.print("  {:12}  {:10}  {}{}{}\n", unit.offset, unit.size, facts.title, details.empty() ? "" : ": ",
                details);
@@ -160,7 +162,7 @@ void HeaderLister::write_json(const Unit &unit, const UnitFacts &facts) {
         json["track"] = place_->track;
         if (place_->frame) {
             json["frame"] = *place_->frame;
-            json["pts_ms"] = place_->time;
+            json["pts_ms"] = place_->time_ms;
         }
     }
     json["offset"] = unit.offset;

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Commands.h"
-#include "Container.h"
+#include "MediaFile.h"
 #include "Text.h"
 #include "TrackJson.h"
 
@@ -26,13 +26,13 @@ constexpr Column kColumns[] = {
     {"seekable"},
 };
 
-std::string type_name(uint32_t type) {
+std::string type_name(QuorvTrackType type) {
     switch (type) {
-        case SPLITER_TRACK_VIDEO:
+        case QUORV_TRACK_VIDEO:
             return "video";
-        case SPLITER_TRACK_AUDIO:
+        case QUORV_TRACK_AUDIO:
             return "audio";
-        case SPLITER_TRACK_TEXT:
+        case QUORV_TRACK_TEXT:
             return "text";
         default:
             return "other";
@@ -43,28 +43,26 @@ std::string bit_rate_text(uint32_t bits_per_second) {
     return bits_per_second == 0 ? "" : fmt::format("{} kbit/s", (uint64_t{bits_per_second} + 500) / 1000);
 }
 
-void describe_video(const SplitterVideoInfo &video, std::vector<std::string> &row) {
-    row[4] = fmt::format("{}x{}, {} fps", video.width, video.height, video.frame_rate);
-    row[5] = bit_rate_text(video.max_bitrate);
+std::string audio_format(const QuorvTrack &audio) {
+    std::string text = fmt::format("{} Hz, {}", audio.sample_rate, counted(audio.channels, "channel"));
+    if (audio.bits_per_sample != 0) text += fmt::format(", {} bits", audio.bits_per_sample);
+    return text;
 }
 
-void describe_audio(const SplitterAudioInfo &audio, std::vector<std::string> &row) {
-    row[4] = fmt::format("{} Hz, {}, {} bits", audio.sample_rate, counted(audio.channels, "channel"),
-                         audio.bits_per_sample);
-    row[5] = bit_rate_text(audio.bit_rate);
-}
-
-std::vector<std::string> track_row(const Track &track) {
-    std::vector<std::string> row = {std::to_string(track.number), type_name(track.type)};
+std::vector<std::string> track_row(MediaFile &media, const Track &track) {
+    const QuorvTrack &facts = *track.facts;
+    std::vector<std::string> row = {std::to_string(facts.number), type_name(facts.type)};
     row.resize(std::size(kColumns));
     if (!track.is_readable()) return row;
-    row[2] = track.codec() == 0 ? "unknown" : fourcc_text(track.codec());
-    row[3] = time_text(track.duration());
-    if (const SplitterVideoInfo *video = track.video()) describe_video(*video, row);
-    if (const SplitterAudioInfo *audio = track.audio()) describe_audio(*audio, row);
-    row[6] = size_text(track.max_frame_size());
-    row[7] = track.codec_data.empty() ? "" : size_text(track.codec_data.size());
-    row[8] = track.seekable ? "yes" : "no";
+    row[2] = facts.codec == 0 ? "unknown" : fourcc_text(facts.codec);
+    row[3] = time_text(track.duration_ms());
+    row[4] = track.is_audio()
+                 ? audio_format(facts)
+                 : fmt::format("{}x{}, {} fps", facts.width, facts.height, media.frame_rate(track));
+    row[5] = bit_rate_text(facts.bit_rate);
+    row[6] = size_text(facts.max_packet_size);
+    row[7] = facts.codec_data_size == 0 ? "" : size_text(facts.codec_data_size);
+    row[8] = facts.seekable != 0 ? "yes" : "no";
     return row;
 }
 
@@ -75,16 +73,16 @@ std::string upper_case(std::string_view name) {
     return text;
 }
 
-void write_text(OutputStream &out, const std::string &name, const FileSource &file, Container &container) {
-    uint32_t duration = 0;
+void write_text(OutputStream &out, const std::string &name, const FileSource &file, MediaFile &media) {
+    uint64_t duration = 0;
     std::vector<std::vector<std::string>> rows;
-    for (const Track &track : container.tracks()) {
-        duration = std::max(duration, track.duration());
-        rows.push_back(track_row(track));
+    for (const Track &track : media.tracks()) {
+        duration = std::max(duration, track.duration_ms());
+        rows.push_back(track_row(media, track));
     }
     const Style style = style_for(out);
     out.print("{}{}{}: {}, {}, {}\n", style.strong, printable(input_name(name)), style.end,
-              upper_case(container.format()), time_text(duration), size_text(file.size()));
+              upper_case(media.format()), time_text(duration), size_text(file.size()));
     write_table(out, kColumns, rows);
 }
 
@@ -93,14 +91,14 @@ ExitCode run(OutputStream &out, const InfoOptions &options) {
     bool first = true;
     for (const std::string &name : options.files) {
         const ExitCode code = run_on_file(out, name, [&](FileSource &file) {
-            const std::unique_ptr<Container> container = open_container(file, ContainerUse::Describe);
+            MediaFile media(file);
             if (options.json) {
-                out.write(json_line(file_json(name, *container)));
+                out.write(json_line(file_json(name, media)));
             } else {
                 if (!std::exchange(first, false)) out.write("\n");
-                write_text(out, name, file, *container);
+                write_text(out, name, file, media);
             }
-            if (const std::string damage = container->damage(); !damage.empty())
+            if (const std::string damage = media.damage(); !damage.empty())
                 throw Failure(ExitCode::BadFile, damage);
         });
         worst = std::max(worst, code);

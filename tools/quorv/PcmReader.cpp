@@ -29,12 +29,11 @@ bool get_info(std::vector<uint8_t> &bytes, QuMp3Info &info) {
 }  // namespace
 
 bool can_decode(const Track &track) {
-    const std::string codec = track.audio() != nullptr ? fourcc_text(track.codec()) : "";
-    return codec == "mp3 " || codec == "mp2 " || codec == "mp1 ";
+    return track.facts->framing == QUORV_FRAMING_MPEG_AUDIO;
 }
 
-PcmReader::PcmReader(Container &container, const Track &track, const PcmFormat &wanted)
-    : container_(container), track_(track), format_(wanted), output_(kOutputBytes) {
+PcmReader::PcmReader(MediaFile &media, const Track &track, const PcmFormat &wanted)
+    : media_(media), track_(track), format_(wanted), output_(kOutputBytes) {
     const StreamFormat stream = find_stream_format();
     if (format_.sample_rate == 0) format_.sample_rate = stream.sample_rate;
     if (format_.channels == 0) format_.channels = stream.channels;
@@ -61,7 +60,7 @@ PcmReader::StreamFormat PcmReader::find_stream_format() {
     QuMp3Info info = {};
     size_t enough = kMinFirstBytes;
     Frame frame;
-    while (first_bytes_.size() < kMaxFirstBytes && container_.read_frame(track_, frame)) {
+    while (first_bytes_.size() < kMaxFirstBytes && media_.read_frame(track_, frame)) {
         first_bytes_.insert(first_bytes_.end(), frame.data.begin(), frame.data.end());
         if (first_bytes_.size() < enough) continue;
         if (get_info(first_bytes_, info)) return {info.sample_rate, info.channels};
@@ -75,7 +74,7 @@ PcmReader::StreamFormat PcmReader::find_stream_format() {
 bool PcmReader::next_piece() {
     Frame frame;
     do {
-        if (!container_.read_frame(track_, frame)) return false;
+        if (!media_.read_frame(track_, frame)) return false;
     } while (frame.data.empty());
     input_ = frame.data;
     return true;

@@ -2,7 +2,7 @@
 #ifndef QUORV_TOOLS_QUORV_PCMREADER_H
 #define QUORV_TOOLS_QUORV_PCMREADER_H
 
-#include "Container.h"
+#include "MediaFile.h"
 #include "Wav.h"
 
 namespace quorv::tool {
@@ -10,11 +10,11 @@ namespace quorv::tool {
 // Whether the track is one of MPEG audio.
 bool can_decode(const Track &track);
 
-// Reads a track from where the container stands. All members throw Failure.
+// Reads a track from where the file stands. All members throw Failure.
 class PcmReader {
 public:
-    // A rate or channel count of 0 is the stream's own. The container must outlive the reader.
-    PcmReader(Container &container, const Track &track, const PcmFormat &wanted);
+    // A rate or channel count of 0 is the stream's own. The file must outlive the reader.
+    PcmReader(MediaFile &media, const Track &track, const PcmFormat &wanted);
     ~PcmReader();
     PcmReader(const PcmReader &) = delete;
     PcmReader &operator=(const PcmReader &) = delete;
@@ -31,8 +31,8 @@ private:
     bool next_piece();
     std::span<const uint8_t> duplicate(std::span<const uint8_t> mono);
 
-    Container &container_;
-    const Track &track_;
+    MediaFile &media_;
+    const Track track_;
     PcmFormat format_;
     bool duplicates_ = false;
     void *decoder_ = nullptr;

@@ -11,8 +11,8 @@
 
 namespace quorv::tool {
 
-std::string time_text(uint32_t milliseconds) {
-    const uint32_t seconds = milliseconds / 1000, minutes = seconds / 60;
+std::string time_text(uint64_t milliseconds) {
+    const uint64_t seconds = milliseconds / 1000, minutes = seconds / 60;
     return fmt::format("{}:{:02}:{:02}.{:03}", minutes / 60, minutes % 60, seconds % 60, milliseconds % 1000);
 }
 

@@ -13,7 +13,7 @@
 namespace quorv::tool {
 
 // "1:02:03.004"
-std::string time_text(uint32_t milliseconds);
+std::string time_text(uint64_t milliseconds);
 // "1.2 MB"
 std::string size_text(uint64_t bytes);
 

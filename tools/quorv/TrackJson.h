@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "Container.h"
 #include "Json.h"
+#include "MediaFile.h"
 
 namespace quorv::tool {
 
-Json file_json(const std::string &name, const Container &container);
+Json file_json(const std::string &name, MediaFile &media);
 
 }  // namespace quorv::tool
 
