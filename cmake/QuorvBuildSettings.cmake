@@ -11,6 +11,12 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
+# There is no system below: no threads, users, paths or libraries to load, only a module that a page calls.
+string(COMPARE EQUAL "${CMAKE_SYSTEM_PROCESSOR}" wasm32 QUORV_WEBASSEMBLY)
+if(QUORV_WEBASSEMBLY)
+  add_compile_options(-msimd128)
+endif()
+
 # Doubles rounded as on every other host: the x87 unit keeps more digits than a double has.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "86" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
   add_compile_options(-msse2 -mfpmath=sse)

@@ -2,7 +2,7 @@
 
 #include "media/CodecNames.h"
 
-#include <stdio.h>
+#include <string.h>
 
 #include <algorithm>
 #include <iterator>
@@ -89,22 +89,31 @@ bool is_raw(const QuorvTrack &track) {
            std::find(std::begin(kRawTags), std::end(kRawTags), track.tag) != std::end(kRawTags);
 }
 
-struct TagText {
-    char text[12];
-};
+// The name so far goes on with a text, which is cut where the room ends.
+void append(CodecName *name, const char *text) {
+    strncat(name->text, text, sizeof(name->text) - 1 - strlen(name->text));
+}
+
+// With as many digits at least; formatted output would be most of a small program.
+void append_number(CodecName *name, uint32_t number, uint32_t base, uint32_t digits) {
+    char text[12] = {};
+    char *first = text + sizeof(text) - 1;
+    for (; number != 0 || digits != 0; number /= base, digits -= digits != 0 ? 1 : 0)
+        *--first = "0123456789ABCDEF"[number % base];
+    append(name, first);
+}
 
 // Four characters, where that is what they are; else a number, which has four digits for sound.
-TagText tag_text(const QuorvTrack &track) {
-    TagText tag = {};
+void append_tag(CodecName *name, const QuorvTrack &track) {
+    char text[5] = {};
     bool printable = true;
     for (int i = 0; i < 4; ++i) {
-        tag.text[i] = static_cast<char>(track.tag >> (24 - 8 * i) & 0xFF);
-        printable = printable && tag.text[i] >= ' ' && tag.text[i] <= '~';
+        text[i] = static_cast<char>(track.tag >> (24 - 8 * i) & 0xFF);
+        printable = printable && text[i] >= ' ' && text[i] <= '~';
     }
-    if (printable) return tag;
-    snprintf(tag.text, sizeof(tag.text), track.type == QUORV_TRACK_AUDIO ? "0x%04X" : "0x%08X",
-             static_cast<unsigned>(track.tag));
-    return tag;
+    if (printable) return append(name, text);
+    append(name, "0x");
+    append_number(name, track.tag, 16, track.type == QUORV_TRACK_AUDIO ? 4 : 8);
 }
 
 const char *pcm_kind(QuorvSampleFormat format) {
@@ -125,22 +134,26 @@ const char *pcm_kind(QuorvSampleFormat format) {
 
 CodecName codec_name(const QuorvTrack &track) {
     CodecName name = {};
-    char *to = name.text;
-    constexpr size_t kRoom = sizeof(name.text);
     const CodecRow *row = find_row(track.codec);
-    const TagText tag = tag_text(track);
     if (track.codec == QUORV_CODEC_PCM) {
-        snprintf(to, kRoom, "%s, %u bits", pcm_kind(track.sample_format),
-                 static_cast<unsigned>(track.bits_per_sample));
-    } else if (row != nullptr) {
-        snprintf(to, kRoom, row->with_tag ? "%s (%s)" : "%s", row->name, tag.text);
-    } else if (is_raw(track)) {
-        snprintf(to, kRoom, "uncompressed (%s)", track.tag == 0 ? "RGB" : tag.text);
-    } else if (track.type == QUORV_TRACK_TEXT) {
-        snprintf(to, kRoom, "text");
-    } else {
-        snprintf(to, kRoom, "unknown (%s)", tag.text);
+        append(&name, pcm_kind(track.sample_format));
+        append(&name, ", ");
+        append_number(&name, track.bits_per_sample, 10, 1);
+        append(&name, " bits");
+        return name;
     }
+    if (row == nullptr && !is_raw(track) && track.type == QUORV_TRACK_TEXT) {
+        append(&name, "text");
+        return name;
+    }
+    append(&name, row != nullptr ? row->name : is_raw(track) ? "uncompressed" : "unknown");
+    if (row != nullptr && !row->with_tag) return name;
+    append(&name, " (");
+    if (row == nullptr && is_raw(track) && track.tag == 0)
+        append(&name, "RGB");
+    else
+        append_tag(&name, track);
+    append(&name, ")");
     return name;
 }
 
