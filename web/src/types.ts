@@ -6,11 +6,14 @@ export interface ByteSource {
   readonly size: number;
   /** At most `length` bytes at an offset; fewer only where the source ends. */
   read(offset: number, length: number): Uint8Array | Promise<Uint8Array>;
+  /** Called once, when the file is closed or could not be opened. */
+  close?(): void;
 }
 
 /**
- * What `open` reads: a picked or dropped file, bytes in memory, an address that answers range requests (in node also
- * `file:`), or anything that can be read at an offset.
+ * What `open` reads: a picked or dropped file; bytes in memory, which stay as they are until the file is closed; an
+ * address (in node also `file:`), in slices where the server answers range requests and as a whole where it does not; or
+ * anything that can be read at an offset.
  */
 export type Input = Blob | ArrayBuffer | Uint8Array | URL | ByteSource;
 
@@ -57,6 +60,8 @@ export interface Track {
   /** As the file counts. */
   readonly number: number;
   readonly type: TrackType;
+  /** Whether its packets can be read; else it can only be listed. */
+  readonly readable: boolean;
   readonly codec: Codec;
   /** For people: "H.264", "MPEG-4 Part 2 (XVID)", "PCM, 16 bits". */
   readonly codecName: string;

@@ -1,0 +1,213 @@
+// One reader of the library: opening, batches of packets, seeking.
+
+import type { Blocks } from './blocks.js';
+import type { Description } from './engine.js';
+import { QuorvError } from './errors.js';
+import type { Library, Result } from './module.js';
+import { formatOf, readFile, readPacket, trackOf } from './records.js';
+import type { Packet, PacketOptions, PacketTable, Track } from './types.js';
+
+/** The end of a batch: more will follow, nothing will, or another attempt goes on behind an error. */
+export interface BatchEnd {
+  readonly ended: boolean;
+  readonly error?: QuorvError;
+}
+
+export interface PacketBatch extends BatchEnd {
+  readonly packets: readonly Packet[];
+}
+
+export interface TableBatch extends BatchEnd {
+  readonly table: PacketTable;
+}
+
+/** A batch ends with the packet that reaches one of these. */
+const mostPackets = 256;
+const mostBytes = 0x80000;
+/** The same for a batch without the packets' bytes. */
+const mostRows = 4096;
+const mostBytesPassed = 0x1000000;
+
+type PacketFields = ReturnType<typeof readPacket>;
+
+export class PacketReader {
+  /** Of the QuorvReader. */
+  readonly address: number;
+  /** Whether the latest batch was the last one. */
+  ended = false;
+
+  readonly #library: Library;
+  readonly #blocks: Blocks;
+  /** Where calls store what they give. */
+  readonly #slot: number;
+  readonly #tracks: readonly Track[];
+  /** Tracks. */
+  readonly #selected: Set<number>;
+  readonly #presented = new Set<number>();
+  #last: Promise<unknown> = Promise.resolve();
+
+  private constructor(library: Library, blocks: Blocks, slot: number) {
+    this.#library = library;
+    this.#blocks = blocks;
+    this.#slot = slot;
+    this.address = library.view.getUint32(slot, true);
+    this.#tracks = this.#describeTracks();
+    this.#selected = new Set(this.#readable());
+  }
+
+  static async open(library: Library, blocks: Blocks): Promise<PacketReader> {
+    const slot = library.allocate(8);
+    library.view.setUint32(slot, 0, true);
+    try {
+      library.check(await repeat(library, blocks, () => library.result('quorv_open_page', 0, slot)));
+    } catch (error) {
+      // One that waits for bytes is there already.
+      if (!(error instanceof QuorvError && error.code === 'internal'))
+        library.call('quorv_close', library.view.getUint32(slot, true));
+      throw error;
+    }
+    return new PacketReader(library, blocks, slot);
+  }
+
+  close(): void {
+    this.#library.call('quorv_close', this.address);
+    this.#library.free(this.#slot);
+  }
+
+  /** Does something when what was asked for before is done: a call that waits for bytes is repeated as it was. */
+  alone<T>(task: () => Promise<T>): Promise<T> {
+    const result = this.#last.then(task);
+    this.#last = result.catch(() => undefined);
+    return result;
+  }
+
+  describe(): Description {
+    const file = readFile(this.#library.view, this.#library.call('quorv_file', this.address));
+    return {
+      format: formatOf(file.container),
+      durationUs: file.durationUs >= 0 ? file.durationUs : null,
+      size: file.size,
+      tracks: this.#tracks,
+    };
+  }
+
+  #describeTracks(): Track[] {
+    const library = this.#library;
+    const { trackCount } = readFile(library.view, library.call('quorv_file', this.address));
+    return Array.from({ length: trackCount }, (_, index) => {
+      const readable = library.result('quorv_select', this.address, index, 1) === 'ok';
+      return trackOf(library, library.call('quorv_track', this.address, index), index, readable);
+    });
+  }
+
+  async read(options: PacketOptions, most = mostPackets): Promise<PacketBatch> {
+    const packets: Packet[] = [];
+    let bytes = 0;
+    const end = await this.#readBatch(options, false, (fields) => {
+      const presentationUs = this.#presented.has(fields.track) ? fields.presentationUs : null;
+      packets.push({
+        track: fields.track,
+        data: this.#library.bytes(fields.data, fields.size),
+        timeUs: fields.timeUs,
+        presentationUs,
+        durationUs: fields.durationUs,
+        key: fields.key !== 0,
+        offset: fields.offset,
+      });
+      bytes += fields.size;
+      return packets.length < most && bytes < mostBytes;
+    });
+    return { packets, ...end };
+  }
+
+  async readTable(options: PacketOptions): Promise<TableBatch> {
+    const rows: PacketFields[] = [];
+    let bytes = 0;
+    const end = await this.#readBatch(options, true, (fields) => {
+      bytes += fields.size;
+      return rows.push(fields) < mostRows && bytes < mostBytesPassed;
+    });
+    const numbers = (name: keyof PacketFields) => Float64Array.from(rows, (row) => row[name]);
+    const table: PacketTable = {
+      track: Uint32Array.from(rows, (row) => row.track),
+      size: Uint32Array.from(rows, (row) => row.size),
+      timeUs: numbers('timeUs'),
+      presentationUs: numbers('presentationUs'),
+      durationUs: numbers('durationUs'),
+      offset: numbers('offset'),
+      key: Uint8Array.from(rows, (row) => (row.key !== 0 ? 1 : 0)),
+    };
+    return { table, ...end };
+  }
+
+  /** Hands packets on until no more are taken, or, unless patient, some are here and the next one is not. */
+  async #readBatch(
+    options: PacketOptions, patient: boolean, take: (fields: PacketFields) => boolean,
+  ): Promise<BatchEnd> {
+    const library = this.#library;
+    const tracks = options.tracks ?? this.#readable();
+    this.#select(tracks);
+    this.#present(tracks, options.presentation === true);
+    const read = () => library.result('quorv_read', this.address, this.#slot);
+    this.ended = false;
+    for (let count = 0; ; ++count) {
+      let result = read();
+      if (result === 'again') {
+        if (count > 0 && !patient) return { ended: false };
+        result = await repeat(library, this.#blocks, read);
+      }
+      if (result === 'end') {
+        this.ended = true;
+        return { ended: true };
+      }
+      if (result !== 'ok') return { ended: false, error: library.error(result) };
+      if (!take(readPacket(library.view, library.view.getUint32(this.#slot, true)))) return { ended: false };
+    }
+  }
+
+  async seek(timeUs: number, after: boolean, tracks: readonly number[] | undefined): Promise<number> {
+    const library = this.#library;
+    this.#select(tracks ?? this.#readable());
+    const time = BigInt(Math.round(timeUs));
+    const seek = () => library.result('quorv_seek', this.address, time, after ? 1 : 0, this.#slot);
+    library.check(await repeat(library, this.#blocks, seek));
+    return Number(library.view.getBigInt64(this.#slot, true));
+  }
+
+  #readable(): number[] {
+    return this.#tracks.filter((track) => track.readable).map((track) => track.index);
+  }
+
+  #select(tracks: readonly number[]): void {
+    for (const index of tracks) {
+      const track = this.#tracks[index];
+      if (track === undefined) throw new QuorvError('argument', `there is no track ${index}`);
+      if (!track.readable) throw new QuorvError('unsupported', `track ${index} can only be listed`);
+    }
+    for (const { index } of this.#tracks) {
+      const wanted = tracks.includes(index);
+      if (wanted === this.#selected.has(index)) continue;
+      this.#library.result('quorv_select', this.address, index, wanted ? 1 : 0);
+      if (wanted) this.#selected.add(index);
+      else this.#selected.delete(index);
+    }
+  }
+
+  #present(tracks: readonly number[], wanted: boolean): void {
+    for (const index of tracks) {
+      if (this.#presented.has(index) === wanted) continue;
+      this.#library.check(this.#library.result('quorv_set_presentation', this.address, index, wanted ? 1 : 0));
+      if (wanted) this.#presented.add(index);
+      else this.#presented.delete(index);
+    }
+  }
+}
+
+/** Calls until the bytes that it needs are here. The library keeps what it has read, so that each call comes further. */
+async function repeat(library: Library, blocks: Blocks, call: () => Result): Promise<Result> {
+  for (;;) {
+    const result = call();
+    if (result !== 'again') return result;
+    await blocks.fetch(library.wanted.offset, library.wanted.length);
+  }
+}
