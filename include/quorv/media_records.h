@@ -147,6 +147,10 @@ typedef struct QuorvTrack {
                               quorv_decode leaves out; the times of packets are those without them */
     uint32_t trim_back;  /**< the same behind them */
     uint32_t max_packet_size; /**< bytes, as the file suggests: a packet may have more; 0 when not known */
+    uint64_t
+        stated_packets; /**< MPEG audio files: packets, as the encoder says in front; 0 when it does not */
+    int64_t stated_end; /**< offset behind the last packet, as the encoder says in front; -1 when it does not,
+                             and in files that are no MPEG audio files */
 } QuorvTrack;
 
 /** A piece of a track: a compressed frame, or some samples. */
@@ -167,6 +171,21 @@ typedef struct QuorvDamageCount {
     int64_t first_offset; /**< in the file; -1 for none */
 } QuorvDamageCount;
 
+/** A run of bytes of the file. */
+typedef struct QuorvRange {
+    int64_t begin; /**< offset of the first */
+    int64_t end;   /**< offset behind the last */
+} QuorvRange;
+
+/**
+ * Runs of bytes in the order of the file, none of them touching. After very many, those that lie closest are
+ * one with what is between them.
+ */
+typedef struct QuorvRanges {
+    const QuorvRange *ranges; /**< count of them, valid as long as the record; null for none */
+    size_t count;             /**< at most 1024 */
+} QuorvRanges;
+
 /** What could not be used, of a track or of the whole file, among the parts that have been read so far. */
 typedef struct QuorvDamage {
     QuorvDamageCount bytes_passed_over; /**< bytes that belong to nothing that is known */
@@ -175,6 +194,10 @@ typedef struct QuorvDamage {
     QuorvDamageCount frames_skipped;    /**< MPEG audio files: frames that are cut off or make no sense */
     int cut_off;                        /**< the file ends before its own header says */
     int64_t bytes_missing;              /**< how much is missing then; -1 when that is not known */
+    QuorvRanges passed_over_at;         /**< where bytes_passed_over lie */
+    QuorvRanges missing_at;             /**< where the index has chunks_missing; each takes a byte here */
+    QuorvRanges unusable_at;            /**< where packets_unusable begin; each takes a byte here */
+    QuorvRanges skipped_at;             /**< where frames_skipped lie */
 } QuorvDamage;
 
 /** Decoded sound. */

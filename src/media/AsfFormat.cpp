@@ -36,6 +36,7 @@ struct AsfMediaState : MediaState {
     AsfMediaTrack tracks[2];
     uint32_t track_count;
     int64_t bytes_missing;  // at the end of the file
+    ByteRanges unusable;    // of the tracks that were asked for last
 };
 
 AsfMediaState *state_of(MediaState *state) {
@@ -93,6 +94,7 @@ void describe_track(AsfMediaState *state, void (*describe)(const AsfHeader &, Qu
     AsfMediaTrack &track = state->tracks[state->track_count++];
     QuorvTrack *record = &track.record;
     describe(header, record);
+    record->stated_end = -1;
     record->duration_us = asf_stated_duration_us(header);
     // Times stand in the packets: an index only saves a search.
     record->seekable = state->context->data_parser->Packets().packet_count() > 0 ? 1 : 0;
@@ -181,13 +183,15 @@ void go_back_in_asf(MediaState *state, uint32_t index, const MediaMark &mark) {
 
 // Tracks read the same packets, each on its own.
 void tell_asf_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
-    const AsfMediaState &media = *state_of(state);
+    AsfMediaState &media = *state_of(state);
     AsfPacketParser &packets = media.context->data_parser->Packets();
-    ByteRanges places;
+    ByteRanges &places = media.unusable;
+    places = ByteRanges();
     for (uint32_t i = 0; i < media.track_count; ++i) {
         if (index != QUORV_WHOLE_FILE && index != i) continue;
         places.add(packets.state_of(media.tracks[i].record.number - 1).damage.places);
     }
+    damage->unusable_at = places.all();
     damage->packets_unusable = {places.count(), places.first()};
     damage->bytes_missing = media.bytes_missing;
     damage->cut_off = media.bytes_missing != 0 ? 1 : 0;

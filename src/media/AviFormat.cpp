@@ -30,7 +30,8 @@ struct AviMediaTrack {
 struct AviMediaState : MediaState {
     Owned<AviContext> context;
     Owned<AviMediaTrack[]> tracks;
-    int64_t bytes_missing;  // at the end of the file
+    int64_t bytes_missing;       // at the end of the file
+    ByteRanges passed, missing;  // of the tracks that were asked for last
 };
 
 AviMediaState *state_of(MediaState *state) {
@@ -92,6 +93,7 @@ Code describe_track(AviContext *context, const AviTrack &track, AviMediaTrack *d
     *record = {};
     record->type = track_type(track);
     record->number = track.stream_number + 1;
+    record->stated_end = -1;
     record->tag = __builtin_bswap32(track.stated.format_tag);
     record->duration_us = avi_stated_duration_us(track);
     record->codec_data = track.codec_data.length != 0 ? track.codec_data.bytes.get() : nullptr;
@@ -197,12 +199,16 @@ void go_back_in_avi(MediaState *state, uint32_t index, const MediaMark &mark) {
 // Tracks pass the same places, each on its own.
 void tell_avi_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
     const AviContext &context = *state_of(state)->context;
-    ByteRanges passed, missing;
+    ByteRanges &passed = state_of(state)->passed, &missing = state_of(state)->missing;
+    passed = ByteRanges();
+    missing = ByteRanges();
     for (const Owned<AviTrack> &track : context.all_tracks()) {
         if (index != QUORV_WHOLE_FILE && index != track->stream_number) continue;
         passed.add(track->damage.passed);
         missing.add(track->damage.missing);
     }
+    damage->passed_over_at = passed.all();
+    damage->missing_at = missing.all();
     damage->bytes_passed_over = {passed.count(), passed.first()};
     damage->chunks_missing = {missing.count(), missing.first()};
     damage->bytes_missing = state_of(state)->bytes_missing;

@@ -170,7 +170,9 @@ const QuorvDamage *quorv_damage(QuorvReader *reader, uint32_t index) {
     MediaTrack *track = reader->track(index);
     if (track == nullptr && index != QUORV_WHOLE_FILE) return nullptr;
     QuorvDamage &damage = track != nullptr ? track->damage : reader->damage;
-    damage = {kNoDamage, kNoDamage, kNoDamage, kNoDamage, 0, 0};
+    damage = {};
+    damage.bytes_passed_over = damage.chunks_missing = kNoDamage;
+    damage.packets_unusable = damage.frames_skipped = kNoDamage;
     reader->format->damage(reader->state, index, &damage);
     return &damage;
 }

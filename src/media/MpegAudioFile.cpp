@@ -15,11 +15,6 @@ namespace {
 // How far the first frame is searched for behind the tags.
 constexpr int64_t kMostJunk = 1 << 20;
 
-void count(QuorvDamageCount *damage, uint64_t amount, int64_t offset) {
-    if (damage->count == 0) damage->first_offset = offset;
-    damage->count += amount;
-}
-
 // With its slot of padding, where the bit rate does not come out even without one.
 uint32_t frame_bytes(const Mp3FrameHeader &header, uint32_t bit_rate) {
     const uint64_t bytes = uint64_t{mp3_samples_per_frame(header)} * (bit_rate / 8);
@@ -106,6 +101,8 @@ void MpegAudioFile::describe(QuorvTrack *track) {
         track->trim_front = trim_.front;
         track->trim_back = trim_.back;
     }
+    track->stated_packets = has_xing_ && xing_.frames > 0 ? static_cast<uint64_t>(xing_.frames) : 0;
+    track->stated_end = has_xing_ && xing_.bytes > 0 ? xing_offset_ + xing_.bytes : -1;
 }
 
 // The next frame and its time.
@@ -142,11 +139,17 @@ Code MpegAudioFile::read(uint8_t *buffer, size_t room, MediaPacket *packet) {
     return Code::Ok;
 }
 
+void MpegAudioFile::count_passed(int64_t begin, int64_t end) {
+    QuorvDamageCount &passed = damage_.bytes_passed_over;
+    if (passed.count == 0) passed.first_offset = begin;
+    passed.count += static_cast<uint64_t>(end - begin);
+    passed_.add(begin, end);
+}
+
 void MpegAudioFile::count_junk(const MpegAudioFrame &frame) {
     if (frame.offset < counted_to_) return;
     counted_to_ = frame.offset + frame.size;
-    if (frame.junk > 0)
-        count(&damage_.bytes_passed_over, static_cast<uint64_t>(frame.junk), frame.offset - frame.junk);
+    if (frame.junk > 0) count_passed(frame.offset - frame.junk, frame.offset);
 }
 
 void MpegAudioFile::count_rest() {
@@ -154,15 +157,25 @@ void MpegAudioFile::count_rest() {
     if (rest.offset < counted_to_) return;
     const bool is_whole = damage_.bytes_passed_over.count == 0;
     counted_to_ = rest.offset + std::max<int64_t>(rest.size, 1);
-    if (rest.size > 0 && rest.is_frame)
-        count(&damage_.frames_skipped, 1, rest.offset);
-    else if (rest.size > 0)
-        count(&damage_.bytes_passed_over, static_cast<uint64_t>(rest.size), rest.offset);
+    const int64_t end = rest.offset + rest.size;
+    if (rest.size > 0 && rest.is_frame) {
+        damage_.frames_skipped = {1, rest.offset};
+        skipped_.add(rest.offset, end);
+    } else if (rest.size > 0) {
+        count_passed(rest.offset, end);
+    }
     const bool lacks_frames = now_.is_counted && static_cast<int64_t>(now_.frame) < xing_.frames;
     if (has_xing_ && xing_.bytes <= 0 && is_whole && lacks_frames) {
         damage_.cut_off = 1;
         damage_.bytes_missing = -1;
     }
+}
+
+QuorvDamage MpegAudioFile::damage() const {
+    QuorvDamage damage = damage_;
+    damage.passed_over_at = passed_.all();
+    damage.skipped_at = skipped_.all();
+    return damage;
 }
 
 }  // namespace quorv

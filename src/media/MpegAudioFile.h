@@ -10,6 +10,7 @@
 #include "media/MpegAudioIndex.h"
 #include "media/MpegAudioScanner.h"
 #include "media/XingHeader.h"
+#include "splitter/ByteRanges.h"
 
 namespace quorv {
 
@@ -40,11 +41,12 @@ public:
     Code seek(int64_t time_us, MediaSeek mode, int64_t *reached_us);
     const MpegAudioPoint &point() const { return now_; }
     void go_to(const MpegAudioPoint &point);
-    const QuorvDamage &damage() const { return damage_; }
+    QuorvDamage damage() const;
 
 private:
     Code find_start();
     Code next(MpegAudioFrame *frame, int64_t *time_us, int64_t most_junk = INT64_MAX);
+    void count_passed(int64_t begin, int64_t end);
     void count_junk(const MpegAudioFrame &frame);
     void count_rest();
 
@@ -76,7 +78,8 @@ private:
     MpegAudioLength length_;
     MpegAudioPoint start_{}, now_{};
     MpegAudioIndex index_;
-    QuorvDamage damage_{};
+    QuorvDamage damage_{};  // without the places
+    ByteRanges passed_, skipped_;
     int64_t counted_to_ = 0;  // damage in front of it is counted already
 };
 

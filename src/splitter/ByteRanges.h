@@ -2,6 +2,7 @@
 #ifndef QUORV_SRC_SPLITTER_BYTERANGES_H
 #define QUORV_SRC_SPLITTER_BYTERANGES_H
 
+#include <quorv/media_records.h>
 #include <stdint.h>
 
 #include "platform/MemoryOwner.h"
@@ -23,11 +24,11 @@ public:
     uint64_t count() const { return count_; }
     // The lowest of them, -1 when there is none.
     int64_t first() const { return size_ != 0 ? ranges_[0].begin : -1; }
+    // Valid until something is added.
+    QuorvRanges all() const { return {ranges_.get(), size_}; }
 
 private:
-    struct Range {
-        int64_t begin, end;
-    };
+    using Range = QuorvRange;
 
     bool make_room();
     void join_closest();

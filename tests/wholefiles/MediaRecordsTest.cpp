@@ -195,7 +195,18 @@ struct DamageRow {
     int64_t cut;
 };
 
+// The places are as many bytes as have been counted, from the first one on.
+void expect_places(const QuorvRanges &places, const QuorvDamageCount &damage) {
+    uint64_t bytes = 0;
+    for (size_t i = 0; i < places.count; ++i)
+        bytes += static_cast<uint64_t>(places.ranges[i].end - places.ranges[i].begin);
+    EXPECT_EQ(bytes, damage.count);
+    EXPECT_EQ(places.count != 0 ? places.ranges[0].begin : -1, damage.first_offset);
+}
+
 void expect_damage(const QuorvDamage &damage, const DamageRow &row) {
+    expect_places(damage.passed_over_at, damage.bytes_passed_over);
+    expect_places(damage.missing_at, damage.chunks_missing);
     EXPECT_EQ(damage.bytes_passed_over.count, row.passed);
     EXPECT_EQ(damage.bytes_passed_over.first_offset, row.first_passed);
     EXPECT_EQ(damage.chunks_missing.count, row.missing);
@@ -271,6 +282,7 @@ TEST(MediaRecords, DamageOfAsfFilesCountsOnce) {
         }
         const QuorvDamage &damage = *quorv_damage(file.reader(), QUORV_WHOLE_FILE);
         EXPECT_EQ(damage.packets_unusable.count != 0, row.first != -1);
+        expect_places(damage.unusable_at, damage.packets_unusable);
         EXPECT_EQ(failures != 0, row.first >= 0);
         // The first part of a frame that the damage interrupts lies in front of it.
         EXPECT_LE(damage.packets_unusable.first_offset, static_cast<int64_t>(packet));

@@ -74,6 +74,11 @@ TEST(MpegAudioFile, FramesAreFoundBetweenTagsAndJunk) {
         expect_damage(damage.bytes_passed_over, 2 * junk.size() + tag.size(),
                       static_cast<int64_t>(front.size()));
         expect_damage(damage.frames_skipped, 1, static_cast<int64_t>(file.size() - cut.size()));
+        ASSERT_EQ(damage.passed_over_at.count, 2u);
+        EXPECT_EQ(damage.passed_over_at.ranges[1].begin, packets[half].offset - 20010 - 333);
+        EXPECT_EQ(damage.passed_over_at.ranges[1].end, packets[half].offset);
+        ASSERT_EQ(damage.skipped_at.count, 1u);
+        EXPECT_EQ(damage.skipped_at.ranges[0].end, static_cast<int64_t>(file.size()));
         EXPECT_EQ(damage.cut_off, 0);
         EXPECT_EQ(quorv_seek(reader.get(), 0, QUORV_SEEK_BEFORE, nullptr), QUORV_OK);
     }
@@ -108,6 +113,8 @@ TEST(MpegAudioFile, TheEncodersHeaderTellsLengthTrimmingAndCuts) {
     const QuorvTrack &track = *quorv_track(reader.get(), 0);
     EXPECT_EQ(track.sample_count, static_cast<uint64_t>(sound));
     EXPECT_EQ(int64_t{track.trim_front}, kFront);
+    EXPECT_EQ(track.stated_packets, frames);
+    EXPECT_EQ(track.stated_end, static_cast<int64_t>(file.size()));
     EXPECT_EQ(int64_t{track.trim_back}, kBack);
     EXPECT_EQ(track.duration_us, time_of(sound, 44100));
     const std::vector<QuorvPacket> packets = read_all(reader.get(), file);
