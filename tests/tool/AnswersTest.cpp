@@ -163,5 +163,21 @@ TEST(Answers, OddNamesGiveValidJsonAndHarmlessText) {
     EXPECT_EQ(shell.run("NO_COLOR=1" + on_terminal).out.find("\033["), std::string::npos);
 }
 
+// Down to a width at which every row is a list; no line is longer, no fact is cut.
+TEST(Answers, TablesFitTheTerminal) {
+    const Shell shell;
+    for (const size_t width : {200u, 80u, 60u, 30u}) {
+        SCOPED_TRACE(width);
+        const std::string stty = "stty cols " + std::to_string(width) + "; quorv info $SAMPLE";
+        const std::string text =
+            shell.run("TERM=dumb script -qec '" + stty + "' /dev/null | tr -d '\\r'").out;
+        for (const std::string &line : lines_of(text)) {
+            EXPECT_LE(line.starts_with('/') ? 0 : line.size(), width) << text;
+        }
+        for (const char *fact : {"0:00:03.000", "320x240", "25 fps", "44100 Hz", "2 channels", "128 kbit/s"})
+            EXPECT_NE(text.find(fact), std::string::npos) << fact << '\n' << text;
+    }
+}
+
 }  // namespace
 }  // namespace quorv::test

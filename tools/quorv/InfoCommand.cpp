@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "MediaFile.h"
+#include "Table.h"
 #include "Text.h"
 #include "TrackJson.h"
 

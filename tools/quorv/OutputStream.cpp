@@ -2,6 +2,7 @@
 
 #include "OutputStream.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,7 +15,8 @@ namespace quorv::tool {
 
 namespace {
 constexpr size_t kBufferBytes = 0x10000;
-}
+constexpr size_t kUsualColumns = 80;
+}  // namespace
 
 OutputStream::OutputStream(int descriptor, std::string name)
     : descriptor_(descriptor), name_(std::move(name)), buffer_(kBufferBytes) {}
@@ -55,6 +57,13 @@ void OutputStream::write_out(const char *bytes, size_t count) {
 
 bool OutputStream::is_terminal() const {
     return isatty(descriptor_) == 1;
+}
+
+size_t OutputStream::columns() const {
+    if (!is_terminal()) return SIZE_MAX;
+    winsize size = {};
+    const bool known = ioctl(descriptor_, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return known ? size.ws_col : kUsualColumns;
 }
 
 }  // namespace quorv::tool

@@ -29,6 +29,8 @@ public:
     void flush();
 
     bool is_terminal() const;
+    // Of the terminal; of what is none, any number.
+    size_t columns() const;
 
 private:
     void write_out(const char *bytes, size_t count);

@@ -1,4 +1,4 @@
-// How numbers, names and tables look to people; see the header.
+// How numbers and names look to people; see the header.
 
 #include "Text.h"
 
@@ -59,30 +59,6 @@ Style style_for(const OutputStream &out) {
 void write_title(OutputStream &out, std::string_view titles) {
     const Style style = style_for(out);
     out.print("{}{}{}\n", style.faint, titles, style.end);
-}
-
-void write_table(OutputStream &out, std::span<const Column> columns,
-                 const std::vector<std::vector<std::string>> &rows) {
-    std::vector<size_t> widths(columns.size(), 0);
-    for (const auto &row : rows) {
-        for (size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
-    }
-    const auto row_text = [&](const auto &cell_text) {
-        std::string line;
-        for (size_t i = 0; i < columns.size(); ++i) {
-            if (widths[i] == 0) continue;
-            const std::string_view text = cell_text(i);
-            const size_t pad = std::max(widths[i], columns[i].title.size()) - text.size();
-            line.append("  ").append(columns[i].right_aligned ? pad : 0, ' ').append(text);
-            line.append(columns[i].right_aligned ? 0 : pad, ' ');
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        return line;
-    };
-    write_title(out, row_text([&](size_t i) { return columns[i].title; }));
-    for (const auto &row : rows)
-        out.print("{}\n", row_text([&](size_t i) { return std::string_view(row[i]); }));
 }
 
 void complain(std::string_view name, std::string_view reason) {

@@ -1,12 +1,10 @@
-// How numbers, names and tables look to people.
+// How numbers and names look to people.
 #ifndef QUORV_TOOLS_QUORV_TEXT_H
 #define QUORV_TOOLS_QUORV_TEXT_H
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "OutputStream.h"
 
@@ -33,14 +31,6 @@ struct Style {
 Style style_for(const OutputStream &out);
 // The titles above columns, as a line.
 void write_title(OutputStream &out, std::string_view titles);
-
-struct Column {
-    std::string_view title;
-    bool right_aligned = false;
-};
-// Aligned columns, two blanks apart and indented by two. Columns without any text are left out.
-void write_table(OutputStream &out, std::span<const Column> columns,
-                 const std::vector<std::vector<std::string>> &rows);
 
 // "quorv: NAME: REASON" on standard error, as one line.
 void complain(std::string_view name, std::string_view reason);

@@ -5,6 +5,7 @@
 #include <quorv/version.h>
 #include <unistd.h>
 
+#include <clocale>
 #include <csignal>
 #include <iostream>
 #include <string_view>
@@ -92,6 +93,8 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
 int main(int argc, char **argv) {
     using namespace quorv::tool;
     hold_standard_streams();
+    // Names and tags are UTF-8, whatever else a user has set; how wide their characters are depends on this.
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     // A closed pipe and a file at its size limit are reported by the write that meets them.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
