@@ -16,8 +16,12 @@ function(quorv_module name)
   # the C++ runtime, and only what the exports map names is visible.
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  set(shared ON)
+  if(QUORV_WEBASSEMBLY)
+    set(shared OFF)
+  endif()
   set_target_properties(${target} PROPERTIES
-    POSITION_INDEPENDENT_CODE ON
+    POSITION_INDEPENDENT_CODE ${shared}
     C_VISIBILITY_PRESET hidden
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)

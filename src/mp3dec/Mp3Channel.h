@@ -20,7 +20,7 @@ inline constexpr uint32_t kMp3SafeSum = INT16_MAX - kMp3Subbands - 1;
 // One time slot: a sample of each subband.
 using Mp3Slot = int32_t[kMp3Subbands];
 
-// A transformed slot as pairs of 16-bit parts; only the kernels of x86 keep them.
+// A transformed slot as pairs of 16-bit parts; only the kernels of WindowPairs.h keep them.
 struct Mp3SplitSlot {
     int16_t high[20][2];
     int16_t low[20][2];
@@ -40,7 +40,7 @@ struct Mp3Channel {
     // The transformed slots before the frame, then the frame's subband samples with kSampleBits fractional
     // bits, which the synthesis transforms in place; eight at a time may reach beyond the last.
     Mp3Slot slots[kMp3PastSlots + kMp3MaxSlots + 4];
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__) || defined(__i386__) || defined(__wasm__)
     Mp3SplitHistory split;
 #endif
     // Subbands from here on have no overlap.

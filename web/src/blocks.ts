@@ -3,11 +3,18 @@
 import { QuorvError } from './errors.js';
 import type { ByteSource } from './types.js';
 
-const blockSize = 0x10000;
-/** Blocks that are kept: 32 MB. */
-const room = 512;
-/** Blocks that are fetched at once when a file is read on, each time twice as many as before: up to 1 MB. */
-const longestRun = 16;
+/** How a file is cut up. */
+export interface Cut {
+  /** Bytes of a block. */
+  readonly blockSize: number;
+  /** Blocks that are kept. */
+  readonly room: number;
+  /** Blocks that are fetched at once when a file is read on, each time twice as many as before; at most `room`. */
+  readonly longestRun: number;
+}
+
+/** 32 MB are kept, 1 MB at most is fetched at once. */
+const usualCut: Cut = { blockSize: 0x10000, room: 512, longestRun: 16 };
 
 export class Blocks {
   readonly size: number;
@@ -15,16 +22,18 @@ export class Blocks {
   bytesFetched = 0;
 
   readonly #source: ByteSource;
+  readonly #cut: Cut;
   /** By number, the one that was used last at the end. */
   readonly #blocks = new Map<number, Uint8Array>();
   #run = 1;
   /** The block behind those that were fetched last. */
   #next = -1;
 
-  constructor(source: ByteSource) {
+  constructor(source: ByteSource, cut = usualCut) {
     if (!Number.isSafeInteger(source.size) || source.size < 0)
       throw new QuorvError('argument', `a source of ${source.size} bytes`);
     this.#source = source;
+    this.#cut = cut;
     this.size = source.size;
   }
 
@@ -34,6 +43,7 @@ export class Blocks {
 
   /** Fills as much of `to` as is here; returns how many bytes that is, 0 at the end, -1 when the first is not here. */
   copy(offset: number, to: Uint8Array): number {
+    const { blockSize } = this.#cut;
     const end = Math.min(offset + to.length, this.size);
     let at = offset;
     while (at < end) {
@@ -49,6 +59,7 @@ export class Blocks {
 
   /** Gets the first bytes of that part that are not here, or all of them; and more when the file is read on. */
   async fetch(offset: number, length: number): Promise<void> {
+    const { blockSize, longestRun } = this.#cut;
     let first = Math.floor(offset / blockSize);
     const last = Math.ceil(Math.min(offset + length, this.size) / blockSize);
     while (first < last && this.#blocks.has(first)) ++first;
@@ -91,6 +102,6 @@ export class Blocks {
     this.#blocks.delete(number);
     this.#blocks.set(number, block);
     const [oldest] = this.#blocks.keys();
-    if (this.#blocks.size > room && oldest !== undefined) this.#blocks.delete(oldest);
+    if (this.#blocks.size > this.#cut.room && oldest !== undefined) this.#blocks.delete(oldest);
   }
 }

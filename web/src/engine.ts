@@ -1,7 +1,7 @@
 // A file as the side of the library has it: calls that are repeated until their bytes are here, and what they give in
 // batches. Runs in the worker, or beside the caller.
 
-import { Blocks } from './blocks.js';
+import { Blocks, type Cut } from './blocks.js';
 import { Decoding } from './decoding.js';
 import { QuorvError } from './errors.js';
 import { compile, Library } from './module.js';
@@ -46,8 +46,8 @@ export class Engine {
     this.#description = reader.describe();
   }
 
-  static async open(input: Input, wasm: OpenOptions['wasm']): Promise<Engine> {
-    const blocks = new Blocks(await sourceOf(input));
+  static async open(input: Input, wasm: OpenOptions['wasm'], cut?: Cut): Promise<Engine> {
+    const blocks = new Blocks(await sourceOf(input), cut);
     try {
       const library = await Library.create(await compile(wasm), blocks);
       return new Engine(library, blocks, await PacketReader.open(library, blocks));

@@ -4,7 +4,8 @@
 #include "mp3dec/kernels/HybridKernel.h"
 #include "mp3dec/kernels/LanesAvx2.h"
 #include "mp3dec/kernels/SynthesisKernel.h"
-#include "mp3dec/kernels/WindowX86.h"
+#include "mp3dec/kernels/WindowPairs.h"
+#include "mp3dec/kernels/WordsSse2.h"
 
 namespace quorv {
 
@@ -66,8 +67,9 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
 }  // namespace
 
 Mp3Kernels mp3_avx2_kernels() {
-    return {"AVX2",       Lane8::kCount, requantize,    dequantize<Lane8>, reduce_alias<Lane8>,
-            imdct<Lane8>, dct32<Lane8>,  window<Words8>};
+    return {
+        "AVX2",       Lane8::kCount,         requantize, dequantize<Lane8>, reduce_alias<Lane8>, imdct<Lane8>,
+        dct32<Lane8>, window<Words8, Words4>};
 }
 
 }  // namespace quorv

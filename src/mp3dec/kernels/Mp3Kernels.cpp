@@ -46,7 +46,7 @@ void add_sets_of_processor(Mp3Kernels *sets, uint32_t *count) {
 
 }  // namespace
 
-#else
+#elif !defined(__wasm_simd128__)
 
 namespace {
 
@@ -56,12 +56,25 @@ void add_sets_of_processor(Mp3Kernels * /*sets*/, uint32_t * /*count*/) {}
 
 #endif
 
+#ifdef __wasm_simd128__
+
+// What has these instructions in it does not start where they do not run: the portable set would never be
+// used.
+uint32_t mp3_kernel_sets(Mp3Kernels sets[kMp3MaxKernelSets]) {
+    sets[0] = mp3_wasm_simd128_kernels();
+    return 1;
+}
+
+#else
+
 uint32_t mp3_kernel_sets(Mp3Kernels sets[kMp3MaxKernelSets]) {
     uint32_t count = 0;
     sets[count++] = mp3_portable_kernels();
     add_sets_of_processor(sets, &count);
     return count;
 }
+
+#endif
 
 Mp3Kernels mp3_best_kernels() {
     Mp3Kernels sets[kMp3MaxKernelSets];

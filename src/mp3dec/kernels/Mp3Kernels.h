@@ -106,6 +106,7 @@ Mp3Kernels mp3_portable_kernels();
 Mp3Kernels mp3_sse2_kernels();
 Mp3Kernels mp3_avx2_kernels();
 Mp3Kernels mp3_neon_kernels();
+Mp3Kernels mp3_wasm_simd128_kernels();
 
 }  // namespace quorv
 

@@ -4,7 +4,8 @@
 #include "mp3dec/kernels/HybridKernel.h"
 #include "mp3dec/kernels/LanesSse2.h"
 #include "mp3dec/kernels/SynthesisKernel.h"
-#include "mp3dec/kernels/WindowX86.h"
+#include "mp3dec/kernels/WindowPairs.h"
+#include "mp3dec/kernels/WordsSse2.h"
 
 namespace quorv {
 
@@ -26,8 +27,9 @@ void requantize(int32_t *lines, uint32_t count, const int32_t *powers, int shift
 }  // namespace
 
 Mp3Kernels mp3_sse2_kernels() {
-    return {"SSE2",       Lane4::kCount, requantize,    dequantize<Lane4>, reduce_alias<Lane4>,
-            imdct<Lane4>, dct32<Lane4>,  window<Words4>};
+    return {
+        "SSE2",       Lane4::kCount,         requantize, dequantize<Lane4>, reduce_alias<Lane4>, imdct<Lane4>,
+        dct32<Lane4>, window<Words4, Words4>};
 }
 
 }  // namespace quorv

@@ -2,10 +2,12 @@
 //
 // A value v is kept as high * 2^16 + low, a tap as 4 q + r where it needs more than 16 bits, so that the sum
 // is exact in 32 bits: sum = 2^16 * (4 hq + hr) + 4 lq + lr.
-#ifndef QUORV_SRC_MP3DEC_KERNELS_WINDOWX86_H
-#define QUORV_SRC_MP3DEC_KERNELS_WINDOWX86_H
+//
+// Words are types of words side by side, Four is the one of four of them: WordsSse2.h says what they must
+// have.
+#ifndef QUORV_SRC_MP3DEC_KERNELS_WINDOWPAIRS_H
+#define QUORV_SRC_MP3DEC_KERNELS_WINDOWPAIRS_H
 
-#include <emmintrin.h>
 #include <stddef.h>
 #include <string.h>
 
@@ -17,74 +19,6 @@ namespace {
 
 inline constexpr int kLowBits = 16;
 inline constexpr uint32_t kWide = 3;  // pairs 3 and 4 have taps of more than 16 bits
-
-inline __m128i load(const void *from) {
-    return _mm_loadu_si128(static_cast<const __m128i *>(from));
-}
-
-inline void store(void *to, __m128i value) {
-    _mm_storeu_si128(static_cast<__m128i *>(to), value);
-}
-
-// Four pairs of high parts out of two times four values.
-inline __m128i high_pairs(__m128i a, __m128i b) {
-    const __m128i rounding = _mm_set1_epi32(1 << (kLowBits - 1)), upper = _mm_set1_epi32(-(1 << kLowBits));
-    return _mm_or_si128(_mm_srli_epi32(_mm_add_epi32(a, rounding), kLowBits),
-                        _mm_and_si128(_mm_add_epi32(b, rounding), upper));
-}
-
-inline __m128i low_pairs(__m128i a, __m128i b) {
-    const __m128i lower = _mm_set1_epi32((1 << kLowBits) - 1);
-    return _mm_or_si128(_mm_and_si128(a, lower), _mm_slli_epi32(b, kLowBits));
-}
-
-inline __m128i reverse32(__m128i value) {
-    return _mm_shuffle_epi32(value, _MM_SHUFFLE(0, 1, 2, 3));
-}
-
-// As many 32-bit words side by side as a set of kernels handles at once: four here, eight with AVX2.
-struct Words4 {
-    __m128i value;
-
-    static constexpr uint32_t kCount = 4;
-};
-
-inline Words4 load_words(Words4 /*kind*/, const int16_t (*from)[2]) {
-    return {load(from)};
-}
-
-inline void store_words(int16_t *to, Words4 a) {
-    store(to, a.value);
-}
-
-inline Words4 all_words(Words4 /*kind*/, int32_t value) {
-    return {_mm_set1_epi32(value)};
-}
-
-inline Words4 operator+(Words4 a, Words4 b) {
-    return {_mm_add_epi32(a.value, b.value)};
-}
-
-template <int bits>
-inline Words4 shift_right(Words4 a) {
-    return {_mm_srai_epi32(a.value, bits)};
-}
-
-// The sums of the products of both halves.
-inline Words4 sum_products(Words4 a, Words4 b) {
-    return {_mm_madd_epi16(a.value, b.value)};
-}
-
-// Both in order, saturated to 16 bits.
-inline Words4 pack(Words4 a, Words4 b) {
-    return {_mm_packs_epi32(a.value, b.value)};
-}
-
-inline Words4 reverse_halves(Words4 a) {
-    constexpr int kReverse = _MM_SHUFFLE(0, 1, 2, 3);
-    const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(a.value, kReverse), kReverse);
-    return {_mm_shuffle_epi32(halves, _MM_SHUFFLE(1, 0, 3, 2))};
-}
 
 template <class Words>
 struct WindowSum {
@@ -125,17 +59,21 @@ inline Mp3SplitSlot *split_slot(Mp3SplitHistory *history, uint32_t slot) {
     return &history->slots[slot % 2][kMp3PastSlots / 2 + slot / 2];
 }
 
+// Four pairs of two times four values: their rounded high parts, and their low parts.
+template <class Four>
+inline void enter_pairs(Mp3SplitSlot *to, size_t first, Four a, Four b) {
+    const Four rounding = all_words(Four{}, 1 << (kLowBits - 1));
+    store_words(to->high[first], upper_pairs(a + rounding, b + rounding));
+    store_words(to->low[first], lower_pairs(a, b));
+}
+
 // Enters a slot, behind another one.
+template <class Four>
 inline void window_enter(Mp3SplitSlot *to, const Mp3Slot &before, const Mp3Slot &t) {
-    const __m128i zero = _mm_setzero_si128();
-    for (uint32_t j = 0; j < 16; j += 4) {
-        const __m128i a = load(t + 16 + j), b = _mm_sub_epi32(zero, reverse32(load(before + 13 - j)));
-        store(to->high[j], high_pairs(a, b));
-        store(to->low[j], low_pairs(a, b));
-    }
-    const __m128i last = _mm_sub_epi32(zero, _mm_cvtsi32_si128(before[0]));
-    store(to->high[16], high_pairs(zero, last));
-    store(to->low[16], low_pairs(zero, last));
+    for (uint32_t j = 0; j < 16; j += 4)
+        enter_pairs(to, j, load_words(Four{}, t + 16 + j),
+                    -reverse_words(load_words(Four{}, before + 13 - j)));
+    enter_pairs(to, 16, all_words(Four{}, 0), -first_word(Four{}, before[0]));
 }
 
 // The 32 output samples of a slot.
@@ -153,18 +91,20 @@ inline void window_sum(const Mp3SplitSlot *newest, int16_t output[kMp3Subbands])
     }
 }
 
+template <class Four>
 inline void put_stereo(const int16_t *left, const int16_t *right, int16_t *pcm) {
     for (uint32_t i = 0; i < kMp3Subbands; i += 8, pcm += 16) {
-        const __m128i l = load(left + i), r = load(right + i);
-        store(pcm, _mm_unpacklo_epi16(l, r));
-        store(pcm + 8, _mm_unpackhi_epi16(l, r));
+        const Four l = load_words(Four{}, left + i), r = load_words(Four{}, right + i);
+        store_words(pcm, interleave_first(l, r));
+        store_words(pcm + 8, interleave_last(l, r));
     }
 }
 
+template <class Four>
 inline void enter_slots(Mp3Channel *channel, uint32_t slots) {
     const Mp3Slot *t = channel->samples();
     for (uint32_t slot = 0; slot < slots; ++slot)
-        window_enter(split_slot(&channel->split, slot), t[static_cast<int32_t>(slot) - 1], t[slot]);
+        window_enter<Four>(split_slot(&channel->split, slot), t[static_cast<int32_t>(slot) - 1], t[slot]);
 }
 
 // Makes the last slots of a frame the past of the next one.
@@ -174,10 +114,10 @@ inline void advance(Mp3Channel *channel, uint32_t slots) {
     memcpy(channel->slots[kMp3PastSlots - 1], channel->samples()[slots - 1], sizeof(Mp3Slot));
 }
 
-template <class Words>
+template <class Words, class Four>
 inline void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t *pcm) {
     for (uint32_t ch = 0; ch < count; ++ch)
-        enter_slots(&channels[ch], slots);
+        enter_slots<Four>(&channels[ch], slots);
     for (uint32_t slot = 0; slot < slots; ++slot, pcm += size_t{kMp3Subbands} * count) {
         if (count == 1) {
             window_sum<Words>(split_slot(&channels[0].split, slot), pcm);
@@ -186,7 +126,7 @@ inline void window(Mp3Channel *channels, uint32_t count, uint32_t slots, int16_t
         int16_t left[kMp3Subbands], right[kMp3Subbands];
         window_sum<Words>(split_slot(&channels[0].split, slot), left);
         window_sum<Words>(split_slot(&channels[1].split, slot), right);
-        put_stereo(left, right, pcm);
+        put_stereo<Four>(left, right, pcm);
     }
     for (uint32_t ch = 0; ch < count; ++ch)
         advance(&channels[ch], slots);
