@@ -18,7 +18,8 @@ Code asf_count_missing_bytes(AsfContext *context, int64_t *missing) {
     StreamSource &source = context->reader;
     const uint64_t size = CASFBase::GetStreamSize(&source);
     uint64_t end = 0;
-    for (uint32_t i = 0; i < kMaxObjects && end < size && size - end >= kAsfObjectHeaderBytes; ++i) {
+    uint32_t objects = 0;
+    for (; objects < kMaxObjects && end < size && size - end >= kAsfObjectHeaderBytes; ++objects) {
         uint8_t bytes[kAsfObjectHeaderBytes] = {};
         Code code = CASFBase::MoveTo(&source, end);
         if (code == Code::Ok) code = CASFBase::ReadData(&source, bytes, sizeof(bytes));
@@ -28,7 +29,10 @@ Code asf_count_missing_bytes(AsfContext *context, int64_t *missing) {
         if (object_size < kAsfObjectHeaderBytes || object_size > uint64_t{INT64_MAX} - end) return Code::Ok;
         end += object_size;
     }
-    if (end > size) *missing = static_cast<int64_t>(end - size);
+    if (end > size)
+        *missing = static_cast<int64_t>(end - size);
+    else if (objects == 1)
+        *missing = -1;  // even the media data's size is cut short
     return Code::Ok;
 }
 

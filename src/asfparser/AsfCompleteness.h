@@ -7,7 +7,7 @@
 namespace quorv {
 
 // How many bytes are missing at the end of an open file, by its outermost objects; 0 for a whole file, for
-// one whose writer left a size open, and when the source does not know its size.
+// one whose writer left a size open, and when the source does not know its size; -1 when that is not known.
 Code asf_count_missing_bytes(AsfContext *context, int64_t *missing);
 
 }  // namespace quorv

@@ -76,6 +76,7 @@ std::vector<Json> check_track(const Shell &shell, const std::string &name, Quorv
                         {"size", packet->size},
                         {"key", packet->key != 0},
                         {"md5", MD5Data(data, packet->size, digest)}});
+        if (packet->offset >= 0) list.back()["offset"] = packet->offset;
         stream.insert(stream.end(), data, data + packet->size);
     }
     EXPECT_EQ(shell.json("quorv frames --json --md5 " + selection, is_damaged(name)), list);

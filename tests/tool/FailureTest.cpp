@@ -27,7 +27,7 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
         {"wave.avi", 1, "not a media file"},
         {"film.asf", 1, "damaged"},
         {"bare.mp3", 1, "not a media file"},
-        {"stub.avi", 1, "no tracks"},
+        {"stub.avi", 1, "no tracks; truncated: its header declares"},
         {"cut.avi", 1, "truncated"},
         {"/dev/zero", 1, "not a media file"},
         {"-", 1, "empty", "standard input"},
@@ -44,6 +44,12 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
     shell.put("cut.asf", Bytes(asf.begin(), asf.end() - 400));
     for (const std::string command : {"info", "frames", "extract --track 2 -o out"})
         shell.expect_complaint({"quorv " + command + " cut.asf", 1, "cut.asf", "truncated"});
+    const std::string header = std::to_string(asf[16] + 256 * asf[17]);
+    shell.expect_complaint({"head -c " + header + " cut.asf | quorv info -", 1, "",
+                            "ends behind its header of " + header + " bytes"});
+    for (const std::string extra : {"16", "23", "24"})
+        shell.expect_complaint(
+            {"head -c $((" + header + "+" + extra + ")) cut.asf | quorv info -", 1, "", "truncated"});
     shell.expect_complaint({"quorv frames --track 1 cut.asf", 2, "cut.asf", "2 tracks: 2, 3"});
     // Other files are still shown, and the worst decides.
     const ToolRun run = shell.run("quorv info --json notes.txt $SAMPLE missing $SAMPLE");
@@ -57,6 +63,7 @@ TEST(Failure, WrongUsageIsExplained) {
         {"", "a command is required: info, frames, extract, headers, decode"},
         {"-- info $SAMPLE", "a command is required"},
         {"dance", "dance"},
+        {"help dance", "no command 'dance'"},
         {"info", "FILE"},
         {"info --dance $SAMPLE", "--dance"},
         {"info -dash.avi", "./-dash.avi"},
@@ -72,7 +79,7 @@ TEST(Failure, WrongUsageIsExplained) {
         {"frames $SAMPLE --mode next", "--from"},
         {"frames $SAMPLE --from 0 --mode up", "up"},
         {"extract $SAMPLE --track 1", "--output"},
-        {"extract $SAMPLE -o -", "--track"},
+        {"extract $SAMPLE -o -", "--track is required: the file has the tracks 1 (H.264), 2 (MP3)"},
     };
     const Shell shell;
     for (const auto &[arguments, reason] : cases)
@@ -104,7 +111,7 @@ TEST(Failure, ACutAnywhereIsTold) {
     ASSERT_EQ(shell.json("quorv info --json whole.avi").size(), 1u);
     for (size_t length = 12; length < whole.size(); length += 37) {
         const std::string cut = "head -c " + std::to_string(length) + " whole.avi >cut.avi; ";
-        shell.expect_complaint({cut + "quorv info cut.avi", 1, "cut.avi", ""});
+        shell.expect_complaint({cut + "quorv info cut.avi", 1, "cut.avi", "truncated"});
     }
 }
 
@@ -122,6 +129,15 @@ TEST(Failure, OddSizesAreNoDamage) {
     EXPECT_EQ(shell.json("quorv info --json longer.avi").size(), 1u);
     shell.expect_complaint(
         {"quorv frames odd.avi", 0, "odd.avi", "ends at 0:00:00.080, its header says 0:00:40.000"});
+}
+
+// As long as the one before it is taken to be.
+TEST(Failure, TheLastPacketOfSoundIsNotMissed) {
+    AsfBuilder builder({asf_video(1), asf_audio(2)});
+    builder.frame(1, 3000, 90).frame(1, 5000, 90).frame(0, 6400, 90);  // the file ends at 3.9 s
+    const Shell shell;
+    shell.put("long.wma", builder.build());
+    EXPECT_EQ(shell.json("quorv frames --json long.wma").size(), 3u);
 }
 
 // A track whose frames cannot be read is told, and the file's other track is listed all the same.

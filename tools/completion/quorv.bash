@@ -6,8 +6,9 @@ _quorv() {
   [[ $before == = ]] && before=${COMP_WORDS[COMP_CWORD - 2]}
   [[ $word == = ]] && word=
 
-  if [[ $COMP_CWORD -eq 1 ]]; then
-    mapfile -t COMPREPLY < <(compgen -W 'info frames extract headers decode --help --version' -- "$word")
+  local commands='info frames extract headers decode'
+  if [[ $COMP_CWORD -eq 1 || (${COMP_WORDS[1]} == help && $COMP_CWORD -eq 2) ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$commands help --help --version" -- "$word")
     return
   fi
   case ${COMP_WORDS[1]} in

@@ -20,9 +20,20 @@ struct ExtractOptions {
     bool frames_only = false;
 };
 
+// The one of that number or, for 0, the only one there is.
+Track find_only_track(const MediaFile &media, uint32_t number) {
+    const std::vector<Track> tracks = find_tracks(media, number, kReadableTracks);
+    if (tracks.size() == 1) return tracks.front();
+    std::vector<std::string> names;
+    for (const Track &track : tracks)
+        names.push_back(fmt::format("{} ({})", track.facts->number, track.facts->codec_name));
+    throw Failure(ExitCode::Usage,
+                  fmt::format("--track is required: the file has the tracks {}", fmt::join(names, ", ")));
+}
+
 void extract(const ExtractOptions &options, FileSource &file) {
     MediaFile media(file);
-    const Track track = find_tracks(media, options.track, kReadableTracks).front();
+    const Track track = find_only_track(media, options.track);
     OutputFile output(options.output, file);
     if (!options.frames_only) output.stream().write(track.codec_data());
 
@@ -60,7 +71,7 @@ void add_extract_command(Session &session) {
                                            [&](FileSource &file) { extract(*options, file); });
                     });
     add_input(command, options->file, "The file, or - for standard input");
-    add_track(command, options->track, "The track, counted from 1").required();
+    add_track(command, options->track, "The track, counted from 1; needed where there are several");
     add_output(command, options->output);
     command.add_flag("--frames-only", options->frames_only,
                      "Leave out the codec data that comes first otherwise");

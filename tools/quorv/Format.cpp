@@ -2,6 +2,7 @@
 
 #include "Format.h"
 
+#include <fmt/format.h>
 #include <quorv/quorv.h>
 #include <quorv/video_header.h>
 
@@ -13,10 +14,21 @@ namespace quorv::tool {
 
 namespace {
 
+// What a Header Object has at least, and any object of ASF.
+constexpr uint64_t kAsfHeaderBytes = 30, kAsfObjectBytes = 24;
+
 bool has_at(std::span<const uint8_t> head, size_t offset, std::string_view bytes) {
     return head.size() >= offset && head.size() - offset >= bytes.size() &&
            std::equal(bytes.begin(), bytes.end(), head.begin() + static_cast<std::ptrdiff_t>(offset),
                       [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; });
+}
+
+// Little-endian, 0 when the bytes are not there.
+uint64_t number_at(std::span<const uint8_t> head, size_t offset, size_t bytes) {
+    uint64_t number = 0;
+    for (size_t i = bytes; i > 0 && offset + bytes <= head.size(); --i)
+        number = number << 8 | head[offset + i - 1];
+    return number;
 }
 
 // The bytes behind the start codes of a stream that begins with one.
@@ -72,6 +84,23 @@ bool is_mpeg4(const std::vector<uint8_t> &values) {
 }
 
 }  // namespace
+
+std::string why_no_tracks(std::span<const uint8_t> head, uint64_t file_size) {
+    const uint64_t riff_bytes = number_at(head, 4, 4) + 8, asf_bytes = number_at(head, 16, 8);
+    if (has_at(head, 0, "RIFF")) {
+        if (riff_bytes > file_size)
+            return fmt::format("no tracks; truncated: its header declares {} bytes, the file has {}",
+                               riff_bytes, file_size);
+    } else if (asf_bytes > file_size) {
+        return fmt::format("no tracks; truncated: its header alone has {} bytes, the file has {}", asf_bytes,
+                           file_size);
+    } else if (asf_bytes >= kAsfHeaderBytes && file_size - asf_bytes < kAsfObjectBytes) {
+        return fmt::format(
+            "no tracks; truncated: it ends behind its header of {} bytes, all media data are missing",
+            asf_bytes);
+    }
+    return "no tracks: the file's header is damaged or cut short";
+}
 
 Format find_format(std::span<const uint8_t> head) {
     const std::vector<uint8_t> values = start_code_values(head);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace quorv::tool {
 
@@ -11,6 +12,9 @@ namespace quorv::tool {
 enum class Format { Unknown, H264, Mpeg4, Tagged, Text };
 
 Format find_format(std::span<const uint8_t> head);
+
+// Of a file that begins like one of the library's formats and has no tracks: what is missing.
+std::string why_no_tracks(std::span<const uint8_t> head, uint64_t file_size);
 
 // Whether the library might read it. For what it surely does not, it need not be asked.
 bool may_be_media(std::span<const uint8_t> head);

@@ -58,8 +58,9 @@ void FrameLister::list() {
     const std::vector<Track> wanted = find_tracks(media_, options_.track, kReadableTracks);
     tracks_wanted_ = wanted.size();
     if (!options_.json)
-        write_title(out_, std::string("  track     index           time  duration        size  key") +
-                              (options_.md5 ? "  md5" : ""));
+        write_title(out_,
+                    std::string("  track     index           time  duration        size        offset  key") +
+                        (options_.md5 ? "  md5" : ""));
     for (const Track &track : wanted) {
         // What is wrong with one track need not keep the others from being listed.
         problems_.note([&] { list_track(track); });
@@ -87,14 +88,17 @@ bool FrameLister::seek(const Track &track) {
 void FrameLister::list_track(const Track &track) {
     if (!seek(track)) return;
     Frame frame;
-    uint64_t count = 0, end = 0;
+    uint64_t count = 0, end = 0, last = 0;
     for (; media_.read_frame(track, frame); ++count) {
         if (options_.json) {
             write_json(track, count, frame);
         } else {
             write_text(track, count, frame);
         }
-        end = frame.time_ms + frame.duration_ms;
+        // The last packet of sound may not tell how long it is: about as long as the one before.
+        const bool is_open = frame.duration_ms == 0 && track.is_audio() && frame.time_ms > last;
+        end = frame.time_ms + (is_open ? frame.time_ms - last : frame.duration_ms);
+        last = frame.time_ms;
         progress_.update(tracks_done_ * file_.size() + file_.progress(), tracks_wanted_ * file_.size());
     }
     check_end(track, count, end);
@@ -111,8 +115,9 @@ void FrameLister::check_end(const Track &track, uint64_t count, uint64_t end) {
 }
 
 void FrameLister::write_text(const Track &track, uint64_t index, const Frame &frame) {
-    out_.print("{:7}  {:8}  {:>13}  {:8}  {:10}", track.facts->number, index, time_text(frame.time_ms),
-               frame.duration_ms, frame.data.size());
+    out_.print("{:7}  {:8}  {:>13}  {:8}  {:10}  {:>12}", track.facts->number, index,
+               time_text(frame.time_ms), frame.duration_ms, frame.data.size(),
+               frame.offset ? std::to_string(*frame.offset) : "");
     if (options_.md5) {
         out_.print("  {:3}  {}\n", frame.key ? "key" : "", md5_of(frame.data).data());
     } else {
@@ -124,6 +129,7 @@ void FrameLister::write_json(const Track &track, uint64_t index, const Frame &fr
     Json json = {{"track", track.facts->number}, {"index", index},
                  {"pts_ms", frame.time_ms},      {"duration_ms", frame.duration_ms},
                  {"size", frame.data.size()},    {"key", frame.key}};
+    if (frame.offset) json["offset"] = *frame.offset;
     if (options_.md5) json["md5"] = md5_of(frame.data).data();
     out_.write(json_line(json));
 }

@@ -48,6 +48,10 @@ const Track &track_of_number(const std::vector<Track> &tracks, uint32_t number) 
                               numbers.empty() ? "" : ": ", fmt::join(numbers, ", ")));
 }
 
+std::string describe(const Track &track) {
+    return fmt::format("track {} is {}", track.facts->number, track.facts->codec_name);
+}
+
 // Collects reasons, the pieces of one line.
 void add_count(std::vector<std::string> &reasons, const QuorvDamageCount &damage, std::string_view noun,
                std::string_view fate) {
@@ -87,7 +91,7 @@ void MediaFile::open() {
     if (result == QUORV_ERR_NOT_MEDIA)
         throw Failure(ExitCode::BadFile, std::string(what_it_is(file_.head())));
     if (result == QUORV_ERR_DAMAGED)
-        throw Failure(ExitCode::BadFile, "no tracks: the file's header is damaged or cut short");
+        throw Failure(ExitCode::BadFile, why_no_tracks(file_.head(), file_.size()));
     if (result != QUORV_OK) fail(result, "cannot be opened");
 }
 
@@ -124,7 +128,8 @@ bool MediaFile::read_frame(const Track &track, Frame &frame) {
     frame = {{static_cast<const uint8_t *>(packet->data), packet->size},
              milliseconds(packet->time_us),
              milliseconds(packet->duration_us),
-             packet->key != 0};
+             packet->key != 0,
+             packet->offset >= 0 ? std::optional(static_cast<uint64_t>(packet->offset)) : std::nullopt};
     return true;
 }
 
@@ -176,13 +181,19 @@ std::vector<Track> find_tracks(const MediaFile &media, uint32_t number, const Tr
         const Track &track = track_of_number(media.tracks(), number);
         for (const TrackKind *needed : {&kReadableTracks, &kind}) {
             if (!needed->fits(track))
-                throw Failure(ExitCode::BadFile, fmt::format("track {} is {}", number, needed->unlike));
+                throw Failure(ExitCode::BadFile, fmt::format("{}, {}", describe(track), needed->unlike));
         }
         return {track};
     }
     std::vector<Track> found;
     std::copy_if(media.tracks().begin(), media.tracks().end(), std::back_inserter(found), kind.fits);
-    if (found.empty()) throw Failure(ExitCode::BadFile, std::string(kind.none));
+    if (found.empty()) {
+        std::vector<std::string> others;
+        for (const Track &track : media.tracks())
+            others.push_back(describe(track));
+        throw Failure(ExitCode::BadFile,
+                      fmt::format("{}{}{}", kind.none, others.empty() ? "" : ": ", fmt::join(others, "; ")));
+    }
     return found;
 }
 

@@ -32,6 +32,7 @@ struct Frame {
     uint64_t time_ms = 0;
     uint64_t duration_ms = 0;
     bool key = false;
+    std::optional<uint64_t> offset;  // of its first byte, where it lies in the file in one piece
 };
 
 enum class SeekResult {
@@ -73,15 +74,15 @@ private:
 };
 
 // Which of the readable tracks a command can work on, and how it says that one is not of the kind, or none
-// is.
+// is: "track 1 is H.264, not MPEG audio".
 struct TrackKind {
     bool (*fits)(const Track &);
     std::string_view unlike, none;
 };
 inline constexpr TrackKind kReadableTracks = {
     [](const Track &track) { return track.is_readable(); },
-    "neither video nor audio: its frames cannot be read",
-    "no track is video or audio: there are no frames to read",
+    "neither video nor audio",
+    "no track is video or audio",
 };
 // The track of that number or, for 0, all of the kind: at least one. Throws Failure.
 std::vector<Track> find_tracks(const MediaFile &media, uint32_t number, const TrackKind &kind);

@@ -32,8 +32,8 @@ void hold_standard_streams() {
     }
 }
 
-// Without the program's name. The parser would take a name in brackets for a list of names, so such a one is
-// led by its folder.
+// Without the program's name; "help COMMAND" is "COMMAND --help". The parser would take a name in brackets
+// for a list of names, so such a one is led by its folder.
 std::vector<std::string> arguments(int argc, char **argv) {
     std::vector<std::string> words;
     for (int i = 1; i < argc; ++i) {
@@ -41,12 +41,16 @@ std::vector<std::string> arguments(int argc, char **argv) {
         const bool bracketed = text.starts_with('[') && text.ends_with(']');
         words.push_back((bracketed ? "./" : "") + std::string(text));
     }
+    if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
     return words;
 }
 
 void describe(CLI::App &app) {
     app.description("Takes media files apart: lists tracks and frames, extracts and decodes streams.");
-    app.set_version_flag("--version", version_text());
+    app.set_version_flag("-V,--version", version_text());
     app.require_subcommand(1);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("Positionals", "Arguments");
@@ -58,8 +62,14 @@ void describe(CLI::App &app) {
         "  quorv headers holiday.h264\n"
         "  quorv decode holiday.mp3 -o holiday.wav\n"
         "\n"
-        "'quorv COMMAND --help' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
+        "'quorv help COMMAND' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
         "supported, 2 wrong usage, 3 the file or the output could not be read or written.");
+}
+
+ExitCode complain_of_usage(const CLI::App &app, const std::vector<std::string> &words,
+                           const CLI::ParseError &error) {
+    std::cerr << "quorv: " << printable(explain_usage(app, words, error)) << "\n";
+    return ExitCode::Usage;
 }
 
 ExitCode run(int argc, char **argv, OutputStream &out) {
@@ -74,15 +84,15 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     const std::vector<std::string> words = arguments(argc, argv);
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // as the parser wants them
-    } catch (const CLI::CallForHelp &) {
+    } catch (const CLI::CallForHelp &help) {
+        if (!app.remaining().empty()) return complain_of_usage(app, words, help);
         out.write(app.help());
         return ExitCode::Ok;
     } catch (const CLI::CallForVersion &) {
         out.write(version_text() + "\n");
         return ExitCode::Ok;
     } catch (const CLI::ParseError &error) {
-        std::cerr << "quorv: " << printable(explain_usage(app, words, error)) << "\n";
-        return ExitCode::Usage;
+        return complain_of_usage(app, words, error);
     }
     return session.action();
 }
