@@ -18,8 +18,6 @@ const usualCut: Cut = { blockSize: 0x10000, room: 512, longestRun: 16 };
 
 export class Blocks {
   readonly size: number;
-  /** How many bytes have been asked of the source. */
-  bytesFetched = 0;
 
   readonly #source: ByteSource;
   readonly #cut: Cut;
@@ -77,7 +75,6 @@ export class Blocks {
   }
 
   async #read(offset: number, length: number): Promise<Uint8Array> {
-    this.bytesFetched += length;
     let bytes;
     try {
       bytes = await this.#source.read(offset, length);

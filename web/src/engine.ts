@@ -114,8 +114,8 @@ export class Engine {
     this.#blocks.close();
   }
 
-  /** How many bytes have been asked of the source. */
-  bytesFetched(): number {
-    return this.#blocks.bytesFetched;
+  /** How many bytes the module has, of which it never gives any back. */
+  memoryUsed(): number {
+    return this.#library.view.byteLength;
   }
 }

@@ -154,7 +154,13 @@ export class PacketReader {
       let result = read();
       if (result === 'again') {
         if (count > 0 && !patient) return { ended: false };
-        result = await repeat(library, this.#blocks, read);
+        try {
+          result = await repeat(library, this.#blocks, read);
+        } catch (error) {
+          // What is here is not lost because the source has failed.
+          if (count > 0 && error instanceof QuorvError) return { ended: false, error };
+          throw error;
+        }
       }
       if (result === 'end') {
         this.ended = true;

@@ -45,7 +45,7 @@ const trackFields = record({
   bitRate: 'u32', seekable: 'i32', width: 'u32', height: 'u32', frameRateNum: 'i64', frameRateDen: 'i64',
   sampleRate: 'u32', channels: 'u32', bitsPerSample: 'u32', blockAlign: 'u32', sampleFormat: 'u32',
   codecData: 'pointer', codecDataSize: 'u32', huffmanTables: 'pointer', huffmanTablesSize: 'u32', reorders: 'i32',
-  sampleCount: 'i64', trimFront: 'u32', trimBack: 'u32',
+  sampleCount: 'i64', trimFront: 'u32', trimBack: 'u32', maxPacketSize: 'u32',
 });
 
 export const readPacket = record({
@@ -141,6 +141,7 @@ export function trackOf(memory: Memory, at: number, index: number, readable: boo
     sampleCount: fields.sampleCount,
     trimFront: fields.trimFront,
     trimBack: fields.trimBack,
+    maxPacketSize: fields.maxPacketSize,
   };
 }
 

@@ -94,6 +94,8 @@ export interface Track {
   /** MPEG audio files: samples that a decoder gives in front of those, and behind; `decode` leaves them out. */
   readonly trimFront: number;
   readonly trimBack: number;
+  /** Bytes, as the file suggests: a packet may have more. */
+  readonly maxPacketSize: number;
 }
 
 /** A piece of a track: a compressed frame, or some samples. */
