@@ -1,0 +1,98 @@
+// H.264 by WebCodecs: access units with start codes in, pictures in the order in which they are shown out.
+import type { Packet, Track } from 'quorv';
+import { codecString, NAL_SPS, unitsOfType } from './annexb.js';
+import type { Complain, Deliver, PictureDecoder } from './pictures.js';
+
+export class H264Decoder implements PictureDecoder {
+  private decoder: VideoDecoder;
+  private readonly config: VideoDecoderConfig;
+  private started = false;
+  private durations = new Map<number, number>();
+
+  /** Why the browser cannot show it; null when it can. */
+  static async whyNot(track: Track): Promise<string | null> {
+    if (!('VideoDecoder' in globalThis)) {
+      return isSecureContext ? 'This browser cannot decode H.264 for pages (WebCodecs is missing)'
+        : 'Browsers decode H.264 only for pages that come over https';
+    }
+    const config = configuration(track);
+    if (!config) return 'The H.264 stream lacks the parameters that a decoder needs';
+    const { supported } = await VideoDecoder.isConfigSupported(config);
+    return supported ? null : `This browser cannot decode this kind of H.264 (${config.codec})`;
+  }
+
+  constructor(
+    private readonly track: Track, private readonly deliver: Deliver, private readonly complain: Complain,
+  ) {
+    this.config = configuration(track) ?? { codec: 'avc1.42001e' };
+    this.decoder = this.open();
+  }
+
+  get pending(): number {
+    return this.durations.size;
+  }
+
+  decode(packet: Packet): void {
+    if (this.decoder.state === 'closed') this.decoder = this.open();
+    if (!this.started && !packet.key) return this.complain('a picture before the first key frame is left out');
+    const timeUs = packet.presentationUs ?? packet.timeUs;
+    // Parameter sets that the container keeps elsewhere go in front: a decoder can begin anew at every key frame.
+    const data = packet.key ? join(this.track.codecData, packet.data) : packet.data;
+    const type = packet.key ? 'key' : 'delta';
+    this.started = true;
+    this.durations.set(timeUs, packet.durationUs);
+    this.decoder.decode(new EncodedVideoChunk({ type, timestamp: timeUs, data }));
+  }
+
+  async flush(): Promise<void> {
+    if (this.decoder.state === 'configured') await this.decoder.flush().catch(() => undefined);
+    this.durations.clear();
+    this.started = false;
+  }
+
+  reset(): void {
+    this.durations.clear();
+    this.started = false;
+    if (this.decoder.state === 'closed') return;
+    this.decoder.reset();
+    this.decoder.configure(this.config);
+  }
+
+  close(): void {
+    if (this.decoder.state !== 'closed') this.decoder.close();
+  }
+
+  private open(): VideoDecoder {
+    const decoder = new VideoDecoder({
+      output: (frame) => this.output(frame),
+      error: (error) => {
+        this.complain(`a picture cannot be decoded: ${error.message}`);
+        this.durations.clear();
+        this.started = false;
+      },
+    });
+    decoder.configure(this.config);
+    return decoder;
+  }
+
+  private output(frame: VideoFrame): void {
+    const timeUs = frame.timestamp;
+    const durationUs = this.durations.get(timeUs) ?? 0;
+    // What is shown before this one has come out, or never will.
+    for (const time of this.durations.keys()) if (time <= timeUs) this.durations.delete(time);
+    this.deliver({ image: frame, timeUs, durationUs, close: () => frame.close() });
+  }
+}
+
+/** By the profile, constraints and level of the first sequence parameter set. */
+function configuration(track: Track): VideoDecoderConfig | null {
+  const sps = unitsOfType(track.codecData, NAL_SPS)[0];
+  return sps && sps.length >= 4 ? { codec: codecString(sps) } : null;
+}
+
+export function join(first: Uint8Array, second: Uint8Array): Uint8Array<ArrayBuffer> {
+  const joined = new Uint8Array(first.length + second.length);
+  joined.set(first);
+  joined.set(second, first.length);
+  return joined;
+}

@@ -1,0 +1,206 @@
+// The built page in Chromium: every sample is dropped, listed, drawn, played to its end, sought, and saved.
+import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import type { Server } from 'node:http';
+import { basename, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+import type { Browser, Page } from 'playwright-core';
+import { afterAll, beforeAll, describe, expect, test } from 'vitest';
+import { drivePage, type Driven } from './driven.js';
+import { dump, readBack } from './gstreamer.js';
+import { drop, launch, serve } from './kit.js';
+import * as native from './native.js';
+import { samplesFolder } from './samples.js';
+
+declare const driven: Driven;
+
+const COMMITTED = fileURLToPath(new URL('../../../samples/h264-mp3.avi', import.meta.url));
+const SHOWN = /^(h264|mjpeg|raw)-/;
+const samples = samplesFolder();
+const names = readdirSync(samples).filter((name) => name.endsWith('.avi')).sort();
+
+let server: Server;
+let browser: Browser;
+let page: Page;
+const complaints: string[] = [];
+
+beforeAll(async () => {
+  const served = await serve();
+  server = served.server;
+  browser = await launch();
+  page = await browser.newPage({ viewport: { width: 1100, height: 900 } });
+  page.on('pageerror', (error) => complaints.push(error.stack ?? error.message));
+  page.on('console', (message) => { if (message.type() === 'error') complaints.push(message.text()); });
+  await page.addInitScript(drivePage);
+  await page.goto(served.address);
+}, 60_000);
+
+afterAll(async () => {
+  await browser?.close();
+  server?.close();
+});
+
+/** Drops a file and waits until all of it has been read. */
+async function open(path: string): Promise<void> {
+  await drop(page, path);
+  await page.waitForSelector(`body[data-state="open"] #file-name:text-is("${basename(path)}")`);
+  await page.waitForSelector('#damage:not([data-state="checking"])');
+}
+
+const text = (selector: string): Promise<string> => page.locator(selector).innerText();
+const attribute = (selector: string, name: string): Promise<string | null> => page.getAttribute(selector, name);
+
+async function playToEnd(stepUs: number): Promise<{ drawn: number[]; heard: number }> {
+  await page.evaluate(() => driven.forget());
+  await page.click('#play');
+  await page.evaluate((step) => driven.run(step), stepUs);
+  return page.evaluate(() => ({ drawn: driven.drawn, heard: driven.heard }));
+}
+
+/** Clicks what saves a file of that name and returns its path. */
+async function save(fileName: string): Promise<string> {
+  const [download] = await Promise.all([page.waitForEvent('download'), page.click(`.offer[data-file="${fileName}"]`)]);
+  const path = join(native.work, download.suggestedFilename());
+  await download.saveAs(path);
+  return path;
+}
+
+/** The units of an H.264 stream that carry pictures, in a comparable form. */
+function pictureUnits(stream: Buffer, lengths: boolean): string[] {
+  const units: Buffer[] = [];
+  if (lengths) {
+    for (let at = 0; at + 4 <= stream.length; at += 4 + stream.readUInt32BE(at)) {
+      units.push(stream.subarray(at + 4, at + 4 + stream.readUInt32BE(at)));
+    }
+  } else {
+    const starts = [...stream.toString('latin1').matchAll(/\0\0\x01/g)].map(({ index }) => index + 3);
+    starts.forEach((start, at) => units.push(stream.subarray(start, at + 1 < starts.length ? starts[at + 1]! - 3 : stream.length)));
+  }
+  return units.filter((unit) => (unit[0]! & 0x1f) === 1 || (unit[0]! & 0x1f) === 5)
+    .map((unit) => unit.toString('latin1').replace(/\0+$/, ''));
+}
+
+describe.each(names)('%s', (name) => {
+  const path = join(samples, name);
+  const stem = name.replace('.avi', '');
+  const tracks = native.tracks(path);
+  const video = tracks.find(({ type }) => type === 'vide');
+  const audio = tracks.find(({ type }) => type === 'soun');
+  const videoFrames = video ? native.frames(path, video.track) : [];
+  const shown = video !== undefined && SHOWN.test(name);
+
+  test('is listed and drawn', async () => {
+    await open(path);
+    expect(await page.locator('.track').count()).toBe(tracks.length);
+    expect(await page.locator('.track[data-type="video"] .obstacle').count()).toBe(video && !shown ? 1 : 0);
+    expect(await text('#damage')).toBe('No damage found.');
+    const charts = await page.locator('.chart').allInnerTexts();
+    expect(charts.length).toBe(video && audio ? 3 : 2);
+    const keys = videoFrames.filter(({ key }) => key).length;
+    if (video) expect(charts[1]).toContain(`${videoFrames.length.toLocaleString('en')} frames, ${keys.toLocaleString('en')} key frame`);
+    expect(await page.evaluate(() => [...document.querySelectorAll<HTMLCanvasElement>('.chart canvas')].every((canvas) =>
+      canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height).data.some((value) => value !== 0)))).toBe(true);
+  });
+
+  test.runIf(shown || audio)('is played to its end', async () => {
+    const { drawn, heard } = await playToEnd(name.includes('two-index') ? 20_000 : 5_000);
+    // The first picture was on show before.
+    if (shown) expect(drawn.length + 1).toBe(videoFrames.length);
+    expect(drawn).toEqual([...drawn].sort((a, b) => a - b));
+    expect(heard).toBe(audio ? native.sampleCount(path, audio) : 0);
+    expect(await attribute('#stage', 'data-state')).toBe('ended');
+    expect(await attribute('#stage', 'data-problem')).toBeNull();
+  });
+
+  test.runIf(shown)('is sought by the seek bar', async () => {
+    const times = videoFrames.map(({ pts_ms }) => pts_ms);
+    for (const part of [0.8, 0.3]) {
+      await page.evaluate(() => driven.forget());
+      await page.evaluate((value) => {
+        const bar = document.querySelector<HTMLInputElement>('#seek')!;
+        bar.value = String(value * Number(bar.max));
+        bar.dispatchEvent(new Event('input'));
+      }, part);
+      await page.waitForFunction(() => driven.drawn.length > 0);
+      const drawn = await page.evaluate(() => driven.drawn);
+      expect(drawn.length).toBe(1);
+      const [, clock] = /^([\d:.]+) \//.exec(await text('#clock'))!;
+      const place = clock!.split(':').reduce((sum, each) => sum * 60 + Number(each), 0) * 1000;
+      // The clock shows tenths of a second.
+      const before = times.filter((time) => time <= place).at(-1)!;
+      const after = times.filter((time) => time <= place + 100).at(-1)!;
+      if (drawn[0]! >= 0) expect(drawn[0]! / 1000).toBeGreaterThanOrEqual(before - 1);
+      if (drawn[0]! >= 0) expect(drawn[0]! / 1000).toBeLessThanOrEqual(after + 1);
+    }
+  });
+
+  test.runIf(name.startsWith('h264') && !name.includes('two-index'))('is saved as MP4 and Matroska', async () => {
+    for (const container of ['mp4', 'mkv']) {
+      const saved = await save(`${stem}.${container}`);
+      const buffers = readBack(saved, 'video_0');
+      expect(buffers.map(({ key }) => key)).toEqual(videoFrames.map(({ key }) => key));
+      const times = buffers.map(({ timeMs }) => timeMs).sort((a, b) => a - b);
+      videoFrames.forEach(({ pts_ms }, at) => expect(Math.abs(times[at]! - pts_ms)).toBeLessThanOrEqual(2));
+      const out = join(native.work, 'back');
+      dump(saved, 'video_0', out);
+      expect(pictureUnits(readFileSync(out), true)).toEqual(pictureUnits(native.extract(path, video!.track), false));
+      if (audio) dump(saved, 'audio_0', out);
+      if (audio) expect(readFileSync(out).equals(native.extract(path, audio.track))).toBe(true);
+    }
+  });
+
+  test('is saved track by track', async () => {
+    for (const track of tracks.filter(({ codec, type }) => type === 'vide' || /^mp[23] $/.test(codec))) {
+      const button = page.locator(`.offer[data-file^="${stem}-track${track.track}."]`);
+      const saved = await save((await button.getAttribute('data-file'))!);
+      expect(readFileSync(saved).equals(native.extract(path, track.track))).toBe(true);
+    }
+  });
+
+  test.runIf(audio)('gives its sound as WAV', async () => {
+    const button = page.locator(`.offer[data-file^="${stem}"][data-file$=".wav"]`).first();
+    const wav = readFileSync(await save((await button.getAttribute('data-file'))!));
+    const blockAlign = wav.readUInt16LE(32);
+    expect(wav.readUInt32LE(40)).toBe(wav.length - 44);
+    expect((wav.length - 44) / blockAlign).toBe(native.sampleCount(path, audio!));
+  });
+});
+
+describe('other files', () => {
+  test('the picture shown is saved as PNG, at its size', async () => {
+    await open(COMMITTED);
+    const png = readFileSync(await save('png'));
+    expect([png.readUInt32BE(16), png.readUInt32BE(20)]).toEqual([320, 240]);
+  });
+
+  test('a file that is cut off says so and is played as far as it goes', async () => {
+    const whole = readFileSync(COMMITTED);
+    const path = join(native.work, 'cut.avi');
+    writeFileSync(path, whole.subarray(0, whole.length >> 1));
+    await open(path);
+    expect(await text('#damage')).toMatch(/^The file ends too early: 31\.\d kB .* are missing/);
+    const { drawn } = await playToEnd(5_000);
+    expect(drawn.length + 1).toBe(native.frames(path, 1).length);
+  });
+
+  test('a file of another kind ends in a message, and the next one opens', async () => {
+    const path = join(native.work, 'letter.avi');
+    writeFileSync(path, 'Dear reader, this is no film.\n'.repeat(40));
+    await drop(page, path);
+    await page.waitForSelector('body[data-state="failed"]');
+    expect(await text('#failure')).toContain('letter.avi cannot be opened.');
+    await open(COMMITTED);
+    expect(await text('#file-facts')).toBe('AVI · 0:03 · 62.3 kB');
+  });
+
+  test('WMV and WMA are listed, drawn and saved, and the page says that they are not shown', async () => {
+    const path = fileURLToPath(new URL('../../../fuzz/corpus/asf_splitter/wmv_wma', import.meta.url));
+    await open(path);
+    expect(await text('#no-picture')).toContain('No browser has a decoder for Windows Media Video 9');
+    const saved = await save('wmv_wma-track2.raw');
+    expect(readFileSync(saved).equals(native.extract(path, 2))).toBe(true);
+  });
+
+  test('nothing went wrong on the way', () => {
+    expect(complaints).toEqual([]);
+  });
+});
