@@ -12,7 +12,7 @@ namespace quorv {
 struct H264Sps {
     static constexpr uint32_t kMaxCycle = 255;
 
-    bool known;
+    bool known = false;  // the rest is set together with it: clearing all of a table costs more than a file's header
     bool separate_planes;
     bool frames_only;
     bool delta_always_zero;
@@ -30,7 +30,7 @@ struct H264Sps {
 };
 
 struct H264Pps {
-    bool known;
+    bool known = false;
     bool bottom_field_order_present;
     bool weighted_pred;
     bool redundant_count_present;
@@ -56,8 +56,8 @@ private:
     void take_sps(const H264Payload &payload);
     void take_pps(const H264Payload &payload);
 
-    H264Sps sps_[kSpsIds] = {};
-    H264Pps pps_[kPpsIds] = {};
+    H264Sps sps_[kSpsIds];
+    H264Pps pps_[kPpsIds];
 };
 
 }  // namespace quorv
