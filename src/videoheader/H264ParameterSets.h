@@ -12,7 +12,8 @@ namespace quorv {
 struct H264Sps {
     static constexpr uint32_t kMaxCycle = 255;
 
-    bool known = false;  // the rest is set together with it: clearing all of a table costs more than a file's header
+    bool known =
+        false;  // only then is the rest set: clearing whole tables would cost more than opening a file
     bool separate_planes;
     bool frames_only;
     bool delta_always_zero;
