@@ -20,6 +20,14 @@ function licenceOf(folder: string): string {
   return `${name} ${version} (${license})\n${source}\n${readFileSync(file, 'utf8').trim()}\n`;
 }
 
+/** Debian's packages of which parts are linked into the module; LLVM's run-time library has libc++'s licence. */
+const MODULE_PACKAGES = ['wasi-libc', 'libc++-14-dev-wasm32'];
+
+function moduleLicence(name: string): string {
+  const text = readFileSync(`/usr/share/doc/${name}/copyright`, 'utf8');
+  return `${name}, parts of which are in the WebAssembly module\n\n${text.trim()}\n`;
+}
+
 /** `own` is the page's own licence file. */
 export function licences(own: string): Plugin {
   return {
@@ -33,7 +41,8 @@ export function licences(own: string): Plugin {
           if (folder && existsSync(dirname(folder))) folders.add(folder);
         }
       }
-      const parts = [`quorv and its viewer (Apache-2.0)\n\n${readFileSync(own, 'utf8').trim()}\n`, ...[...folders].sort().map(licenceOf)];
+      const parts = [`quorv and its viewer (Apache-2.0)\n\n${readFileSync(own, 'utf8').trim()}\n`, ...MODULE_PACKAGES.map(moduleLicence),
+        ...[...folders].sort().map(licenceOf)];
       this.emitFile({ type: 'asset', fileName: 'licences.txt', source: parts.join(`\n${'-'.repeat(78)}\n\n`) });
     },
   };

@@ -14,6 +14,8 @@ interface ChartKind {
   readonly height: number;
   readonly series: readonly uPlot.Series[];
   readonly value: (value: number) => string;
+  /** Whether numbers begin at 0 and only their relation matters. */
+  readonly fromZero: boolean;
   readonly rows: (columns: Columns) => Row[];
 }
 
@@ -137,7 +139,8 @@ export class FilePicture {
     return {
       width, height: kind.height,
       cursor: { sync: { key: 'file' }, drag: { x: true, y: false, setScale: false }, points: { show: false } },
-      scales: { x: { time: false, range: () => [this.view.fromUs / 1e6, this.view.toUs / 1e6] } },
+      scales: { x: { time: false, range: () => [this.view.fromUs / 1e6, this.view.toUs / 1e6] },
+        ...(kind.fromZero ? { y: { range: (_: uPlot, __: number, most: number): uPlot.Range.MinMax => [0, Math.max(1, most * 1.1)] } } : {}) },
       series: [
         { label: 'Time', value: (_, seconds: number | null) => (seconds === null ? '–' : words.time(seconds * 1e6, 1)) },
         ...kind.series.map((series) => ({
@@ -146,7 +149,7 @@ export class FilePicture {
         })),
       ],
       axes: [
-        { ...axis, values: (_, ticks) => ticks.map((tick) => words.time(tick * 1e6, this.view.toUs - this.view.fromUs < 8e6 ? 1 : 0)), space: 70, size: 34 },
+        { ...axis, values: timeTicks, space: 70, size: 34 },
         { ...axis, values: (_, ticks) => ticks.map(kind.value), size: AXIS_PIXELS, space: 34 },
       ],
       hooks: { drawClear: [(plot) => this.drawHoles(plot)], setSelect: [(plot) => this.selected(plot)] },
@@ -194,6 +197,10 @@ export class FilePicture {
   }
 }
 
+function timeTicks(_: uPlot, ticks: number[], __: number, ___: number, step: number): string[] {
+  return ticks.map((tick) => words.time(tick * 1e6, step < 0.1 ? 3 : step < 1 ? 1 : 0));
+}
+
 function color(name: string): string {
   return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 }
@@ -209,9 +216,11 @@ function chartKinds(survey: Survey): ChartKind[] {
   return kinds;
 }
 
-function trackStyle(each: TrackSurvey, all: readonly TrackSurvey[]): { label: string; stroke: () => string; fill: () => string } {
+function trackStyle(each: TrackSurvey, all: readonly TrackSurvey[]): uPlot.Series {
   const name = each.track.type === 'video' ? '--picture' : '--sound';
+  const second = all.find((other) => other.track.type === each.track.type) !== each;
   return {
+    ...(second ? { dash: [6, 4] } : {}),
     label: words.trackTitle(each.track, all.map((other) => other.track)),
     stroke: () => color(name), fill: () => `color-mix(in srgb, ${color(name)} 18%, transparent)`,
   };
@@ -219,7 +228,7 @@ function trackStyle(each: TrackSurvey, all: readonly TrackSurvey[]): { label: st
 
 function rateChart(tracks: readonly TrackSurvey[]): ChartKind {
   return {
-    title: 'Bit rate', explanation: rateText(tracks), height: 190, value: words.bitRate,
+    title: 'Bit rate', explanation: rateText(tracks), height: 190, fromZero: true, value: words.bitRate,
     series: tracks.map((each) => ({ ...trackStyle(each, tracks), width: 1.5 })),
     rows: (columns) => tracks.map((each) => bitRates(each, columns)),
   };
@@ -248,7 +257,7 @@ function sizeChart(video: TrackSurvey | undefined, audio: readonly TrackSurvey[]
   const series = (label: string, name: string): uPlot.Series =>
     ({ label, stroke: () => color(name), fill: () => color(name), width: 0, paths: bars });
   return {
-    title: video ? 'Size of frames' : 'Size of packets', explanation: sizeText(video, audio), height: 190, value: words.size,
+    title: video ? 'Size of frames' : 'Size of packets', explanation: sizeText(video, audio), height: 190, fromZero: true, value: words.size,
     series: [...kinds.map((each) => series(each.label, each.color)), ...audio.slice(0, 1).map(() => ({ ...series('Sound', '--sound'), show: !video }))],
     rows: (columns) => [...kinds.map(({ kind }) => largest(video!, kind, columns)),
       ...audio.slice(0, 1).map((each) => largest(each, Kind.Sound, columns))],
@@ -267,7 +276,7 @@ function distanceChart(video: TrackSurvey, audio: TrackSurvey): ChartKind {
     title: 'How far sound lies from its picture',
     explanation: 'Bytes of the file between a picture and the sound of the same moment; below zero the sound comes first. '
       + 'Far apart means a player must read at two places.',
-    height: 160, value: (value) => (value < 0 ? `−${words.size(-value)}` : words.size(value)),
+    height: 160, fromZero: false, value: (value) => (value < 0 ? `−${words.size(-value)}` : words.size(value)),
     series: [{ label: 'Sound behind picture', stroke: () => color('--distance'), width: 1.5 }],
     rows: (columns) => [distances(video, audio, columns)],
   };

@@ -95,9 +95,9 @@ export class Controls {
   }
 
   private key(event: KeyboardEvent): void {
-    if (!this.player || event.ctrlKey || event.metaKey || event.altKey) return;
+    if (!this.player || event.defaultPrevented || event.ctrlKey || event.metaKey || event.altKey) return;
     const target = event.target as HTMLElement;
-    if (target.closest('.charts') || (target instanceof HTMLInputElement && event.key !== ' ' && event.key.length > 1)) return;
+    if (target instanceof HTMLInputElement && event.key !== ' ' && event.key.length > 1) return;
     if (SCROLLING.includes(event.key) && !target.closest('#stage')) return;
     if (event.key === ' ' && target.closest('button, a, summary, select')) return;
     const action = this.keys[event.key.length === 1 ? event.key.toLowerCase() : event.key];

@@ -1,5 +1,5 @@
 // Says in plain words what could not be used of a file.
-import type { Damage, DamageRecord, Track } from 'quorv';
+import type { Damage, DamageCount, DamageRecord, Track } from 'quorv';
 import { count, place, size, trackTitle } from './words.js';
 
 /** One sentence for each kind of damage; none for a file that is whole. */
@@ -9,30 +9,26 @@ export function damageSentences(damage: Damage, tracks: readonly Track[]): strin
     const missing = damage.bytesMissing > 0 ? `: ${size(damage.bytesMissing)} that its own header promises are missing` : '';
     sentences.push(`The file ends too early${missing}. What is there can be used.`);
   }
-  sentences.push(...recordSentences(damage, ''));
-  for (const track of tracks) {
-    const record = damage.tracks[track.index];
-    if (record) sentences.push(...recordSentences(record, `${trackTitle(track, tracks)}: `));
-  }
+  const { bytesPassedOver, chunksMissing, packetsUnusable, framesSkipped } = damage;
+  const add = (count: DamageCount, what: string): void => {
+    if (count.count > 0) sentences.push(`${what}${first(count.firstOffset)}.`);
+  };
+  add(bytesPassedOver, `${size(bytesPassedOver.count)} make no sense and were passed over`);
+  add(chunksMissing, `${count(chunksMissing.count, 'piece')} that the file’s index names cannot be found there`
+    + shares(damage, tracks, (record) => record.chunksMissing));
+  add(packetsUnusable, `${count(packetsUnusable.count, 'packet')} cannot be used or lack a part`);
+  add(framesSkipped, `${count(framesSkipped.count, 'frame')} of sound cannot be decoded and are left out`);
   return sentences;
 }
 
-function recordSentences(record: DamageRecord, whose: string): string[] {
-  const { bytesPassedOver, chunksMissing, packetsUnusable, framesSkipped } = record;
-  const sentences: string[] = [];
-  if (bytesPassedOver.count > 0) {
-    sentences.push(`${size(bytesPassedOver.count)} make no sense and were passed over${first(bytesPassedOver.firstOffset)}.`);
-  }
-  if (chunksMissing.count > 0) {
-    sentences.push(`${count(chunksMissing.count, 'piece')} listed in the file’s index could not be found there${first(chunksMissing.firstOffset)}.`);
-  }
-  if (packetsUnusable.count > 0) {
-    sentences.push(`${count(packetsUnusable.count, 'packet')} cannot be used or lack a part${first(packetsUnusable.firstOffset)}.`);
-  }
-  if (framesSkipped.count > 0) {
-    sentences.push(`${count(framesSkipped.count, 'frame')} of sound cannot be decoded and are left out${first(framesSkipped.firstOffset)}.`);
-  }
-  return sentences.map((sentence) => whose + sentence);
+/** " (4 of the picture, 8 of the sound)" where several tracks have a part in it. */
+function shares(damage: Damage, tracks: readonly Track[], which: (record: DamageRecord) => DamageCount): string {
+  const parts = tracks.flatMap((track) => {
+    const record = damage.tracks[track.index];
+    return record && which(record).count > 0
+      ? [`${which(record).count} of the ${trackTitle(track, tracks).toLowerCase()}`] : [];
+  });
+  return parts.length > 1 ? ` (${parts.join(', ')})` : '';
 }
 
 function first(offset: number): string {

@@ -34,7 +34,7 @@ export class H264Decoder implements PictureDecoder {
 
   decode(packet: Packet): void {
     if (this.decoder.state === 'closed') this.decoder = this.open();
-    if (!this.started && !packet.key) return this.complain('a picture before the first key frame is left out');
+    if (!this.started && !packet.key) return this.complain('Pictures before a key frame cannot be shown.');
     const timeUs = packet.presentationUs ?? packet.timeUs;
     // Parameter sets that the container keeps elsewhere go in front: a decoder can begin anew at every key frame.
     const data = packet.key ? join(this.track.codecData, packet.data) : packet.data;
@@ -66,7 +66,7 @@ export class H264Decoder implements PictureDecoder {
     const decoder = new VideoDecoder({
       output: (frame) => this.output(frame),
       error: (error) => {
-        this.complain(`a picture cannot be decoded: ${error.message}`);
+        this.complain(`Some pictures cannot be decoded (${error.message}).`);
         this.durations.clear();
         this.started = false;
       },

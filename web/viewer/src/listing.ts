@@ -19,9 +19,10 @@ export async function findPlayable(file: MediaFile): Promise<Playable[]> {
 }
 
 async function obstacle(track: Track): Promise<string | null> {
+  if (!track.readable) return 'Can only be listed';
   if (track.type === 'video') return whyNotShown(track);
   if (track.type === 'audio') return HEARD.includes(track.codec) ? null : `${name(track)} cannot be played in a browser`;
-  return 'Can only be listed';
+  return 'Cannot be played';
 }
 
 /** The first track of each type that can be played. */
@@ -56,7 +57,7 @@ function facts(track: Track): string {
 }
 
 function what(track: Track): string {
-  return track.type === 'video' || track.type === 'audio' ? 'It can be drawn and saved.' : '';
+  return track.readable ? 'It can be drawn and saved.' : '';
 }
 
 function rivals(track: Track, all: readonly Playable[]): number {

@@ -45,7 +45,7 @@ function movieDetail({ video, audio, leftOut }: MoviePlan): string {
 }
 
 function wavOffers(file: MediaFile, stem: string): Offer[] {
-  const sounds = file.tracks.filter(hasWav);
+  const sounds = file.tracks.filter((track) => track.readable && hasWav(track));
   return sounds.map((track) => ({
     label: sounds.length === 1 ? 'Save the sound as WAV' : `Save ${words.trackTitle(track, file.tracks).toLowerCase()} as WAV`,
     detail: track.codec === 'pcm' ? `${track.codecName}, as it is` : 'decoded to 16 bits',
@@ -55,7 +55,7 @@ function wavOffers(file: MediaFile, stem: string): Offer[] {
 }
 
 function trackOffers(file: MediaFile, stem: string): Offer[] {
-  return file.tracks.filter((track) => (track.type === 'video' || track.type === 'audio') && track.codec !== 'pcm')
+  return file.tracks.filter((track) => track.readable && track.codec !== 'pcm')
     .map((track) => trackOffer(file, track, stem));
 }
 

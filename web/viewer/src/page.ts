@@ -124,7 +124,7 @@ export class Page {
     this.player = choice.video || choice.audio ? new Player(file, choice, this.timing, {
       changed: () => this.changed(),
       show: (picture) => this.draw(picture),
-      complain: (reason) => { byId('stage', HTMLElement).dataset.problem = reason; },
+      complain: (reason) => this.problem(reason),
     }) : null;
     this.controls.attach(this.player);
   }
@@ -140,13 +140,19 @@ export class Page {
     const note = byId('no-picture', HTMLElement);
     const hidden = playable.find(({ track, obstacle }) => track.type === 'video' && obstacle !== null);
     const silent = playable.find(({ track, obstacle }) => track.type === 'audio' && obstacle !== null);
-    delete stage.dataset.problem;
+    this.problem('');
     stage.dataset.kind = choice.video ? 'picture' : choice.audio ? 'sound' : 'nothing';
     note.hidden = choice.video !== null;
     const why = hidden ? `${hidden.obstacle}.` : 'There are no pictures in this file.';
     const rest = choice.audio ? (hidden ? 'Its sound is played.' : '') : silent ? `${silent.obstacle}.` : '';
     note.textContent = [why, rest].filter((text) => text !== '').join(' ');
     byId('controls', HTMLElement).inert = !choice.video && !choice.audio;
+  }
+
+  private problem(reason: string): void {
+    const place = byId('problem', HTMLElement);
+    if (place.textContent !== reason) place.textContent = reason;
+    place.hidden = reason === '';
   }
 
   private draw(picture: Picture): void {
@@ -159,6 +165,8 @@ export class Page {
   }
 
   private changed(): void {
+    const { shown, dropped } = this.player ?? { shown: 0, dropped: 0 };
+    Object.assign(byId('stage', HTMLElement).dataset, { shown, dropped });
     this.controls.update();
     this.drawing.mark(this.player?.nowUs ?? 0);
   }

@@ -79,7 +79,7 @@ class JpegDecoder implements PictureDecoder {
       return;
     }
     --this.pending;
-    if (image instanceof Error) return this.complain(`a picture cannot be decoded: ${image.message}`);
+    if (image instanceof Error) return this.complain(`Some pictures cannot be decoded (${image.message}).`);
     const { timeUs, durationUs } = packet;
     this.deliver({ image, timeUs, durationUs, close: () => image.close() });
   }

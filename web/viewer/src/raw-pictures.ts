@@ -74,7 +74,7 @@ export class RawPictures implements PictureDecoder {
 
   decode({ data, timeUs, durationUs }: Packet): void {
     const { width, height, bytes } = this.layout;
-    if (data.length < bytes) return this.complain('a picture is cut off');
+    if (data.length < bytes) return this.complain('Some pictures are cut off.');
     const frame = this.layout.frame(data, { timestamp: timeUs, codedWidth: width, codedHeight: height });
     this.deliver({ image: frame, timeUs, durationUs, close: () => frame.close() });
   }

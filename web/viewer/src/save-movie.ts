@@ -24,9 +24,9 @@ const PCM_CODECS: Partial<Record<SampleFormat, AudioCodec>> = {
 
 /** null where there is no H.264 that a container could describe. */
 export function planMovie(tracks: readonly Track[], container: Container): MoviePlan | null {
-  const video = tracks.find((track) => track.codec === 'h264' && decoderRecord(track.codecData));
+  const video = tracks.find((track) => track.readable && track.codec === 'h264' && decoderRecord(track.codecData));
   if (!video) return null;
-  const sound = tracks.filter((track) => track.type === 'audio');
+  const sound = tracks.filter((track) => track.readable && track.type === 'audio');
   return {
     container, video,
     audio: sound.filter((track) => audioCodec(track, container)),

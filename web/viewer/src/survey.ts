@@ -183,6 +183,8 @@ export function distances(picture: TrackSurvey, sound: TrackSurvey, columns: Col
 function placeAt(survey: TrackSurvey, us: number): number | null {
   const at = firstAt(survey, us + 1) - 1;
   if (at < 0 || survey.offset[at]! < 0) return null;
-  const over = us - survey.timeUs[at]! > survey.durationUs[at]! + 1e6;
-  return over ? null : survey.offset[at]!;
+  const since = us - survey.timeUs[at]!;
+  const lasts = survey.durationUs[at]!;
+  if (since > lasts + 1e6) return null;
+  return survey.offset[at]! + (lasts > 0 ? survey.size[at]! * Math.min(1, since / lasts) : 0);
 }

@@ -15,7 +15,8 @@ export interface Timing {
   setVolume(volume: number): void;
   /**
    * Calls back whenever there may be something new to show, at least some times a second. The answer is whether all
-   * that belongs to this moment was there; a clock that is not bound to real time may wait until it is.
+   * that belongs to this moment was there; a clock that is not bound to real time may wait until it is. There is one
+   * callback: the latest.
    */
   onTick(callback: () => boolean): void;
 }
@@ -36,6 +37,16 @@ export class AudioTiming implements Timing {
   private startedAt = 0;
   private pending: Samples[] = [];
   private readonly sources = new Set<AudioBufferSourceNode>();
+  private tick: () => boolean = () => true;
+
+  constructor() {
+    const refresh = (): void => {
+      this.tick();
+      requestAnimationFrame(refresh);
+    };
+    requestAnimationFrame(refresh);
+    setInterval(() => { if (document.hidden) this.tick(); }, BACKGROUND_TICK_MS);
+  }
 
   get nowUs(): number {
     if (!this.running || !this.context) return this.startedUs;
@@ -50,14 +61,14 @@ export class AudioTiming implements Timing {
     if (context.state !== 'running') await context.resume();
     if (!this.running) return;
     this.startedAt = context.currentTime + LEAD_SECONDS;
-    for (const samples of this.pending) this.schedule(context, samples);
-    if (this.sources.size === 0) this.pending = [];
+    for (const samples of [...this.pending]) this.schedule(context, samples);
   }
 
   stop(): void {
     this.startedUs = this.nowUs;
     this.running = false;
     this.unschedule();
+    void this.context?.suspend();
   }
 
   hear(samples: Samples): void {
@@ -76,12 +87,7 @@ export class AudioTiming implements Timing {
   }
 
   onTick(callback: () => boolean): void {
-    const refresh = (): void => {
-      callback();
-      requestAnimationFrame(refresh);
-    };
-    requestAnimationFrame(refresh);
-    setInterval(() => { if (document.hidden) callback(); }, BACKGROUND_TICK_MS);
+    this.tick = callback;
   }
 
   /** One context for all: its own resampling joins neighbouring pieces without a seam at the sound's rate. */

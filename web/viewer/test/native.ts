@@ -5,7 +5,10 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-const TOOL = process.env['QUORV_TOOL'] ?? fileURLToPath(new URL('../../../scripts/quorv', import.meta.url));
+const BUILD = process.env['QUORV_NATIVE_BUILD'] ?? fileURLToPath(new URL('../../../build/release', import.meta.url));
+const TOOL = join(BUILD, 'tools/quorv/quorv');
+/** What samples/make-samples.sh made. */
+export const samples = join(BUILD, 'samples/made');
 
 export interface NativeTrack {
   track: number;
