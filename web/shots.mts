@@ -14,6 +14,8 @@ const jobs: [string, string, number, number, string, string][] = [
  ['letter', '/tmp/letter.avi', 390, 800, 'light', ''],
  ['mp3', S + 'audio-only-mp3.avi', 900, 800, 'light', ''],
  ['two', S + 'h264-two-audio-tracks.avi', 1280, 900, 'light', "document.querySelector('.offer.main').click()"],
+ ['large', '/tmp/large.avi', 1280, 900, 'light', ''],
+ ['zoom', '/work/wt/web2/samples/h264-mp3.avi', 1280, 900, 'light', "document.querySelector('#zoom-in').click()"],
  ['wma', '/work/shared/real/s1.wma', 390, 800, 'light', ''],
 ];
 for (const [name, file, width, height, scheme, after] of jobs) {
