@@ -81,6 +81,7 @@ export class Drawing {
 
   private tellView(): void {
     this.view.textContent = this.picture?.zoomed ? this.picture.viewText : '';
+    byId('zoom', HTMLElement).hidden = this.picture === null;
     byId('zoom-whole', HTMLButtonElement).disabled = !this.picture?.zoomed;
   }
 

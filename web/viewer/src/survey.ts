@@ -185,6 +185,6 @@ function placeAt(survey: TrackSurvey, us: number): number | null {
   if (at < 0 || survey.offset[at]! < 0) return null;
   const since = us - survey.timeUs[at]!;
   const lasts = survey.durationUs[at]!;
-  if (since > lasts + 1e6) return null;
+  if (since > lasts + 200_000) return null;
   return survey.offset[at]! + (lasts > 0 ? survey.size[at]! * Math.min(1, since / lasts) : 0);
 }
