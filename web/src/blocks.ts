@@ -71,7 +71,7 @@ export class Blocks {
     const bytes = await this.#read(from, Math.min(count * blockSize, this.size - from));
     // Copies: the source may use its memory for something else, and each is to go on its own.
     for (let at = 0; at < bytes.length; at += blockSize)
-      this.#keep(first + at / blockSize, bytes.slice(at, at + blockSize));
+      this.#keep(first + at / blockSize, new Uint8Array(bytes.subarray(at, at + blockSize)));
   }
 
   async #read(offset: number, length: number): Promise<Uint8Array> {

@@ -57,39 +57,46 @@ export class Decoding {
       samples.push(portion);
       frames += portion.data.length / portion.format.channels;
     };
-    for (const packet of packets) this.#decode(packet, add);
+    for (const packet of packets) this.#decodeCopy(packet, add);
     while (frames < mostFrames) {
-      const batch = await this.#reader.read({ tracks: [this.#track.index] }, 16);
-      for (const packet of batch.packets) this.#decode(packet, add);
-      if (batch.error !== undefined && batch.error.code !== 'damaged') throw batch.error;
-      if (batch.error !== undefined) this.#lost = true;
-      if (!batch.ended) continue;
+      const end = await this.#reader.each({ tracks: [this.#track.index] }, false, ({ data, size, timeUs }) => {
+        this.#decode(data, size, timeUs, add);
+        return frames < mostFrames;
+      });
+      if (end.error !== undefined && end.error.code !== 'damaged') throw end.error;
+      if (end.error !== undefined) this.#lost = true;
+      if (!end.ended) continue;
       if (this.#decoder !== 0) this.#takeAll(() => this.#call('quorv_decoder_finish'), add);
       return { samples: joined(samples), ended: true };
     }
     return { samples: joined(samples), ended: false };
   }
 
-  #decode(packet: Packet, add: (portion: Samples) => void): void {
+  #decodeCopy({ data, timeUs }: Packet, add: (portion: Samples) => void): void {
+    const at = this.#library.allocate(data.length);
+    try {
+      this.#library.borrow(at, data.length).set(data);
+      this.#decode(at, data.length, timeUs, add);
+    } finally {
+      this.#library.free(at);
+    }
+  }
+
+  /** Bytes in the module's memory. */
+  #decode(at: number, size: number, timeUs: number, add: (portion: Samples) => void): void {
     if (this.#decoder === 0) {
       const { sampleFormat, channels, sampleRate: rate } = this.#track;
-      const data = samplesOf(sampleFormat, channels, packet.data);
-      if (data.length > 0) add({ format: { rate, channels }, timeUs: packet.timeUs, data });
+      const data = samplesOf(sampleFormat, channels, this.#library.borrow(at, size));
+      if (data.length > 0) add({ format: { rate, channels }, timeUs, data });
       return;
     }
-    if (this.#lost) this.#begin(packet.timeUs);
-    const bytes = this.#library.allocate(packet.data.length);
-    this.#library.borrow(bytes, packet.data.length).set(packet.data);
-    let left = packet.data.length;
-    try {
-      this.#takeAll(() => {
-        const size = left;
-        left = 0;
-        return this.#call('quorv_decode', size > 0 ? bytes : 0, size);
-      }, add);
-    } finally {
-      this.#library.free(bytes);
-    }
+    if (this.#lost) this.#begin(timeUs);
+    let left = size;
+    this.#takeAll(() => {
+      const taken = left;
+      left = 0;
+      return this.#call('quorv_decode', taken > 0 ? at : 0, taken);
+    }, add);
   }
 
   #begin(timeUs: number): void {

@@ -4,12 +4,12 @@
 import { Blocks, type Cut } from './blocks.js';
 import { Decoding } from './decoding.js';
 import { QuorvError } from './errors.js';
-import { compile, Library } from './module.js';
+import { Library } from './module.js';
 import { PacketReader, type PacketBatch, type TableBatch } from './reader.js';
 import { damageOf } from './records.js';
 import { sourceOf } from './sources.js';
 import type {
-  Damage, Format, Input, OpenOptions, Packet, PacketOptions, Samples, Track,
+  Damage, Format, Input, Packet, PacketOptions, Samples, Track,
 } from './types.js';
 
 /** What a file is as a whole. */
@@ -46,10 +46,10 @@ export class Engine {
     this.#description = reader.describe();
   }
 
-  static async open(input: Input, wasm: OpenOptions['wasm'], cut?: Cut): Promise<Engine> {
+  static async open(input: Input, module: WebAssembly.Module, cut?: Cut): Promise<Engine> {
     const blocks = new Blocks(await sourceOf(input), cut);
     try {
-      const library = await Library.create(await compile(wasm), blocks);
+      const library = await Library.create(module, blocks);
       return new Engine(library, blocks, await PacketReader.open(library, blocks));
     } catch (error) {
       blocks.close();

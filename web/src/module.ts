@@ -1,10 +1,8 @@
 // The library's module: an instance of it for a file, and its functions by name.
 
-import { platform } from '#platform';
 import { QuorvError } from './errors.js';
 import type { Blocks } from './blocks.js';
 import { results, type Memory } from './records.js';
-import type { OpenOptions } from './types.js';
 
 type Call = (...values: (number | bigint)[]) => number;
 
@@ -16,14 +14,6 @@ type FunctionName =
 
 /** QuorvSource's "not here yet". */
 const notHereYet = -2;
-
-/** The module beside this file, unless it lies elsewhere. */
-export async function compile(wasm: OpenOptions['wasm']): Promise<WebAssembly.Module> {
-  const bytes = wasm === undefined || wasm instanceof URL
-    ? await platform.load(wasm ?? new URL('./quorv.wasm', import.meta.url))
-    : wasm;
-  return WebAssembly.compile(bytes as BufferSource);
-}
 
 export type Result = (typeof results)[number];
 

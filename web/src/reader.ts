@@ -28,7 +28,7 @@ const mostBytes = 0x80000;
 const mostRows = 4096;
 const mostBytesPassed = 0x1000000;
 
-type PacketFields = ReturnType<typeof readPacket>;
+export type PacketFields = ReturnType<typeof readPacket>;
 
 export class PacketReader {
   /** Of the QuorvReader. */
@@ -100,10 +100,10 @@ export class PacketReader {
     });
   }
 
-  async read(options: PacketOptions, most = mostPackets): Promise<PacketBatch> {
+  async read(options: PacketOptions): Promise<PacketBatch> {
     const packets: Packet[] = [];
     let bytes = 0;
-    const end = await this.#readBatch(options, false, (fields) => {
+    const end = await this.each(options, false, (fields) => {
       const presentationUs = this.#presented.has(fields.track) ? fields.presentationUs : null;
       packets.push({
         track: fields.track,
@@ -115,7 +115,7 @@ export class PacketReader {
         offset: fields.offset,
       });
       bytes += fields.size;
-      return packets.length < most && bytes < mostBytes;
+      return packets.length < mostPackets && bytes < mostBytes;
     });
     return { packets, ...end };
   }
@@ -123,7 +123,7 @@ export class PacketReader {
   async readTable(options: PacketOptions): Promise<TableBatch> {
     const rows: PacketFields[] = [];
     let bytes = 0;
-    const end = await this.#readBatch(options, true, (fields) => {
+    const end = await this.each(options, true, (fields) => {
       bytes += fields.size;
       return rows.push(fields) < mostRows && bytes < mostBytesPassed;
     });
@@ -140,8 +140,11 @@ export class PacketReader {
     return { table, ...end };
   }
 
-  /** Hands packets on until no more are taken, or, unless patient, some are here and the next one is not. */
-  async #readBatch(
+  /**
+   * Hands packets on until no more are taken, or, unless patient, some are here and the next one is not. Their bytes
+   * are in the module's memory until the next one is read.
+   */
+  async each(
     options: PacketOptions, patient: boolean, take: (fields: PacketFields) => boolean,
   ): Promise<BatchEnd> {
     const library = this.#library;
@@ -209,7 +212,7 @@ export class PacketReader {
   }
 }
 
-/** Calls until the bytes that it needs are here. The library keeps what it has read, so that each call comes further. */
+/** Calls until the bytes that it needs are here. The library keeps what it has read: each call comes further. */
 async function repeat(library: Library, blocks: Blocks, call: () => Result): Promise<Result> {
   for (;;) {
     const result = call();

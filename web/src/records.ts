@@ -45,7 +45,8 @@ const trackFields = record({
   bitRate: 'u32', seekable: 'i32', width: 'u32', height: 'u32', frameRateNum: 'i64', frameRateDen: 'i64',
   sampleRate: 'u32', channels: 'u32', bitsPerSample: 'u32', blockAlign: 'u32', sampleFormat: 'u32',
   codecData: 'pointer', codecDataSize: 'u32', huffmanTables: 'pointer', huffmanTablesSize: 'u32', reorders: 'i32',
-  sampleCount: 'i64', trimFront: 'u32', trimBack: 'u32', maxPacketSize: 'u32',
+  sampleCount: 'i64', trimFront: 'u32', trimBack: 'u32', maxPacketSize: 'u32', statedPackets: 'i64',
+  statedEnd: 'i64',
 });
 
 export const readPacket = record({
@@ -56,7 +57,12 @@ export const readPacket = record({
 const damageFields = record({
   passedOver: 'i64', passedOverAt: 'i64', missing: 'i64', missingAt: 'i64', unusable: 'i64', unusableAt: 'i64',
   skipped: 'i64', skippedAt: 'i64', cutOff: 'i32', bytesMissing: 'i64',
+  passedOverRanges: 'pointer', passedOverRangeCount: 'u32', missingRanges: 'pointer', missingRangeCount: 'u32',
+  unusableRanges: 'pointer', unusableRangeCount: 'u32', skippedRanges: 'pointer', skippedRangeCount: 'u32',
 });
+
+const readRange = record({ begin: 'i64', end: 'i64' });
+const rangeSize = 16;
 
 export const readSamples = record({
   samples: 'pointer', frames: 'u32', sampleRate: 'u32', channels: 'u32', formatChanged: 'i32',
@@ -95,8 +101,8 @@ function fourcc(text: string): number {
   return [...text].reduce((value, character) => value * 256 + character.charCodeAt(0), 0);
 }
 
-function known(time: number): number | null {
-  return time >= 0 ? time : null;
+function known(value: number): number | null {
+  return value >= 0 ? value : null;
 }
 
 export function formatOf(container: number): Format {
@@ -142,17 +148,24 @@ export function trackOf(memory: Memory, at: number, index: number, readable: boo
     trimFront: fields.trimFront,
     trimBack: fields.trimBack,
     maxPacketSize: fields.maxPacketSize,
+    statedPackets: fields.statedPackets,
+    statedEnd: known(fields.statedEnd),
   };
 }
 
 export function damageOf(memory: Memory, at: number): DamageRecord {
   const fields = damageFields(memory.view, at);
-  const of = (count: number, firstOffset: number): DamageCount => ({ count, firstOffset });
+  const of = (count: number, firstOffset: number, ranges: number, rangeCount: number): DamageCount => ({
+    count,
+    firstOffset,
+    places: Array.from({ length: rangeCount }, (_, i) => readRange(memory.view, ranges + i * rangeSize)),
+  });
+  const { passedOver, missing, unusable, skipped } = fields;
   return {
-    bytesPassedOver: of(fields.passedOver, fields.passedOverAt),
-    chunksMissing: of(fields.missing, fields.missingAt),
-    packetsUnusable: of(fields.unusable, fields.unusableAt),
-    framesSkipped: of(fields.skipped, fields.skippedAt),
+    bytesPassedOver: of(passedOver, fields.passedOverAt, fields.passedOverRanges, fields.passedOverRangeCount),
+    chunksMissing: of(missing, fields.missingAt, fields.missingRanges, fields.missingRangeCount),
+    packetsUnusable: of(unusable, fields.unusableAt, fields.unusableRanges, fields.unusableRangeCount),
+    framesSkipped: of(skipped, fields.skippedAt, fields.skippedRanges, fields.skippedRangeCount),
     cutOff: fields.cutOff !== 0,
     bytesMissing: fields.bytesMissing,
   };

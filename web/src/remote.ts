@@ -6,7 +6,7 @@ import type { Description, SamplesBatch } from './engine.js';
 import { QuorvError } from './errors.js';
 import type { PacketBatch, TableBatch } from './reader.js';
 import { sourceOf } from './sources.js';
-import type { ByteSource, Damage, Input, OpenOptions, Packet, PacketOptions } from './types.js';
+import type { ByteSource, Damage, Input, Packet, PacketOptions } from './types.js';
 import type { WorkerInput } from './worker.js';
 
 /** What a file is made of: an Engine, or one far away. */
@@ -20,13 +20,12 @@ export interface EngineCalls {
   close(): void | Promise<void>;
 }
 
-export async function openInWorker(input: Input, wasm: OpenOptions['wasm']): Promise<EngineCalls> {
+export async function openInWorker(input: Input, module: WebAssembly.Module): Promise<EngineCalls> {
   const isNear = !(input instanceof Blob) && !(input instanceof URL);
   const source = isNear ? await sourceOf(input) : undefined;
   const what: WorkerInput = input instanceof Blob ? input : input instanceof URL ? input.href : source!.size;
   const channel = new Channel(platform.startWorker(), (_, values) => readFor(source, values));
   try {
-    const module = wasm instanceof URL ? wasm.href : wasm;
     return remote(channel, source, (await channel.call('open', what, module)) as Description);
   } catch (error) {
     channel.close();
@@ -40,7 +39,7 @@ async function readFor(source: ByteSource | undefined, values: readonly unknown[
   const [offset, length] = values as [number, number];
   if (source === undefined) throw new QuorvError('internal', 'a worker asks for what it has');
   try {
-    return (await source.read(offset, length)).slice(0, length);
+    return new Uint8Array((await source.read(offset, length)).subarray(0, length));
   } catch (error) {
     throw new QuorvError('source', `the source failed: ${error instanceof Error ? error.message : String(error)}`);
   }

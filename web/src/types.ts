@@ -12,8 +12,8 @@ export interface ByteSource {
 
 /**
  * What `open` reads: a picked or dropped file; bytes in memory, which stay as they are until the file is closed; an
- * address (in node also `file:`), in slices where the server answers range requests and as a whole where it does not; or
- * anything that can be read at an offset.
+ * address (in node also `file:`), in slices where the server answers range requests and as a whole where it does
+ * not; or anything that can be read at an offset.
  */
 export type Input = Blob | ArrayBuffer | Uint8Array | URL | ByteSource;
 
@@ -96,6 +96,10 @@ export interface Track {
   readonly trimBack: number;
   /** Bytes, as the file suggests: a packet may have more. */
   readonly maxPacketSize: number;
+  /** MPEG audio files: packets, as the encoder says in front. */
+  readonly statedPackets: number;
+  /** MPEG audio files: the offset behind the last packet, as the encoder says in front; null when it does not. */
+  readonly statedEnd: number | null;
 }
 
 /** A piece of a track: a compressed frame, or some samples. */
@@ -137,10 +141,19 @@ export interface Samples {
   readonly data: Int16Array<ArrayBuffer>;
 }
 
-/** How often something was met, and where for the first time; -1 for nowhere. */
+/** A run of bytes of the file: from an offset up to another. */
+export interface ByteRange {
+  readonly begin: number;
+  readonly end: number;
+}
+
+/** How often something was met, and where. */
 export interface DamageCount {
   readonly count: number;
+  /** For the first time; -1 for nowhere. */
   readonly firstOffset: number;
+  /** In the order of the file. Of what is not bytes, each takes one. After very many, close ones become one. */
+  readonly places: readonly ByteRange[];
 }
 
 /** What could not be used. */

@@ -4,15 +4,14 @@ import { platform } from '#platform';
 import { Channel } from './channel.js';
 import { Engine } from './engine.js';
 import { QuorvError } from './errors.js';
-import type { Input, OpenOptions, Packet, PacketOptions } from './types.js';
+import type { Input, Packet, PacketOptions } from './types.js';
 
 /** What is opened: something that a worker can read, or the size of what the page has to. */
 export type WorkerInput = Blob | string | number;
 
 let engine: Engine | undefined;
 
-async function open(input: WorkerInput, wasm: string | ArrayBuffer | Uint8Array | undefined): Promise<unknown> {
-  const module: OpenOptions['wasm'] = typeof wasm === 'string' ? new URL(wasm) : wasm;
+async function open(input: WorkerInput, module: WebAssembly.Module): Promise<unknown> {
   engine = await Engine.open(inputOf(input), module);
   return engine.describe();
 }

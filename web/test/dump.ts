@@ -1,7 +1,9 @@
 // All that the package tells of a media file, in the form of native_dump.py.
 
 import { createHash } from 'node:crypto';
-import { QuorvError, type DamageRecord, type MediaFile, type Packet, type Samples, type Track } from '../dist/index.js';
+import {
+  QuorvError, type DamageCount, type DamageRecord, type MediaFile, type Packet, type Samples, type Track,
+} from '../dist/index.js';
 
 /** Opens the same file anew. */
 export type Opener = () => Promise<MediaFile>;
@@ -11,13 +13,18 @@ const framings = [
   'unknown', 'annex-b', 'mpeg4-visual', 'jpeg', 'raw-picture', 'wmv', 'pcm', 'mpeg-audio', 'blocks',
 ];
 const sampleFormats = ['none', 'u8', 's16', 's24', 's32', 'f32', 'f64', 'alaw', 'mulaw'];
-/** QUORV_CODEC_* that are named otherwise here. */
+const trackTypes = ['other', 'video', 'audio', 'text'];
+/** QUORV_CODEC_* that have other characters than the name here. */
 const codecs: Record<string, string> = {
-  h264: '264 ', h263: '263 ', mpeg4: 'm4va', 'mpeg4-simple': 'm4vs', 'draft-mpeg4': '\0\xff\xff\xff', mpeg1: 'mpg1',
-  mpeg2: 'mpg2', mjpeg: 'mjpg', pcm: 'pcm ', adpcm: 'imaa', mp1: 'mp1 ', mp2: 'mp2 ', mp3: 'mp3 ', aac: 'aac ',
-  wma1: 'wmv1', wma2: 'wmv2', 'wma-pro': 'wm9p', 'wma-lossless': 'wm9l', ac3: 'ac3 ', dts: 'dts ', 'amr-nb': 'amrn',
-  'amr-wb': 'amrw', 'real-audio': 'raac', vorbis: 'ogg ',
+  '': '\0\0\0\0', h264: '264 ', h263: '263 ', mpeg4: 'm4va', 'mpeg4-simple': 'm4vs', 'draft-mpeg4': '\0\xff\xff\xff',
+  mpeg1: 'mpg1', mpeg2: 'mpg2', mjpeg: 'mjpg', pcm: 'pcm ', adpcm: 'imaa', mp1: 'mp1 ', mp2: 'mp2 ', mp3: 'mp3 ',
+  aac: 'aac ', wma1: 'wmv1', wma2: 'wmv2', 'wma-pro': 'wm9p', 'wma-lossless': 'wm9l', ac3: 'ac3 ', dts: 'dts ',
+  'amr-nb': 'amrn', 'amr-wb': 'amrw', 'real-audio': 'raac', vorbis: 'ogg ',
 };
+
+function fourcc(codec: string): number {
+  return Buffer.from(codecs[codec] ?? codec, 'latin1').readUInt32BE();
+}
 
 function failure(error: unknown): [string, string] {
   if (error instanceof QuorvError) return [error.code, error.message];
@@ -52,17 +59,22 @@ function withTimes(packet: Packet): unknown[] {
 
 function trackRow(track: Track): unknown[] {
   return [
-    track.index, track.number, track.type, codecs[track.codec] ?? track.codec, track.codecName, track.tag,
-    framings.indexOf(track.framing), track.durationUs, track.bitRate, track.seekable, track.width, track.height,
+    track.index, track.number, trackTypes.indexOf(track.type), fourcc(track.codec), track.codecName, track.tag,
+    framings.indexOf(track.framing), track.durationUs ?? -1, track.bitRate, track.seekable, track.width, track.height,
     track.frameRate && [track.frameRate.num, track.frameRate.den], track.sampleRate, track.channels,
     track.bitsPerSample, track.blockAlign, sampleFormats.indexOf(track.sampleFormat), hex(track.codecData),
-    hex(track.huffmanTables), track.reorders, track.sampleCount, track.trimFront, track.trimBack, track.readable,
+    hex(track.huffmanTables), track.reorders, track.sampleCount, track.trimFront, track.trimBack,
+    track.maxPacketSize, track.statedPackets, track.statedEnd ?? -1, track.readable,
   ];
 }
 
 function damageRow(damage: DamageRecord): unknown[] {
   const counts = [damage.bytesPassedOver, damage.chunksMissing, damage.packetsUnusable, damage.framesSkipped];
-  return [...counts.map((each) => [each.count, each.firstOffset]), damage.cutOff, damage.bytesMissing];
+  return [...counts.map(countRow), damage.cutOff, damage.bytesMissing];
+}
+
+function countRow({ count, firstOffset, places }: DamageCount): unknown[] {
+  return [count, firstOffset, places.map(({ begin, end }) => [begin, end])];
 }
 
 async function seeks(file: MediaFile): Promise<unknown[]> {

@@ -9,7 +9,14 @@ import { open, QuorvError, type Input, type MediaFile, type Packet } from '../di
 import { sparseAvi } from './sparse_avi.js';
 
 const path = new URL('../../samples/h264-mp3.avi', import.meta.url);
-const bytes = new Uint8Array(readFileSync(path));
+const buffer = readFileSync(path);
+const bytes = new Uint8Array(buffer);
+const pool = Buffer.alloc(0x20000);
+
+function readAgain(at: number, size: number): Uint8Array {
+  bytes.subarray(at, at + size).forEach((byte, i) => (pool[i] = byte));
+  return pool.subarray(0, Math.min(size, bytes.length - at));
+}
 
 async function opened(input: Input, worker = false): Promise<MediaFile> {
   const file = await open(input, { worker });
@@ -50,10 +57,12 @@ describe.each([false, true])('in a worker: %s', (worker) => {
     ['a blob', () => new Blob([bytes])],
     ['a buffer', () => bytes.buffer],
     ['a part of a buffer', () => new Uint8Array([1, ...bytes, 1]).subarray(1, bytes.length + 1)],
+    ['a buffer of node', () => buffer],
     ['a file of the system', () => path],
     ['an address with ranges', () => serve(true)],
     ['an address without', () => serve(false)],
     ['a source that is at hand', () => ({ size: bytes.length, read: (at, size) => bytes.subarray(at, at + size) })],
+    ['a source that uses its memory again', () => ({ size: bytes.length, read: readAgain })],
   ])('reads %s', async (_name, input) => {
     expect(await all((await opened(await input(), worker)).packets())).toEqual(await wanted);
   });
@@ -77,7 +86,8 @@ describe.each([false, true])('in a worker: %s', (worker) => {
 
   test('ends a source once', async () => {
     let ends = 0;
-    const source = { size: bytes.length, read: (at: number, size: number) => bytes.subarray(at, at + size), close: () => void ++ends };
+    const read = (at: number, size: number) => bytes.subarray(at, at + size);
+    const source = { size: bytes.length, read, close: () => void ++ends };
     const file = await open(source, { worker });
     await file.close();
     await file.close();
@@ -119,8 +129,10 @@ test('goes on where an iteration was left, whichever tracks it has', async () =>
   await take(9);
   await take(1, [1, 0]);
   await take(Infinity);
-  for (const track of [0, 1])
-    expect(packets.filter((packet) => packet.track === track)).toEqual((await wanted).filter((packet) => packet.track === track));
+  for (const index of [0, 1]) {
+    const ofTrack = ({ track }: Packet) => track === index;
+    expect(packets.filter(ofTrack)).toEqual((await wanted).filter(ofTrack));
+  }
   // In the order of time again, when both are where they were left.
   const last = packets.slice(-20).map((packet) => packet.timeUs);
   expect(last).toEqual([...last].sort((a, b) => a - b));

@@ -9,6 +9,7 @@ import { describe, expect, test } from 'vitest';
 import type { MediaFile } from '../dist/index.js';
 import { Engine } from '../dist/engine.js';
 import { OpenFile } from '../dist/file.js';
+import { compile } from '../dist/compile.js';
 import { dump } from './dump.js';
 
 const here = dirname(fileURLToPath(import.meta.url));
@@ -59,7 +60,7 @@ function opener(path: string, engines: Engine[]): () => Promise<MediaFile> {
     },
   };
   return async () => {
-    const engine = await Engine.open(source, undefined, { blockSize, room: 8, longestRun: 2 });
+    const engine = await Engine.open(source, await compile(undefined), { blockSize, room: 8, longestRun: 2 });
     engines.push(engine);
     return new OpenFile(engine);
   };

@@ -7,7 +7,9 @@ import json
 import sys
 
 import quorv
+from quorv._library import ffi, lib
 
+WHOLE_FILE = 0xFFFFFFFF
 SOUND = ("mp1 ", "mp2 ", "mp3 ")
 
 
@@ -35,27 +37,36 @@ def rows(read, row):
 
 def with_bytes(packet):
     digest = hashlib.md5(packet.data).hexdigest()
-    return [packet.track, digest, packet.time_us, packet.duration_us, packet.key, -1 if packet.offset is None else packet.offset]
+    offset = -1 if packet.offset is None else packet.offset
+    return [packet.track, digest, packet.time_us, packet.duration_us, packet.key, offset]
 
 
 def with_times(packet):
     return [packet.track, len(packet.data), packet.time_us, packet.presentation_us]
 
 
-def track(record):
+def track(record, index, readable):
+    """Of a QuorvTrack: the Python package does not tell all of it."""
     rate = record.frame_rate
     return [
-        record.index, record.number, record.type.name.lower(), record.codec, record.codec_name, record.tag,
-        record.framing, record.duration_us, record.bit_rate or 0, record.seekable, record.width, record.height,
-        [rate.numerator, rate.denominator] if rate is not None else None, record.sample_rate, record.channels,
-        record.bits_per_sample, record.block_align, record.sample_format, record.codec_data.hex(),
-        record.huffman_tables.hex(), record.reorders, record.sample_count or 0, record.trim_front, record.trim_back]
+        index, record.number, record.type, record.codec, ffi.string(record.codec_name).decode(), record.tag,
+        record.framing, record.duration_us, record.bit_rate, bool(record.seekable), record.width, record.height,
+        [rate.num, rate.den] if rate.den else None, record.sample_rate, record.channels, record.bits_per_sample,
+        record.block_align, record.sample_format, content(record.codec_data, record.codec_data_size),
+        content(record.huffman_tables, record.huffman_tables_size), bool(record.reorders), record.sample_count,
+        record.trim_front, record.trim_back, record.max_packet_size, record.stated_packets, record.stated_end, readable]
+
+
+def content(data, size):
+    return bytes(ffi.buffer(data, size)).hex() if size else ""
 
 
 def damage(record):
-    counts = (record.bytes_passed_over, record.chunks_missing, record.packets_unusable, record.frames_skipped)
-    return [*([each.count, -1 if each.first_offset is None else each.first_offset] for each in counts),
-            record.cut_off, -1 if record.bytes_missing is None else record.bytes_missing]
+    """Of a QuorvDamage."""
+    counts = ((record.bytes_passed_over, record.passed_over_at), (record.chunks_missing, record.missing_at),
+              (record.packets_unusable, record.unusable_at), (record.frames_skipped, record.skipped_at))
+    return [*([each.count, each.first_offset, [[at.ranges[i].begin, at.ranges[i].end] for i in range(at.count)]]
+              for each, at in counts), bool(record.cut_off), record.bytes_missing]
 
 
 def seeks(media):
@@ -134,9 +145,11 @@ def dump(path):
             shown.set_presentation(each.index)
         result = {
             "file": [media.file.container, media.file.duration_us, media.file.size],
-            "tracks": [[*track(each), selectable(media, each.index)] for each in media.tracks],
+            "tracks": [track(lib.quorv_track(media._reader, each.index), each.index, selectable(media, each.index))
+                       for each in media.tracks],
             "packets": rows(media.read, with_bytes),
-            "damage": [damage(media.damage(index)) for index in (None, *range(len(media.tracks)))],
+            "damage": [damage(lib.quorv_damage(media._reader, index))
+                       for index in (WHOLE_FILE, *range(len(media.tracks)))],
             "shown": rows(shown.read, with_times),
             "seeks": seeks(sought),
             "sound": {},
