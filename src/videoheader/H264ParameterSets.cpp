@@ -273,7 +273,7 @@ const H264Sps *H264ParameterSets::sps(const H264Pps &pps) const {
 uint32_t H264ParameterSets::reorder_depth() const {
     uint32_t depth = 0;
     for (const H264Sps &sps : sps_)
-        depth = std::max<uint32_t>(depth, sps.reorder_depth);
+        if (sps.known) depth = std::max<uint32_t>(depth, sps.reorder_depth);
     return depth;
 }
 
