@@ -45,6 +45,36 @@ TEST(Long, AnAviFileOfOver4GbIsListedAndExtracted) {
     EXPECT_EQ(shell.get("out"), stream);
 }
 
+// Chunks that are holes but for their first bytes; sizes and index were never written.
+TEST(Long, AnUnfinishedFileOfOver4GbIsRepaired) {
+    constexpr uint32_t kChunk = 0x1000000;
+    constexpr uint64_t kCount = 260;
+    const Shell shell;
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.zero_movi_size = true;
+    Bytes start = builder.build().flatten();
+    std::fill_n(start.begin() + 4, 4, uint8_t{0});
+    std::ofstream file(shell.path("in"), std::ios::binary);
+    file.write(reinterpret_cast<const char *>(start.data()), std::ssize(start));
+    for (uint64_t i = 0; i < kCount; ++i) {
+        const Bytes header = join({text("00dc"), le32(kChunk), le32(static_cast<uint32_t>(i))});
+        file.seekp(static_cast<std::streamoff>(start.size() + i * (kChunk + 8)));
+        file.write(reinterpret_cast<const char *>(header.data()), std::ssize(header));
+    }
+    ASSERT_TRUE(file.flush());
+    std::filesystem::resize_file(shell.path("in"), start.size() + kCount * (kChunk + 8));
+    // Memory: one frame for the library, and little else.
+    EXPECT_EQ(shell.run("ulimit -v 200000; quorv repair in -o out").exit_code, 0);
+    EXPECT_EQ(lines_of(shell.run("grep -ao 'AVIXLIST' out").out).size(), 4u);
+    EXPECT_GT(std::filesystem::file_size(shell.path("out")), uint64_t{1} << 32);
+    const auto digests = [&](const std::string &name) {
+        return shell.run("quorv frames --json --md5 " + name + " | grep -o '\"md5.*'").out;
+    };
+    EXPECT_EQ(lines_of(digests("out")).size(), kCount);
+    EXPECT_EQ(digests("out"), digests("in"));
+    EXPECT_EQ(shell.json("quorv frames --json --from 10240 out").at(0)["pts_ms"], 10240);
+}
+
 TEST(Long, SoundOfOver4GbIsAnRf64File) {
     constexpr size_t kHeaderBytes = 80, kSizeAt = 28;
     const Bytes piece = real_mp3_stream();

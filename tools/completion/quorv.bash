@@ -6,7 +6,7 @@ _quorv() {
   [[ $before == = ]] && before=${COMP_WORDS[COMP_CWORD - 2]}
   [[ $word == = ]] && word=
 
-  local commands='info frames extract headers decode'
+  local commands='info frames extract headers decode repair'
   if [[ $COMP_CWORD -eq 1 || (${COMP_WORDS[1]} == help && $COMP_CWORD -eq 2) ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$commands help --help --version" -- "$word")
     return
@@ -17,13 +17,14 @@ _quorv() {
     extract) options='--track --output --frames-only' ;;
     headers) options='--json --track' ;;
     decode) options='--output --track --rate --channels' ;;
+    repair) options='--output --segment' ;;
     *) return ;;
   esac
 
   case $before in
     --mode) mapfile -t COMPREPLY < <(compgen -W 'prev next' -- "$word") ;;
     --channels) mapfile -t COMPREPLY < <(compgen -W '1 2' -- "$word") ;;
-    --track | --from | --rate) ;;  # numbers that only the user knows
+    --track | --from | --rate | --segment) ;;  # numbers that only the user knows
     *)
       if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$word")

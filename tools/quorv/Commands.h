@@ -11,6 +11,7 @@ void add_frames_command(Session &session);
 void add_extract_command(Session &session);
 void add_headers_command(Session &session);
 void add_decode_command(Session &session);
+void add_repair_command(Session &session);
 
 }  // namespace quorv::tool
 

@@ -149,7 +149,7 @@ SeekResult MediaFile::seek(const Track &track, uint32_t time_ms, QuorvSeek mode)
 }
 
 std::string MediaFile::damage() const {
-    const QuorvDamage &damage = *quorv_damage(reader_.get(), QUORV_WHOLE_FILE);
+    const QuorvDamage &damage = damage_facts();
     std::vector<std::string> reasons;
     if (damage.cut_off != 0 && damage.bytes_missing >= 0) {
         reasons.push_back(fmt::format("truncated: its header declares {} bytes, the file has {}",

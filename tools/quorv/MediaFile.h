@@ -57,6 +57,8 @@ public:
     SeekResult seek(const Track &track, uint32_t time_ms, QuorvSeek mode);
     // What a user must know about a file that could be opened but is not whole; else empty.
     std::string damage() const;
+    // What damage() puts in words.
+    const QuorvDamage &damage_facts() const { return *quorv_damage(reader_.get(), QUORV_WHOLE_FILE); }
 
 private:
     struct Close {

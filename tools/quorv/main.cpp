@@ -61,6 +61,7 @@ void describe(CLI::App &app) {
         "  quorv extract holiday.avi --track 2 -o holiday.mp3\n"
         "  quorv headers holiday.h264\n"
         "  quorv decode holiday.mp3 -o holiday.wav\n"
+        "  quorv repair unfinished.avi -o whole.avi\n"
         "\n"
         "'quorv help COMMAND' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
         "supported, 2 wrong usage, 3 the file or the output could not be read or written.");
@@ -81,6 +82,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     add_extract_command(session);
     add_headers_command(session);
     add_decode_command(session);
+    add_repair_command(session);
     const std::vector<std::string> words = arguments(argc, argv);
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // as the parser wants them
