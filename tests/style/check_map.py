@@ -3,8 +3,8 @@
 
 usage: check_map.py PROJECT_DIR
 
-A unit is a .cpp, a .h or a pair of them. Below a heading that is a folder ("## `src/platform`"), the names in the last
-column of the table are the units of that folder.
+A unit is a .cpp, a .h or a pair of them. Below a heading that is a folder of them ("## `src/platform`"), the names in the
+last column of the table are its units.
 """
 import pathlib
 import re
@@ -23,7 +23,8 @@ def units_of(project):
 def named_units(text):
     for section in re.split(r"^## ", text, flags=re.M)[1:]:
         heading = re.match(r"`([^`]+)`\n", section)
-        for row in re.findall(r"^\|.*\| (.*) \|$", section, re.M) if heading else ():
+        held = heading and heading[1].startswith(ROOTS)
+        for row in re.findall(r"^\|.*\| (.*) \|$", section, re.M) if held else ():
             yield from ((heading[1], name) for name in re.findall(r"`([^`]+)`", row))
 
 
