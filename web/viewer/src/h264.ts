@@ -17,7 +17,7 @@ export class H264Decoder implements PictureDecoder {
     }
     const config = configuration(track);
     if (!config) return 'The H.264 stream lacks the parameters that a decoder needs';
-    const { supported } = await VideoDecoder.isConfigSupported(config);
+    const { supported } = await VideoDecoder.isConfigSupported(config).catch(() => ({ supported: false }));
     return supported ? null : `This browser cannot decode this kind of H.264 (${config.codec})`;
   }
 
@@ -80,7 +80,8 @@ export class H264Decoder implements PictureDecoder {
     const durationUs = this.durations.get(timeUs) ?? 0;
     // What is shown before this one has come out, or never will.
     for (const time of this.durations.keys()) if (time <= timeUs) this.durations.delete(time);
-    this.deliver({ image: frame, timeUs, durationUs, close: () => frame.close() });
+    const { displayWidth: width, displayHeight: height } = frame;
+    this.deliver({ image: frame, width, height, timeUs, durationUs, close: () => frame.close() });
   }
 }
 

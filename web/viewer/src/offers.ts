@@ -1,7 +1,7 @@
 // What can be saved of a file, and in which form: one button each.
 import type { MediaFile, Track } from 'quorv';
 import type { Destination } from './destination.js';
-import { planMovie, saveMovie, type Container, type MoviePlan } from './save-movie.js';
+import { planMovie, type Container, type MoviePlan } from './movie-plan.js';
 import { hasWav, saveWav, type Work } from './save-sound.js';
 import { saveTrack, standsAlone, trackExtension } from './save-track.js';
 import * as words from './words.js';
@@ -33,7 +33,7 @@ function movieOffers(file: MediaFile, stem: string): Offer[] {
     if (!plan) return [];
     return [{
       label: `Save as ${name}`, detail: movieDetail(plan), fileName: `${stem}.${container}`, main: true,
-      save: (from, to, work) => saveMovie(from, plan, to, work),
+      save: async (from, to, work) => (await import('./save-movie.js')).saveMovie(from, plan, to, work),
     }];
   });
 }

@@ -117,9 +117,7 @@ export class Page {
       track.type === 'video' ? { ...choice, video: track } : { ...choice, audio: track });
     byId('tracks', HTMLElement).replaceChildren(...trackItems(file, playable, choice, other));
     this.hasPicture = false;
-    this.canvas.width = choice.video?.width || 16;
-    this.canvas.height = choice.video?.height || 9;
-    byId('stage', HTMLElement).style.setProperty('--aspect', `${this.canvas.width} / ${this.canvas.height}`);
+    this.resize(16, 9);
     this.explain(opened, choice);
     this.player = choice.video || choice.audio ? new Player(file, choice, this.timing, {
       changed: () => this.changed(),
@@ -127,6 +125,7 @@ export class Page {
       complain: (reason) => this.problem(reason),
     }) : null;
     this.controls.attach(this.player);
+    this.changed();
   }
 
   private async replacePlayer(opened: Opened, choice: Choice): Promise<void> {
@@ -156,8 +155,17 @@ export class Page {
   }
 
   private draw(picture: Picture): void {
+    this.resize(picture.width, picture.height);
     this.canvas.getContext('2d')!.drawImage(picture.image, 0, 0, this.canvas.width, this.canvas.height);
     this.hasPicture = true;
+  }
+
+  /** By what was decoded, since a file may claim any size. */
+  private resize(width: number, height: number): void {
+    if (this.canvas.width === width && this.canvas.height === height) return;
+    this.canvas.width = width;
+    this.canvas.height = height;
+    byId('stage', HTMLElement).style.setProperty('--aspect', `${width} / ${height}`);
   }
 
   private pictureShown(): { canvas: HTMLCanvasElement; us: number } | null {

@@ -6,6 +6,8 @@ import { RawPictures, rawLayout } from './raw-pictures.js';
 
 export interface Picture {
   readonly image: CanvasImageSource;
+  readonly width: number;
+  readonly height: number;
   /** When it is shown. */
   readonly timeUs: number;
   readonly durationUs: number;
@@ -81,7 +83,10 @@ class JpegDecoder implements PictureDecoder {
     --this.pending;
     if (image instanceof Error) return this.complain(`Some pictures cannot be decoded (${image.message}).`);
     const { timeUs, durationUs } = packet;
-    this.deliver({ image, timeUs, durationUs, close: () => image.close() });
+    const { width } = image;
+    // Of two fields in a packet the first one is decoded, and stands for both.
+    const height = image.height * 2 === this.track.height ? this.track.height : image.height;
+    this.deliver({ image, width, height, timeUs, durationUs, close: () => image.close() });
   }
 }
 

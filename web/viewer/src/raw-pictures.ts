@@ -76,7 +76,7 @@ export class RawPictures implements PictureDecoder {
     const { width, height, bytes } = this.layout;
     if (data.length < bytes) return this.complain('Some pictures are cut off.');
     const frame = this.layout.frame(data, { timestamp: timeUs, codedWidth: width, codedHeight: height });
-    this.deliver({ image: frame, timeUs, durationUs, close: () => frame.close() });
+    this.deliver({ image: frame, width, height, timeUs, durationUs, close: () => frame.close() });
   }
 
   async flush(): Promise<void> {}

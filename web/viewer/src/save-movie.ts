@@ -1,44 +1,14 @@
-// Saves H.264 with its sound as MP4 or Matroska, without encoding anything anew.
+// Saves H.264 with its sound as MP4 or Matroska, without encoding anything anew. Loaded when it is needed: what writes
+// these files is most of the page's code.
 import { EncodedAudioPacketSource, EncodedPacket, EncodedVideoPacketSource, MkvOutputFormat, Mp4OutputFormat, Output,
   StreamTarget, type AudioCodec, type StreamTargetChunk } from 'mediabunny';
-import type { MediaFile, Packet, SampleFormat, Track } from 'quorv';
+import type { MediaFile, Packet, Track } from 'quorv';
 import { codecString, decoderRecord, lengthPrefixed, NAL_SPS, unitsOfType } from './annexb.js';
 import type { Destination } from './destination.js';
 import { join } from './h264.js';
+import { audioCodec, type MoviePlan } from './movie-plan.js';
 import { FrameCutter } from './mpeg-audio.js';
 import type { Work } from './save-sound.js';
-
-export type Container = 'mp4' | 'mkv';
-
-/** What goes into a movie of a file, and what has no place in that container. */
-export interface MoviePlan {
-  readonly container: Container;
-  readonly video: Track;
-  readonly audio: readonly Track[];
-  readonly leftOut: readonly Track[];
-}
-
-const PCM_CODECS: Partial<Record<SampleFormat, AudioCodec>> = {
-  s16: 'pcm-s16', s24: 'pcm-s24', s32: 'pcm-s32', f32: 'pcm-f32', f64: 'pcm-f64',
-};
-
-/** null where there is no H.264 that a container could describe. */
-export function planMovie(tracks: readonly Track[], container: Container): MoviePlan | null {
-  const video = tracks.find((track) => track.readable && track.codec === 'h264' && decoderRecord(track.codecData));
-  if (!video) return null;
-  const sound = tracks.filter((track) => track.readable && track.type === 'audio');
-  return {
-    container, video,
-    audio: sound.filter((track) => audioCodec(track, container)),
-    leftOut: tracks.filter((track) => track !== video && !audioCodec(track, container)),
-  };
-}
-
-function audioCodec(track: Track, container: Container): AudioCodec | null {
-  if (track.codec === 'mp3') return 'mp3';
-  if (container === 'mkv' && track.sampleFormat === 'u8') return 'pcm-u8';
-  return PCM_CODECS[track.sampleFormat] ?? null;
-}
 
 export async function saveMovie(file: MediaFile, plan: MoviePlan, to: Destination, work: Work): Promise<void> {
   const target = new StreamTarget(new WritableStream<StreamTargetChunk>({

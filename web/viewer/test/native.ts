@@ -49,7 +49,12 @@ export function sampleCount(file: string, { track, codec, channels, block_align 
   if (!/^mp[123] $/.test(codec)) {
     return frames(file, track).reduce((sum, frame) => sum + frame.size, 0) / block_align;
   }
+  return (decode(file, track).length - 44) / (2 * channels);
+}
+
+/** A WAV file of a track's sound. */
+export function decode(file: string, track: number): Buffer {
   const out = join(work, 'native.wav');
   run('decode', file, '--track', String(track), '-o', out);
-  return (readFileSync(out).length - 44) / (2 * channels);
+  return readFileSync(out);
 }

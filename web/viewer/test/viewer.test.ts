@@ -42,6 +42,8 @@ async function open(path: string): Promise<void> {
   await drop(page, path);
   await page.waitForSelector(`body[data-state="open"] #file-name:text-is("${basename(path)}")`);
   await page.waitForSelector('#damage:not([data-state="checking"])');
+  // The first picture is on show before anything is played.
+  await page.waitForSelector('#stage:not([data-kind="picture"]), #stage:not([data-shown="0"])');
 }
 
 const text = (selector: string): Promise<string> => page.locator(selector).innerText();
@@ -110,7 +112,6 @@ describe.each(names)('%s', (name) => {
 
   test.runIf(shown || audio)('is played to its end', async () => {
     const { drawn, heard } = await playToEnd(name.includes('two-index') ? 20_000 : 5_000);
-    // The first picture was on show before.
     if (shown) expect(drawn.length + 1).toBe(videoFrames.length);
     expect(drawn).toEqual([...drawn].sort((a, b) => a - b));
     expect(heard).toBe(audio ? native.sampleCount(path, audio) : 0);
@@ -267,6 +268,30 @@ describe('other files', () => {
     expect(await text('#failure')).toContain('letter.avi cannot be opened.');
     await open(COMMITTED);
     expect(await text('#file-facts')).toBe('AVI · 0:03 · 62.3 kB');
+  });
+
+  test('an MP3 file is played and saved as it is decoded by the native library', async () => {
+    const path = join(native.work, 'sound.mp3');
+    writeFileSync(path, native.extract(join(native.samples, 'h264-mp3-vbr.avi'), 2));
+    await open(path);
+    const { heard } = await playToEnd(5_000);
+    const wav = readFileSync(await save('sound.wav'));
+    const expected = native.decode(path, 1);
+    expect(heard).toBe((expected.length - 44) / 2);
+    expect(wav.subarray(44).equals(expected.subarray(44))).toBe(true);
+  });
+
+  test('hostile files end in a message or are listed', async () => {
+    const corpus = fileURLToPath(new URL('../../../fuzz/corpus', import.meta.url));
+    for (const folder of ['asf_splitter', 'avi_splitter', 'media']) {
+      // What ends in _calls differs only in how the native library is called.
+      for (const name of readdirSync(join(corpus, folder)).filter((each) => !each.endsWith('_calls'))) {
+        await page.evaluate(() => { document.body.dataset.state = 'empty'; });
+        await drop(page, join(corpus, folder, name));
+        await page.waitForSelector('body[data-state="failed"], body[data-state="open"] #damage:not([data-state="checking"])');
+      }
+    }
+    await open(COMMITTED);
   });
 
   test('WMV and WMA are listed, drawn and saved, and the page says that they are not shown', async () => {
