@@ -34,8 +34,9 @@ export class Engine {
   readonly #reader: PacketReader;
   readonly #description: Description;
   readonly #blocks: Blocks;
-  /** Goes over the whole file on its own. */
-  #scanner: PacketReader | undefined;
+  /** Goes over the whole file on its own; which scan it is for. */
+  #scanner: Promise<PacketReader> | undefined;
+  #scan = 0;
   /** By track. */
   readonly #decodings = new Map<number, Decoding>();
 
@@ -66,14 +67,17 @@ export class Engine {
     return this.#reader.alone(() => this.#reader.read(options));
   }
 
-  /** The next packets of the scan without their bytes; begins one if `anew`. */
-  async scan(options: PacketOptions, anew: boolean): Promise<TableBatch> {
-    if (anew || this.#scanner === undefined) {
-      this.#scanner?.close();
-      this.#scanner = undefined;
-      this.#scanner = await PacketReader.open(this.#library, this.#blocks);
+  /** The next packets of a scan without their bytes. One with a higher number ends that before it. */
+  async scan(options: PacketOptions, scan: number): Promise<TableBatch> {
+    if (scan < this.#scan) throw new QuorvError('closed', 'another scan has begun');
+    const before = scan > this.#scan ? this.#scanner : undefined;
+    if (scan > this.#scan) {
+      this.#scan = scan;
+      this.#scanner = PacketReader.open(this.#library, this.#blocks);
     }
-    const scanner = this.#scanner;
+    // Its reader may be waiting for bytes.
+    void before?.then((reader) => reader.alone(async () => reader.close()), () => undefined);
+    const scanner = await this.#scanner!;
     return scanner.alone(() => scanner.readTable(options));
   }
 
@@ -102,11 +106,12 @@ export class Engine {
     return decoding;
   }
 
-  damage(): Damage {
-    const reader = this.#scanner?.ended === true ? this.#scanner : this.#reader;
-    const of = (track: number) =>
-      damageOf(this.#library, this.#library.call('quorv_damage', reader.address, track));
-    return { ...of(wholeFile), tracks: this.#description.tracks.map((track) => of(track.index)) };
+  async damage(): Promise<Damage> {
+    const scanner = await this.#scanner?.catch(() => undefined);
+    const reader = scanner?.ended === true ? scanner : this.#reader;
+    const of = (track: number) => damageOf(this.#library, this.#library.call('quorv_damage', reader.address, track));
+    return reader.alone(async () =>
+      ({ ...of(wholeFile), tracks: this.#description.tracks.map((track) => of(track.index)) }));
   }
 
   /** Memory goes with the last reference. */

@@ -29,6 +29,7 @@ export class OpenFile implements MediaFile {
   readonly #engine: EngineCalls;
   /** By track. */
   readonly #waiting: Waiting[];
+  #scans = 0;
   #closed = false;
 
   constructor(engine: EngineCalls) {
@@ -54,8 +55,9 @@ export class OpenFile implements MediaFile {
 
   async *scan(options: PacketOptions = {}): AsyncIterableIterator<PacketTable> {
     const tracks = this.#readable(options.tracks);
-    for (let anew = true; ; anew = false) {
-      const { table, ended, error } = await this.#opened().scan({ ...options, tracks }, anew);
+    const scan = ++this.#scans;
+    for (;;) {
+      const { table, ended, error } = await this.#opened().scan({ ...options, tracks }, scan);
       if (table.size.length > 0) yield table;
       if (error !== undefined && error.code !== 'damaged') throw error;
       if (ended) return;

@@ -13,10 +13,10 @@ import type { WorkerInput } from './worker.js';
 export interface EngineCalls {
   describe(): Description;
   read(options: PacketOptions): Promise<PacketBatch>;
-  scan(options: PacketOptions, anew: boolean): Promise<TableBatch>;
+  scan(options: PacketOptions, scan: number): Promise<TableBatch>;
   seek(timeUs: number, after: boolean, tracks: readonly number[] | undefined): Promise<number>;
   decode(track: number, packets: readonly Packet[]): Promise<SamplesBatch>;
-  damage(): Damage | Promise<Damage>;
+  damage(): Promise<Damage>;
   close(): void | Promise<void>;
 }
 
@@ -49,7 +49,7 @@ function remote(channel: Channel, source: ByteSource | undefined, description: D
   return {
     describe: () => description,
     read: (options) => channel.call('read', options) as Promise<PacketBatch>,
-    scan: (options, anew) => channel.call('scan', options, anew) as Promise<TableBatch>,
+    scan: (options, scan) => channel.call('scan', options, scan) as Promise<TableBatch>,
     seek: (timeUs, after, tracks) => channel.call('seek', timeUs, after, tracks) as Promise<number>,
     decode: (track, packets) => channel.call('decode', track, packets) as Promise<SamplesBatch>,
     damage: () => channel.call('damage') as Promise<Damage>,

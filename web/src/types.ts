@@ -218,7 +218,8 @@ export interface MediaFile {
 
   /**
    * All packets of the file without their bytes, in pieces of some thousand, from its beginning, whatever its tracks'
-   * places are; those stay. Goes on behind damage. Afterwards `damage` tells of the whole file.
+   * places are; those stay. Goes on behind damage. Afterwards `damage` tells of the whole file. Another scan ends this
+   * one with the code 'closed'.
    */
   scan(options?: PacketOptions): AsyncIterableIterator<PacketTable>;
 

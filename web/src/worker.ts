@@ -30,7 +30,7 @@ function opened(): Engine {
 const calls: Record<string, (...values: never[]) => unknown> = {
   open,
   read: (options: PacketOptions) => opened().read(options),
-  scan: (options: PacketOptions, anew: boolean) => opened().scan(options, anew),
+  scan: (options: PacketOptions, scan: number) => opened().scan(options, scan),
   seek: (timeUs: number, after: boolean, tracks: number[] | undefined) => opened().seek(timeUs, after, tracks),
   decode: (track: number, packets: Packet[]) => opened().decode(track, packets),
   damage: () => opened().damage(),

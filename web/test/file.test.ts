@@ -114,6 +114,15 @@ describe.each([false, true])('in a worker: %s', (worker) => {
   });
 });
 
+test('scans once at a time', async () => {
+  const { source, frames } = sparseAvi(40_000_000);
+  const slow = { size: source.size, read: (at: number, size: number) => Promise.resolve(source.read(at, size)) };
+  const file = await opened(slow);
+  const [first, second] = await Promise.all([code(all(file.scan())), all(file.scan())]);
+  expect(first).toBe('closed');
+  expect(second.reduce((count, table) => count + table.size.length, 0)).toBe(frames);
+});
+
 test('goes on where an iteration was left, whichever tracks it has', async () => {
   const file = await opened(bytes);
   const packets: Packet[] = [];
