@@ -24,7 +24,7 @@ export interface Timing {
 /** How often `onTick` calls where nothing is displayed, as in a tab in the background. */
 const BACKGROUND_TICK_MS = 250;
 /** Between the call of `start` and the first sample, so that this is not late. */
-const LEAD_SECONDS = 0.03;
+const LEAD_SECONDS = 0.08;
 
 /** Real time, as the sound card counts it. */
 export class AudioTiming implements Timing {
