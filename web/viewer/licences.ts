@@ -41,7 +41,8 @@ export function licences(own: string): Plugin {
           if (folder && existsSync(dirname(folder))) folders.add(folder);
         }
       }
-      const parts = [`quorv and its viewer (Apache-2.0)\n\n${readFileSync(own, 'utf8').trim()}\n`, ...MODULE_PACKAGES.map(moduleLicence),
+      const parts = [`quorv and its viewer (Apache-2.0)\n\n${readFileSync(own, 'utf8').trim()}\n`,
+        ...MODULE_PACKAGES.map(moduleLicence),
         ...[...folders].sort().map(licenceOf)];
       this.emitFile({ type: 'asset', fileName: 'licences.txt', source: parts.join(`\n${'-'.repeat(78)}\n\n`) });
     },

@@ -3,5 +3,5 @@ import { fileURLToPath } from 'node:url';
 import { defineConfig } from 'vitest/config';
 
 export default defineConfig({
-  test: { root: fileURLToPath(new URL('.', import.meta.url)), include: ['test/*.test.ts'], testTimeout: 60_000, fileParallelism: false },
+  test: { root: fileURLToPath(new URL('.', import.meta.url)), include: ['test/*.test.ts'], testTimeout: 60_000 },
 });

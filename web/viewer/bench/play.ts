@@ -12,14 +12,17 @@ const FOLDER = fileURLToPath(new URL('../../../build/bench-viewer', import.meta.
 const SECONDS = 20;
 
 const video = (width: number, height: number, rate: number): string =>
-  `videotestsrc num-buffers=${SECONDS * rate} pattern=smpte horizontal-speed=4 ! video/x-raw,width=${width},height=${height},framerate=${rate}/1,format=I420 !`;
+  `videotestsrc num-buffers=${SECONDS * rate} pattern=smpte horizontal-speed=4 `
+  + `! video/x-raw,width=${width},height=${height},framerate=${rate}/1,format=I420 !`;
 const audio = (rate: number): string =>
-  `audiotestsrc num-buffers=${Math.ceil((SECONDS * rate) / 1152)} samplesperbuffer=1152 wave=pink-noise ! audio/x-raw,rate=${rate},channels=2,format=S16LE,layout=interleaved !`;
+  `audiotestsrc num-buffers=${Math.ceil((SECONDS * rate) / 1152)} samplesperbuffer=1152 wave=pink-noise `
+  + `! audio/x-raw,rate=${rate},channels=2,format=S16LE,layout=interleaved !`;
 
 const FILES = [
   {
     name: '640x360 H.264, 30 fps, MP3', file: 'h264-640x360.avi', pictures: SECONDS * 30,
-    pipeline: `${video(640, 360, 30)} x264enc bitrate=1500 key-int-max=60 bframes=2 ! video/x-h264,profile=high ! mux. ${audio(44100)} lamemp3enc target=bitrate bitrate=128 cbr=true ! mux.`,
+    pipeline: `${video(640, 360, 30)} x264enc bitrate=1500 key-int-max=60 bframes=2 ! video/x-h264,profile=high ! mux. `
+      + `${audio(44100)} lamemp3enc target=bitrate bitrate=128 cbr=true ! mux.`,
   },
   {
     name: '1280x720 motion JPEG, 25 fps, PCM', file: 'mjpeg-1280x720.avi', pictures: SECONDS * 25,
@@ -31,7 +34,8 @@ function make(file: string, pipeline: string): string {
   const path = join(FOLDER, file);
   mkdirSync(FOLDER, { recursive: true });
   if (!existsSync(path)) {
-    execFileSync('gst-launch-1.0', ['-q', ...pipeline.split(' '), 'avimux', 'name=mux', '!', 'filesink', `location=${path}`]);
+    const sink = ['avimux', 'name=mux', '!', 'filesink', `location=${path}`];
+    execFileSync('gst-launch-1.0', ['-q', ...pipeline.split(' '), ...sink]);
   }
   return path;
 }
@@ -48,8 +52,8 @@ for (const { name, file, pictures, pipeline } of FILES) {
   await page.waitForSelector('#stage[data-state="ended"]', { timeout: 10 * SECONDS * 1000 });
   const seconds = (performance.now() - started) / 1000;
   const { shown, dropped } = await page.evaluate(() => ({ ...document.querySelector<HTMLElement>('#stage')!.dataset }));
-  console.log(`${name}: ${dropped} of ${pictures} pictures dropped, ${shown} shown, ${SECONDS} s played in ${seconds.toFixed(1)} s; `
-    + `load ${loadavg()[0]!.toFixed(1)}`);
+  console.log(`${name}: ${dropped} of ${pictures} pictures dropped, ${shown} shown, `
+    + `${SECONDS} s played in ${seconds.toFixed(1)} s; load ${loadavg()[0]!.toFixed(1)}`);
   await page.close();
 }
 await browser.close();

@@ -135,14 +135,15 @@ export class FilePicture {
   private options(kind: ChartKind, width: number): uPlot.Options {
     const ink = color('--ink-soft');
     const grid = { stroke: color('--rule'), width: 1 };
-    const axis = { stroke: ink, grid, ticks: { show: false }, font: `12px ${getComputedStyle(document.body).fontFamily}` };
+    const font = `12px ${getComputedStyle(document.body).fontFamily}`;
+    const axis = { stroke: ink, grid, ticks: { show: false }, font };
     return {
       width, height: kind.height,
       cursor: { sync: { key: 'file' }, drag: { x: true, y: false, setScale: false }, points: { show: false } },
       scales: { x: { time: false, range: () => [this.view.fromUs / 1e6, this.view.toUs / 1e6] },
-        ...(kind.fromZero ? { y: { range: (_: uPlot, __: number, most: number): uPlot.Range.MinMax => [0, Math.max(1, most * 1.1)] } } : {}) },
+        ...(kind.fromZero ? { y: { range: fromZero } } : {}) },
       series: [
-        { label: 'Time', value: (_, seconds: number | null) => (seconds === null ? '–' : words.time(seconds * 1e6, 1)) },
+        { label: 'Time', value: (_, at: number | null) => (at === null ? '–' : words.time(at * 1e6, 1)) },
         ...kind.series.map((series) => ({
           spanGaps: false, points: { show: false },
           value: (_: uPlot, value: number | null) => (value === null ? '–' : kind.value(value)), ...series,
@@ -195,6 +196,10 @@ export class FilePicture {
     for (const [at, plot] of this.plots.entries()) plot.setSize({ width, height: this.kinds[at]!.height });
     this.show(this.view.fromUs, this.view.toUs);
   }
+}
+
+function fromZero(_: uPlot, __: number, most: number): uPlot.Range.MinMax {
+  return [0, Math.max(1, most * 1.1)];
 }
 
 function timeTicks(_: uPlot, ticks: number[], __: number, ___: number, step: number): string[] {
@@ -257,8 +262,10 @@ function sizeChart(video: TrackSurvey | undefined, audio: readonly TrackSurvey[]
   const series = (label: string, name: string): uPlot.Series =>
     ({ label, stroke: () => color(name), fill: () => color(name), width: 0, paths: bars });
   return {
-    title: video ? 'Size of frames' : 'Size of packets', explanation: sizeText(video, audio), height: 190, fromZero: true, value: words.size,
-    series: [...kinds.map((each) => series(each.label, each.color)), ...audio.slice(0, 1).map(() => ({ ...series('Sound', '--sound'), show: !video }))],
+    title: video ? 'Size of frames' : 'Size of packets', explanation: sizeText(video, audio),
+    height: 190, fromZero: true, value: words.size,
+    series: [...kinds.map((each) => series(each.label, each.color)),
+      ...audio.slice(0, 1).map(() => ({ ...series('Sound', '--sound'), show: !video }))],
     rows: (columns) => [...kinds.map(({ kind }) => largest(video!, kind, columns)),
       ...audio.slice(0, 1).map((each) => largest(each, Kind.Sound, columns))],
   };
@@ -268,14 +275,15 @@ function sizeText(video: TrackSurvey | undefined, audio: readonly TrackSurvey[])
   if (!video) return `${words.count(audio[0]?.count ?? 0, 'packet')} of sound.`;
   const keys = video.kind.reduce((sum, kind) => sum + (kind === Kind.Key ? 1 : 0), 0);
   const most = video.size.reduce((max, size) => Math.max(max, size), 0);
-  return `${words.count(video.count, 'frame')}, ${words.count(keys, 'key frame')}; the largest has ${words.size(most)}.`;
+  const frames = `${words.count(video.count, 'frame')}, ${words.count(keys, 'key frame')}`;
+  return `${frames}; the largest has ${words.size(most)}.`;
 }
 
 function distanceChart(video: TrackSurvey, audio: TrackSurvey): ChartKind {
   return {
     title: 'How far sound lies from its picture',
-    explanation: 'Bytes of the file between a picture and the sound of the same moment; below zero the sound comes first. '
-      + 'Far apart means a player must read at two places.',
+    explanation: 'Bytes of the file between a picture and the sound of the same moment; below zero the sound comes '
+      + 'first. Far apart means a player must read at two places.',
     height: 160, fromZero: false, value: (value) => (value < 0 ? `−${words.size(-value)}` : words.size(value)),
     series: [{ label: 'Sound behind picture', stroke: () => color('--distance'), width: 1.5 }],
     rows: (columns) => [distances(video, audio, columns)],

@@ -23,7 +23,9 @@ export class Controls {
 
   constructor(private readonly setVolume: (volume: number) => void) {
     this.playButton.addEventListener('click', () => this.toggle());
-    this.seekBar.addEventListener('input', () => this.seekTo((this.seekBar.valueAsNumber / SEEK_STEPS) * this.lengthUs));
+    this.seekBar.addEventListener('input', () => {
+      this.seekTo((this.seekBar.valueAsNumber / SEEK_STEPS) * this.lengthUs);
+    });
     this.muteButton.addEventListener('click', () => this.mute(!this.muted));
     this.volumeBar.addEventListener('input', () => this.mute(false));
     byId('full-screen', HTMLButtonElement).addEventListener('click', () => this.fullScreen());

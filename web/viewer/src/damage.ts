@@ -6,7 +6,8 @@ import { count, place, size, trackTitle } from './words.js';
 export function damageSentences(damage: Damage, tracks: readonly Track[]): string[] {
   const sentences: string[] = [];
   if (damage.cutOff) {
-    const missing = damage.bytesMissing > 0 ? `: ${size(damage.bytesMissing)} that its own header promises are missing` : '';
+    const missing = damage.bytesMissing > 0
+      ? `: ${size(damage.bytesMissing)} that its own header promises are missing` : '';
     sentences.push(`The file ends too early${missing}. What is there can be used.`);
   }
   const { bytesPassedOver, chunksMissing, packetsUnusable, framesSkipped } = damage;

@@ -63,7 +63,8 @@ class MemoryDestination implements Destination {
 
   async write(data: Uint8Array<ArrayBuffer>, position: number): Promise<void> {
     if (position + data.length > MEMORY_LIMIT) {
-      throw new Error('It is larger than 1 GB, which is what this browser can save. Chrome and Edge on a computer save files of any size.');
+      throw new Error('It is larger than 1 GB, which is what this browser can save. '
+        + 'Chrome and Edge on a computer save files of any size.');
     }
     this.length = Math.max(this.length, position + data.length);
     for (let taken = 0; taken < data.length;) {

@@ -73,7 +73,8 @@ export class Drawing {
       };
       signal.addEventListener('abort', () => resolve(false));
       this.large.replaceChildren(
-        element('p', {}, `This file is large. To draw it and to check it for damage, all of it is read (${words.size(bytes)}).`),
+        element('p', {}, 'This file is large. To draw it and to check it for damage, all of it is read '
+          + `(${words.size(bytes)}).`),
         element('button', { type: 'button', class: 'primary', click: start }, 'Read and draw it'));
       this.large.hidden = false;
     });
@@ -89,7 +90,8 @@ export class Drawing {
     const picture = this.picture;
     if (!picture || event.ctrlKey || event.metaKey || event.altKey) return;
     const actions: Record<string, () => void> = {
-      '+': () => picture.zoom(0.5), '=': () => picture.zoom(0.5), '-': () => picture.zoom(2), '0': () => picture.whole(),
+      '+': () => picture.zoom(0.5), '=': () => picture.zoom(0.5), '-': () => picture.zoom(2),
+      '0': () => picture.whole(),
       ArrowLeft: () => picture.pan(-0.25), ArrowRight: () => picture.pan(0.25),
     };
     const action = actions[event.key];

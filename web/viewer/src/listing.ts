@@ -21,8 +21,8 @@ export async function findPlayable(file: MediaFile): Promise<Playable[]> {
 async function obstacle(track: Track): Promise<string | null> {
   if (!track.readable) return 'Can only be listed';
   if (track.type === 'video') return whyNotShown(track);
-  if (track.type === 'audio') return HEARD.includes(track.codec) ? null : `${name(track)} cannot be played in a browser`;
-  return 'Cannot be played';
+  if (track.type === 'audio' && HEARD.includes(track.codec)) return null;
+  return `${name(track)} cannot be played in a browser`;
 }
 
 /** The first track of each type that can be played. */

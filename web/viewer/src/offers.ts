@@ -47,7 +47,8 @@ function movieDetail({ video, audio, leftOut }: MoviePlan): string {
 function wavOffers(file: MediaFile, stem: string): Offer[] {
   const sounds = file.tracks.filter((track) => track.readable && hasWav(track));
   return sounds.map((track) => ({
-    label: sounds.length === 1 ? 'Save the sound as WAV' : `Save ${words.trackTitle(track, file.tracks).toLowerCase()} as WAV`,
+    label: sounds.length === 1 ? 'Save the sound as WAV'
+      : `Save ${words.trackTitle(track, file.tracks).toLowerCase()} as WAV`,
     detail: track.codec === 'pcm' ? `${track.codecName}, as it is` : 'decoded to 16 bits',
     fileName: `${stem}${sounds.length === 1 ? '' : `-${track.number}`}.wav`, main: false,
     save: (from, to, work) => saveWav(from, track, to, work),

@@ -106,8 +106,9 @@ export class Page {
   private condition(state: 'checking' | 'sound' | 'damaged', sentences: readonly string[]): void {
     const place = byId('damage', HTMLElement);
     place.dataset.state = state;
-    if (state === 'damaged') place.replaceChildren(element('ul', {}, ...sentences.map((text) => element('li', {}, text))));
-    else place.replaceChildren(element('p', {}, state === 'sound' ? 'No damage found.' : 'Not checked yet: that takes reading the whole file.'));
+    const text = state === 'sound' ? 'No damage found.' : 'Not checked yet: that takes reading the whole file.';
+    place.replaceChildren(state === 'damaged'
+      ? element('ul', {}, ...sentences.map((each) => element('li', {}, each))) : element('p', {}, text));
   }
 
   /** Plays these tracks, from the beginning. */

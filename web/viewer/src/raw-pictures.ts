@@ -7,8 +7,9 @@ export interface RawLayout {
   readonly width: number;
   readonly height: number;
   readonly bytes: number;
-  /** Makes a picture of at least `bytes` bytes. */
-  frame(data: Uint8Array<ArrayBuffer>, init: { timestamp: number; codedWidth: number; codedHeight: number }): VideoFrame;
+  readonly format: VideoPixelFormat;
+  /** Brings at least `bytes` bytes of a packet into that format. */
+  arrange(data: Uint8Array<ArrayBuffer>): Uint8Array<ArrayBuffer>;
 }
 
 const FOURCC = { I420: 0x49343230, YV12: 0x59563132, IYUV: 0x49595556, YUY2: 0x59555932 };
@@ -19,15 +20,15 @@ export function rawLayout(track: Track): RawLayout | null {
   if (track.framing !== 'raw-picture' || width <= 0 || height <= 0 || !('VideoFrame' in globalThis)) return null;
   const chroma = Math.ceil(width / 2) * Math.ceil(height / 2);
   if (track.tag === FOURCC.I420 || track.tag === FOURCC.IYUV) {
-    return { width, height, bytes: width * height + 2 * chroma, frame: (data, init) => new VideoFrame(data, { ...init, format: 'I420' }) };
+    return { width, height, bytes: width * height + 2 * chroma, format: 'I420', arrange: (data) => data };
   }
   if (track.tag === FOURCC.YUY2) {
     const bytes = Math.ceil(width / 2) * 4 * height;
-    return { width, height, bytes, frame: (data, init) => new VideoFrame(planes(data, width, height), { ...init, format: 'I422' }) };
+    return { width, height, bytes, format: 'I422', arrange: (data) => planes(data, width, height) };
   }
   if (track.tag === 0) {
     const bytes = rowBytes(width, 3) * height;
-    return { width, height, bytes, frame: (data, init) => new VideoFrame(topDown(data, width, height), { ...init, format: 'BGRX' }) };
+    return { width, height, bytes, format: 'BGRX', arrange: (data) => topDown(data, width, height) };
   }
   return null;
 }
@@ -73,9 +74,10 @@ export class RawPictures implements PictureDecoder {
   ) {}
 
   decode({ data, timeUs, durationUs }: Packet): void {
-    const { width, height, bytes } = this.layout;
+    const { width, height, bytes, format } = this.layout;
     if (data.length < bytes) return this.complain('Some pictures are cut off.');
-    const frame = this.layout.frame(data, { timestamp: timeUs, codedWidth: width, codedHeight: height });
+    const init = { format, timestamp: timeUs, codedWidth: width, codedHeight: height };
+    const frame = new VideoFrame(this.layout.arrange(data), init);
     this.deliver({ image: frame, width, height, timeUs, durationUs, close: () => frame.close() });
   }
 

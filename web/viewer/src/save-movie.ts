@@ -71,7 +71,8 @@ class PictureWriter implements TrackWriter {
   constructor(output: Output, private readonly track: Track) {
     const sps = unitsOfType(track.codecData, NAL_SPS)[0]!;
     this.config = {
-      codec: codecString(sps), codedWidth: track.width, codedHeight: track.height, description: decoderRecord(track.codecData)!,
+      codec: codecString(sps), codedWidth: track.width, codedHeight: track.height,
+      description: decoderRecord(track.codecData)!,
     };
     output.addVideoTrack(this.source);
   }

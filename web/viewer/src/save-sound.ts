@@ -30,7 +30,8 @@ const FORMATS: Partial<Record<SampleFormat, { tag: number; bits: number }>> = {
 
 /** Whether a track's sound can be saved as WAV. */
 export function hasWav(track: Track): boolean {
-  return track.type === 'audio' && (FORMATS[track.sampleFormat] !== undefined || ['mp1', 'mp2', 'mp3'].includes(track.codec));
+  const decoded = ['mp1', 'mp2', 'mp3'].includes(track.codec);
+  return track.type === 'audio' && (FORMATS[track.sampleFormat] !== undefined || decoded);
 }
 
 export async function saveWav(file: MediaFile, track: Track, to: Destination, work: Work): Promise<void> {

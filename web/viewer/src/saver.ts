@@ -6,6 +6,9 @@ import { byId, element } from './dom.js';
 import { findOffers, type Offer } from './offers.js';
 import * as words from './words.js';
 
+/** The picture on show and its time; null when there is none yet. */
+type Shown = () => { canvas: HTMLCanvasElement; us: number } | null;
+
 export class Saver {
   private readonly place = byId('offers', HTMLElement);
   private readonly saving = byId('saving', HTMLElement);
@@ -20,8 +23,8 @@ export class Saver {
       : `This browser keeps what it saves in memory first: up to ${words.size(MEMORY_LIMIT)}.`;
   }
 
-  /** Offers what can be saved of a file; `picture` is what is on show, or null. */
-  attach(blob: Blob, name: string, file: MediaFile, picture: (() => { canvas: HTMLCanvasElement; us: number } | null) | null): void {
+  /** Offers what can be saved of a file; `picture` is null where none can be shown. */
+  attach(blob: Blob, name: string, file: MediaFile, picture: Shown | null): void {
     this.controller.abort();
     this.blob = blob;
     this.result.textContent = '';
@@ -32,11 +35,12 @@ export class Saver {
 
   private button(offer: Offer): HTMLButtonElement {
     return element('button', {
-      type: 'button', class: offer.main ? 'offer main' : 'offer', 'data-file': offer.fileName, click: () => void this.save(offer),
+      type: 'button', class: offer.main ? 'offer main' : 'offer', 'data-file': offer.fileName,
+      click: () => void this.save(offer),
     }, element('strong', {}, offer.label), element('span', {}, offer.detail));
   }
 
-  private pictureButton(name: string, picture: () => { canvas: HTMLCanvasElement; us: number } | null): HTMLButtonElement {
+  private pictureButton(name: string, picture: Shown): HTMLButtonElement {
     const save = (): void => {
       const shown = picture();
       if (!shown) return void (this.result.textContent = 'There is no picture yet.');
@@ -95,7 +99,8 @@ export class Saver {
 
   private failed(error: unknown): null {
     const message = error instanceof Error ? error.message : String(error);
-    this.result.textContent = this.controller.signal.aborted ? 'Cancelled; nothing was saved.' : `Not saved: ${message}`;
+    const { aborted } = this.controller.signal;
+    this.result.textContent = aborted ? 'Cancelled; nothing was saved.' : `Not saved: ${message}`;
     return null;
   }
 }

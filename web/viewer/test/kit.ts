@@ -19,7 +19,7 @@ export async function serve(): Promise<{ server: Server; address: string }> {
     if (!path.startsWith(prefix)) return void response.writeHead(404).end();
     const file = join(BUILT, path.slice(prefix.length) || 'index.html');
     readFile(file).then(
-      (data) => response.writeHead(200, { 'content-type': TYPES[extname(file)] ?? 'application/octet-stream' }).end(data),
+      (data) => response.writeHead(200, { 'content-type': TYPES[extname(file)] }).end(data),
       () => response.writeHead(404).end());
   });
   await new Promise<void>((listening) => server.listen(0, '127.0.0.1', listening));
