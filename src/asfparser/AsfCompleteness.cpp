@@ -2,6 +2,10 @@
 
 #include "asfparser/AsfCompleteness.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "asfparser/AsfGuids.h"
 #include "splitter/ByteOrder.h"
 
 namespace quorv {
@@ -10,6 +14,12 @@ namespace {
 
 // Files have a header, the media data and a few indexes.
 constexpr uint32_t kMaxObjects = 1000;
+constexpr uint32_t kHeaderAndData = 2;
+
+bool is_index(const uint8_t *guid) {
+    return std::find(std::begin(kAsfIndexGroups), std::end(kAsfIndexGroups), load_le32(guid)) !=
+           std::end(kAsfIndexGroups);
+}
 
 }  // namespace
 
@@ -27,6 +37,8 @@ Code asf_count_missing_bytes(AsfContext *context, int64_t *missing) {
         const uint64_t object_size = load_le64(bytes + kAsfGuidBytes);
         // A live recording leaves it open.
         if (object_size < kAsfObjectHeaderBytes || object_size > uint64_t{INT64_MAX} - end) return Code::Ok;
+        // Behind the media data anything may have been added, which misses nothing.
+        if (objects >= kHeaderAndData && object_size > size - end && !is_index(bytes)) return Code::Ok;
         end += object_size;
     }
     if (end > size)

@@ -31,6 +31,8 @@ inline constexpr AsfGuid kAsfStreamPropertiesObject = {
 inline constexpr uint32_t kAsfHeaderExtensionGroup = 0x5FBF03B5;
 inline constexpr uint32_t kAsfExtendedStreamPropertiesGroup = 0x14E6A5CB;
 inline constexpr uint32_t kAsfAudioMediaGroup = 0xF8699E40;
+// What stands behind the media data: indexes by time, by frame, by media object and by time code.
+inline constexpr uint32_t kAsfIndexGroups[] = {0x33000890, 0xD6E229D3, 0xFEB103F8, 0x3CB73FD0};
 
 }  // namespace quorv
 

@@ -259,7 +259,7 @@ TEST(MediaRecords, DamageOfAsfFilesCountsOnce) {
         builder.frame(0, i * 40, 300).frame(1, i * 40, 60);
     const Bytes whole = builder.build();
     const size_t packet = builder.data_start() + 10 * builder.layout.packet_size;
-    Bytes spoilt = whole, cut = whole;
+    Bytes spoilt = whole, cut = whole, longer = join({whole, Bytes(1000, 'x')});
     std::fill_n(spoilt.begin() + static_cast<std::ptrdiff_t>(packet), builder.layout.packet_size,
                 uint8_t{0xFF});
     cut.resize(packet + 7);
@@ -267,6 +267,7 @@ TEST(MediaRecords, DamageOfAsfFilesCountsOnce) {
         const Bytes &bytes;
         int64_t first, missing;
     } rows[] = {{whole, -1, 0},
+                {longer, -1, 0},
                 {spoilt, static_cast<int64_t>(packet), 0},
                 {cut, -2, static_cast<int64_t>(whole.size() - cut.size())}};
     for (const auto &row : rows) {
