@@ -17,7 +17,6 @@ constexpr uint32_t kMaxPalette = 1028;
 constexpr uint32_t kMaxInformation = 1000000;
 constexpr uint64_t kIndexEntryBytes = 16;
 constexpr uint32_t kMaxFlags = 0x1FF;
-constexpr size_t kMaxStreams = 100;
 
 constexpr uint16_t letters(char first, char second) {
     return static_cast<uint16_t>(static_cast<uint8_t>(first) | static_cast<uint8_t>(second) << 8);

@@ -13,7 +13,6 @@ namespace quorv::tool {
 namespace {
 
 // Chunk names have two digits for the stream.
-constexpr size_t kMaxStreams = 100;
 // More than any header chunk has; what claims more is damaged, or media.
 constexpr uint32_t kMaxHeaderChunk = 1000000;
 

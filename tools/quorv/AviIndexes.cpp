@@ -12,12 +12,7 @@ namespace quorv::tool {
 
 namespace {
 
-constexpr uint32_t kOldEntryBytes = 16, kOldKeyFrame = 0x10;
-// What the data of every OpenDML index begins with.
-constexpr uint32_t kIndexHeaderBytes = 24;
 constexpr uint32_t kFrameEntryBytes = 8, kFieldEntryBytes = 12;
-constexpr uint32_t kNotKeyFrame = 0x80000000;
-constexpr uint8_t kIndexOfChunks = 1;
 
 class IndexReader {
 public:

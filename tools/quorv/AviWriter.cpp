@@ -11,17 +11,16 @@ namespace quorv::tool {
 
 namespace {
 
-constexpr size_t kCopyBytes = 0x40000;
+constexpr size_t kCopiedAtOnce = 0x40000;
 constexpr uint32_t kMainHeaderBytes = 56, kExtendedHeaderBytes = 248;
-constexpr uint32_t kOldEntryBytes = 16, kOldKeyFrame = 0x10, kOldNoTime = 0x100;
-// An OpenDML index begins with so much; its entries, and those that name other index chunks.
-constexpr uint32_t kIndexHeaderBytes = 24, kEntryBytes = 8, kSuperEntryBytes = 16;
-constexpr uint8_t kIndexOfIndexes = 0, kIndexOfChunks = 1;
-constexpr uint32_t kNotKeyFrame = 0x80000000;
+constexpr uint32_t kOldNoTime = 0x100;
+// The entries of an OpenDML index, and those that name other index chunks.
+constexpr uint32_t kEntryBytes = 8, kSuperEntryBytes = 16;
+constexpr uint8_t kIndexOfIndexes = 0;
 
 enum MainField : size_t { kFlags = 12, kTotalFrames = 16, kStreams = 24 };
 enum MainFlag : uint32_t { kHasIndex = 0x10, kMustUseIndex = 0x20 };
-enum StreamField : size_t { kLength = 32, kSuggestedBuffer = 36 };
+enum StreamField : size_t { kStreamLength = 32, kSuggestedBuffer = 36 };
 
 uint32_t clamped(uint64_t value) {
     return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
@@ -71,7 +70,7 @@ std::string list_start(uint32_t tag, uint64_t data_bytes, uint32_t type) {
 }  // namespace
 
 AviWriter::AviWriter(const AviHeaders &headers, const RepairPlan &plan, uint64_t segment_bytes)
-    : headers_(headers), plan_(plan), block_(kCopyBytes) {
+    : headers_(headers), plan_(plan), block_(kCopiedAtOnce) {
     split(UINT64_MAX);
     place();
     if (size_ <= segment_bytes) return;
@@ -188,7 +187,7 @@ std::string AviWriter::super_index(size_t stream) const {
 std::string AviWriter::stream_list(size_t stream) const {
     const AviStreamHeader &kept = headers_.streams[stream];
     std::string header = kept.header;
-    set_field_le32(header, kLength, clamped(plan_.units[stream]));
+    set_field_le32(header, kStreamLength, clamped(plan_.units[stream]));
     if (field_le32(header, kSuggestedBuffer) == 0) {
         uint32_t largest = 0;
         for (const AviChunk &chunk : plan_.chunks)

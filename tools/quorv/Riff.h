@@ -41,6 +41,14 @@ void append_le(std::string &text, Integer value) {
         text += static_cast<char>(value >> shift & 0xFF);
 }
 
+// As many streams as two digits can name.
+inline constexpr size_t kMaxStreams = 100;
+// The entries of an "idx1" chunk.
+inline constexpr uint32_t kOldEntryBytes = 16, kOldKeyFrame = 0x10;
+// What the data of every OpenDML index begins with, its kind, and the mark in the sizes of its entries.
+inline constexpr uint32_t kIndexHeaderBytes = 24, kNotKeyFrame = 0x80000000;
+inline constexpr uint8_t kIndexOfChunks = 1;
+
 // The field at that offset of a record; 0 for one that the record is too short for.
 inline uint32_t field_le16(const std::string &record, size_t offset) {
     const auto *bytes = reinterpret_cast<const uint8_t *>(record.data());

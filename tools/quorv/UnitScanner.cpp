@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t kPrefixBytes = 3;
 // More than the longest header that the library reads: a parameter set with its longest list of offsets.
-constexpr size_t kHeadBytes = 4096;
+constexpr size_t kUnitHeadBytes = 4096;
 
 }  // namespace
 
@@ -61,9 +61,9 @@ void UnitScanner::end_unit(uint64_t offset) {
 
 // Adds what the window has of the unit's first bytes, and perhaps bytes behind its end.
 void UnitScanner::collect_head() {
-    if (!in_unit_ || head_.size() >= kHeadBytes) return;
+    if (!in_unit_ || head_.size() >= kUnitHeadBytes) return;
     const uint64_t from = unit_offset_ + head_.size() - window_offset_;
-    const uint64_t count = std::min<uint64_t>(kHeadBytes - head_.size(), window_.size() - from);
+    const uint64_t count = std::min<uint64_t>(kUnitHeadBytes - head_.size(), window_.size() - from);
     const auto first = window_.begin() + static_cast<std::ptrdiff_t>(from);
     head_.insert(head_.end(), first, first + static_cast<std::ptrdiff_t>(count));
 }
