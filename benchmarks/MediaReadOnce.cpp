@@ -2,7 +2,7 @@
 // instructions meanwhile: through the reader of any format, or through a splitter by the loop that a program
 // would write itself.
 //
-// usage: media_read_once reader|avi|asf FILE
+// usage: media_read_once reader|avi|asf FILE     or: media_read_once path FILE, to read it from the disk
 
 #include <quorv/quorv.h>
 
@@ -23,15 +23,23 @@ using Bytes = std::vector<uint8_t>;
 constexpr uint32_t kRoom = 1 << 20;
 
 // The names are what callgrind is told to count.
-[[gnu::noinline]] uint64_t read_with_reader(const Bytes &file) {
+[[gnu::noinline]] uint64_t read_with_reader(QuorvReader *reader) {
     uint64_t count = 0;
-    QuorvReader *reader = nullptr;
     const QuorvPacket *packet = nullptr;
-    if (quorv_open_memory(file.data(), file.size(), &reader) != QUORV_OK) return 0;
     while (quorv_read(reader, &packet) == QUORV_OK)
         ++count;
     quorv_close(reader);
     return count;
+}
+
+QuorvReader *open_memory(const Bytes &file) {
+    QuorvReader *reader = nullptr;
+    return quorv_open_memory(file.data(), file.size(), &reader) == QUORV_OK ? reader : nullptr;
+}
+
+QuorvReader *open_path(const char *path) {
+    QuorvReader *reader = nullptr;
+    return quorv_open_path(path, &reader) == QUORV_OK ? reader : nullptr;
 }
 
 struct Next {
@@ -74,11 +82,15 @@ struct Next {
 
 int main(int argc, char **argv) {
     if (argc != 3) return 2;
+    if (strcmp(argv[1], "path") == 0) {
+        printf("%llu\n", static_cast<unsigned long long>(read_with_reader(open_path(argv[2]))));
+        return 0;
+    }
     std::ifstream stream(argv[2], std::ios::binary);
     const Bytes file{std::istreambuf_iterator<char>(stream), {}};
     uint64_t count = 0;
     if (strcmp(argv[1], "reader") == 0) {
-        count = read_with_reader(file);
+        count = read_with_reader(open_memory(file));
     } else {
         quorv::bench::MemoryStream source(file);
         const bool asf = strcmp(argv[1], "asf") == 0;

@@ -30,6 +30,7 @@ mp3="lamemp3enc target=bitrate bitrate=128 cbr=true"
 mux avimux-h264-mp3 14250 160x120 "$h264" "$mp3"
 mux avimux-mjpeg-pcm 20000 320x240 jpegenc identity
 mux avimux-raw-pcm 2150 640x480 identity identity
+mux check-raw-28-kb 10000 160x120 identity identity
 mux short-h264-mp3 500 160x120 "$h264" "$mp3"
 mux short-mjpeg-pcm 500 320x240 jpegenc identity
 
@@ -41,6 +42,9 @@ printf 'Machine: %s, %s cores, Linux %s, %s\n' "$(sed -n 's/^model name.*: //p' 
   "$(nproc)" "$(uname -r)" "$(c++ --version | head -n 1)"
 run "Reading from memory against memcpy" read
 run "Reading from disk, page cache warm" file "$work" "$work"/avimux-*.avi
+printf '\n## Checking files\n\n'
+"$top/benchmarks/check.py" "$build/tools/quorv/quorv" "$build/benchmarks/quorv_media_read_once" \
+  "$work"/check-*.avi "$work"/avimux-{mjpeg,raw}*.avi
 run "Stream callbacks" callback "$work"/short-*.avi
 run "Index and seeking" avi_seek
 run "Start code search" start_code

@@ -6,7 +6,7 @@ _quorv() {
   [[ $before == = ]] && before=${COMP_WORDS[COMP_CWORD - 2]}
   [[ $word == = ]] && word=
 
-  local commands='info frames extract headers decode repair'
+  local commands='info frames extract headers decode check repair'
   if [[ $COMP_CWORD -eq 1 || (${COMP_WORDS[1]} == help && $COMP_CWORD -eq 2) ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$commands help --help --version" -- "$word")
     return
@@ -16,6 +16,7 @@ _quorv() {
     frames) options='--json --md5 --track --from --mode' ;;
     extract) options='--track --output --frames-only' ;;
     headers) options='--json --track' ;;
+    check) options='--json --jobs --files-from --null --md5 --save --against' ;;
     decode) options='--output --track --rate --channels' ;;
     repair) options='--output --segment' ;;
     *) return ;;
@@ -24,7 +25,7 @@ _quorv() {
   case $before in
     --mode) mapfile -t COMPREPLY < <(compgen -W 'prev next' -- "$word") ;;
     --channels) mapfile -t COMPREPLY < <(compgen -W '1 2' -- "$word") ;;
-    --track | --from | --rate | --segment) ;;  # numbers that only the user knows
+    --track | --from | --rate | --segment | --jobs) ;;  # numbers that only the user knows
     *)
       if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$word")

@@ -125,6 +125,13 @@ bool FileSource::is_same_file(const struct stat &other) const {
     return identity_.st_dev == other.st_dev && identity_.st_ino == other.st_ino;
 }
 
+bool FileSource::has_changed() const {
+    struct stat now = {};
+    const bool known = fstat(file_.get(), &now) == 0 && is_same_file(now);
+    return known && (now.st_size != identity_.st_size || now.st_mtim.tv_sec != identity_.st_mtim.tv_sec ||
+                     now.st_mtim.tv_nsec != identity_.st_mtim.tv_nsec);
+}
+
 // Notes a failure and returns 0 for it, as at the end of the file.
 size_t FileSource::read_some(uint64_t position, uint8_t *to, size_t count) {
     for (;;) {

@@ -43,6 +43,8 @@ public:
     uint64_t size() const { return size_; }
     // Whether a file's fstat is that of this one.
     bool is_same_file(const struct stat &other) const;
+    // Whether it has another size or time now than when it was opened.
+    bool has_changed() const;
     // Reads at a position, fewer bytes only at the end of the file.
     size_t read_at(uint64_t position, std::span<uint8_t> to);
 

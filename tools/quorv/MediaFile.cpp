@@ -14,7 +14,6 @@ namespace quorv::tool {
 
 namespace {
 
-constexpr int64_t kMicroseconds = 1000;  // of a millisecond
 constexpr int64_t kSecond = 1000000;
 
 uint64_t milliseconds(int64_t microseconds) {
@@ -71,10 +70,10 @@ uint64_t Track::duration_ms() const {
 }
 
 MediaFile::MediaFile(FileSource &file) : file_(file) {
-    if (file.head().empty()) throw Failure(ExitCode::BadFile, "the file is empty");
+    if (file.head().empty()) throw ForeignFile("the file is empty");
     // What does not look like one of the library's formats need not be copied from a pipe, which may have no
     // end.
-    if (!may_be_media(file.head())) throw Failure(ExitCode::BadFile, std::string(what_it_is(file.head())));
+    if (!may_be_media(file.head())) throw ForeignFile(std::string(what_it_is(file.head())));
     file.make_seekable();
     open();
     const uint32_t count = quorv_file(reader_.get())->track_count;
@@ -88,8 +87,7 @@ void MediaFile::open() {
     const QuorvResult result = quorv_open_source(&source, &reader);
     reader_.reset(reader);
     check_reads();
-    if (result == QUORV_ERR_NOT_MEDIA)
-        throw Failure(ExitCode::BadFile, std::string(what_it_is(file_.head())));
+    if (result == QUORV_ERR_NOT_MEDIA) throw ForeignFile(std::string(what_it_is(file_.head())));
     if (result == QUORV_ERR_DAMAGED)
         throw Failure(ExitCode::BadFile, why_no_tracks(file_.head(), file_.size()));
     if (result != QUORV_OK) fail(result, "cannot be opened");
@@ -131,6 +129,16 @@ bool MediaFile::read_frame(const Track &track, Frame &frame) {
              packet->key != 0,
              packet->offset >= 0 ? std::optional(static_cast<uint64_t>(packet->offset)) : std::nullopt};
     return true;
+}
+
+QuorvResult MediaFile::read_next(QuorvPacket &packet) {
+    const QuorvPacket *next = nullptr;
+    const QuorvResult result = quorv_read(reader_.get(), &next);
+    check_reads();
+    if (result == QUORV_OK) packet = *next;
+    if (result != QUORV_OK && result != QUORV_END && result != QUORV_ERR_DAMAGED)
+        fail(result, "a frame cannot be read");
+    return result;
 }
 
 SeekResult MediaFile::seek(const Track &track, uint32_t time_ms, QuorvSeek mode) {

@@ -12,9 +12,12 @@
 #include <string_view>
 #include <vector>
 
+#include "Failure.h"
 #include "FileSource.h"
 
 namespace quorv::tool {
+
+inline constexpr int64_t kMicroseconds = 1000;  // of a millisecond
 
 struct Track {
     uint32_t index = 0;  // as the library counts, from 0
@@ -41,6 +44,12 @@ enum class SeekResult {
     NoIndex   // nothing says where the time lies
 };
 
+// A file that is of no format which the library reads.
+class ForeignFile : public Failure {
+public:
+    explicit ForeignFile(const std::string &reason) : Failure(ExitCode::BadFile, reason) {}
+};
+
 // All members throw Failure.
 class MediaFile {
 public:
@@ -54,11 +63,15 @@ public:
     uint32_t frame_rate(const Track &track);
     // The next frame of a readable track; false behind the last. Goes on behind damage.
     bool read_frame(const Track &track, Frame &frame);
+    // The next packet of all readable tracks, valid until the next read. QUORV_OK, QUORV_END, or
+    // QUORV_ERR_DAMAGED where the next call goes on behind damage.
+    QuorvResult read_next(QuorvPacket &packet);
     SeekResult seek(const Track &track, uint32_t time_ms, QuorvSeek mode);
     // What a user must know about a file that could be opened but is not whole; else empty.
     std::string damage() const;
     // What damage() puts in words.
     const QuorvDamage &damage_facts() const { return *quorv_damage(reader_.get(), QUORV_WHOLE_FILE); }
+    QuorvReader *reader() const { return reader_.get(); }
 
 private:
     struct Close {

@@ -86,14 +86,15 @@ private:
     int descriptor_ = -1;
 };
 
-OutputFile::OutputFile(const std::string &path, const FileSource &input)
+OutputFile::OutputFile(const std::string &path, const FileSource *input)
     : name_(path), target_(resolve(path)), stream_(STDOUT_FILENO, "standard output") {
     if (path == "-") {
         struct stat existing = {};
         if (stream_.is_terminal())
             throw Failure(ExitCode::Usage,
                           "the output is not for a terminal: give a file, or a pipe to read it");
-        if (fstat(STDOUT_FILENO, &existing) == 0 && S_ISREG(existing.st_mode) && input.is_same_file(existing))
+        if (fstat(STDOUT_FILENO, &existing) == 0 && S_ISREG(existing.st_mode) && input != nullptr &&
+            input->is_same_file(existing))
             throw Failure(ExitCode::Usage, "the output would overwrite this file");
         return;
     }
@@ -105,12 +106,12 @@ OutputFile::OutputFile(const std::string &path, const FileSource &input)
 OutputFile::~OutputFile() = default;
 
 // Leaves no descriptor behind, and the reason in errno, when the system refuses.
-void OutputFile::open(const FileSource &input) {
+void OutputFile::open(const FileSource *input) {
     struct stat existing = {};
     replaces_ = stat(target_.c_str(), &existing) == 0;
     if (!replaces_) {
         make_temporary(nullptr);
-    } else if (input.is_same_file(existing)) {
+    } else if (input != nullptr && input->is_same_file(existing)) {
         throw Failure(ExitCode::Usage, "the output would overwrite this file");
     } else if (!S_ISREG(existing.st_mode)) {
         file_ = Descriptor(::open(target_.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));

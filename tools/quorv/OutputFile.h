@@ -19,7 +19,9 @@ class OutputFile {
 public:
     // "-" is standard output. Devices and pipes are written directly, as there is nothing to keep. Refuses
     // the input itself, and a terminal. Throws Failure.
-    OutputFile(const std::string &path, const FileSource &input);
+    OutputFile(const std::string &path, const FileSource &input) : OutputFile(path, &input) {}
+    // Of a command that has no single input.
+    explicit OutputFile(const std::string &path) : OutputFile(path, nullptr) {}
     ~OutputFile();
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
@@ -36,7 +38,8 @@ public:
     const std::string &name() const { return name_; }
 
 private:
-    void open(const FileSource &input);
+    OutputFile(const std::string &path, const FileSource *input);
+    void open(const FileSource *input);
     void make_temporary(const struct stat *existing);
 
     std::string name_;    // as the user wrote it

@@ -26,7 +26,12 @@ Progress::Progress(bool wanted)
     : enabled_(wanted && isatty(STDERR_FILENO) == 1), next_(std::chrono::steady_clock::now() + kFirstDraw) {}
 
 Progress::~Progress() {
+    hide();
+}
+
+void Progress::hide() {
     if (drawn_) std::fputs("\r\033[K", stderr);
+    drawn_ = false;
 }
 
 void Progress::update(uint64_t done, uint64_t total) {

@@ -17,6 +17,9 @@ public:
     Progress &operator=(const Progress &) = delete;
 
     void update(uint64_t done, uint64_t total);
+    // Removes the bar until the next update, for output to the same terminal.
+    void hide();
+    bool is_enabled() const { return enabled_; }
 
 private:
     void draw(uint64_t done, uint64_t total);

@@ -1,0 +1,51 @@
+// Reads a whole media file and collects what is wrong with it.
+#ifndef QUORV_TOOLS_QUORV_MEDIACHECK_H
+#define QUORV_TOOLS_QUORV_MEDIACHECK_H
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "AviIndexCheck.h"
+#include "Finding.h"
+#include "MediaFile.h"
+#include "TrackCheck.h"
+
+namespace quorv::tool {
+
+class MediaCheck {
+public:
+    // The file must outlive this object. Throws Failure.
+    explicit MediaCheck(FileSource &file);
+
+    MediaFile &media() { return media_; }
+    // Reads all packets in the order of their times, and hands each on, if somebody wants it.
+    using PacketHandler = std::function<void(const Track &track, const QuorvPacket &packet)>;
+    void run(const PacketHandler &handler = {});
+    // Behind run(): all but the file's name and digests.
+    CheckResult result();
+
+private:
+    void take(const QuorvPacket &packet);
+    void finish();
+    void tell_damage();
+    void tell_passed_over(const QuorvDamage &damage);
+    void tell_places(const QuorvRanges &places, std::string_view kind, std::string_view noun,
+                     std::string_view phrase);
+    void tell_end(const QuorvDamage &damage);
+    void tell_lengths();
+    int64_t time_at(int64_t offset, uint32_t *track) const;
+    uint64_t declared_end();
+
+    FileSource &file_;
+    MediaFile media_;
+    std::vector<TrackCheck> tracks_;  // of the same indexes as the file's
+    std::vector<uint64_t> damage_met_;
+    std::optional<AviIndexCheck> index_;
+    bool has_bad_parts_ = false;
+    std::vector<Finding> findings_;
+};
+
+}  // namespace quorv::tool
+
+#endif
