@@ -49,7 +49,7 @@ async function open(path: string): Promise<void> {
 const text = (selector: string): Promise<string> => page.locator(selector).innerText();
 const attribute = (selector: string, name: string): Promise<string | null> => page.getAttribute(selector, name);
 
-/** Whether a chart has something in the colour of that name. */
+/** Whether a chart has something in about the colour of that name: other series may lie over it. */
 function isDrawn(chart: number, colour: string): Promise<boolean> {
   return page.evaluate(([index, name]) => {
     const canvas = document.querySelectorAll<HTMLCanvasElement>('.chart canvas')[index]!;
@@ -57,7 +57,7 @@ function isDrawn(chart: number, colour: string): Promise<boolean> {
     const wanted = [hex >> 16, (hex >> 8) & 255, hex & 255];
     const { data } = canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height);
     for (let at = 0; at < data.length; at += 4) {
-      if (data[at + 3]! > 128 && wanted.every((value, part) => Math.abs(value - data[at + part]!) < 24)) return true;
+      if (data[at + 3]! > 128 && wanted.every((value, part) => Math.abs(value - data[at + part]!) < 48)) return true;
     }
     return false;
   }, [chart, colour] as const);
