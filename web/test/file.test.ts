@@ -205,6 +205,12 @@ test('can be read on when a source works again', async () => {
   expect(times).toEqual(Array.from({ length: frames }, (_, i) => i * 40_000));
 });
 
+test('says that a frame is too large for the module', async () => {
+  const file = await opened(sparseAvi(1 << 30, 900_000_000).source);
+  expect(await code(all(file.packets()))).toBe('memory');
+  expect(await file.seek(0)).toBe(0);
+});
+
 test('lists a large file by a small part of it', async () => {
   const { source, frames, readBytes } = sparseAvi(1 << 30);
   const file = await opened(source);

@@ -2,9 +2,6 @@
 
 import type { ByteSource } from '../dist/index.js';
 
-const frameSize = 0x8000 - 8;
-const step = frameSize + 8;
-
 function fourcc(text: string): number[] {
   return [...text].map((character) => character.charCodeAt(0));
 }
@@ -22,7 +19,7 @@ function list(name: string, content: number[]): number[] {
 }
 
 /** Everything up to the first frame, at 25 frames a second. */
-function header(size: number, frames: number): number[] {
+function header(size: number, frames: number, frameSize: number): number[] {
   const mainHeader = chunk('avih', u32(40000, 0, 0, 0x10, frames, 0, 1, frameSize, 640, 480, 0, 0, 0, 0));
   const streamHeader = chunk('strh',
     [...fourcc('vidsMJPG'), ...u32(0, 0, 0, 1, 25, 0, frames, frameSize, 0, 0, 0, 0)]);
@@ -30,7 +27,7 @@ function header(size: number, frames: number): number[] {
   const lists = list('hdrl', [...mainHeader, ...list('strl', [...streamHeader, ...streamFormat])]);
   return [
     ...fourcc('RIFF'), ...u32(size - 8), ...fourcc('AVI '), ...lists,
-    ...fourcc('LIST'), ...u32(4 + frames * step), ...fourcc('movi'),
+    ...fourcc('LIST'), ...u32(4 + frames * (frameSize + 8)), ...fourcc('movi'),
   ];
 }
 
@@ -41,13 +38,14 @@ export interface SparseAvi {
   readBytes(): number;
 }
 
-/** Of about that size. */
-export function sparseAvi(about: number): SparseAvi {
+/** Of about that size, with frames of an even one. */
+export function sparseAvi(about: number, frameSize = 0x8000 - 8): SparseAvi {
+  const step = frameSize + 8;
   const frames = Math.floor(about / (step + 16));
-  const start = header(0, frames).length;
+  const start = header(0, frames, frameSize).length;
   const index = start + frames * step;
   const size = index + 8 + frames * 16;
-  const head = new Uint8Array(header(size, frames));
+  const head = new Uint8Array(header(size, frames, frameSize));
   const frameHead = new Uint8Array([...fourcc('00dc'), ...u32(frameSize)]);
   const indexHead = new Uint8Array([...fourcc('idx1'), ...u32(frames * 16)]);
   const entry = (i: number) => new Uint8Array([...fourcc('00dc'), ...u32(0x10, 4 + i * step, frameSize)]);
