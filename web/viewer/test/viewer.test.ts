@@ -6,7 +6,7 @@ import { fileURLToPath } from 'node:url';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
 import { drivePage, type Driven } from './driven.js';
-import { dump, readBack } from './gstreamer.js';
+import { dump, readBack, type Piece } from './gstreamer.js';
 import { drop, launch, serve } from './kit.js';
 import * as native from './native.js';
 
@@ -94,6 +94,21 @@ function pictureUnits(stream: Buffer, lengths: boolean): string[] {
     .map((unit) => unit.toString('latin1').replace(/\0+$/, ''));
 }
 
+/** Pieces with pictures that no other needs (B frames) and that are not shown before one that came earlier. */
+function shownLate(stream: Buffer, pieces: readonly Piece[]): number[] {
+  const late: number[] = [];
+  let latestMs = -1;
+  let at = 0;
+  pieces.forEach(({ size, timeMs }, index) => {
+    let unit = at;
+    while (![1, 5].includes(stream[unit + 4]! & 0x1f)) unit += 4 + stream.readUInt32BE(unit);
+    if ((stream[unit + 4]! & 0x60) === 0 && timeMs > latestMs) late.push(index);
+    latestMs = Math.max(latestMs, timeMs);
+    at += size;
+  });
+  return late;
+}
+
 /** MP4 says when it was written; those seconds may differ. */
 function withoutTimes(file: Buffer): Buffer {
   const copy = Buffer.from(file);
@@ -170,6 +185,7 @@ describe.each(names)('%s', (name) => {
       const out = join(native.work, 'back');
       dump(saved, 'video_0', out);
       expect(pictureUnits(readFileSync(out), true)).toEqual(pictureUnits(native.extract(path, video!.track), false));
+      expect(shownLate(readFileSync(out), buffers)).toEqual([]);
       if (audio) dump(saved, 'audio_0', out);
       if (audio) expect(readFileSync(out).equals(native.extract(path, audio.track))).toBe(true);
     }
