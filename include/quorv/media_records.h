@@ -108,6 +108,20 @@ typedef enum QuorvSampleFormat {
     QUORV_SAMPLES_MULAW     /**< ITU-T G.711 mu-law */
 } QuorvSampleFormat;
 
+/** How the pictures of a video track were taken. */
+typedef enum QuorvScan {
+    QUORV_SCAN_UNKNOWN = 0, /**< its headers do not tell */
+    QUORV_SCAN_PROGRESSIVE, /**< whole */
+    QUORV_SCAN_INTERLACED   /**< as two fields, some of them at least */
+} QuorvScan;
+
+/** Whether every part of a sound track has the same bit rate. */
+typedef enum QuorvRateKind {
+    QUORV_RATE_UNKNOWN = 0, /**< the headers do not tell */
+    QUORV_RATE_CONSTANT,    /**< the same */
+    QUORV_RATE_VARIABLE     /**< several */
+} QuorvRateKind;
+
 /** What a file is as a whole. */
 typedef struct QuorvFile {
     QuorvContainer container; /**< its format, found from its content */
@@ -151,7 +165,26 @@ typedef struct QuorvTrack {
         stated_packets; /**< MPEG audio files: packets, as the encoder says in front; 0 when it does not */
     int64_t stated_end; /**< offset behind the last packet, as the encoder says in front; -1 when it does not,
                              and in files that are no MPEG audio files */
+    QuorvScan scan;     /**< video: as the codec data tells */
+    QuorvRational pixel_aspect; /**< video: a pixel's width by its height; den is 0 when not told */
+    const char *profile;        /**< profile and level by the codec data ("Main, level 1.3"), or kind of MPEG
+                                     audio ("MPEG-1 Layer III"); "" when not told, never null */
+    const char *coding;         /**< what else the headers tell of how it is coded, in words with commas
+                                     between them ("CABAC, 4 reference frames"); "" for nothing, never null */
+    const char *encoder;        /**< what made the stream, by its own words; "" when not told, never null */
+    QuorvRateKind rate_kind;    /**< audio: of the bit rate */
 } QuorvTrack;
+
+/**
+ * What is told of all of a track without reading it. A chunk is most often one packet, but may be cut into
+ * several, and the first one may have the codec data in front.
+ */
+typedef struct QuorvSurvey {
+    uint64_t chunks;   /**< of MPEG audio files: packets */
+    uint64_t bytes;    /**< of all of them */
+    uint64_t smallest; /**< bytes of the smallest; 0 when not known */
+    uint64_t largest;  /**< bytes of the largest; 0 when not known */
+} QuorvSurvey;
 
 /** A piece of a track: a compressed frame, or some samples. */
 typedef struct QuorvPacket {

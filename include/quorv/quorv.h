@@ -174,6 +174,23 @@ QUORV_API QuorvResult quorv_select(QuorvReader *reader, uint32_t index, int sele
  */
 QUORV_API QuorvResult quorv_set_presentation(QuorvReader *reader, uint32_t index, int wanted);
 
+/**
+ * Counts a track's chunks and their bytes without reading them, as far as the file tells: by the index of an
+ * AVI file, all of which is read; of an MPEG audio file by what is known since it was opened, without the
+ * sizes of single chunks.
+ *
+ * @param[in]  reader  an open reader
+ * @param[in]  index   from 0
+ * @param[out] survey  the counts; zeros on failure
+ *
+ * @retval QUORV_OK               survey is set
+ * @retval QUORV_AGAIN            the bytes are not here yet
+ * @retval QUORV_ERR_ARGUMENT     a null argument, or a track that is not there
+ * @retval QUORV_ERR_UNSUPPORTED  nothing tells
+ * @return otherwise as quorv_read
+ */
+QUORV_API QuorvResult quorv_survey(QuorvReader *reader, uint32_t index, QuorvSurvey *survey);
+
 /** @}
  * @name Packets
  * @{ */

@@ -101,6 +101,12 @@ Code avi_find_indexed(AviContext *context, const AviTrack &track, Found *indexed
     return context->source.met_pending ? Code::DataPending : code;
 }
 
+Code avi_load_whole_index(AviContext *context) {
+    context->source.met_pending = false;
+    const Code code = avi_load_index_while(context, [] { return true; });
+    return context->source.met_pending ? Code::DataPending : code;
+}
+
 void avi_frame_rate(const AviTrack &track, int64_t *num, int64_t *den) {
     const uint32_t scale = track.stated.scale, rate = track.stated.rate;
     const bool known = track.stated.has_rate;

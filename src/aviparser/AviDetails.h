@@ -43,6 +43,9 @@ Code avi_seek_details(AviContext *context, AviTrack *track, int64_t time_us, Avi
 // Whether the index has anything of the track. Reads on in it as far as that takes.
 Code avi_find_indexed(AviContext *context, const AviTrack &track, Found *indexed);
 
+// Reads the index up to its end.
+Code avi_load_whole_index(AviContext *context);
+
 // Frames a second in lowest terms; the denominator is 0 when the header does not say.
 void avi_frame_rate(const AviTrack &track, int64_t *num, int64_t *den);
 

@@ -21,6 +21,11 @@ constexpr bool avi_is_key_entry(const AviIndexEntry &entry) {
     return (entry.flags_and_size & kAviIndexKeyFrame) != 0;
 }
 
+// Of the chunk's data.
+constexpr uint32_t avi_entry_bytes(const AviIndexEntry &entry) {
+    return entry.flags_and_size >> 2;
+}
+
 // How far an index has been filled. Entries that turn out to be of no use are taken back by assigning what
 // this was before them.
 struct AviIndexFill {

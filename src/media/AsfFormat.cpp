@@ -150,6 +150,11 @@ Code read_asf(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, M
     return Code::Ok;
 }
 
+// Sizes stand in the packets alone.
+Code survey_asf(MediaState *, uint32_t, QuorvSurvey *) {
+    return Code::Unsupported;
+}
+
 Code seek_asf(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode, int64_t *reached_us) {
     const bool forward = mode == MediaSeek::KeyFrameAfter;
     const int64_t milliseconds = std::max<int64_t>(time_us, 0) / kMicrosecondsPerMillisecond;
@@ -208,6 +213,7 @@ const MediaFormat kAsfFormat = {
     .describe = describe_asf_track,
     .read = read_asf,
     .seek = seek_asf,
+    .survey = survey_asf,
     .mark = mark_asf,
     .go_back = go_back_in_asf,
     .damage = tell_asf_damage,

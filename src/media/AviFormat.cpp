@@ -71,6 +71,8 @@ void describe_audio(const AviTrack &track, QuorvTrack *record) {
     if (!stated.tag_misleads)
         describe_wave(record, track.audio.codec, stated.container_bits, stated.bits_per_sample);
     record->bit_rate = track.audio.bit_rate;
+    // Bytes, not frames, are then what times are counted by.
+    if (track.sampling.sample_size != 0) record->rate_kind = QUORV_RATE_CONSTANT;
     record->sample_rate = track.audio.sample_rate;
     record->channels = stated.channels;
     record->block_align = track.audio.block_align;
@@ -182,6 +184,22 @@ Code seek_avi(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode
     return avi_seek_key_frame(context, track, record, wanted, before, reached_us);
 }
 
+Code survey_avi(MediaState *state, uint32_t index, QuorvSurvey *survey) {
+    AviContext *context = state_of(state)->context.get();
+    const AviTrack &track = *context->tracks[index];
+    const Code code = avi_load_whole_index(context);
+    if (code != Code::Ok) return code;
+    if (track.index.count == 0) return Code::Unsupported;
+    *survey = {track.index.count, 0, UINT64_MAX, 0};
+    for (const AviIndexEntry &entry : track.index) {
+        const uint64_t bytes = avi_entry_bytes(entry);
+        survey->bytes += bytes;
+        survey->smallest = std::min(survey->smallest, bytes);
+        survey->largest = std::max(survey->largest, bytes);
+    }
+    return Code::Ok;
+}
+
 static_assert(sizeof(AviTrackMark) <= sizeof(MediaMark) && std::is_trivially_copyable_v<AviTrackMark>);
 
 void mark_avi(const MediaState *state, uint32_t index, MediaMark *mark) {
@@ -226,6 +244,7 @@ const MediaFormat kAviFormat = {
     .describe = describe_avi_track,
     .read = read_avi,
     .seek = seek_avi,
+    .survey = survey_avi,
     .mark = mark_avi,
     .go_back = go_back_in_avi,
     .damage = tell_avi_damage,

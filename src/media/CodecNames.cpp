@@ -2,11 +2,10 @@
 
 #include "media/CodecNames.h"
 
-#include <string.h>
-
 #include <algorithm>
 #include <iterator>
 
+#include "media/TrackTexts.h"
 #include "splitter/Splitter.h"
 
 namespace quorv {
@@ -78,6 +77,73 @@ constexpr uint32_t kRawTags[] = {
     fourcc("v210"),
 };
 
+// What the library takes for unknown and people have names for: by FourCC in capitals, or format tag.
+constexpr struct {
+    uint32_t tag;
+    char name[40];
+} kNamedTags[] = {
+    {fourcc("MPG4"), "MPEG-4 draft, version 1"},
+    {fourcc("MP41"), "MPEG-4 draft, version 1"},
+    {fourcc("MP42"), "MPEG-4 draft, version 2"},
+    {fourcc("MP43"), "MPEG-4 draft, version 3"},
+    {fourcc("WVC1"), "VC-1 Advanced"},
+    {fourcc("WMVA"), "VC-1 Advanced"},
+    {fourcc("MSS1"), "Windows Media Screen 7"},
+    {fourcc("MSS2"), "Windows Media Screen 9"},
+    {fourcc("DVSD"), "DV"},
+    {fourcc("DV25"), "DV"},
+    {fourcc("DV50"), "DV"},
+    {fourcc("CVID"), "Cinepak"},
+    {fourcc("MSVC"), "Microsoft Video 1"},
+    {fourcc("CRAM"), "Microsoft Video 1"},
+    {fourcc("MRLE"), "Microsoft RLE"},
+    {fourcc("IV31"), "Indeo 3"},
+    {fourcc("IV32"), "Indeo 3"},
+    {fourcc("IV41"), "Indeo 4"},
+    {fourcc("IV50"), "Indeo 5"},
+    {fourcc("HFYU"), "Huffyuv"},
+    {fourcc("FFVH"), "Huffyuv"},
+    {fourcc("FFV1"), "FFV1"},
+    {fourcc("LAGS"), "Lagarith"},
+    {fourcc("ULY0"), "Ut Video"},
+    {fourcc("VP60"), "VP6"},
+    {fourcc("VP61"), "VP6"},
+    {fourcc("VP62"), "VP6"},
+    {fourcc("VP80"), "VP8"},
+    {fourcc("VP90"), "VP9"},
+    {fourcc("THEO"), "Theora"},
+    {fourcc("HEVC"), "H.265"},
+    {fourcc("HEV1"), "H.265"},
+    {fourcc("H265"), "H.265"},
+    {fourcc("MJ2C"), "motion JPEG 2000"},
+    {fourcc("TSCC"), "TechSmith screen capture"},
+    {0x000A, "Windows Media Audio 9 Voice"},
+    {0x0022, "TrueSpeech"},
+    {0x0031, "GSM 6.10"},
+    {0x0042, "G.723.1"},
+    {0x0075, "Voxware"},
+    {0x0092, "AC-3 in S/PDIF frames"},
+    {0x0164, "Windows Media Audio in S/PDIF frames"},
+    {0xF1AC, "FLAC"},
+};
+
+uint32_t in_capitals(uint32_t tag) {
+    uint32_t result = 0;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const uint32_t c = tag >> shift & 0xFF;
+        result |= (c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c) << shift;
+    }
+    return result;
+}
+
+// Null for one without a name.
+const char *name_of_tag(const QuorvTrack &track) {
+    const uint32_t tag = track.type == QUORV_TRACK_VIDEO ? in_capitals(track.tag) : track.tag;
+    const auto *row = std::find_if(std::begin(kNamedTags), std::end(kNamedTags),
+                                   [&](const auto &named) { return named.tag == tag; });
+    return row != std::end(kNamedTags) ? row->name : nullptr;
+}
+
 const CodecRow *find_row(uint32_t codec) {
     const CodecRow *row = std::find_if(std::begin(kCodecs), std::end(kCodecs),
                                        [&](const CodecRow &r) { return r.codec == codec; });
@@ -89,20 +155,6 @@ bool is_raw(const QuorvTrack &track) {
            std::find(std::begin(kRawTags), std::end(kRawTags), track.tag) != std::end(kRawTags);
 }
 
-// The name so far goes on with a text, which is cut where the room ends.
-void append(CodecName *name, const char *text) {
-    strncat(name->text, text, sizeof(name->text) - 1 - strlen(name->text));
-}
-
-// With as many digits at least; formatted output would be most of a small program.
-void append_number(CodecName *name, uint32_t number, uint32_t base, uint32_t digits) {
-    char text[12] = {};
-    char *first = text + sizeof(text) - 1;
-    for (; number != 0 || digits != 0; number /= base, digits -= digits != 0 ? 1 : 0)
-        *--first = "0123456789ABCDEF"[number % base];
-    append(name, first);
-}
-
 // Four characters, where that is what they are; else a number, which has four digits for sound.
 void append_tag(CodecName *name, const QuorvTrack &track) {
     char text[5] = {};
@@ -111,9 +163,9 @@ void append_tag(CodecName *name, const QuorvTrack &track) {
         text[i] = static_cast<char>(track.tag >> (24 - 8 * i) & 0xFF);
         printable = printable && text[i] >= ' ' && text[i] <= '~';
     }
-    if (printable) return append(name, text);
-    append(name, "0x");
-    append_number(name, track.tag, 16, track.type == QUORV_TRACK_AUDIO ? 4 : 8);
+    if (printable) return append(name->text, text);
+    append(name->text, "0x");
+    append_number(name->text, track.tag, 16, track.type == QUORV_TRACK_AUDIO ? 4 : 8);
 }
 
 const char *pcm_kind(QuorvSampleFormat format) {
@@ -136,24 +188,28 @@ CodecName codec_name(const QuorvTrack &track) {
     CodecName name = {};
     const CodecRow *row = find_row(track.codec);
     if (track.codec == QUORV_CODEC_PCM) {
-        append(&name, pcm_kind(track.sample_format));
-        append(&name, ", ");
-        append_number(&name, track.bits_per_sample, 10, 1);
-        append(&name, " bits");
+        append(name.text, pcm_kind(track.sample_format));
+        append(name.text, ", ");
+        append_number(name.text, track.bits_per_sample, 10, 1);
+        append(name.text, " bits");
         return name;
     }
     if (row == nullptr && !is_raw(track) && track.type == QUORV_TRACK_TEXT) {
-        append(&name, "text");
+        append(name.text, "text");
         return name;
     }
-    append(&name, row != nullptr ? row->name : is_raw(track) ? "uncompressed" : "unknown");
+    const char *known = name_of_tag(track);
+    append(name.text, row != nullptr     ? row->name
+                      : is_raw(track)    ? "uncompressed"
+                      : known != nullptr ? known
+                                         : "unknown");
     if (row != nullptr && !row->with_tag) return name;
-    append(&name, " (");
+    append(name.text, " (");
     if (row == nullptr && is_raw(track) && track.tag == 0)
-        append(&name, "RGB");
+        append(name.text, "RGB");
     else
         append_tag(&name, track);
-    append(&name, ")");
+    append(name.text, ")");
     return name;
 }
 

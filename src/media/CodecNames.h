@@ -12,7 +12,8 @@ struct CodecName {
 };
 
 // Of a track whose type, codec, tag, bits and sample format are set: "H.264", "MPEG-4 Part 2 (XVID)",
-// "PCM, 16 bits"; "unknown (ABCD)" where the codec is 0.
+// "PCM, 16 bits"; "VC-1 Advanced (WVC1)" or
+// "unknown (ABCD)" where the codec is 0.
 CodecName codec_name(const QuorvTrack &track);
 
 // The framing of a track whose type, codec, tag and codec data are set.

@@ -133,6 +133,18 @@ QuorvResult quorv_set_presentation(QuorvReader *reader, uint32_t index, int want
     return conclude(reader, code);
 }
 
+QuorvResult quorv_survey(QuorvReader *reader, uint32_t index, QuorvSurvey *survey) {
+    if (survey == nullptr) return QUORV_ERR_ARGUMENT;
+    *survey = {};
+    const QuorvResult begun = begin(reader);
+    if (begun != QUORV_OK) return begun;
+    if (reader->track(index) == nullptr) return QUORV_ERR_ARGUMENT;
+    QuorvSurvey counted = {};
+    const Code code = reader->format->survey(reader->state, index, &counted);
+    if (code == Code::Ok) *survey = counted;
+    return conclude(reader, code);
+}
+
 QuorvResult quorv_read(QuorvReader *reader, const QuorvPacket **packet) {
     if (packet == nullptr) return QUORV_ERR_ARGUMENT;
     *packet = nullptr;

@@ -47,6 +47,8 @@ struct MediaFormat {
     // Sound goes to the last packet at or before the time whatever the mode; each of its packets is a key
     // frame.
     Code (*seek)(MediaState *state, uint32_t index, int64_t time_us, MediaSeek mode, int64_t *reached_us);
+    // What is known of all packets of a track without reading them; Code::Unsupported when that is nothing.
+    Code (*survey)(MediaState *state, uint32_t index, QuorvSurvey *survey);
     // Notes how far a track has been read, and takes it back there after seeks and reads: none of this reads.
     void (*mark)(const MediaState *state, uint32_t index, MediaMark *mark);
     void (*go_back)(MediaState *state, uint32_t index, const MediaMark &mark);

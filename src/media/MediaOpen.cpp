@@ -2,13 +2,22 @@
 
 #include "media/MediaFormats.h"
 #include "media/MediaReader.h"
+#include "media/VideoFacts.h"
 
 namespace quorv {
 
 namespace {
 
-Code describe_track(QuorvReader *reader, uint32_t index, QuorvTrack *record) {
+Code describe_track(QuorvReader *reader, uint32_t index, MediaTrack *track) {
+    QuorvTrack *record = &track->record;
     Code code = reader->format->describe(reader->state, index, record);
+    if (record->profile == nullptr) {
+        record->profile = track->texts.profile;
+        record->coding = track->texts.coding;
+        record->encoder = track->texts.encoder;
+    }
+    if (code == Code::Ok && record->type == QUORV_TRACK_VIDEO)
+        code = describe_pictures(record, &track->texts);
     bool reorders = false;
     if (code == Code::Ok && record->type == QUORV_TRACK_VIDEO) code = track_reorders(*record, &reorders);
     record->reorders = reorders ? 1 : 0;
@@ -22,7 +31,7 @@ Code describe_tracks(QuorvReader *reader) {
     for (uint32_t i = 0; i < count; ++i) {
         Owned<MediaTrack> track = make_owned<MediaTrack>();
         if (track == nullptr) return Code::NoMemory;
-        const Code code = describe_track(reader, i, &track->record);
+        const Code code = describe_track(reader, i, track.get());
         if (code != Code::Ok) return code;
         track->selected = track->has_packets();
         file.duration_us = std::max(file.duration_us, track->record.duration_us);

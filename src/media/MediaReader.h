@@ -11,6 +11,7 @@
 #include "media/MediaSource.h"
 #include "media/PacketQueue.h"
 #include "media/PresentationOrder.h"
+#include "media/TrackTexts.h"
 
 namespace quorv {
 
@@ -19,6 +20,7 @@ inline constexpr uint32_t kMostMediaTracks = 100;
 
 struct MediaTrack {
     QuorvTrack record;
+    TrackTexts texts;  // of video
     QuorvDamage damage;
     bool selected;
     bool ended;  // nothing can be read any more, but what waits in the queue

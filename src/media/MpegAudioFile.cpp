@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "media/MpegAudioFacts.h"
 #include "mp3dec/Mp3FrameHeader.h"
 
 namespace quorv {
@@ -95,7 +96,15 @@ void MpegAudioFile::describe(QuorvTrack *track) {
         length_.is_constant ? frame_bytes(header_, header_.bitrate * 1000) : largest_frame(header_);
     track->seekable = 1;
     track->sample_rate = header_.sample_rate;
-    track->channels = mp3_channels(header_);
+    track->channels = std::max(mp3_channels(header_), length_.channels);
+    track->rate_kind = length_.known_frames == 0 ? QUORV_RATE_UNKNOWN
+                       : length_.is_constant     ? QUORV_RATE_CONSTANT
+                                                 : QUORV_RATE_VARIABLE;
+    texts_ = {};
+    describe_mpeg_audio(header_, has_xing_ ? &xing_ : nullptr, &texts_);
+    track->profile = texts_.profile;
+    track->coding = texts_.coding;
+    track->encoder = texts_.encoder;
     track->sample_count = length_.samples;
     if (trim_.sound >= 0) {
         track->trim_front = trim_.front;
@@ -103,6 +112,14 @@ void MpegAudioFile::describe(QuorvTrack *track) {
     }
     track->stated_packets = has_xing_ && xing_.frames > 0 ? static_cast<uint64_t>(xing_.frames) : 0;
     track->stated_end = has_xing_ && xing_.bytes > 0 ? xing_offset_ + xing_.bytes : -1;
+}
+
+Code MpegAudioFile::survey(QuorvSurvey *survey) const {
+    // Of an estimate only a part is known, and of a file that is cut off what its header tells.
+    const bool is_known = length_.frames != 0 && length_.frames == length_.known_frames;
+    if (!is_known || damage_.cut_off != 0) return Code::Unsupported;
+    *survey = {length_.frames, length_.sound_bytes, 0, 0};
+    return Code::Ok;
 }
 
 // The next frame and its time.

@@ -9,6 +9,7 @@
 #include "media/MediaFormat.h"
 #include "media/MpegAudioIndex.h"
 #include "media/MpegAudioScanner.h"
+#include "media/TrackTexts.h"
 #include "media/XingHeader.h"
 #include "splitter/ByteRanges.h"
 
@@ -25,6 +26,10 @@ struct MpegAudioLength {
     // Of frames from the first on, how many bytes they take.
     uint64_t known_frames = 0, known_bytes = 0;
     bool is_constant = false;  // those have the same bit rate
+    // The same bytes without what stands between frames, and how long they last where rates change; 0 where
+    // they do not.
+    uint64_t sound_bytes = 0, nanoseconds = 0;
+    uint32_t channels = 0;  // the most that one of them has
 };
 
 class MpegAudioFile : public MediaState {
@@ -39,6 +44,7 @@ public:
     // As the functions of MediaFormat.
     Code read(uint8_t *buffer, size_t room, MediaPacket *packet);
     Code seek(int64_t time_us, MediaSeek mode, int64_t *reached_us);
+    Code survey(QuorvSurvey *survey) const;
     const MpegAudioPoint &point() const { return now_; }
     void go_to(const MpegAudioPoint &point);
     QuorvDamage damage() const;
@@ -67,6 +73,7 @@ private:
     uint64_t frame_at(int64_t offset) const;
 
     CodecName name_{};
+    TrackTexts texts_;
     MpegAudioScanner scanner_;
     int64_t size_ = -1;         // -1 when not known
     Mp3FrameHeader header_{};   // of the first frame of sound

@@ -78,6 +78,10 @@ Code seek_mpeg_audio(MediaState *state, uint32_t, int64_t time_us, MediaSeek mod
     return file_of(state)->seek(time_us, mode, reached_us);
 }
 
+Code survey_mpeg_audio(MediaState *state, uint32_t, QuorvSurvey *survey) {
+    return file_of(state)->survey(survey);
+}
+
 void mark_mpeg_audio(const MediaState *state, uint32_t, MediaMark *mark) {
     memcpy(mark, &static_cast<const MpegAudioFile *>(state)->point(), sizeof(MpegAudioPoint));
 }
@@ -104,6 +108,7 @@ const MediaFormat kMpegAudioFormat = {
     .describe = describe_mpeg_audio,
     .read = read_mpeg_audio,
     .seek = seek_mpeg_audio,
+    .survey = survey_mpeg_audio,
     .mark = mark_mpeg_audio,
     .go_back = go_back_in_mpeg_audio,
     .damage = tell_damage,

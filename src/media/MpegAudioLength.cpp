@@ -19,6 +19,7 @@ constexpr int64_t kCountedBytes = 4 << 20, kMostCountedBytes = 64 << 20;
 constexpr int64_t kEndBytes = 64 << 10;
 // Fewer bytes behind the sound are tags.
 constexpr int64_t kLeastSound = 4096;
+constexpr uint64_t kSecond = 1000000000;  // nanoseconds
 
 }  // namespace
 
@@ -63,7 +64,7 @@ void MpegAudioFile::take_told_length() {
     const int64_t end = xing_.bytes > 0 ? xing_offset_ + xing_.bytes : size_;
     if (end > sound_offset_) {
         length_.known_frames = length_.frames;
-        length_.known_bytes = static_cast<uint64_t>(end - sound_offset_);
+        length_.known_bytes = length_.sound_bytes = static_cast<uint64_t>(end - sound_offset_);
     }
     if (size_ >= 0 && end > size_) {
         damage_.cut_off = 1;
@@ -76,6 +77,7 @@ Code MpegAudioFile::count_frames(int64_t most_bytes) {
     go_to(start_);
     length_.is_constant = true;
     bool has_one_rate = true;
+    uint64_t nanoseconds = 0;
     int64_t end = 0;
     while (end - sound_offset_ < most_bytes) {
         MpegAudioFrame frame;
@@ -84,6 +86,7 @@ Code MpegAudioFile::count_frames(int64_t most_bytes) {
         if (code == Code::EndOfStream || code == Code::NoParser) {
             length_.frames = length_.known_frames;
             length_.duration_us = now_.clock.time_us();
+            if (!has_one_rate) length_.nanoseconds = nanoseconds;
             if (has_one_rate) length_.samples = static_cast<uint64_t>(now_.clock.samples());
             return Code::Ok;
         }
@@ -92,6 +95,9 @@ Code MpegAudioFile::count_frames(int64_t most_bytes) {
         end = frame.offset + frame.size;
         ++length_.known_frames;
         length_.known_bytes = static_cast<uint64_t>(end - sound_offset_);
+        length_.sound_bytes += frame.size;
+        length_.channels = std::max(length_.channels, mp3_channels(header));
+        nanoseconds += uint64_t{mp3_samples_per_frame(header)} * kSecond / header.sample_rate;
         length_.is_constant = length_.is_constant && header.bitrate == header_.bitrate;
         has_one_rate = has_one_rate && header.sample_rate == header_.sample_rate;
     }
@@ -110,9 +116,11 @@ void MpegAudioFile::estimate_length() {
 
 uint32_t MpegAudioFile::bit_rate() const {
     if (length_.is_constant) return header_.bitrate * 1000;
+    if (length_.nanoseconds != 0)
+        return static_cast<uint32_t>(length_.sound_bytes * 8 * kSecond / length_.nanoseconds);
     const uint64_t samples = length_.known_frames * mp3_samples_per_frame(header_);
     if (samples == 0) return 0;
-    return static_cast<uint32_t>(length_.known_bytes * 8 * header_.sample_rate / samples);
+    return static_cast<uint32_t>(length_.sound_bytes * 8 * header_.sample_rate / samples);
 }
 
 }  // namespace quorv

@@ -53,7 +53,9 @@ void read_encoder(Fields fields, XingHeader *result) {
         if (*c < ' ' || *c > '~') result->encoder[0] = 0;
     }
     if (result->encoder[0] == 0) return;
-    fields.skip(kToDelay);
+    result->method = fields.take(1) & 0xF;
+    result->lowpass = fields.take(1) * 100;
+    fields.skip(kToDelay - 2);
     const uint32_t both = fields.take(3);
     result->delay = both >> 12;
     result->padding = both & 0xFFF;
@@ -67,7 +69,7 @@ void read_xing(Fields fields, XingHeader *result) {
         fields.copy(result->places, sizeof(result->places));
         result->has_places = true;
     }
-    if ((flags & kHasQuality) != 0) fields.skip(4);
+    if ((flags & kHasQuality) != 0) result->quality = fields.take(4);
     read_encoder(fields, result);
 }
 

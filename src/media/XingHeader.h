@@ -22,6 +22,9 @@ struct XingHeader {
     // Samples that the encoder put in front of the sound and behind it, both 0 when not told.
     uint32_t delay, padding;
     char encoder[10];  // its name, empty when not told
+    // By an encoder that gives its name: how it chose bit rates (0 to 15), the highest frequency that it
+    // kept, in hertz, and how good the result is, 1 to 100. 0 when not told.
+    uint32_t method, lowpass, quality;
 };
 
 // Reads the header out of a frame of this many bytes. False when there is none.

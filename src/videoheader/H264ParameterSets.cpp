@@ -29,6 +29,11 @@ constexpr struct {
 } kBufferSizes[] = {{10, 396},   {11, 900},   {20, 2376},  {21, 4752},   {30, 8100},   {31, 18000},
                     {32, 20480}, {41, 32768}, {42, 34816}, {50, 110400}, {52, 184320}, {62, 696320}};
 
+// Pixels' widths and heights by aspect_ratio_idc (table E-1).
+constexpr uint8_t kPixelShapes[][2] = {{0, 0},   {1, 1},    {12, 11}, {10, 11}, {16, 11}, {40, 33},
+                                       {24, 11}, {20, 11},  {32, 11}, {80, 33}, {18, 11}, {15, 11},
+                                       {64, 33}, {160, 99}, {4, 3},   {3, 2},   {2, 1}};
+
 struct Profile {
     uint32_t idc, constraints, level;
 
@@ -57,7 +62,7 @@ void skip_scaling_list(bs_utility *bs, uint32_t size) {
 void read_chroma(bs_utility *bs, H264Sps *sps) {
     sps->chroma_format = static_cast<uint8_t>(ue_utility(bs) & 3);
     if (sps->chroma_format == 3) sps->separate_planes = read_flag(bs);
-    ue_utility(bs);               // bit_depth_luma_minus8
+    sps->luma_bits = static_cast<uint8_t>(8 + std::min(ue_utility(bs), 6u));
     ue_utility(bs);               // bit_depth_chroma_minus8
     bs_skip_bits_utility(bs, 1);  // qpprime_y_zero_transform_bypass_flag
     const bool scaling_matrix = read_flag(bs);
@@ -101,21 +106,35 @@ void skip_hrd(bs_utility *bs) {
     bs_skip_bits_utility(bs, 5 + 5);  // dpb_output_delay_length_minus1, time_offset_length
 }
 
+void read_pixel_shape(bs_utility *bs, H264Sps *sps) {
+    const uint32_t shape = take_byte(bs);
+    if (shape == kExtendedSar) {
+        sps->pixel_width = static_cast<uint16_t>(bs_get_16bits_utility(bs));
+        sps->pixel_height = static_cast<uint16_t>(bs_get_16bits_utility(bs));
+    } else if (shape < std::size(kPixelShapes)) {
+        sps->pixel_width = kPixelShapes[shape][0];
+        sps->pixel_height = kPixelShapes[shape][1];
+    }
+}
+
+void read_signal_type(bs_utility *bs, H264Sps *sps) {
+    bs_skip_bits_utility(bs, 3);  // video_format
+    sps->full_range = read_flag(bs);
+    const bool colours = read_flag(bs);
+    if (!colours) return;
+    sps->primaries = take_byte(bs);
+    sps->transfer = take_byte(bs);
+    sps->matrix = take_byte(bs);
+}
+
 // The usability information up to pic_struct_present_flag (E.1.1).
-void skip_vui_head(bs_utility *bs) {
+void read_vui_head(bs_utility *bs, H264Sps *sps) {
     const bool aspect_ratio = read_flag(bs);
-    if (aspect_ratio && take_byte(bs) == kExtendedSar) bs_skip_32bits_utility(bs);
+    if (aspect_ratio) read_pixel_shape(bs, sps);
     const bool overscan = read_flag(bs);
     if (overscan) bs_skip_bits_utility(bs, 1);
     const bool signal_type = read_flag(bs);
-    if (signal_type) {
-        bs_skip_bits_utility(bs, 3 + 1);  // video_format, video_full_range_flag
-        const bool colours = read_flag(bs);
-        if (colours) {
-            bs_skip_bits_utility(bs, 8 + 8);  // colour_primaries, transfer_characteristics
-            bs_skip_bits_utility(bs, 8);      // matrix_coefficients
-        }
-    }
+    if (signal_type) read_signal_type(bs, sps);
     const bool chroma_location = read_flag(bs);
     if (chroma_location) {
         ue_utility(bs);
@@ -135,9 +154,9 @@ void skip_vui_head(bs_utility *bs) {
     bs_skip_bits_utility(bs, 1);                          // pic_struct_present_flag
 }
 
-// max_num_reorder_frames; UINT32_MAX when it is not there.
-uint32_t read_vui_reorder_depth(bs_utility *bs) {
-    skip_vui_head(bs);
+// Returns max_num_reorder_frames; UINT32_MAX when it is not there.
+uint32_t read_vui(bs_utility *bs, H264Sps *sps) {
+    read_vui_head(bs, sps);
     const bool restriction = read_flag(bs);
     if (!restriction) return UINT32_MAX;
     bs_skip_bits_utility(bs, 1);  // motion_vectors_over_pic_boundaries_flag
@@ -165,7 +184,9 @@ uint32_t inferred_reorder_depth(const Profile &profile, uint32_t frame_mbs) {
 
 // From max_num_ref_frames on.
 bool read_sps_tail(bs_utility *bs, const Profile &profile, H264Sps *sps) {
-    if (ue_utility(bs) > kMaxFrames) return false;
+    const uint32_t references = ue_utility(bs);
+    if (references > kMaxFrames) return false;
+    sps->reference_frames = static_cast<uint8_t>(references);
     bs_skip_bits_utility(bs, 1);  // gaps_in_frame_num_value_allowed_flag
     const uint32_t width = ue_utility(bs), height = ue_utility(bs);
     if (width >= kMaxPictureMbs || height >= kMaxPictureMbs) return false;
@@ -176,7 +197,7 @@ bool read_sps_tail(bs_utility *bs, const Profile &profile, H264Sps *sps) {
     for (int side = 0; cropping && side < 4; ++side)
         ue_utility(bs);
     const bool vui = read_flag(bs);
-    uint32_t depth = vui ? read_vui_reorder_depth(bs) : UINT32_MAX;
+    uint32_t depth = vui ? read_vui(bs, sps) : UINT32_MAX;
     if (depth > kMaxFrames) {
         const uint32_t frame_mbs = (width + 1) * (height + 1) * (sps->frames_only ? 1 : 2);
         depth = inferred_reorder_depth(profile, frame_mbs);
@@ -221,13 +242,16 @@ void H264ParameterSets::take(const H264NalUnit &unit) {
 
 void H264ParameterSets::take_sps(const H264Payload &payload) {
     bs_utility bs = payload.reader();
-    const uint32_t profile_idc = take_byte(&bs), constraints = take_byte(&bs), level = take_byte(&bs);
-    const Profile profile = {profile_idc, constraints, level};
-    const uint32_t id = ue_utility(&bs);
-    if (id >= kSpsIds) return;
     H264Sps sps = {};
     sps.known = true;
+    sps.profile_idc = take_byte(&bs);
+    sps.constraints = take_byte(&bs);
+    sps.level_idc = take_byte(&bs);
     sps.chroma_format = 1;
+    sps.luma_bits = 8;
+    const Profile profile = {sps.profile_idc, sps.constraints, sps.level_idc};
+    const uint32_t id = ue_utility(&bs);
+    if (id >= kSpsIds) return;
     if (profile.is_one_of(kProfilesWithChroma)) read_chroma(&bs, &sps);
     const uint32_t frame_num = ue_utility(&bs);
     if (frame_num > kMaxLog2Minus4) return;
@@ -242,7 +266,7 @@ void H264ParameterSets::take_pps(const H264Payload &payload) {
     H264Pps pps = {};
     pps.known = true;
     pps.sps_id = static_cast<uint8_t>(sps_id);
-    bs_skip_bits_utility(&bs, 1);  // entropy_coding_mode_flag
+    pps.cabac = read_flag(&bs);
     pps.bottom_field_order_present = read_flag(&bs);
     const uint32_t groups_minus1 = ue_utility(&bs);
     if (groups_minus1 >= 8) return;
@@ -263,6 +287,11 @@ void H264ParameterSets::take_pps(const H264Payload &payload) {
 
 const H264Pps *H264ParameterSets::pps(uint32_t id) const {
     return id < kPpsIds && pps_[id].known ? &pps_[id] : nullptr;
+}
+
+const H264Pps *H264ParameterSets::first_pps() const {
+    const H264Pps *found = std::find_if(pps_, pps_ + kPpsIds, [](const H264Pps &pps) { return pps.known; });
+    return found != pps_ + kPpsIds ? found : nullptr;
 }
 
 const H264Sps *H264ParameterSets::sps(const H264Pps &pps) const {

@@ -23,6 +23,14 @@ struct H264Sps {
     uint8_t order_lsb_bits;
     // How many frames may come before one that is shown before them; 16 at most.
     uint8_t reorder_depth;
+    uint8_t profile_idc, constraints, level_idc;
+    uint8_t luma_bits;
+    uint8_t reference_frames;
+    bool full_range;
+    // A pixel's width and height; 0 when not told.
+    uint16_t pixel_width, pixel_height;
+    // Of table E-3 to E-5; 0 when not told.
+    uint8_t primaries, transfer, matrix;
     // pic_order_cnt_type 1
     int32_t offset_for_non_ref_pic;
     int32_t offset_for_top_to_bottom_field;
@@ -35,6 +43,7 @@ struct H264Pps {
     bool bottom_field_order_present;
     bool weighted_pred;
     bool redundant_count_present;
+    bool cabac;
     uint8_t weighted_bipred;
     uint8_t sps_id;
     uint32_t num_ref_idx[2];  // of list 0 and 1, by default
@@ -48,6 +57,8 @@ public:
     // Null when the slice refers to a set that is not there.
     const H264Pps *pps(uint32_t id) const;
     const H264Sps *sps(const H264Pps &pps) const;
+    // Of the first picture parameter set that is there; null when there is none.
+    const H264Pps *first_pps() const;
     // The largest of all sequences.
     uint32_t reorder_depth() const;
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 
 #include "videoheader/StartCode.h"
 
@@ -29,6 +30,8 @@ constexpr uint32_t kSpriteStatic = 1;
 constexpr uint32_t kSpriteGmc = 2;
 constexpr uint32_t kSimpleObject = 1;
 constexpr uint32_t kExtendedAspectRatio = 15;
+// Pixels' widths and heights by aspect_ratio_info (table 6-12).
+constexpr uint8_t kPixelShapes[][2] = {{0, 0}, {1, 1}, {12, 11}, {10, 11}, {16, 11}, {40, 33}};
 constexpr uint32_t kMaxIncrementBits = 16;
 
 // Opens the reader behind the first start code from `first` to `last` that begins within the first
@@ -69,6 +72,7 @@ uint32_t time_increment_bits(uint32_t resolution) {
 struct LayerHead {
     uint32_t verid = 1;
     bool low_delay;
+    uint32_t pixel_width = 0, pixel_height = 0;
 };
 
 // Returns low_delay.
@@ -94,7 +98,13 @@ LayerHead read_layer_head(bs_utility *bs) {
         bs_skip_bits_utility(bs, 3);  // video_object_layer_priority
     }
     const uint32_t aspect_ratio_info = bs_get_bits_utility(bs, 4);
-    if (aspect_ratio_info == kExtendedAspectRatio) bs_skip_bits_utility(bs, 8 + 8);  // par_width, par_height
+    if (aspect_ratio_info == kExtendedAspectRatio) {
+        head.pixel_width = bs_get_bits_utility(bs, 8);
+        head.pixel_height = bs_get_bits_utility(bs, 8);
+    } else if (aspect_ratio_info < std::size(kPixelShapes)) {
+        head.pixel_width = kPixelShapes[aspect_ratio_info][0];
+        head.pixel_height = kPixelShapes[aspect_ratio_info][1];
+    }
     const bool vol_control_parameters = read_flag(bs);
     if (vol_control_parameters) head.low_delay = read_vol_control_parameters(bs);
     return head;
@@ -111,32 +121,35 @@ void skip_sprite(bs_utility *bs, uint32_t sprite_enable) {
     if (sprite_enable == kSpriteStatic) bs_skip_bits_utility(bs, 1);  // low_latency_sprite_enable
 }
 
-void skip_quantisation(bs_utility *bs) {
+// Returns whether there are matrices.
+bool read_quantisation(bs_utility *bs) {
     const bool not_8_bit = read_flag(bs);
     if (not_8_bit) bs_skip_bits_utility(bs, 4 + 4);  // quant_precision, bits_per_pixel
     const bool quant_type = read_flag(bs);
-    if (!quant_type) return;
+    if (!quant_type) return false;
     uint8_t matrix[64];
     for (int kind = 0; kind < 2; ++kind) {  // intra, nonintra
         const bool load_matrix = read_flag(bs);
         if (load_matrix) mpeg4_read_quant_matrix(bs, matrix);
     }
+    return true;
 }
 
 // The size of a rectangular layer and, behind it, the tools, of which some are refused.
-int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param) {
+int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param, Mpeg4Layer *layer) {
     skip_marker(bs);
     param->width = bs_get_bits_utility(bs, 13);
     skip_marker(bs);
     param->height = bs_get_bits_utility(bs, 13);
     skip_marker(bs);
-    bs_skip_bits_utility(bs, 1);  // interlaced
+    layer->interlaced = read_flag(bs);
     const bool obmc_disable = read_flag(bs);
     if (!obmc_disable) return VIDHDR_ERR_UNSUPPORTED;
     const uint32_t sprite_enable = bs_get_bits_utility(bs, verid == 1 ? 1 : 2);
     skip_sprite(bs, sprite_enable);
-    skip_quantisation(bs);
-    if (verid != 1) bs_skip_bits_utility(bs, 1);  // quarter_sample
+    layer->global_motion = sprite_enable == kSpriteGmc;
+    layer->matrices = read_quantisation(bs);
+    if (verid != 1) layer->quarter_sample = read_flag(bs);
     const bool complexity_estimation_disable = read_flag(bs);
     if (!complexity_estimation_disable) return VIDHDR_ERR_UNSUPPORTED;
     bs_skip_bits_utility(bs, 1);  // resync_marker_disable
@@ -153,7 +166,7 @@ int32_t parse_rectangular(bs_utility *bs, uint32_t verid, ZevVideoParam *param) 
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
 
-int32_t parse_vol(bs_utility *bs, const LayerHead &head, ZevVideoParam *param) {
+int32_t parse_vol(bs_utility *bs, const LayerHead &head, ZevVideoParam *param, Mpeg4Layer *layer) {
     const uint32_t shape = bs_get_bits_utility(bs, 2);
     if (shape != kShapeRectangular && shape != kShapeBinaryOnly) return VIDHDR_ERR_UNSUPPORTED;
     skip_marker(bs);
@@ -161,7 +174,7 @@ int32_t parse_vol(bs_utility *bs, const LayerHead &head, ZevVideoParam *param) {
     skip_marker(bs);
     const bool fixed_vop_rate = read_flag(bs);
     if (fixed_vop_rate) bs_skip_bits_utility(bs, param->time_increment_bits);
-    if (shape == kShapeRectangular) return parse_rectangular(bs, head.verid, param);
+    if (shape == kShapeRectangular) return parse_rectangular(bs, head.verid, param, layer);
     const bool scalability = head.verid != 1 && read_flag(bs);
     return scalability ? VIDHDR_ERR_UNSUPPORTED : VIDHDR_OK;
 }
@@ -196,9 +209,14 @@ Mpeg4Layer mpeg4_read_layer(const uint8_t *begin, const uint8_t *end) {
     bs_open_utility(&bs, begin, static_cast<uint32_t>(end - begin));
     const LayerHead head = read_layer_head(&bs);
     ZevVideoParam param = {};
-    // What this library has no use for is of no consequence: the increment stands in front of that.
-    static_cast<void>(parse_vol(&bs, head, &param));
-    return {param.time_increment_bits, !head.low_delay};
+    Mpeg4Layer layer = {};
+    // What this library has no use for is of no consequence: what it needs stands in front of that.
+    static_cast<void>(parse_vol(&bs, head, &param, &layer));
+    layer.increment_bits = param.time_increment_bits;
+    layer.reorders = !head.low_delay;
+    layer.pixel_width = head.pixel_width;
+    layer.pixel_height = head.pixel_height;
+    return layer;
 }
 
 Mpeg4Vop mpeg4_read_vop(const uint8_t *begin, const uint8_t *end, uint32_t increment_bits) {
@@ -228,7 +246,8 @@ int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_lim
         return VIDHDR_ERR_NO_VOL;
     }
     const LayerHead head = read_layer_head(&bs);
-    return parse_vol(&bs, head, param);
+    Mpeg4Layer unused = {};
+    return parse_vol(&bs, head, param, &unused);
 }
 
 }  // namespace quorv

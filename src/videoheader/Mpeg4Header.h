@@ -16,10 +16,15 @@ inline constexpr uint8_t kMpeg4GroupOfVop = 0xB3, kMpeg4Vop = 0xB6;
 // header behind it is read up to the end of the data. `data` may be null only when length is 0.
 int32_t mpeg4_find_vol(const uint8_t *data, uint32_t length, uint32_t search_limit, ZevVideoParam *param);
 
-// What of a layer's header tells how its pictures are ordered.
+// What a layer's header tells of its pictures.
 struct Mpeg4Layer {
     uint32_t increment_bits;  // of vop_time_increment; 0 when not known
     bool reorders;            // there may be B-VOPs
+    bool interlaced;
+    bool global_motion;                  // global motion compensation
+    bool quarter_sample;                 // motion in quarters of a pixel
+    bool matrices;                       // quantised by matrices, those of the standard or its own
+    uint32_t pixel_width, pixel_height;  // a pixel's; 0 when not told
 };
 
 // A picture: coding_type 0 to 3 for I, P, B and S. One that is not coded repeats the one before, or only

@@ -33,10 +33,24 @@ TEST(Output, SoundBecomesAWavFile) {
         EXPECT_EQ(shell.run(line + " -o out && " + line + " -o - | cmp - out").exit_code, 0) << line;
         EXPECT_TRUE(shell.get("out") == expected) << line;
     }
-    const Json track = {
-        {"track", 1},         {"type", "soun"},        {"codec", "mp1 "},      {"duration_ms", 16000},
-        {"channels", 1},      {"bits_per_sample", 16}, {"block_align", 1},     {"sample_rate", 48000},
-        {"bit_rate", 288000}, {"max_frame_size", 288}, {"codec_data_size", 0}, {"seekable", true}};
+    const Json track = {{"track", 1},
+                        {"type", "soun"},
+                        {"codec", "mp1 "},
+                        {"duration_ms", 16000},
+                        {"channels", 1},
+                        {"bits_per_sample", 16},
+                        {"block_align", 1},
+                        {"sample_rate", 48000},
+                        {"bit_rate", 288000},
+                        {"max_frame_size", 288},
+                        {"codec_data_size", 0},
+                        {"seekable", true},
+                        {"codec_name", "MPEG audio Layer I"},
+                        {"bytes", 576000},
+                        {"bit_rate_kind", "constant"},
+                        {"profile", "MPEG-1 Layer I"},
+                        {"coding", "mono"},
+                        {"samples", 768000}};
     for (const std::string line : {"cat mono.mp3 | quorv info --json -", "quorv info --json mono.mp3"}) {
         const Json info = shell.json(line).at(0);
         EXPECT_EQ(info["container"], "mp3");

@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 
 #include "support/AsfBuilder.h"
 #include "support/AviBuilder.h"
+#include "support/H264Stream.h"
 #include "support/MediaFile.h"
 
 namespace quorv::test {
@@ -74,8 +76,10 @@ TEST(MediaRecords, TracksAreAsTheFileSays) {
          "unknown (0x1234) codec '' tag 1234, 0/0 fps, 2 ch 16 bits, framing 0 samples 0"},
         {asf_of(asf_video(1)),
          "Windows Media Video 9 codec 'wmv9' tag 574d5633, 0/0 fps, 0 ch 0 bits, framing 5 samples 0"},
+        {asf_of(asf_video(1, "abcd"), 40),
+         "unknown (abcd) codec '' tag 61626364, 25/1 fps, 0 ch 0 bits, framing 0 samples 0"},
         {asf_of(asf_video(1, "WVC1"), 40),
-         "unknown (WVC1) codec '' tag 57564331, 25/1 fps, 0 ch 0 bits, framing 0 samples 0"},
+         "VC-1 Advanced (WVC1) codec '' tag 57564331, 25/1 fps, 0 ch 0 bits, framing 0 samples 0"},
         {asf_of(asf_audio(2)),
          "Windows Media Audio 2 codec 'wmv2' tag 161, 0/0 fps, 2 ch 16 bits, framing 8 samples 0"},
     };
@@ -90,6 +94,67 @@ TEST(MediaRecords, TracksAreAsTheFileSays) {
     without.main.microseconds_per_frame = 0;
     MediaBytes source(without.frame(0, size_t{48}).build().flatten());
     EXPECT_EQ(MediaFile(source.record()).track(0).frame_rate.den, 0);
+}
+
+// The same picture twice: as H.264 with all that parameter sets can tell, as MPEG-4 with its headers.
+AviStream with_codec_data(const char (&compression)[5], const Bytes &data) {
+    AviStream stream = video_stream(tag(compression));
+    stream.format = join({stream.format, data});
+    for (size_t i = 0; i < 4; ++i)
+        stream.format[i] = le32(static_cast<uint32_t>(stream.format.size()))[i];
+    return stream;
+}
+
+TEST(MediaRecords, HeadersTellHowPicturesAreCoded) {
+    const H264Stream high = {.profile = 100, .reorder_depth = 2};
+    const Bytes sei = join({{0, 0, 0, 1, 6, 5, 30}, Bytes(16, 1), text("maker 7 - H.264 etc")});
+    const Bytes vol = bits(
+        "32:0x120 1:0 type=8:17 id=1:1 verid=4:5 3:1 aspect=4:4 control=1:0 shape=2:0 1:1 "
+        "rate=16:25 1:1 fixed=1:0 1:1 13:320 1:1 13:240 1:1 interlaced=1:1 obmc_disable=1:1 "
+        "sprite=2:2 6:1 2:0 1:0 not_8_bit=1:0 quant_type=1:1 1:0 1:0 quarter=1:1 1:1 1:0 1:0 "
+        "1:0 1:0 1:0 9:0x7F");
+    const Bytes mpeg4 = join({{0, 0, 1, 0xB0, 0xF5}, vol, {0, 0, 1, 0xB2}, text("maker 8")});
+    const struct {
+        Bytes file;
+        std::string facts;
+    } rows[] = {
+        {avi_of(with_codec_data("H264", join({high.sps(), high.pps(), sei}))),
+         "High, level 1.0; 4:2:0, 8 bits, CAVLC, 4 reference frames, colours of BT.709; maker 7; scan 1, "
+         "pixels 1:1"},
+        {avi_of(with_codec_data("XVID", mpeg4)),
+         "Advanced Simple, level 5; 4:2:0, 8 bits, B-VOPs possible, quarter-pixel motion, global motion, "
+         "MPEG quantisation; maker 8; scan 2, pixels 16:11"},
+        {avi_of(video_stream(tag("MJPG"))), "; ; ; scan 0, pixels 0:0"},
+    };
+    for (const auto &row : rows) {
+        MediaBytes source(row.file);
+        MediaFile file(source.record());
+        const QuorvTrack &track = file.track(0);
+        const std::string facts = std::string(track.profile) + "; " + track.coding + "; " + track.encoder +
+                                  "; scan " + std::to_string(track.scan) + ", pixels " +
+                                  std::to_string(track.pixel_aspect.num) + ":" +
+                                  std::to_string(track.pixel_aspect.den);
+        EXPECT_EQ(facts, row.facts);
+    }
+}
+
+// Packets and bytes by the index are those that are read.
+TEST(MediaRecords, SurveysCountWhatIsRead) {
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream(48000, 4)});
+    for (size_t i = 0; i < 9; ++i)
+        builder.frame(0, 20 + 3 * i).frame(1, size_t{48});
+    const Bytes whole = builder.build().flatten();
+    MediaBytes source(whole), without(asf_of(asf_video(1)));
+    MediaFile file(source.record());
+    const std::array<uint64_t, 4> expected[] = {{9, 288, 20, 44}, {9, 432, 48, 48}};
+    QuorvSurvey survey = {};
+    for (uint32_t i = 0; i < 2; ++i) {
+        ASSERT_EQ(quorv_survey(file.reader(), i, &survey), QUORV_OK);
+        EXPECT_EQ((std::array{survey.chunks, survey.bytes, survey.smallest, survey.largest}), expected[i]);
+    }
+    EXPECT_EQ(quorv_survey(file.reader(), 2, &survey), QUORV_ERR_ARGUMENT);
+    EXPECT_EQ(quorv_survey(MediaFile(without.record()).reader(), 0, &survey), QUORV_ERR_UNSUPPORTED);
+    EXPECT_EQ(survey.chunks, 0u);
 }
 
 std::vector<int> key_flags(const KeptPackets &packets) {

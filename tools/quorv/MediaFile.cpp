@@ -141,6 +141,18 @@ QuorvResult MediaFile::read_next(QuorvPacket &packet) {
     return result;
 }
 
+void MediaFile::rewind() {
+    quorv_seek(reader_.get(), 0, QUORV_SEEK_BEFORE, nullptr);
+    check_reads();
+}
+
+std::optional<QuorvSurvey> MediaFile::survey(const Track &track) {
+    QuorvSurvey survey = {};
+    const QuorvResult result = quorv_survey(reader_.get(), track.index, &survey);
+    check_reads();
+    return result == QUORV_OK ? std::optional(survey) : std::nullopt;
+}
+
 SeekResult MediaFile::seek(const Track &track, uint32_t time_ms, QuorvSeek mode) {
     for (const Track &other : tracks_) {
         if (other.is_readable()) quorv_select(reader_.get(), other.index, other.index == track.index);

@@ -56,6 +56,7 @@ public:
     // Finds the format from the content. The file must outlive this object.
     explicit MediaFile(FileSource &file);
 
+    const QuorvFile &facts() const { return *quorv_file(reader_.get()); }
     // "avi", "asf" or "mp3"
     std::string_view format() const;
     const std::vector<Track> &tracks() const { return tracks_; }
@@ -66,6 +67,10 @@ public:
     // The next packet of all readable tracks, valid until the next read. QUORV_OK, QUORV_END, or
     // QUORV_ERR_DAMAGED where the next call goes on behind damage.
     QuorvResult read_next(QuorvPacket &packet);
+    // All tracks begin anew.
+    void rewind();
+    // What the file tells of all packets without their being read, if anything.
+    std::optional<QuorvSurvey> survey(const Track &track);
     SeekResult seek(const Track &track, uint32_t time_ms, QuorvSeek mode);
     // What a user must know about a file that could be opened but is not whole; else empty.
     std::string damage() const;

@@ -2,7 +2,10 @@
 
 #include "TrackJson.h"
 
+#include <fmt/format.h>
+
 #include "Text.h"
+#include "TrackFacts.h"
 
 namespace quorv::tool {
 
@@ -39,7 +42,44 @@ void add_audio(Json &json, const QuorvTrack &audio) {
     json["bit_rate"] = audio.bit_rate;
 }
 
-Json track_json(MediaFile &media, const Track &track) {
+std::string ratio_text(const QuorvRational &ratio) {
+    return fmt::format("{}:{}", ratio.num, ratio.den);
+}
+
+// Beside the keys that there have always been.
+void add_facts(Json &json, const Track &track, const TrackFacts &facts) {
+    const QuorvTrack &record = *track.facts;
+    json["codec_name"] = record.codec_name;
+    if (const std::string tag = tag_text(record); !tag.empty()) json["tag"] = tag;
+    if (facts.frame_rate.den != 0) {
+        json["frame_rate_num"] = facts.frame_rate.num;
+        json["frame_rate_den"] = facts.frame_rate.den;
+    }
+    if (!json.contains("bit_rate") && facts.bit_rate != 0) json["bit_rate"] = facts.bit_rate;
+    if (facts.survey) json["bytes"] = facts.survey->bytes;
+    if (track.is_video()) json["display_aspect"] = aspect_text(record);
+    if (record.pixel_aspect.den != 0) json["pixel_aspect"] = ratio_text(record.pixel_aspect);
+    if (record.scan != QUORV_SCAN_UNKNOWN) json["interlaced"] = record.scan == QUORV_SCAN_INTERLACED;
+    if (facts.rate_kind != QUORV_RATE_UNKNOWN)
+        json["bit_rate_kind"] = facts.rate_kind == QUORV_RATE_CONSTANT ? "constant" : "variable";
+    if (!facts.profile.empty()) json["profile"] = facts.profile;
+    if (!facts.coding.empty()) json["coding"] = facts.coding;
+    if (!facts.encoder.empty()) json["encoder"] = facts.encoder;
+    if (record.sample_count != 0) json["samples"] = record.sample_count;
+    if (record.trim_front != 0 || record.trim_back != 0) {
+        json["trim_front"] = record.trim_front;
+        json["trim_back"] = record.trim_back;
+    }
+}
+
+Json tags_json(const Tags &tags) {
+    Json json = Json::object();
+    for (const auto &[name, text] : tags.texts())
+        json[name] = text;
+    return json;
+}
+
+Json track_json(MediaFile &media, const Track &track, const Tags &tags) {
     Json json = {{"track", track.facts->number}, {"type", type_code(track)}};
     if (!track.is_readable()) return json;
     json["codec"] = fourcc_text(track.facts->codec);
@@ -49,16 +89,23 @@ Json track_json(MediaFile &media, const Track &track) {
     json["max_frame_size"] = track.facts->max_packet_size;
     json["codec_data_size"] = track.facts->codec_data_size;
     json["seekable"] = track.facts->seekable != 0;
+    add_facts(json, track, find_facts(media, track, tags));
     return json;
 }
 
 }  // namespace
 
-Json file_json(const std::string &name, MediaFile &media) {
+Json file_json(const std::string &name, const FileSource &file, MediaFile &media, const Tags &tags) {
     Json tracks = Json::array();
     for (const Track &track : media.tracks())
-        tracks.push_back(track_json(media, track));
-    return {{"file", name}, {"container", media.format()}, {"tracks", std::move(tracks)}};
+        tracks.push_back(track_json(media, track, tags));
+    Json json = {{"file", name}, {"container", media.format()}, {"tracks", std::move(tracks)}};
+    json["size"] = file.size();
+    if (media.facts().duration_us >= 0) json["duration_ms"] = media.facts().duration_us / 1000;
+    if (!tags.texts().empty()) json["tags"] = tags_json(tags);
+    for (const Cover &cover : tags.covers())
+        json["pictures"].push_back({{"type", cover.type}, {"bytes", cover.bytes}});
+    return json;
 }
 
 }  // namespace quorv::tool

@@ -6,10 +6,11 @@
 
 #include "Json.h"
 #include "MediaFile.h"
+#include "Tags.h"
 
 namespace quorv::tool {
 
-Json file_json(const std::string &name, MediaFile &media);
+Json file_json(const std::string &name, const FileSource &file, MediaFile &media, const Tags &tags);
 
 }  // namespace quorv::tool
 

@@ -1,0 +1,44 @@
+// What a file says of itself; see the header.
+
+#include "Tags.h"
+
+#include <algorithm>
+
+#include "LibraryTags.h"
+#include "RiffInfo.h"
+
+namespace quorv::tool {
+
+void Tags::add(const std::string &name, const std::string &text) {
+    const bool known =
+        std::any_of(texts_.begin(), texts_.end(), [&](const auto &t) { return t.first == name; });
+    if (!known && !text.empty()) texts_.emplace_back(name, text);
+}
+
+void Tags::add_cover(Cover cover) {
+    covers_.push_back(std::move(cover));
+}
+
+std::string Tags::text(const std::string &name) const {
+    const auto found =
+        std::find_if(texts_.begin(), texts_.end(), [&](const auto &text) { return text.first == name; });
+    return found != texts_.end() ? found->second : "";
+}
+
+Tags read_tags(FileSource &file, QuorvContainer container) {
+    Tags tags;
+    switch (container) {
+        case QUORV_CONTAINER_AVI:
+            read_riff_info(file, &tags);
+            break;
+        case QUORV_CONTAINER_ASF:
+            read_asf_tags(file, &tags);
+            break;
+        case QUORV_CONTAINER_MPEG_AUDIO:
+            read_mpeg_audio_tags(file, &tags);
+            break;
+    }
+    return tags;
+}
+
+}  // namespace quorv::tool

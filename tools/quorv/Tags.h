@@ -1,0 +1,44 @@
+// What a file says of itself beside its media: title, artist and the like, and pictures.
+#ifndef QUORV_TOOLS_QUORV_TAGS_H
+#define QUORV_TOOLS_QUORV_TAGS_H
+
+#include <quorv/quorv.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "FileSource.h"
+
+namespace quorv::tool {
+
+struct Cover {
+    std::string type;  // "image/jpeg", or what the file says instead
+    uint64_t bytes = 0;
+};
+
+// All texts are UTF-8.
+class Tags {
+public:
+    // Of a name that is known already, the first text stays. Empty texts are left out.
+    void add(const std::string &name, const std::string &text);
+    void add_cover(Cover cover);
+
+    // In the order in which they came: "title" and its text.
+    const std::vector<std::pair<std::string, std::string>> &texts() const { return texts_; }
+    // Empty when there is none of the name.
+    std::string text(const std::string &name) const;
+    const std::vector<Cover> &covers() const { return covers_; }
+
+private:
+    std::vector<std::pair<std::string, std::string>> texts_;
+    std::vector<Cover> covers_;
+};
+
+// Of a file that the library reads. What cannot be read of damaged tags is left out.
+Tags read_tags(FileSource &file, QuorvContainer container);
+
+}  // namespace quorv::tool
+
+#endif

@@ -1,0 +1,35 @@
+// All that info shows of a track: the library's record, and what follows from it or is looked up for it.
+#ifndef QUORV_TOOLS_QUORV_TRACKFACTS_H
+#define QUORV_TOOLS_QUORV_TRACKFACTS_H
+
+#include <optional>
+#include <string>
+
+#include "MediaFile.h"
+#include "Tags.h"
+
+namespace quorv::tool {
+
+struct TrackFacts {
+    QuorvRational frame_rate = {};  // den is 0 when it is not known
+    uint64_t bit_rate = 0;          // 0 when it is not known
+    QuorvRateKind rate_kind = QUORV_RATE_UNKNOWN;
+    std::optional<QuorvSurvey> survey;
+    std::string profile, coding, encoder;
+};
+
+// Reads a few packets where a track's own headers leave open what its first frames tell.
+// Some are among the tags.
+TrackFacts find_facts(MediaFile &media, const Track &track, const Tags &tags);
+
+// "MPEG-4 Part 2" for the library's "MPEG-4 Part 2 (XVID)", and the tag by which the file says so: "XVID", or
+// "0x0055" of sound; empty where there is none.
+std::string codec_title(const QuorvTrack &track);
+std::string tag_text(const QuorvTrack &track);
+
+// "16:9" or "2.35:1", with square pixels where the headers do not say otherwise; empty without a size.
+std::string aspect_text(const QuorvTrack &video);
+
+}  // namespace quorv::tool
+
+#endif
