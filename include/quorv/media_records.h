@@ -254,6 +254,24 @@ typedef struct QuorvSkippedFrames {
     uint64_t cut_off;      /**< the stream ends inside of them */
 } QuorvSkippedFrames;
 
+/** Which key frame quorv_seek goes to. */
+typedef enum QuorvSeek {
+    QUORV_SEEK_BEFORE = 0, /**< the last one at or before the time; the first of all when there is none */
+    QUORV_SEEK_AFTER       /**< the first one at or after the time; the last of all when there is none */
+} QuorvSeek;
+
+/** Whose code quorv_code_text explains; the modules' own codes overlap. */
+typedef enum QuorvModule {
+    QUORV_MODULE_SPLITTER = 1, /**< SPLITER_* of splitter.h */
+    QUORV_MODULE_MP3,          /**< MP3_ERR_* of mp3_decoder.h */
+    QUORV_MODULE_PLATFORM      /**< Result* of platform/memory.h */
+} QuorvModule;
+
+/** Flags of quorv_decoder_open. */
+enum {
+    QUORV_DECODER_KEEP_PADDING = 1 /**< what the encoder added in front and behind is not trimmed */
+};
+
 /** @} */
 
 #ifdef __cplusplus

@@ -226,12 +226,6 @@ QUORV_API QuorvResult quorv_read(QuorvReader *reader, const QuorvPacket **packet
  */
 QUORV_API QuorvResult quorv_read_track(QuorvReader *reader, uint32_t index, const QuorvPacket **packet);
 
-/** Which key frame quorv_seek goes to. */
-typedef enum QuorvSeek {
-    QUORV_SEEK_BEFORE = 0, /**< the last one at or before the time; the first of all when there is none */
-    QUORV_SEEK_AFTER       /**< the first one at or after the time; the last of all when there is none */
-} QuorvSeek;
-
 /**
  * Moves all selected tracks: the first selected video track to a key frame, the others to the last packet
  * that begins at or before the time of that. Without a selected video track each goes to a packet as if all
@@ -268,11 +262,6 @@ QUORV_API const QuorvDamage *quorv_damage(QuorvReader *reader, uint32_t index);
 /** @}
  * @name Decoding MPEG audio
  * @{ */
-
-/** Flags of quorv_decoder_open. */
-enum {
-    QUORV_DECODER_KEEP_PADDING = 1 /**< what the encoder added in front and behind is not trimmed */
-};
 
 /**
  * Makes a decoder of MPEG audio, Layers I to III.
@@ -367,13 +356,6 @@ QUORV_API void quorv_decoder_close(QuorvDecoder *decoder);
  * @return a text in English without a full stop; "unknown result" for what is none
  */
 QUORV_API const char *quorv_strerror(QuorvResult result);
-
-/** Whose code quorv_code_text explains; the modules' own codes overlap. */
-typedef enum QuorvModule {
-    QUORV_MODULE_SPLITTER = 1, /**< SPLITER_* of splitter.h */
-    QUORV_MODULE_MP3,          /**< MP3_ERR_* of mp3_decoder.h */
-    QUORV_MODULE_PLATFORM      /**< Result* of platform/memory.h */
-} QuorvModule;
 
 /**
  * Says in words what a code of one of the other headers means.
