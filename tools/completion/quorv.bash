@@ -6,7 +6,7 @@ _quorv() {
   [[ $before == = ]] && before=${COMP_WORDS[COMP_CWORD - 2]}
   [[ $word == = ]] && word=
 
-  local commands='info frames extract headers decode check repair'
+  local commands='info frames extract headers decode check repair report'
   if [[ $COMP_CWORD -eq 1 || (${COMP_WORDS[1]} == help && $COMP_CWORD -eq 2) ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$commands help --help --version" -- "$word")
     return
@@ -19,6 +19,7 @@ _quorv() {
     check) options='--json --jobs --files-from --null --md5 --save --against' ;;
     decode) options='--output --track --rate --channels' ;;
     repair) options='--output --segment' ;;
+    report) options='--output' ;;
     *) return ;;
   esac
 

@@ -12,6 +12,7 @@ void add_extract_command(Session &session);
 void add_headers_command(Session &session);
 void add_decode_command(Session &session);
 void add_repair_command(Session &session);
+void add_report_command(Session &session);
 void add_check_command(Session &session);
 
 }  // namespace quorv::tool

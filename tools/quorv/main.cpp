@@ -83,6 +83,7 @@ ExitCode run(int argc, char **argv, OutputStream &out) {
     add_headers_command(session);
     add_decode_command(session);
     add_repair_command(session);
+    add_report_command(session);
     add_check_command(session);
     const std::vector<std::string> words = arguments(argc, argv);
     try {
