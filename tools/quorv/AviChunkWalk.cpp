@@ -278,7 +278,7 @@ uint16_t type_letters(AviChunkType type) {
 std::optional<AviChunk> chunk_of_name(const uint8_t *name, size_t streams) {
     const uint32_t tens = name[0] - uint32_t{'0'}, ones = name[1] - uint32_t{'0'};
     if (tens > 9 || ones > 9 || 10 * tens + ones >= streams) return std::nullopt;
-    const auto found =
+    const auto *const found =
         std::find_if(std::begin(kTypeNames), std::end(kTypeNames),
                      [name](const TypeName &type) { return type.letters == load_le16(name + 2); });
     if (found == std::end(kTypeNames)) return std::nullopt;

@@ -212,7 +212,7 @@ uint64_t AviStreamHeader::milliseconds(uint64_t units) const {
 }
 
 uint64_t AviStreamHeader::units_of(uint64_t bytes) const {
-    if (unit_bytes() != 0) return bytes / unit_bytes();
+    if (const uint32_t unit = unit_bytes(); unit != 0) return bytes / unit;
     const uint32_t block = block_align();
     return block != 0 ? (bytes + block - 1) / block : 1;
 }

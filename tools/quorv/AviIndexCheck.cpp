@@ -90,8 +90,8 @@ AviIndexCheck::Place AviIndexCheck::look(const NamedChunk &entry, const QuorvRan
 void AviIndexCheck::look_for_unseen(const QuorvRanges &passed_over, std::vector<Finding> &findings) {
     std::vector<FindingRuns> elsewhere;
     for (const Track &track : tracks_)
-        elsewhere.push_back({"index_elsewhere", Severity::Damage, track.facts->number, "chunk",
-                             "in the index at places where none begins"});
+        elsewhere.emplace_back("index_elsewhere", Severity::Damage, track.facts->number, "chunk",
+                               "in the index at places where none begins");
     uint64_t number = 0;
     for (const NamedChunk &entry : index_.entries()) {
         ++number;

@@ -115,7 +115,7 @@ void AviWriter::place() {
     for (Segment &segment : segments_) {
         segment.position = position;
         const bool is_first = position == 0;
-        position += is_first ? header().size() + kListHeaderBytes : 2 * kListHeaderBytes;
+        position += is_first ? header().size() + kListHeaderBytes : size_t{2} * kListHeaderBytes;
         position += segment.chunk_bytes;
         for (StreamIndex &index : segment.indexes) {
             index.position = position;
@@ -243,7 +243,7 @@ void AviWriter::copy(const AviChunk &chunk, FileSource &input, OutputStream &out
         out.write(piece);
         done += static_cast<uint32_t>(piece.size());
     }
-    if ((chunk.size & 1) != 0) out.write(std::string_view("", 1));
+    if ((chunk.size & 1) != 0) out.write(std::string_view("\0", 1));
 }
 
 // The index chunks of the segment, a stream after another.
