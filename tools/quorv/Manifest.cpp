@@ -162,11 +162,13 @@ bool Manifest::find_moved(CheckResult &result) {
 
 std::vector<std::string> Manifest::missing(const std::vector<std::string> &folders) const {
     std::vector<std::string> names;
-    for (const auto &[name, file] : files_) {
+    for (const auto &entry : files_) {
+        const std::string &name = entry.first;
         const auto is_inside = [&name](const std::string &folder) {
             return name.starts_with(folder.ends_with('/') ? folder : folder + '/');
         };
-        if (!file.is_met && std::any_of(folders.begin(), folders.end(), is_inside)) names.push_back(name);
+        if (!entry.second.is_met && std::any_of(folders.begin(), folders.end(), is_inside))
+            names.push_back(name);
     }
     return names;
 }

@@ -180,6 +180,7 @@ void MediaCheck::tell_lengths() {
         if (track.frames() != 0 && (longest == nullptr || track.end_ms() > longest->end_ms()))
             longest = &track;
     }
+    if (longest == nullptr) return;
     for (const TrackCheck &track : tracks_) {
         if (track.frames() == 0 || longest->end_ms() - track.end_ms() <= kSecondMs) continue;
         const auto less = static_cast<uint64_t>(longest->end_ms() - track.end_ms());

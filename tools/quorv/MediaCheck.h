@@ -34,7 +34,7 @@ private:
                      std::string_view phrase);
     void tell_end(const QuorvDamage &damage);
     void tell_lengths();
-    int64_t time_at(int64_t offset, uint32_t *track) const;
+    int64_t time_at(int64_t offset, uint32_t *number) const;
     uint64_t declared_end();
 
     FileSource &file_;
