@@ -6,11 +6,12 @@
 #include <cstring>
 #include <string_view>
 
+#include "Riff.h"
+
 namespace quorv::tool {
 
 namespace {
 
-constexpr uint64_t kChunkHeader = 8, kListHeader = 12;
 constexpr uint32_t kNoStream = 100;
 // Of lists inside lists: a RIFF, its header list, a stream's list.
 constexpr int kDeepestList = 3;
@@ -73,30 +74,30 @@ std::vector<uint8_t> AviIndexFile::read(uint64_t offset, uint64_t size) {
 void AviIndexFile::walk_segments() {
     const uint64_t size = file_.size();
     uint64_t start = 0;
-    while (size - start >= kListHeader) {
-        uint8_t head[kListHeader];
-        if (file_.read_at(start, head) < kListHeader || !is(head, "RIFF")) break;
+    while (size - start >= kListHeaderBytes) {
+        uint8_t head[kListHeaderBytes];
+        if (file_.read_at(start, head) < kListHeaderBytes || !is(head, "RIFF")) break;
         const uint32_t stated = load32(head + 4);
         if (start == 0) may_have_index_ = is(head + 8, "AVI ");
-        const uint64_t end = is_open(stated) ? size : std::min(size, start + kChunkHeader + stated);
-        walk_list(start + kListHeader, end, 1);
+        const uint64_t end = is_open(stated) ? size : std::min(size, start + kChunkHeaderBytes + stated);
+        walk_list(start + kListHeaderBytes, end, 1);
         start = std::min(size, end + (end & 1));
     }
     declared_end_ = start;
 }
 
 void AviIndexFile::walk_list(uint64_t begin, uint64_t end, int depth) {
-    while (begin < end && end - begin >= kChunkHeader) {
-        uint8_t head[kListHeader] = {};
-        if (file_.read_at(begin, head) < kChunkHeader) return;
-        const uint64_t data = begin + kChunkHeader;
+    while (begin < end && end - begin >= kChunkHeaderBytes) {
+        uint8_t head[kListHeaderBytes] = {};
+        if (file_.read_at(begin, head) < kChunkHeaderBytes) return;
+        const uint64_t data = begin + kChunkHeaderBytes;
         const uint32_t stated = load32(head + 4);
         const auto size = static_cast<uint32_t>(std::min<uint64_t>(stated, end - data));
         const bool is_media = is(head, "LIST") && is(head + 8, "movi");
         if (is_media && movi_ == 0) movi_ = data;
         if (is_media && is_open(stated)) return;  // up to the end
         if (is(head, "LIST") && (is(head + 8, "hdrl") || is(head + 8, "strl")) && depth < kDeepestList)
-            walk_list(begin + kListHeader, data + size, depth + 1);
+            walk_list(begin + kListHeaderBytes, data + size, depth + 1);
         if (is(head, "indx")) read_super_index(data, size);
         if (is(head, "idx1")) read_legacy_index(data, size);
         begin = data + size + (stated & 1);
@@ -116,10 +117,10 @@ void AviIndexFile::read_super_index(uint64_t begin, uint32_t size) {
         const uint64_t position = load(entry, 8);
         if (position == 0) continue;
         ChunkHeader header = {};
-        const bool fits = position < file_.size() && read_header(position + kChunkHeader, header) &&
+        const bool fits = position < file_.size() && read_header(position + kChunkHeaderBytes, header) &&
                           (is(header.id, "ix") || is(header.id + 2, "ix"));
         if (fits) {
-            read_standard_index(position + kChunkHeader, header.size);
+            read_standard_index(position + kChunkHeaderBytes, header.size);
         } else if (position < file_.size()) {
             lost_index_chunks_.push_back(position);
         }
@@ -169,7 +170,7 @@ void AviIndexFile::read_legacy_index(uint64_t begin, uint32_t size) {
     const uint64_t base = legacy_base(read(begin, std::min(size, kTriedEntries * kLegacyEntry)));
     read_entries(begin, size, kLegacyEntry, [&](const uint8_t *entry) {
         if (!is_media_id(entry, streams_) || is(entry + 2, "ix")) return true;
-        return add({base + load32(entry + 8) + kChunkHeader, load32(entry + 12),
+        return add({base + load32(entry + 8) + kChunkHeaderBytes, load32(entry + 12),
                     static_cast<uint8_t>(chunk_stream(entry)), (entry[4] & kKeyFlag) != 0, false});
     });
 }
@@ -180,7 +181,7 @@ uint64_t AviIndexFile::legacy_base(const std::vector<uint8_t> &bytes) {
     for (size_t at = 0; bytes.size() - at >= kLegacyEntry; at += kLegacyEntry) {
         const auto fits = [&](uint64_t base) {
             ChunkHeader header = {};
-            return read_header(base + load32(&bytes[at + 8]) + kChunkHeader, header) &&
+            return read_header(base + load32(&bytes[at + 8]) + kChunkHeaderBytes, header) &&
                    std::memcmp(header.id, &bytes[at], sizeof(header.id)) == 0;
         };
         if (fits(movi_)) ++relative;
@@ -191,9 +192,9 @@ uint64_t AviIndexFile::legacy_base(const std::vector<uint8_t> &bytes) {
 }
 
 bool AviIndexFile::read_header(uint64_t data_offset, ChunkHeader &header) {
-    if (data_offset < kChunkHeader || data_offset > file_.size()) return false;
-    uint8_t bytes[kChunkHeader];
-    if (file_.read_at(data_offset - kChunkHeader, bytes) < kChunkHeader) return false;
+    if (data_offset < kChunkHeaderBytes || data_offset > file_.size()) return false;
+    uint8_t bytes[kChunkHeaderBytes];
+    if (file_.read_at(data_offset - kChunkHeaderBytes, bytes) < kChunkHeaderBytes) return false;
     std::memcpy(header.id, bytes, sizeof(header.id));
     header.size = load32(bytes + 4);
     return true;

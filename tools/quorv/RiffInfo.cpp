@@ -7,11 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "Riff.h"
+
 namespace quorv::tool {
 
 namespace {
 
-constexpr uint64_t kChunkHeader = 8, kListHeader = 12;
 // A file of which each chunk is looked at has no more of them outside of its media.
 constexpr int kMostChunks = 10000;
 constexpr uint64_t kLongestInfo = 4096;
@@ -36,7 +37,7 @@ struct Chunk {
 
 // Reads the header of the chunk at a place; false when none fits in front of the end.
 bool read_chunk(FileSource &file, uint64_t at, uint64_t end, Chunk *chunk) {
-    std::array<uint8_t, kChunkHeader> head = {};
+    std::array<uint8_t, kChunkHeaderBytes> head = {};
     if (end < at || end - at < head.size() || file.read_at(at, head) < head.size()) return false;
     const uint64_t size =
         uint64_t{head[4]} | uint64_t{head[5]} << 8 | uint64_t{head[6]} << 16 | uint64_t{head[7]} << 24;
@@ -121,8 +122,8 @@ void read_riff_info(FileSource &file, Tags *tags) {
     Chunk segment;
     if (!read_chunk(file, 0, file.size(), &segment)) return;
     // Writers that cannot go back leave the outermost size open.
-    const uint64_t end = segment.size < kListHeader ? file.size() : segment.data + segment.size;
-    InfoWalk(file, tags).walk(kListHeader, end, true);
+    const uint64_t end = segment.size < kListHeaderBytes ? file.size() : segment.data + segment.size;
+    InfoWalk(file, tags).walk(kListHeaderBytes, end, true);
 }
 
 }  // namespace quorv::tool
