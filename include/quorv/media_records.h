@@ -235,7 +235,8 @@ typedef struct QuorvDamage {
 
 /** Decoded sound. */
 typedef struct QuorvSamples {
-    const int16_t *samples; /**< all channels in turn; valid until the next call with the decoder */
+    const int16_t *samples; /**< all channels in turn; valid until the next call with the decoder; null from a
+                                 decoder that only measures */
     size_t frames;          /**< samples of each channel; 0 when there are none yet */
     uint32_t sample_rate;   /**< hertz */
     uint32_t channels;      /**< 1 or 2 */
@@ -269,7 +270,9 @@ typedef enum QuorvModule {
 
 /** Flags of quorv_decoder_open. */
 enum {
-    QUORV_DECODER_KEEP_PADDING = 1 /**< what the encoder added in front and behind is not trimmed */
+    QUORV_DECODER_KEEP_PADDING = 1, /**< what the encoder added in front and behind is not trimmed */
+    QUORV_DECODER_MEASURE = 2       /**< only headers are looked at: samples come with their number, rate and
+                                         channels and a null pointer, of undecodable frames as well */
 };
 
 /** @} */

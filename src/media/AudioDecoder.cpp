@@ -9,6 +9,7 @@
 #include "media/XingHeader.h"
 #include "mp3dec/Mp3FrameHeader.h"
 #include "mp3dec/Mp3FrameLength.h"
+#include "mp3dec/Mp3FrameSync.h"
 #include "mp3dec/Mp3Output.h"
 
 namespace quorv {
@@ -37,8 +38,9 @@ bool fails_inside(Mp3Error error) {
 
 }  // namespace
 
-bool AudioDecoder::open(const QuorvTrack *track, bool keeps_padding) {
-    keeps_padding_ = keeps_padding;
+bool AudioDecoder::open(const QuorvTrack *track, uint32_t flags) {
+    keeps_padding_ = (flags & QUORV_DECODER_KEEP_PADDING) != 0;
+    measures_ = (flags & QUORV_DECODER_MEASURE) != 0;
     if (track != nullptr && track->sample_count > 0 && track->trim_front + uint64_t{track->trim_back} > 0) {
         track_trim_ =
             AudioTrim(track->trim_front, static_cast<int64_t>(track->sample_count), track->trim_back);
@@ -46,7 +48,7 @@ bool AudioDecoder::open(const QuorvTrack *track, bool keeps_padding) {
     }
     if (!frame_init(&frame_) || !reservoir_create(&frame_.reservoir)) return false;
     if (synth_init_zev(&synthesis_, 3, kMp3SameRate) != 0) return false;
-    samples_.samples = output_;
+    samples_.samples = measures_ ? nullptr : output_;
     restart();
     return true;
 }
@@ -114,7 +116,10 @@ bool AudioDecoder::is_at_end() const {
 const QuorvSamples *AudioDecoder::next() {
     while (!is_at_end()) {
         const bool was_in_sync = input_.in_sync;
-        const Mp3Error error = frame_decode(&frame_, &input_, &synthesis_);
+        const Mp3Error error =
+            measures_ ? header_decode(&frame_.header, &input_) : frame_decode(&frame_, &input_, &synthesis_);
+        // A tag was the last thing.
+        if (ended_ && input_.frame_start >= input_.stream_end) break;
         if (error != Mp3Error::None && !mp3_skips_frame(error)) {
             if (input_.read_position == nullptr) break;
             // The start of the current frame is still that of the last one when nothing is behind that.
@@ -175,15 +180,20 @@ void AudioDecoder::count_cut_off() {
 }
 
 const QuorvSamples *AudioDecoder::deliver(AudioTrim::Part part) {
+    if (measures_) return describe(part.count, mp3_channels(frame_.header));
     const Mp3PcmStore &pcm = *synthesis_.pcm;
     Mp3Delivery delivery{};
     delivery.next = part.first;
     Mp3OutputRoom room = {reinterpret_cast<uint8_t *>(output_),
                           part.count * pcm.channels * static_cast<uint32_t>(sizeof(int16_t))};
     mp3_deliver(pcm, kMp3NoRequest, &delivery, &room);
+    return describe(part.count, pcm.channels);
+}
+
+const QuorvSamples *AudioDecoder::describe(uint32_t frames, uint32_t channels) {
     const uint32_t rate = frame_.header.sample_rate;
-    const bool is_same = samples_.sample_rate == rate && samples_.channels == pcm.channels;
-    samples_ = {output_, part.count, rate, pcm.channels, is_same ? 0 : 1};
+    const bool is_same = samples_.sample_rate == rate && samples_.channels == channels;
+    samples_ = {measures_ ? nullptr : output_, frames, rate, channels, is_same ? 0 : 1};
     return &samples_;
 }
 

@@ -20,8 +20,8 @@ public:
     AudioDecoder &operator=(const AudioDecoder &) = delete;
     ~AudioDecoder() { synth_close(&synthesis_); }
 
-    // False without memory. The track may be null.
-    [[nodiscard]] bool open(const QuorvTrack *track, bool keeps_padding);
+    // False without memory. The track may be null, the flags are QUORV_DECODER_*.
+    [[nodiscard]] bool open(const QuorvTrack *track, uint32_t flags);
     // Copies the bytes behind those that were not decoded yet. False without memory, with nothing changed.
     [[nodiscard]] bool append(const void *data, size_t size);
     // Nothing follows what was appended.
@@ -43,6 +43,7 @@ private:
     void count_skipped(Mp3Error error, bool was_in_sync);
     void count_cut_off();
     const QuorvSamples *deliver(AudioTrim::Part part);
+    const QuorvSamples *describe(uint32_t frames, uint32_t channels);
 
     Mp3Frame frame_{};
     Mp3Synthesis synthesis_{};
@@ -54,6 +55,7 @@ private:
     bool ended_ = false;  // and padded
 
     bool keeps_padding_ = false;
+    bool measures_ = false;        // headers alone
     bool expects_header_ = false;  // the next frame may be that of a XingHeader
     AudioTrim trim_;
     AudioTrim track_trim_;  // as the track's reader tells it

@@ -13,11 +13,11 @@ struct QuorvDecoder {
 QuorvResult quorv_decoder_open(const QuorvTrack *track, uint32_t flags, QuorvDecoder **decoder) {
     if (decoder == nullptr) return QUORV_ERR_ARGUMENT;
     *decoder = nullptr;
-    if ((flags & ~uint32_t{QUORV_DECODER_KEEP_PADDING}) != 0) return QUORV_ERR_ARGUMENT;
+    if ((flags & ~uint32_t{QUORV_DECODER_KEEP_PADDING | QUORV_DECODER_MEASURE}) != 0)
+        return QUORV_ERR_ARGUMENT;
     if (track != nullptr && track->framing != QUORV_FRAMING_MPEG_AUDIO) return QUORV_ERR_UNSUPPORTED;
     Owned<QuorvDecoder> made = make_owned<QuorvDecoder>();
-    if (made == nullptr || !made->audio.open(track, (flags & QUORV_DECODER_KEEP_PADDING) != 0))
-        return QUORV_ERR_MEMORY;
+    if (made == nullptr || !made->audio.open(track, flags)) return QUORV_ERR_MEMORY;
     *decoder = made.release();
     return QUORV_OK;
 }

@@ -50,6 +50,7 @@ struct DecodedSound {
         if (portion->format_changed != 0)
             formats.push_back({frames, portion->sample_rate, portion->channels});
         frames += portion->frames;
+        if (portion->samples == nullptr) return true;  // of a decoder that only measures
         samples.insert(samples.end(), portion->samples,
                        portion->samples + portion->frames * portion->channels);
         return true;

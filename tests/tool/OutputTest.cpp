@@ -6,33 +6,10 @@
 namespace quorv::test {
 namespace {
 
-// A WAV file of that format.
-Bytes wav(uint32_t rate, uint32_t channels, const Bytes &pcm) {
-    const Bytes format =
-        join({le16(1), le16(channels), le32(rate), le32(rate * channels * 2), le16(channels * 2), le16(16)});
-    const auto size = static_cast<uint32_t>(pcm.size());
-    return join(
-        {text("RIFF"), le32(36 + size), text("WAVEfmt "), le32(16), format, text("data"), le32(size), pcm});
-}
-
-TEST(Output, SoundBecomesAWavFile) {
+TEST(Output, SoundIsListedWhereverItComesFrom) {
     const Shell shell;
-    const Bytes mono = noise_stream(2000, {48000, 1, 9}), real = real_mp3_stream();
+    const Bytes mono = noise_stream(2000, {48000, 1, 9});
     shell.put("mono.mp3", join({id3v2_tag(70000), mono, text("TAG"), Bytes(125)}));
-    shell.put("real.mp3", real);
-    const std::pair<std::string, Bytes> cases[] = {
-        {"mono.mp3", wav(48000, 1, decode(mono))},
-        {"mono.mp3 --rate 32000", wav(32000, 1, decode_to({0, 32000}, 48000, mono))},
-        {"mono.mp3 --rate 24000 --channels 2", wav(24000, 2, decode_to({2, 24000}, 48000, mono))},
-        {"real.mp3 --rate 11025 --channels 1", wav(11025, 1, decode_to({1, 11025}, 44100, real))},
-        {"$SAMPLE --track 2", wav(44100, 2, decode(real))},
-        {"- <real.mp3", wav(44100, 2, decode(real))},
-    };
-    for (const auto &[options, expected] : cases) {
-        const std::string line = "quorv decode " + options;
-        EXPECT_EQ(shell.run(line + " -o out && " + line + " -o - | cmp - out").exit_code, 0) << line;
-        EXPECT_TRUE(shell.get("out") == expected) << line;
-    }
     const Json track = {{"track", 1},
                         {"type", "soun"},
                         {"codec", "mp1 "},

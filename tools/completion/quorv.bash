@@ -17,7 +17,7 @@ _quorv() {
     extract) options='--track --output --frames-only' ;;
     headers) options='--json --track' ;;
     check) options='--json --jobs --files-from --null --md5 --save --against' ;;
-    decode) options='--output --track --rate --channels' ;;
+    decode) options='--output --track --rate --channels --no-trim' ;;
     repair) options='--output --segment' ;;
     report) options='--output' ;;
     *) return ;;

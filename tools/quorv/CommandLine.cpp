@@ -25,10 +25,8 @@ void add_input(CLI::App &command, std::string &file, const std::string &descript
     command.add_option("FILE", file, description)->type_name("")->required();
 }
 
-void add_output(CLI::App &command, std::string &path) {
-    command.add_option("-o,--output", path, "The file to write, or - for standard output")
-        ->type_name("OUT")
-        ->required();
+CLI::Option &add_output(CLI::App &command, std::string &path, const std::string &description) {
+    return *command.add_option("-o,--output", path, description)->type_name("OUT");
 }
 
 void add_json(CLI::App &command, bool &wanted, const std::string &item) {

@@ -37,7 +37,8 @@ CLI::App &add_command(Session &session, const std::string &name, const std::stri
 
 // Options of several commands.
 void add_input(CLI::App &command, std::string &file, const std::string &description);
-void add_output(CLI::App &command, std::string &path);
+CLI::Option &add_output(CLI::App &command, std::string &path,
+                        const std::string &description = "The file to write, or - for standard output");
 void add_json(CLI::App &command, bool &wanted, const std::string &item);
 
 struct NumberRange {

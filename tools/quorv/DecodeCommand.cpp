@@ -1,15 +1,15 @@
-// quorv decode: the sound of an MPEG audio file or track as a WAV file.
+// quorv decode: the sound of MPEG audio files or tracks as WAV files.
 
-#include <limits>
+#include <algorithm>
+#include <filesystem>
 #include <memory>
-#include <optional>
 
 #include "Commands.h"
-#include "MediaFile.h"
 #include "OutputFile.h"
 #include "PcmReader.h"
 #include "Problems.h"
 #include "Progress.h"
+#include "SoundInput.h"
 #include "Text.h"
 
 namespace quorv::tool {
@@ -17,98 +17,127 @@ namespace quorv::tool {
 namespace {
 
 struct DecodeOptions {
-    std::string file;
+    std::vector<std::string> files;
     std::string output;
     uint32_t track = 0;  // 0: the first that can be decoded
     PcmFormat format;    // zeros: as in the file
+    bool keeps_padding = false;
+
+    uint32_t flags() const { return keeps_padding ? QUORV_DECODER_KEEP_PADDING : 0; }
 };
 
-// Bytes of samples to a byte of MPEG audio: the smallest frames have 24 bytes (free format, 8 kbit/s at
-// 48 kHz) and give 1152 samples of two channels.
-constexpr uint64_t kMaxExpansion = 1152 * 4 / 24;
-
-constexpr TrackKind kMpegAudio = {can_decode, "not MPEG audio", "no track is MPEG audio"};
+// No sound of a lower rate is of any use.
+constexpr uint32_t kLeastRate = 1000;
+constexpr uint64_t kSampleBytes = sizeof(int16_t);
+// Headers of files below have no room for larger sizes; those above may come to 4 GB.
+constexpr uint64_t kSurelyPlainBytes = 0xF0000000;
+// Encoders count a frame too many, or too few.
+constexpr uint64_t kTolerance = 2 * 1152;
 
 class Decoding {
 public:
-    Decoding(const DecodeOptions &options, FileSource &file)
-        : options_(options), file_(file), output_(options.output, file) {
-        open();
-    }
+    Decoding(const DecodeOptions &options, const std::string &output, FileSource &file)
+        : options_(options), output_(output, file, !options.output.empty()), input_(file, options.track) {}
     void run();
 
 private:
-    void open();
-    uint64_t decode(bool write);
-    void write_to_file();
-    void write_to_pipe();
+    PcmFormat choose_format();
+    void write(PcmReader &reader);
+    void write_samples(PcmReader &reader);
+    void check_length(const PcmFormat &format);
 
     const DecodeOptions &options_;
-    FileSource &file_;
     OutputFile output_;
-    Progress progress_;
-    std::unique_ptr<MediaFile> media_;
-    std::optional<PcmReader> reader_;
-    uint32_t passes_ = 1, pass_ = 0;
-    Problems problems_;   // where the file is damaged
-    uint64_t bytes_ = 0;  // of all samples
+    SoundInput input_;
+    SoundFacts facts_;     // of a file what its frames say, of a stream its first one
+    Problems problems_;    // where the file is damaged
+    uint64_t frames_ = 0;  // written
 };
 
-// Opens the file, once for each pass.
-void Decoding::open() {
-    reader_.reset();
-    media_ = std::make_unique<MediaFile>(file_);
-    const Track track = find_tracks(*media_, options_.track, kMpegAudio).front();
-    reader_.emplace(*media_, track, options_.format);
+// A stream tells its rate with its first samples, and may have a second channel later.
+PcmFormat Decoding::choose_format() {
+    PcmFormat format = options_.format;
+    if (input_.is_stream()) {
+        facts_ = input_.stated();
+        if (format.channels == 0) format.channels = 2;
+        return format;
+    }
+    Progress progress;
+    facts_ = input_.survey(options_.flags(), progress);
+    if (format.sample_rate == 0) format.sample_rate = facts_.format.sample_rate;
+    if (format.channels == 0) format.channels = input_.is_piped() ? 2 : facts_.format.channels;
+    return format;
 }
 
-// Returns the bytes of all samples up to the end or to where the file is damaged.
-uint64_t Decoding::decode(bool write) {
-    uint64_t count = 0;
-    problems_ = {};
-    problems_.note([&] {
-        for (std::span<const uint8_t> samples; !(samples = reader_->read()).empty();
-             count += samples.size()) {
-            if (write) output_.stream().write(samples);
-            progress_.update(pass_ * file_.size() + file_.progress(), passes_ * file_.size());
-        }
-    });
-    return count;
+void Decoding::write(PcmReader &reader) {
+    const PcmFormat &format = reader.format();
+    const bool is_known = !input_.is_stream() && facts_.format.sample_rate != 0;
+    const uint32_t rate = is_known ? facts_.format.sample_rate : reader.first_rate();
+    if (format.sample_rate > rate)
+        throw Failure(ExitCode::Usage,
+                      fmt::format("the rate can only be lowered: the sound has {} Hz", rate));
+    const uint64_t block = format.channels * kSampleBytes;
+    const uint64_t expected = facts_.frames * format.sample_rate / rate;
+    const bool room = input_.is_stream() || expected > kSurelyPlainBytes / block;
+    output_.stream().write(output_.is_rewritable() ? wav_header(format, 0, room) : wav_stream_header(format));
+    problems_.note([&] { write_samples(reader); });
+    if (output_.is_rewritable()) output_.rewrite_start(wav_header(format, frames_ * block, room));
+    if (input_.is_stream()) check_length(format);
 }
 
-// The sizes are filled in when they are known. Room for large ones is left only where they are possible.
-void Decoding::write_to_file() {
-    const bool room = file_.size() > std::numeric_limits<uint32_t>::max() / kMaxExpansion;
-    output_.stream().write(wav_header(reader_->format(), 0, room));
-    bytes_ = decode(true);
-    output_.rewrite_start(wav_header(reader_->format(), bytes_, room));
+void Decoding::write_samples(PcmReader &reader) {
+    Progress progress;
+    // Whoever listens to a stream waits for every sample.
+    const bool at_once = input_.is_stream() && !output_.is_rewritable();
+    for (std::span<const int16_t> samples; !(samples = reader.read()).empty();) {
+        output_.stream().write(pcm_bytes(samples));
+        if (at_once) output_.stream().flush();
+        frames_ += samples.size() / reader.format().channels;
+        progress.update(input_.position(), input_.size());
+    }
 }
 
-// The sizes come first here, so the sound is decoded once to learn them.
-void Decoding::write_to_pipe() {
-    passes_ = 2;
-    bytes_ = decode(false);
-    if (bytes_ == 0) return;
-    open();
-    pass_ = 1;
-    output_.stream().write(wav_header(reader_->format(), bytes_, false));
-    decode(true);
+// Whether as much came as the stream's encoder says. Of a file, the reader tells.
+void Decoding::check_length(const PcmFormat &format) {
+    const uint64_t rate = facts_.format.sample_rate;
+    if (rate == 0 || frames_ * rate / format.sample_rate + kTolerance >= facts_.frames) return;
+    const auto length = [](uint64_t frames, uint64_t hertz) { return time_text(frames * 1000 / hertz); };
+    problems_.add(fmt::format("truncated: its header says {}, {} came", length(facts_.frames, rate),
+                              length(frames_, format.sample_rate)));
 }
 
 void Decoding::run() {
-    if (output_.is_rewritable()) {
-        write_to_file();
-    } else {
-        write_to_pipe();
-    }
-    problems_.add_first(media_->damage());
-    if (bytes_ == 0) {
-        problems_.add("no frame of it can be decoded");
-        problems_.raise();
-    }
-    const PcmFormat &format = reader_->format();
-    const uint64_t seconds = bytes_ / 2 / format.channels / format.sample_rate;
+    const PcmFormat format = choose_format();
+    SoundDecoder decoder(input_, options_.flags());
+    uint64_t seconds = 0;
+    problems_.note([&] {
+        PcmReader reader(decoder, format);
+        write(reader);
+        seconds = frames_ / reader.format().sample_rate;
+    });
+    problems_.add_first(input_.damage());
+    problems_.add(decoder.damage());
+    if (frames_ == 0) problems_.raise();
     finish_output(output_, problems_, counted(seconds, "second"), "decoded");
+}
+
+// Beside the input, which is left as it is.
+std::string output_for(const std::string &input) {
+    return input == "-" ? input : std::filesystem::path(input).replace_extension(".wav").string();
+}
+
+ExitCode run(const DecodeOptions &options, OutputStream &out) {
+    if (options.files.size() > 1 && !options.output.empty()) {
+        complain("-o", "is for one file; without it, each goes to a file of its own");
+        return ExitCode::Usage;
+    }
+    ExitCode worst = ExitCode::Ok;
+    for (const std::string &name : options.files) {
+        const std::string output = options.output.empty() ? output_for(name) : options.output;
+        const auto work = [&](FileSource &file) { Decoding(options, output, file).run(); };
+        worst = std::max(worst, run_on_file(out, name, work));
+    }
+    return worst;
 }
 
 }  // namespace
@@ -116,25 +145,29 @@ void Decoding::run() {
 void add_decode_command(Session &session) {
     auto options = std::make_shared<DecodeOptions>();
     CLI::App &command = add_command(
-        session, "decode", "Decode MPEG audio (MP3) to a WAV file",
+        session, "decode", "Decode MPEG audio (MP3) to WAV files",
         "Examples:\n"
-        "  quorv decode song.mp3 -o song.wav\n"
+        "  quorv decode *.mp3\n"
+        "  quorv decode song.mp3 -o other.wav\n"
         "  quorv decode holiday.avi --rate 22050 --channels 1 -o - | player -\n"
         "\n"
-        "Samples have 16 bits. The sound that goes to a pipe is decoded twice, as its length comes first.\n"
-        "An existing OUT is replaced once everything is written, and never by what is left of a\n"
-        "damaged file.",
-        [&session, options] {
-            return run_on_file(session.out, options->file,
-                               [&](FileSource &file) { Decoding(*options, file).run(); });
-        });
-    add_input(command, options->file, "An MP3 file or one with such a track, or - for standard input");
-    add_output(command, options->output);
+        "Samples have 16 bits. What encoders add in front of the sound and behind it is left out where the\n"
+        "file tells how much that is. Without -o, song.mp3 becomes song.wav, and what is there already is\n"
+        "never replaced; with -o it is, once everything is written, but not by what is left of a damaged\n"
+        "file. In a pipe, sound is written as it comes, and the sizes in the header say that they are "
+        "unknown.",
+        [&session, options] { return run(*options, session.out); });
+    command
+        .add_option("FILE", options->files, "MP3 files or ones with such a track, or - for standard input")
+        ->type_name("")
+        ->required();
+    add_output(command, options->output, "The file to write, or - for standard output; else NAME.wav");
     add_track(command, options->track, "The track, counted from 1; else the first that is MPEG audio");
     add_number(command, "--rate", options->format.sample_rate, "HZ",
-               "Lower the sample rate to this, in hertz");
+               "Lower the sample rate to this, in hertz", {kLeastRate});
     add_number(command, "--channels", options->format.channels, "1|2", "Mix to one channel or write two",
                {1, 2});
+    command.add_flag("--no-trim", options->keeps_padding, "Keep what the encoder added to the sound");
 }
 
 }  // namespace quorv::tool

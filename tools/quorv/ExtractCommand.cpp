@@ -72,7 +72,7 @@ void add_extract_command(Session &session) {
                     });
     add_input(command, options->file, "The file, or - for standard input");
     add_track(command, options->track, "The track, counted from 1; needed where there are several");
-    add_output(command, options->output);
+    add_output(command, options->output).required();
     command.add_flag("--frames-only", options->frames_only,
                      "Leave out the codec data that comes first otherwise");
 }

@@ -121,6 +121,10 @@ void FileSource::make_seekable() {
     seekable_ = true;
 }
 
+size_t FileSource::read_on(std::span<uint8_t> to) {
+    return read_stream(file_.get(), to.data(), to.size());
+}
+
 bool FileSource::is_same_file(const struct stat &other) const {
     return identity_.st_dev == other.st_dev && identity_.st_ino == other.st_ino;
 }

@@ -38,8 +38,11 @@ public:
 
     // The first bytes, as many as there are up to a few kilobytes.
     std::span<const uint8_t> head() const { return head_; }
+    bool is_seekable() const { return seekable_; }
     // Copies a pipe to a temporary file; until then only head() is known of it.
     void make_seekable();
+    // What a pipe brings next behind head(), as much as is there; 0 bytes at its end. Throws Failure.
+    size_t read_on(std::span<uint8_t> to);
     uint64_t size() const { return size_; }
     // Whether a file's fstat is that of this one.
     bool is_same_file(const struct stat &other) const;

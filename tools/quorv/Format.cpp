@@ -85,6 +85,14 @@ bool is_mpeg4(const std::vector<uint8_t> &values) {
 
 }  // namespace
 
+bool begins_as_mpeg_audio(std::span<const uint8_t> head) {
+    QuorvReader *reader = nullptr;
+    const QuorvResult result = quorv_open_memory(head.data(), head.size(), &reader);
+    const bool is_audio = result == QUORV_OK && quorv_file(reader)->container == QUORV_CONTAINER_MPEG_AUDIO;
+    quorv_close(reader);
+    return is_audio || find_format(head) == Format::Tagged;
+}
+
 std::string why_no_tracks(std::span<const uint8_t> head, uint64_t file_size) {
     const uint64_t riff_bytes = number_at(head, 4, 4) + 8, asf_bytes = number_at(head, 16, 8);
     if (has_at(head, 0, "RIFF")) {

@@ -13,6 +13,9 @@ enum class Format { Unknown, H264, Mpeg4, Tagged, Text };
 
 Format find_format(std::span<const uint8_t> head);
 
+// Whether it is MPEG audio, or has a tag as such files do.
+bool begins_as_mpeg_audio(std::span<const uint8_t> head);
+
 // Of a file that begins like one of the library's formats and has no tracks: what is missing.
 std::string why_no_tracks(std::span<const uint8_t> head, uint64_t file_size);
 

@@ -8,38 +8,28 @@
 
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstdlib>
-#include <cstring>
 
 #include "Failure.h"
+#include "Interrupt.h"
 #include "Text.h"
 
 namespace quorv::tool {
 
 namespace {
 
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
-
-// The path of the temporary file, for the signal handler; empty when there is none.
-char unfinished[PATH_MAX];
-
-extern "C" void remove_unfinished(int signal_number) {
-    unlink(unfinished);
-    std::signal(signal_number, SIG_DFL);
-    std::raise(signal_number);
-}
-
-void handle_ending_signals(void (*handler)(int)) {
-    for (const int number : kEndingSignals) {
-        // What was ignored when the tool was started, as by nohup, stays so.
-        if (std::signal(number, handler) == SIG_IGN) std::signal(number, SIG_IGN);
-    }
-}
-
 std::string resolve(const std::string &path) {
     char resolved[PATH_MAX];
     return realpath(path.c_str(), resolved) != nullptr ? resolved : path;
+}
+
+// Fails with EEXIST rather than replace something. Some file systems cannot promise that at once.
+bool rename_to_free_name(const char *from, const char *to) {
+    if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
+    if (errno != EINVAL && errno != ENOSYS) return false;
+    if (access(to, F_OK) != 0) return ::rename(from, to) == 0;
+    errno = EEXIST;
+    return false;
 }
 
 mode_t default_mode() {
@@ -56,46 +46,47 @@ public:
     explicit TemporaryFile(const std::string &target)
         : path_(target.substr(0, target.find_last_of('/') + 1) + ".quorv-XXXXXX") {
         descriptor_ = mkostemp(path_.data(), O_CLOEXEC);
-        if (descriptor_ < 0 || path_.size() >= sizeof(unfinished)) return;
-        std::memcpy(unfinished, path_.c_str(), path_.size() + 1);
-        handle_ending_signals(remove_unfinished);
+        if (descriptor_ >= 0) set_unfinished_file(path_);
     }
     ~TemporaryFile() {
-        if (descriptor_ >= 0) unlink(path_.c_str());
-        forget();
+        if (descriptor_ < 0) return;
+        unlink(path_.c_str());
+        set_unfinished_file({});
     }
     TemporaryFile(const TemporaryFile &) = delete;
     TemporaryFile &operator=(const TemporaryFile &) = delete;
 
     // The caller closes it. Negative when there is no file, with the reason in errno.
     int descriptor() const { return descriptor_; }
-    bool rename_to(const std::string &target) {
-        if (::rename(path_.c_str(), target.c_str()) != 0) return false;
+    bool rename_to(const std::string &target, bool may_replace) {
+        const char *from = path_.c_str(), *to = target.c_str();
+        const bool renamed = may_replace ? ::rename(from, to) == 0 : rename_to_free_name(from, to);
+        if (!renamed) return false;
         descriptor_ = -1;
-        forget();
+        set_unfinished_file({});
         return true;
     }
 
 private:
-    static void forget() {
-        handle_ending_signals(SIG_DFL);
-        unfinished[0] = '\0';
-    }
-
     std::string path_;
     int descriptor_ = -1;
 };
 
-OutputFile::OutputFile(const std::string &path, const FileSource *input)
-    : name_(path), target_(resolve(path)), stream_(STDOUT_FILENO, "standard output") {
+OutputFile::OutputFile(const std::string &path, const FileSource *input, bool may_replace)
+    : name_(path),
+      target_(resolve(path)),
+      stream_(STDOUT_FILENO, "standard output"),
+      may_replace_(may_replace) {
     if (path == "-") {
         struct stat existing = {};
+        const bool known = fstat(STDOUT_FILENO, &existing) == 0 && S_ISREG(existing.st_mode);
         if (stream_.is_terminal())
             throw Failure(ExitCode::Usage,
                           "the output is not for a terminal: give a file, or a pipe to read it");
-        if (fstat(STDOUT_FILENO, &existing) == 0 && S_ISREG(existing.st_mode) && input != nullptr &&
-            input->is_same_file(existing))
+        if (known && input != nullptr && input->is_same_file(existing))
             throw Failure(ExitCode::Usage, "the output would overwrite this file");
+        const bool appends = (fcntl(STDOUT_FILENO, F_GETFL) & O_APPEND) != 0;
+        rewritable_stdout_ = known && !appends && lseek(STDOUT_FILENO, 0, SEEK_CUR) == 0;
         return;
     }
     open(input);
@@ -109,6 +100,7 @@ OutputFile::~OutputFile() = default;
 void OutputFile::open(const FileSource *input) {
     struct stat existing = {};
     replaces_ = stat(target_.c_str(), &existing) == 0;
+    if (replaces_ && !may_replace_) refuse_to_replace();
     if (!replaces_) {
         make_temporary(nullptr);
     } else if (input != nullptr && input->is_same_file(existing)) {
@@ -136,7 +128,14 @@ void OutputFile::finish() {
     // An earlier file goes only once its successor is on the disk.
     if (temporary_ && replaces_ && fsync(file_.get()) != 0) throw WriteFailure(name_, errno);
     if (::close(file_.release()) != 0) throw WriteFailure(name_, errno);
-    if (temporary_ && !temporary_->rename_to(target_)) throw WriteFailure(name_, errno);
+    if (!temporary_ || temporary_->rename_to(target_, may_replace_)) return;
+    if (!may_replace_ && errno == EEXIST) refuse_to_replace();
+    throw WriteFailure(name_, errno);
+}
+
+void OutputFile::refuse_to_replace() const {
+    throw Failure(ExitCode::Usage,
+                  fmt::format("{} exists already: '-o {}' replaces it", printable(name_), printable(name_)));
 }
 
 bool OutputFile::finish_without_replacing() {
@@ -147,8 +146,9 @@ bool OutputFile::finish_without_replacing() {
 
 void OutputFile::rewrite_start(std::string_view bytes) {
     stream_.flush();
+    const int file = temporary_ ? file_.get() : STDOUT_FILENO;
     for (size_t done = 0; done < bytes.size();) {
-        const ssize_t put = pwrite(file_.get(), &bytes[done], bytes.size() - done, static_cast<off_t>(done));
+        const ssize_t put = pwrite(file, &bytes[done], bytes.size() - done, static_cast<off_t>(done));
         if (put < 0 && errno != EINTR) throw WriteFailure(name_, errno);
         if (put > 0) done += static_cast<size_t>(put);
     }

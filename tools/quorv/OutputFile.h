@@ -18,17 +18,18 @@ class TemporaryFile;
 class OutputFile {
 public:
     // "-" is standard output. Devices and pipes are written directly, as there is nothing to keep. Refuses
-    // the input itself, and a terminal. Throws Failure.
-    OutputFile(const std::string &path, const FileSource &input) : OutputFile(path, &input) {}
+    // the input itself, a terminal and, unless it may replace, whatever is there. Throws Failure.
+    OutputFile(const std::string &path, const FileSource &input, bool may_replace = true)
+        : OutputFile(path, &input, may_replace) {}
     // Of a command that has no single input.
-    explicit OutputFile(const std::string &path) : OutputFile(path, nullptr) {}
+    explicit OutputFile(const std::string &path) : OutputFile(path, nullptr, true) {}
     ~OutputFile();
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
 
     OutputStream &stream() { return stream_; }
     // Whether it is a file whose first bytes can be written again.
-    bool is_rewritable() const { return temporary_ != nullptr; }
+    bool is_rewritable() const { return temporary_ != nullptr || rewritable_stdout_; }
     void rewrite_start(std::string_view bytes);
     // Gives the file its name, in place of an earlier file of that name.
     void finish();
@@ -38,16 +39,19 @@ public:
     const std::string &name() const { return name_; }
 
 private:
-    OutputFile(const std::string &path, const FileSource *input);
+    OutputFile(const std::string &path, const FileSource *input, bool may_replace);
     void open(const FileSource *input);
     void make_temporary(const struct stat *existing);
+    [[noreturn]] void refuse_to_replace() const;
 
     std::string name_;    // as the user wrote it
     std::string target_;  // where symbolic links lead
     std::unique_ptr<TemporaryFile> temporary_;
     Descriptor file_;
     OutputStream stream_;
+    bool may_replace_;
     bool replaces_ = false;
+    bool rewritable_stdout_ = false;
 };
 
 // Finishes a file of what could be read: `amount` of the input was `done` ("9 frames", "extracted"). With

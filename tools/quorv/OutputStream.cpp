@@ -60,9 +60,12 @@ bool OutputStream::is_terminal() const {
 }
 
 size_t OutputStream::columns() const {
-    if (!is_terminal()) return SIZE_MAX;
+    return is_terminal() ? terminal_columns(descriptor_) : SIZE_MAX;
+}
+
+size_t terminal_columns(int descriptor) {
     winsize size = {};
-    const bool known = ioctl(descriptor_, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
     return known ? size.ws_col : kUsualColumns;
 }
 

@@ -41,6 +41,9 @@ private:
     size_t used_ = 0;
 };
 
+// How wide a terminal is, as far as that is known.
+size_t terminal_columns(int descriptor);
+
 }  // namespace quorv::tool
 
 #endif

@@ -1,45 +1,42 @@
-// The sound of an MPEG audio track as 16-bit samples.
+// The sound of an input as 16-bit samples of one rate and channel count, whatever its frames have.
 #ifndef QUORV_TOOLS_QUORV_PCMREADER_H
 #define QUORV_TOOLS_QUORV_PCMREADER_H
 
-#include "MediaFile.h"
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "Resampler.h"
+#include "SoundDecoder.h"
 #include "Wav.h"
 
 namespace quorv::tool {
 
-// Whether the track is one of MPEG audio.
-bool can_decode(const Track &track);
-
-// Reads a track from where the file stands. All members throw Failure.
+// All members throw Failure.
 class PcmReader {
 public:
-    // A rate or channel count of 0 is the stream's own. The file must outlive the reader.
-    PcmReader(MediaFile &media, const Track &track, const PcmFormat &wanted);
-    ~PcmReader();
-    PcmReader(const PcmReader &) = delete;
-    PcmReader &operator=(const PcmReader &) = delete;
+    // Reads up to the first samples, whose rate and channels stand for those that are 0 in the format.
+    // Channels are doubled, or mixed to one. The decoder must outlive the reader.
+    PcmReader(SoundDecoder &decoder, const PcmFormat &format);
 
     const PcmFormat &format() const { return format_; }
-    // The next samples: little-endian, the channels interleaved, valid until the next call; none at the end.
-    std::span<const uint8_t> read();
+    // Of the first samples, before they are converted.
+    uint32_t first_rate() const { return first_rate_; }
+    // The next samples, channels interleaved, valid until the next call; none at the end.
+    std::span<const int16_t> read();
 
 private:
-    struct StreamFormat {
-        uint32_t sample_rate, channels;
-    };
-    StreamFormat find_stream_format();
-    bool next_piece();
-    std::span<const uint8_t> duplicate(std::span<const uint8_t> mono);
+    void take(const QuorvSamples &samples);
+    void change_rate(uint32_t rate);
+    std::span<const int16_t> with_channels(const QuorvSamples &samples);
 
-    MediaFile &media_;
-    const Track track_;
+    SoundDecoder &decoder_;
+    const QuorvSamples *next_;  // null at the end
     PcmFormat format_;
-    bool duplicates_ = false;
-    void *decoder_ = nullptr;
-    std::vector<uint8_t> first_bytes_;
-    std::span<const uint8_t> input_;
-    bool ended_ = false;
-    std::vector<uint8_t> output_, doubled_;
+    uint32_t first_rate_ = 0;
+    uint32_t rate_ = 0;  // of the samples that came last
+    std::optional<Resampler> resampler_;
+    std::vector<int16_t> mixed_, output_;
 };
 
 }  // namespace quorv::tool

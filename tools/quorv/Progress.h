@@ -11,22 +11,23 @@ class Progress {
 public:
     // Draws only when standard error is a terminal and wanted is true.
     explicit Progress(bool wanted = true);
-    // Removes the bar.
+    // Removes the bar. So does an interrupt.
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
+    // A total of 0 is not known: nothing is drawn.
     void update(uint64_t done, uint64_t total);
     // Removes the bar until the next update, for output to the same terminal.
     void hide();
     bool is_enabled() const { return enabled_; }
 
 private:
-    void draw(uint64_t done, uint64_t total);
+    using Clock = std::chrono::steady_clock;
 
     bool enabled_;
     bool drawn_ = false;
-    std::chrono::steady_clock::time_point next_;
+    Clock::time_point start_, next_;
 };
 
 }  // namespace quorv::tool

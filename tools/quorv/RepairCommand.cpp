@@ -120,7 +120,7 @@ void add_repair_command(Session &session) {
             return run_on_file(session.out, options->file, [&](FileSource &file) { repair(*options, file); });
         });
     add_input(command, options->file, "The damaged file, or - for standard input");
-    add_output(command, options->output);
+    add_output(command, options->output).required();
     add_number(command, "--segment", options->segment_mb, "MB",
                "Begin a further segment of an OpenDML file every so many megabytes, if it has more; at\n"
                "first 1024",

@@ -66,7 +66,7 @@ void add_report_command(Session &session) {
             return run_on_file(session.out, options->file, [&](FileSource &file) { report(*options, file); });
         });
     add_input(command, options->file, "The file, or - for standard input");
-    add_output(command, options->output);
+    add_output(command, options->output).required();
 }
 
 }  // namespace quorv::tool

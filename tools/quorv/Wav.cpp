@@ -2,6 +2,8 @@
 
 #include "Wav.h"
 
+#include <bit>
+
 namespace quorv::tool {
 
 namespace {
@@ -45,7 +47,23 @@ std::string padding_chunk() {
     return chunk.append(kLargeSizesBytes, '\0');
 }
 
+std::string chunk_head(const char *name, uint32_t size) {
+    std::string head = name;
+    append(head, size);
+    return head;
+}
+
 }  // namespace
+
+std::span<const uint8_t> pcm_bytes(std::span<const int16_t> samples) {
+    static_assert(std::endian::native == std::endian::little);
+    return {reinterpret_cast<const uint8_t *>(samples.data()), samples.size_bytes()};
+}
+
+std::string wav_stream_header(const PcmFormat &format) {
+    return chunk_head("RIFF", kSizeElsewhere) + "WAVE" + format_chunk(format) +
+           chunk_head("data", kSizeElsewhere);
+}
 
 std::string wav_header(const PcmFormat &format, uint64_t data_bytes, bool room_for_more) {
     const std::string format_part = format_chunk(format);
@@ -54,17 +72,16 @@ std::string wav_header(const PcmFormat &format, uint64_t data_bytes, bool room_f
     const bool is_large = data_bytes > kSizeElsewhere - 1 - plain_bytes - extra_bytes;
     const uint64_t riff_bytes = data_bytes + plain_bytes + (is_large || room_for_more ? extra_bytes : 0);
 
-    std::string header = is_large ? "RF64" : "RIFF";
-    append(header, is_large ? kSizeElsewhere : static_cast<uint32_t>(riff_bytes));
+    std::string header =
+        is_large ? chunk_head("RF64", kSizeElsewhere) : chunk_head("RIFF", static_cast<uint32_t>(riff_bytes));
     header += "WAVE";
     if (is_large) {
         header += large_sizes_chunk(format, riff_bytes, data_bytes);
     } else if (room_for_more) {
         header += padding_chunk();
     }
-    header += format_part + "data";
-    append(header, is_large ? kSizeElsewhere : static_cast<uint32_t>(data_bytes));
-    return header;
+    return header + format_part +
+           chunk_head("data", is_large ? kSizeElsewhere : static_cast<uint32_t>(data_bytes));
 }
 
 }  // namespace quorv::tool

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Interrupt.h"
 #include "Text.h"
 #include "Usage.h"
 
@@ -60,7 +61,7 @@ void describe(CLI::App &app) {
         "  quorv frames holiday.avi --track 1 --json --md5\n"
         "  quorv extract holiday.avi --track 2 -o holiday.mp3\n"
         "  quorv headers holiday.h264\n"
-        "  quorv decode holiday.mp3 -o holiday.wav\n"
+        "  quorv decode *.mp3\n"
         "  quorv repair unfinished.avi -o whole.avi\n"
         "\n"
         "'quorv help COMMAND' tells more. Exit status: 0 done, 1 the file is damaged or not\n"
@@ -112,6 +113,7 @@ int main(int argc, char **argv) {
     // A closed pipe and a file at its size limit are reported by the write that meets them.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    handle_interrupts();
     OutputStream out(STDOUT_FILENO, "standard output");
     ExitCode code = ExitCode::Ok;
     try {

@@ -34,6 +34,11 @@ TEST(MediaDecoder, FormatsChangeWhereTheStreamDoes) {
             EXPECT_EQ(sound.formats, std::vector<Format>(formats.begin() + pass, formats.end()));
             EXPECT_EQ(quorv_decoder_skipped(decoder.get())->total, 0u);
         }
+        const MediaDecoderHolder measuring = open_decoder(nullptr, QUORV_DECODER_MEASURE);
+        const DecodedSound sound = decode_sound(measuring.get(), stream, piece);
+        EXPECT_EQ(sound.frames, 17u * 384);
+        EXPECT_EQ(sound.formats, formats);
+        EXPECT_TRUE(sound.samples.empty());
     }
 }
 
@@ -46,6 +51,8 @@ TEST(MediaDecoder, ConformanceStreamsComeAsFromTheDecoderUnderneath) {
         const Bytes stream = bytes_of_file(entry.path());
         const DecodedSound sound = decode_sound(open_decoder().get(), stream, 4000);
         EXPECT_TRUE(sound.samples == samples_of(decode(stream)));
+        const MediaDecoderHolder measuring = open_decoder(nullptr, QUORV_DECODER_MEASURE);
+        EXPECT_EQ(decode_sound(measuring.get(), stream, 4000).formats, sound.formats);
         if (entry.path().stem() != "l3-he_mode") continue;
         const std::vector<Format> formats = {{0, 44100, 1}, {11520, 44100, 2}, {126720, 44100, 1}};
         EXPECT_EQ(sound.formats, formats);
@@ -127,7 +134,7 @@ TEST(MediaDecoder, WrongUseHasItsCode) {
     QuorvTrack track = {};
     track.framing = QUORV_FRAMING_PCM;
     EXPECT_EQ(quorv_decoder_open(nullptr, 0, nullptr), QUORV_ERR_ARGUMENT);
-    EXPECT_EQ(quorv_decoder_open(nullptr, 2, &decoder), QUORV_ERR_ARGUMENT);
+    EXPECT_EQ(quorv_decoder_open(nullptr, 4, &decoder), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_decoder_open(&track, 0, &decoder), QUORV_ERR_UNSUPPORTED);
     EXPECT_EQ(quorv_decode(nullptr, "", 1, &samples), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_decoder_finish(nullptr, &samples), QUORV_ERR_ARGUMENT);
