@@ -60,7 +60,7 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
 
 TEST(Failure, WrongUsageIsExplained) {
     const std::pair<std::string, std::string> cases[] = {
-        {"", "a command is required: info, frames, extract, headers, decode, repair, check"},
+        {"", "a command is required: info, frames, extract, headers, decode, repair, report, check"},
         {"-- info $SAMPLE", "a command is required"},
         {"dance", "dance"},
         {"help dance", "no command 'dance'"},
