@@ -19,6 +19,8 @@ constexpr int64_t kChartSecond = 1000000;
 // Marks of a drawing: no more than there are pixels for, and few enough for a small page.
 constexpr int64_t kRateSpans = 240, kSizeSpans = 360, kKeySpans = 360, kDamageSpans = 120;
 constexpr double kHeight = 100;
+// How wide the file is drawn.
+constexpr double kPlaces = 1000;
 constexpr size_t kTimes = 6, kMaxLanes = 4, kLinks = 72;
 
 std::string time_of(int64_t microseconds) {
@@ -193,6 +195,39 @@ std::string ReportCharts::key_frames(size_t track) const {
                    plot.figure({}, times(), "strip"));
 }
 
+void ReportCharts::mark_places_of_damage(Plot &plot) const {
+    for (const Finding &finding : findings_) {
+        if (finding.severity != Severity::Damage || finding.offset < 0) continue;
+        const double x =
+            kPlaces * std::min(static_cast<double>(finding.offset) / static_cast<double>(file_bytes_), 1.0);
+        plot.line("damage", x, 0, x, kHeight,
+                  fmt::format("Damage at byte {}: {}", finding.offset, html(finding.text, 160)));
+        if (&finding - findings_.data() > kDamageSpans) break;
+    }
+}
+
+// Joins what has the same time on two tracks' lanes; returns how many bytes that is apart at most. A track
+// that is alone is drawn against itself.
+uint64_t ReportCharts::join_lanes(Plot &plot, size_t upper, size_t lower, int64_t length, double y,
+                                  double step) const {
+    const auto place = [this](const TimeSpan &span) {
+        return kPlaces * static_cast<double>(span.offset) / static_cast<double>(file_bytes_);
+    };
+    const std::vector<TimeSpan> above = timelines_[upper].spans(length);
+    const std::vector<TimeSpan> below = timelines_[lower].spans(length);
+    uint64_t farthest = 0;
+    for (size_t at = 0; at < std::min(above.size(), below.size()); ++at) {
+        if (above[at].offset < 0 || below[at].offset < 0) continue;
+        const auto apart = static_cast<uint64_t>(std::abs(above[at].offset - below[at].offset));
+        farthest = std::max(farthest, apart);
+        std::string title =
+            fmt::format("{}: at byte {}", time_of(static_cast<int64_t>(at) * length), above[at].offset);
+        if (upper != lower) title += fmt::format(" and {}, {} apart", below[at].offset, size_text(apart));
+        plot.line("link", place(above[at]), y, place(below[at]), y + step, title);
+    }
+    return farthest;
+}
+
 // A lane a track, from the file's beginning to its end; what has the same time is joined.
 std::string ReportCharts::places() const {
     std::vector<size_t> lanes;
@@ -201,38 +236,16 @@ std::string ReportCharts::places() const {
     }
     if (lanes.empty() || file_bytes_ == 0) return {};
     const double step = lanes.size() > 1 ? kHeight / static_cast<double>(lanes.size() - 1) : kHeight;
-    Plot plot("Where the same times lie in the file", 1000, kHeight);
-    const auto place = [this](const TimeSpan &span) {
-        return 1000 * static_cast<double>(span.offset) / static_cast<double>(file_bytes_);
-    };
+    Plot plot("Where the same times lie in the file", kPlaces, kHeight);
     int64_t length = std::max<int64_t>(end_us_ / static_cast<int64_t>(kLinks), 1);
+    // Each may need longer spans than the one before it.
     for (const size_t lane : lanes)
         static_cast<void>(timelines_[lane].spans(length));
-    uint64_t farthest = 0;
-    for (size_t i = 0; i < std::max<size_t>(lanes.size() - 1, 1); ++i) {
-        const std::vector<TimeSpan> above = timelines_[lanes[i]].spans(length);
-        const std::vector<TimeSpan> below =
-            timelines_[lanes[std::min(i + 1, lanes.size() - 1)]].spans(length);
-        for (size_t at = 0; at < std::min(above.size(), below.size()); ++at) {
-            if (above[at].offset < 0 || below[at].offset < 0) continue;
-            const auto apart = static_cast<uint64_t>(std::abs(above[at].offset - below[at].offset));
-            farthest = std::max(farthest, apart);
-            std::string title =
-                fmt::format("{}: at byte {}", time_of(static_cast<int64_t>(at) * length), above[at].offset);
-            if (lanes.size() > 1)
-                title += fmt::format(" and {}, {} apart", below[at].offset, size_text(apart));
-            const double y = static_cast<double>(i) * step;
-            plot.line("link", place(above[at]), y, place(below[at]), y + step, title);
-        }
-    }
-    for (const Finding &finding : findings_) {
-        if (finding.severity != Severity::Damage || finding.offset < 0) continue;
-        const double x =
-            1000 * std::min(static_cast<double>(finding.offset) / static_cast<double>(file_bytes_), 1.0);
-        plot.line("damage", x, 0, x, kHeight,
-                  fmt::format("Damage at byte {}: {}", finding.offset, html(finding.text, 160)));
-        if (&finding - findings_.data() > kDamageSpans) break;
-    }
+    uint64_t farthest = join_lanes(plot, lanes[0], lanes[lanes.size() > 1 ? 1 : 0], length, 0, step);
+    for (size_t i = 1; i + 1 < lanes.size(); ++i)
+        farthest = std::max(
+            farthest, join_lanes(plot, lanes[i], lanes[i + 1], length, static_cast<double>(i) * step, step));
+    mark_places_of_damage(plot);
     std::vector<std::string> names, bytes;
     for (const size_t lane : lanes)
         names.push_back(fmt::format("track {}", tracks_[lane].facts->number));

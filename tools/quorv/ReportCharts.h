@@ -26,6 +26,9 @@ public:
 private:
     std::vector<std::string> times() const;
     void mark_damage(class Plot &plot, double width, double height) const;
+    void mark_places_of_damage(class Plot &plot) const;
+    uint64_t join_lanes(class Plot &plot, size_t upper, size_t lower, int64_t length, double y,
+                        double step) const;
 
     const std::vector<Track> &tracks_;
     const std::vector<Timeline> &timelines_;
