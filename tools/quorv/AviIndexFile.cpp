@@ -110,9 +110,9 @@ void AviIndexFile::read_super_index(uint64_t begin, uint32_t size) {
     const std::vector<uint8_t> bytes = read(begin, size);
     if (bytes.size() < kIndexHeader) return;
     if (bytes[3] == 1) return read_standard_index(begin, size);
-    const uint64_t room = (bytes.size() - kIndexHeader) / kSuperEntry;
-    const uint64_t count = std::min<uint64_t>(load32(&bytes[4]), room);
-    for (uint64_t i = 0; i < count; ++i) {
+    const size_t room = (bytes.size() - kIndexHeader) / kSuperEntry;
+    const size_t count = std::min<size_t>(load32(&bytes[4]), room);
+    for (size_t i = 0; i < count; ++i) {
         const uint8_t *entry = &bytes[kIndexHeader + i * kSuperEntry];
         const uint64_t position = load(entry, 8);
         if (position == 0) continue;
@@ -155,7 +155,7 @@ void AviIndexFile::read_standard_index(uint64_t begin, uint32_t size) {
     if (head.size() < kIndexHeader || head[3] != 1 || entries_.size() >= file_.size() / kLeastBytes) return;
     const uint32_t stream = chunk_stream(&head[8]);
     // Those of fields have the place of the second one behind.
-    const size_t step = load(head.data(), 2) * 4;
+    const auto step = static_cast<size_t>(load(head.data(), 2) * 4);
     if (step < 8 || step > kLongestEntry || stream >= streams_) return;
     const uint64_t base = load(&head[12], 8);
     const uint64_t count = std::min<uint64_t>(load32(&head[4]), (size - kIndexHeader) / step);

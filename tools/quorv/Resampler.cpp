@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <numbers>
 #include <numeric>
@@ -85,11 +86,12 @@ void Resampler::produce(uint64_t end, std::vector<int16_t> &out) {
         const auto before = static_cast<int64_t>(time / to_ + place / phases_);
         if (before + reach_ >= first_ + held_frames()) break;
         const auto input = static_cast<size_t>(before - reach_ + 1 - first_) * channels_;
-        add_frame(&held_[input], &weights_[place % phases_ * static_cast<uint64_t>(2 * reach_)], out);
+        const auto phase = static_cast<size_t>(place % phases_);
+        add_frame(&held_[input], &weights_[phase * static_cast<size_t>(2 * reach_)], out);
     }
     const auto next = static_cast<int64_t>(produced_ * from_ / to_) - reach_ + 1;
     const int64_t done = std::clamp<int64_t>(next - first_, 0, held_frames());
-    held_.erase(held_.begin(), held_.begin() + done * channels_);
+    held_.erase(held_.begin(), held_.begin() + static_cast<std::ptrdiff_t>(done * channels_));
     first_ += done;
 }
 

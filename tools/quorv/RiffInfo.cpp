@@ -49,7 +49,7 @@ bool read_chunk(FileSource &file, uint64_t at, uint64_t end, Chunk *chunk) {
 }
 
 std::string bytes_at(FileSource &file, uint64_t at, uint64_t size) {
-    std::vector<uint8_t> bytes(std::min(size, kLongestInfo));
+    std::vector<uint8_t> bytes(static_cast<size_t>(std::min(size, kLongestInfo)));
     bytes.resize(file.read_at(at, bytes));
     return {bytes.begin(), bytes.end()};
 }
