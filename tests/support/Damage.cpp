@@ -45,7 +45,8 @@ void add_harmed_chunks(std::vector<DamagedFile> &all) {
                    "chunk_missing", place_of(builder.truth(1)[20].position)});
     all.push_back({"overwritten.avi", overwritten(whole, sound, payload(7, 7, 6000)), "bytes_passed_over",
                    place_of(sound)});
-    all.push_back({"cut.avi", first_of(whole, picture + 100), "cut_off", place_of(picture + 100)});
+    all.push_back(
+        {"cut.avi", first_of(whole, static_cast<size_t>(picture) + 100), "cut_off", place_of(picture + 100)});
     all.push_back(
         {"longer.avi", join({whole, Bytes(1000, 'x')}), "junk_at_end", place_of(whole.size()), false});
     AviBuilder short_sound({video_stream(tag("MJPG")), pcm_stream()});
@@ -127,7 +128,8 @@ void add_asf_files(std::vector<DamagedFile> &all) {
     const uint64_t packet = builder.data_start() + 20 * builder.layout.packet_size;
     all.push_back({"packet_overwritten.asf", overwritten(whole, packet, Bytes(200, 0xFF)), "packet_unusable",
                    place_of(packet)});
-    all.push_back({"cut.asf", first_of(whole, packet + 7), "cut_off", place_of(packet + 7)});
+    all.push_back(
+        {"cut.asf", first_of(whole, static_cast<size_t>(packet) + 7), "cut_off", place_of(packet + 7)});
     all.push_back(
         {"longer.asf", join({whole, Bytes(1000, 'x')}), "junk_at_end", place_of(whole.size()), false});
     AsfBuilder gap({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);

@@ -158,7 +158,7 @@ TEST(Check, ManifestsTellWhatHasChanged) {
     EXPECT_EQ(check(shell, "--md5 a/moved.mp3").at(0)["tracks"][0]["md5"], frames["md5"]);
     EXPECT_FALSE(check(shell, "a/same.avi").at(0)["tracks"][0].contains("md5"));
     Bytes other = bytes, index = bytes;
-    other[film.truth(1)[3].position + 20] ^= 1;
+    other[static_cast<size_t>(film.truth(1)[3].position) + 20] ^= 1;
     index[index.size() - 16 + 4] ^= 1;
     shell.put("a/frame.avi", other);
     shell.put("a/index.avi", index);
