@@ -63,7 +63,7 @@ public:
             const Place key = section == lines_.end()
                                   ? end
                                   : find(section + 1, end, Kind::Key, trimmed(edit.key.value_or("")), false);
-            all.push_back(key == end ? "(none)" : key->value);
+            all.push_back(key == end ? "(none)" : trimmed(key->value));
         }
         return all;
     }
