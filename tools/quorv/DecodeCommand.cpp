@@ -32,7 +32,7 @@ constexpr uint64_t kSampleBytes = sizeof(int16_t);
 // Headers of files below have no room for larger sizes; those above may come to 4 GB.
 constexpr uint64_t kSurelyPlainBytes = 0xF0000000;
 // Encoders count a frame too many, or too few.
-constexpr uint64_t kTolerance = 2 * 1152;
+constexpr uint64_t kTolerance = uint64_t{2} * 1152;
 
 class Decoding {
 public:
