@@ -14,7 +14,9 @@ endif()
 # There is no system below: no threads, users, paths or libraries to load, only a module that a page calls.
 string(COMPARE EQUAL "${CMAKE_SYSTEM_PROCESSOR}" wasm32 QUORV_WEBASSEMBLY)
 if(QUORV_WEBASSEMBLY)
-  add_compile_options(-msimd128)
+  # All of it is seen at once when it is linked: that is the last kilobyte between it and its limit.
+  add_compile_options(-msimd128 -flto)
+  add_link_options(-flto)
 endif()
 
 # Doubles rounded as on every other host: the x87 unit keeps more digits than a double has.
