@@ -100,6 +100,7 @@ Code HeaderWalk::read_stream_properties() {
     const uint32_t stream_number = reader_.le16() & 0x7F;
     reader_.skip(4);
     if (reader_.code() != Code::Ok) return reader_.code();
+    header_.facts[stream_number].declared = true;
     const Code code =
         type.first == kAsfAudioMediaGroup
             ? asf_read_audio_properties(&reader_, stream_number, &header_.audio)
@@ -145,7 +146,7 @@ void HeaderWalk::read_extended_stream_properties(uint32_t size) {
     const auto units = static_cast<uint32_t>(reader_.le64());
     reader_.skip(size - kExtendedStreamPropertiesBytes);
     if (reader_.code() == Code::Ok && stream_number < kAsfStreamNumbers)
-        header_.facts[stream_number] = {units, bit_rate};
+        header_.facts[stream_number] = {units, bit_rate, true};
     if (reader_.code() != Code::Ok || header_.interval_count == std::size(header_.intervals)) return;
     header_.intervals[header_.interval_count++] = {stream_number, units / kAsfUnitsPerMillisecond};
 }

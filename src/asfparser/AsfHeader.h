@@ -49,6 +49,7 @@ inline constexpr uint32_t kAsfStreamNumbers = 128;
 struct AsfStreamFacts {
     uint32_t frame_units;  // from frame to frame, in units of 100 nanoseconds; 0 when it is not said
     uint32_t bit_rate;     // 0 when it is not said
+    bool declared;         // the header names the stream at all
 };
 
 // The default is that of a file without a header.

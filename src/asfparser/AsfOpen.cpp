@@ -27,7 +27,8 @@ AsfDataLayout data_layout(const AsfHeader &header) {
             .audio_stream = header.audio.present ? header.audio.stream_number : kAsfNoStream,
             .video_stream = header.video.present ? header.video.stream_number : kAsfNoStream,
             .time_base = header.preroll,
-            .stream_size = header.stream_size};
+            .stream_size = header.stream_size,
+            .streams = header.facts};
 }
 
 Code load_index(AsfContext *context, uint64_t stream_size) {

@@ -75,6 +75,11 @@ Code AsfPacketParser::parse(uint32_t stream, int32_t index) {
     return code;
 }
 
+// Whether it is of a stream that the header does not name.
+bool AsfPacketParser::is_stranger(const AsfPayload &payload) const {
+    return payload.stream_number < kAsfStreamNumbers && !layout_.streams[payload.stream_number].declared;
+}
+
 int32_t AsfPacketParser::relative_time(uint32_t time) const {
     return static_cast<int32_t>(time - static_cast<uint32_t>(time_base_));
 }
@@ -97,14 +102,20 @@ Code AsfPacketParser::collect_entries(uint32_t stream, CASFDataObjectEntryBlockM
     Code code = walk.read_header();
     if (code != Code::Ok) return code;
     int32_t lowest = time_base_;
-    AsfPayload payload;
+    AsfPayload payload = {};
+    payload.stream_number = stream;
+    bool has_strangers = false;
     while (walk.next(&payload)) {
         const auto time = static_cast<int32_t>(payload.time);
         if (payload.has_replicated_data && time >= 1) lowest = std::min(lowest, time);
+        has_strangers |= is_stranger(payload);
         if (payload.stream_number != stream) continue;
         code = add_entries(payload, entries);
         if (code != Code::Ok) return code;
     }
+    // Bytes that are no packet often read as one. The payload at which the walk ended counts as well.
+    if (has_strangers || is_stranger(payload))
+        state_of(stream).damage.places.add(static_cast<int64_t>(buffer_.position()));
     if (walk.code() == Code::Ok) move_time_base(lowest);
     return walk.code();
 }

@@ -2,6 +2,7 @@
 #ifndef QUORV_SRC_ASFPARSER_ASFPACKETPARSER_H
 #define QUORV_SRC_ASFPARSER_ASFPACKETPARSER_H
 
+#include "asfparser/AsfHeader.h"
 #include "asfparser/AsfPacket.h"
 #include "asfparser/AsfPacketBuffer.h"
 #include "asfparser/CASFBase.h"
@@ -27,6 +28,7 @@ struct AsfDataLayout {
     uint32_t audio_stream, video_stream;  // kAsfNoStream when there is none
     uint32_t time_base;                   // milliseconds
     uint64_t stream_size;                 // 0 when it is not known
+    const AsfStreamFacts *streams;        // kAsfStreamNumbers of them
 };
 
 // What of a stream could not be used.
@@ -80,6 +82,7 @@ private:
     Code add_entries(const AsfPayload &payload, CASFDataObjectEntryBlockMgr *entries) const;
     Code add_objects_of_run(const AsfPayload &payload, ASF_DataObjectEntry entry,
                             CASFDataObjectEntryBlockMgr *entries) const;
+    bool is_stranger(const AsfPayload &payload) const;
     int32_t relative_time(uint32_t time) const;
 
     CASFBase &base_;

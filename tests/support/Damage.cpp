@@ -117,6 +117,48 @@ void add_wrong_headers(std::vector<DamagedFile> &all) {
                    kNoPlace, false});
 }
 
+// A frame of the real stream in each chunk.
+AviBuilder music_film(const Bytes &music) {
+    AviBuilder builder({video_stream(tag("MJPG")), mp3_stream(44100, 1152, 1152)});
+    const std::vector<size_t> starts = frame_starts(music);
+    for (size_t i = 0; i + 1 < starts.size(); ++i) {
+        if (i % 2 == 0) builder.frame(0, size_t{99});
+        builder.frame(
+            1, Bytes(music.begin() + static_cast<std::ptrdiff_t>(starts[i]),
+                     music.begin() + static_cast<std::ptrdiff_t>(std::min(starts[i + 1], music.size()))));
+    }
+    return builder;
+}
+
+// In an AVI file, where the chunks around it are sound.
+void add_harmed_sound(std::vector<DamagedFile> &all) {
+    const Bytes music = real_mp3_stream();
+    AviBuilder builder = music_film(music);
+    const Bytes whole = builder.build().flatten();
+    const uint64_t frame = builder.truth(1)[40].position + kChunkHeader;
+    const uint64_t second = builder.truth(1)[1].position + kChunkHeader;
+    all.push_back(
+        {"sound_of_zeros.avi", overwritten(whole, frame, Bytes(417)), "audio_lost_sync", place_of(frame)});
+    all.push_back({"sound_with_a_check.avi", overwritten(whole, frame + 1, {0xFA}), "audio_bad_check",
+                   place_of(frame)});
+    all.push_back({"sound_of_lost_bytes.avi", overwritten(whole, second + 4, {0xFF}), "audio_no_reservoir",
+                   place_of(second)});
+    AviBuilder shorter = music_film(first_of(music, music.size() - 200));
+    const Bytes cut = shorter.build().flatten();
+    all.push_back({"sound_cut_off.avi", cut, "audio_cut_off",
+                   place_of(shorter.truth(1).back().position + kChunkHeader)});
+    AviBuilder empty({video_stream(tag("MJPG")), pcm_stream()});
+    empty.streams[1].header.length = 100;
+    all.push_back({"track_without_frames.avi", empty.frame(0, size_t{99}).build().flatten(), "no_frames"});
+    all.push_back({"header_cut_off.avi", first_of(whole, 100), "header"});
+    AviBuilder still({video_stream(tag("MJPG"))});
+    for (size_t i = 0; i < 90; ++i)
+        still.frame(0, size_t{i < 20 || i > 60 ? 99u : 0u});
+    const Bytes standing = still.build().flatten();
+    all.push_back({"no_picture_for_long.avi", standing, "time_gap",
+                   place_of(still.truth(0)[20].position + kChunkHeader), false});
+}
+
 void add_asf_files(std::vector<DamagedFile> &all) {
     const auto fill = [](AsfBuilder &builder, uint32_t from, uint32_t to, uint32_t shift) {
         for (uint32_t i = from; i < to; ++i)
@@ -132,6 +174,18 @@ void add_asf_files(std::vector<DamagedFile> &all) {
         {"cut.asf", first_of(whole, static_cast<size_t>(packet) + 7), "cut_off", place_of(packet + 7)});
     all.push_back(
         {"longer.asf", join({whole, Bytes(1000, 'x')}), "junk_at_end", place_of(whole.size()), false});
+    // Each packet holds a frame; one becomes that of a stream which the header does not name.
+    AsfBuilder single({asf_video(1), asf_audio(2)}, {.multiple = false}, AsfIndex::None),
+        other({asf_video(9), asf_audio(2)}, {.multiple = false}, AsfIndex::None);
+    for (uint32_t i = 0; i < 20; ++i) {
+        single.frame(0, i * 40, 100).frame(1, i * 40, 60);
+        other.frame(0, i * 40, 100).frame(1, i * 40, 60);
+    }
+    const Bytes ours = single.build(), theirs = other.build();
+    const auto tenth = static_cast<std::ptrdiff_t>(single.data_start() + 10 * single.layout.packet_size);
+    const Bytes stranger(theirs.begin() + tenth, theirs.begin() + tenth + single.layout.packet_size);
+    all.push_back({"packet_of_another_file.asf", overwritten(ours, static_cast<uint64_t>(tenth), stranger),
+                   "packet_unusable", tenth});
     AsfBuilder gap({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
     fill(gap, 0, 20, 0);
     fill(gap, 20, 40, 5000);
@@ -156,8 +210,12 @@ void add_mp3_files(std::vector<DamagedFile> &all) {
     all.push_back(
         {"longer.mp3", join({music, Bytes(1000, 'x')}), "junk_at_end", place_of(music.size()), false});
     const size_t frames = starts.size() - 1;
-    const Bytes fewer = join({xing_frame("Info", frames - 9, 0, 0, 0), music});
+    const Bytes fewer = join({xing_frame("Info", frames - 9, 0, 0, 0), music}),
+                shorter = join({xing_frame("Info", frames, music.size(), 0, 0), music});
     all.push_back({"count_too_low.mp3", fewer, "encoder_count", place_of(fewer.size()), false});
+    all.push_back({"bytes_too_few.mp3", shorter, "encoder_count", place_of(shorter.size()), false});
+    all.push_back({"other_rate_behind.mp3", join({music, noise_stream(40, {.sample_rate = 48000})}),
+                   "audio_format", place_of(music.size()), false});
 }
 
 }  // namespace
@@ -167,6 +225,7 @@ std::vector<DamagedFile> damaged_files() {
     add_harmed_chunks(all);
     add_harmed_indexes(all);
     add_wrong_headers(all);
+    add_harmed_sound(all);
     add_asf_files(all);
     add_mp3_files(all);
     return all;

@@ -59,6 +59,47 @@ TEST(Check, NothingIsFoundInUndamagedFiles) {
     }
 }
 
+// Whatever made the file: cut short, with bytes put in at its middle, and with more behind its end.
+TEST(Check, DamageIsFoundInEverySample) {
+    constexpr size_t kMore = 777;
+    constexpr int64_t kLargestFrame = 0x10000;
+    const Shell shell, harmed;
+    shell.add_samples();
+    for (const std::string command : {"lame -b 128", "lame -V 4", "twolame -b 192"})
+        shell.put(command + ".mp3", encode({command}));
+    const char *const real = std::getenv("QUORV_REAL");
+    for (const char *folder : {static_cast<const char *>(QUORV_SAMPLES_FOLDER), real})
+        shell.run(std::string("cp '") + (folder != nullptr ? folder : "") + "'/*.[aw][vsm]* .");
+    std::map<std::string, int64_t> sizes;
+    for (const std::string &name : shell.names()) {
+        if (name == "rough_media_without_index.avi") continue;  // leaves its sizes open
+        const Bytes whole = shell.get(name), more(kMore, 'U');
+        const auto middle = whole.begin() + std::ssize(whole) / 2;
+        sizes[name] = std::ssize(whole);
+        harmed.put(name + ".cut", first_of(whole, whole.size() * 6 / 10));
+        harmed.put(name + ".end", join({whole, more}));
+        harmed.put(name + ".more", join({Bytes(whole.begin(), middle), more, Bytes(middle, whole.end())}));
+    }
+    for (const Json &result : check(harmed, ".")) {
+        const std::filesystem::path path(result["file"].get<std::string>());
+        const int64_t size = sizes.at(path.stem()), middle = size / 2;
+        const auto is_found = [&](const std::string &kind, const auto &fits) {
+            return std::any_of(result["findings"].begin(), result["findings"].end(), [&](const Json &each) {
+                return (kind.empty() ? each["severity"] == "damage" : each["kind"] == kind) &&
+                       each["offset"].is_number() && fits(each["offset"].get<int64_t>());
+            });
+        };
+        if (path.extension() == ".end") {
+            EXPECT_TRUE(is_found("junk_at_end", [&](int64_t at) { return at == size; })) << result;
+        } else if (path.extension() == ".more") {
+            EXPECT_TRUE(is_found("", [&](int64_t at) { return std::abs(at - middle) < kLargestFrame; }))
+                << result;
+        } else if (path.stem().extension() != ".mp3") {  // which may end with any frame
+            EXPECT_TRUE(is_found("cut_off", [&](int64_t at) { return at == size * 6 / 10; })) << result;
+        }
+    }
+}
+
 TEST(Check, FilesComeInOrderHoweverTheyAreNamed) {
     const Shell shell;
     shell.run(

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "AsfOutline.h"
 #include "Text.h"
@@ -23,12 +24,11 @@ uint64_t amount(const QuorvDamage &damage) {
 
 }  // namespace
 
-MediaCheck::MediaCheck(FileSource &file) : file_(file), media_(file) {
-    const QuorvContainer container = quorv_file(media_.reader())->container;
+MediaCheck::MediaCheck(FileSource &file) : file_(file), media_(file), container_(media_.facts().container) {
     for (const Track &track : media_.tracks())
-        tracks_.emplace_back(track, container);
+        tracks_.emplace_back(track, container_);
     damage_met_.resize(tracks_.size());
-    if (container == QUORV_CONTAINER_AVI) index_.emplace(file, media_.tracks());
+    if (container_ == QUORV_CONTAINER_AVI) index_.emplace(file, media_.tracks());
 }
 
 void MediaCheck::run(const PacketHandler &handler) {
@@ -49,15 +49,16 @@ void MediaCheck::run(const PacketHandler &handler) {
 void MediaCheck::take(const QuorvPacket &packet) {
     TrackCheck &track = tracks_[packet.track];
     // What was met on the way to this packet lies in front of it.
-    const uint64_t met = amount(*quorv_damage(media_.reader(), packet.track));
-    if (met != damage_met_[packet.track]) track.note_damage(packet);
+    const QuorvDamage &damage = *quorv_damage(media_.reader(), packet.track);
+    const uint64_t met = amount(damage);
+    if (met != damage_met_[packet.track]) track.note_damage(packet, damage.unusable_at);
     damage_met_[packet.track] = met;
     if (index_) index_->take(track.track(), track.frames(), packet);
     track.take(packet);
 }
 
 void MediaCheck::finish() {
-    const QuorvDamage &damage = *quorv_damage(media_.reader(), QUORV_WHOLE_FILE);
+    const QuorvDamage &damage = media_.damage_facts();
     const bool is_whole = damage.cut_off == 0;
     for (TrackCheck &track : tracks_)
         track.finish(is_whole, findings_);
@@ -66,106 +67,109 @@ void MediaCheck::finish() {
     if (is_whole) tell_lengths();
 }
 
-// The time of what follows a place, and of which track that is.
-int64_t MediaCheck::time_at(int64_t offset, uint32_t *number) const {
-    int64_t time = -1;
+MediaCheck::Follower MediaCheck::follower_of(int64_t offset) const {
+    Follower first;
     for (const TrackCheck &track : tracks_) {
-        const int64_t behind = track.time_behind(offset);
-        if (behind < 0 || (time >= 0 && behind >= time)) continue;
-        time = behind;
-        *number = track.track().facts->number;
+        const int64_t time = track.time_behind(offset);
+        if (time >= 0 && (first.time_ms < 0 || time < first.time_ms))
+            first = {time, track.track().facts->number};
     }
-    return time;
+    return first;
+}
+
+Finding &MediaCheck::add_damage(std::string_view kind, int64_t offset, std::string text) {
+    const Follower follower = follower_of(offset);
+    findings_.push_back({.kind = kind,
+                         .severity = Severity::Damage,
+                         .track = follower.track,
+                         .offset = offset,
+                         .time_ms = follower.time_ms,
+                         .text = std::move(text)});
+    return findings_.back();
 }
 
 void MediaCheck::tell_places(const QuorvRanges &places, std::string_view kind, std::string_view noun,
                              std::string_view phrase) {
-    for (size_t i = 0; i < places.count; ++i) {
-        const auto [begin, end] = places.ranges[i];
-        uint32_t number = 0;
-        const int64_t time = time_at(begin, &number);
-        findings_.push_back(
-            {.kind = kind,
-             .severity = Severity::Damage,
-             .track = number,
-             .offset = begin,
-             .time_ms = time,
-             .text = fmt::format("{} {}", counted(static_cast<uint64_t>(end - begin), noun), phrase)});
+    for (size_t i = 0; i < places.count;) {
+        const int64_t begin = places.ranges[i].begin;
+        const Follower follower = follower_of(begin);
+        uint64_t cases = 0;
+        // Those with nothing between them that could be read are one.
+        for (; i < places.count && follower_of(places.ranges[i].begin) == follower; ++i)
+            cases += static_cast<uint64_t>(places.ranges[i].end - places.ranges[i].begin);
+        add_damage(kind, begin, fmt::format("{} {}", counted(cases, noun), phrase));
     }
 }
 
-void MediaCheck::tell_passed_over(const QuorvDamage &damage) {
-    const auto end = static_cast<int64_t>(declared_end());
-    const auto size = static_cast<int64_t>(file_.size());
-    for (size_t i = 0; i < damage.passed_over_at.count; ++i) {
-        const auto [begin, behind] = damage.passed_over_at.ranges[i];
-        uint32_t number = 0;
-        const int64_t time = time_at(begin, &number);
-        const bool is_mp3 = !index_ && media_.format() == "mp3";
-        // Behind the end nothing was lost.
-        if (begin >= end || (is_mp3 && behind == size)) continue;
-        findings_.push_back(
-            {.kind = "bytes_passed_over",
-             .severity = Severity::Damage,
-             .track = number,
-             .offset = begin,
-             .time_ms = time,
-             .bytes = behind - begin,
-             .text = fmt::format("{} passed over", counted(static_cast<uint64_t>(behind - begin), "byte"))});
+void MediaCheck::tell_passed_over(const QuorvRanges &places) {
+    const auto end = static_cast<int64_t>(media_end());
+    for (size_t i = 0; i < places.count && places.ranges[i].begin < end; ++i) {
+        const auto [begin, behind] = places.ranges[i];
+        const auto bytes = static_cast<uint64_t>(behind - begin);
+        add_damage("bytes_passed_over", begin, fmt::format("{} passed over", counted(bytes, "byte"))).bytes =
+            behind - begin;
+    }
+}
+
+void MediaCheck::tell_skipped(const QuorvRanges &places) {
+    for (size_t i = 0; i < places.count; ++i) {
+        const auto [begin, end] = places.ranges[i];
+        Finding &finding = add_damage("frame_cut_off", begin, "the last frame is cut off");
+        finding.track = 1;
+        finding.time_ms = tracks_[0].end_ms();
+        finding.bytes = end - begin;
     }
 }
 
 void MediaCheck::tell_damage() {
-    const QuorvDamage &damage = *quorv_damage(media_.reader(), QUORV_WHOLE_FILE);
-    tell_passed_over(damage);
+    const QuorvDamage &damage = media_.damage_facts();
+    tell_passed_over(damage.passed_over_at);
     tell_places(damage.missing_at, "chunk_missing", "chunk", "of the index not to be found");
     tell_places(damage.unusable_at, "packet_unusable", "packet", "unusable, whole or in part");
-    for (size_t i = 0; i < damage.skipped_at.count; ++i) {
-        const auto [begin, end] = damage.skipped_at.ranges[i];
-        findings_.push_back({.kind = "frame_cut_off",
-                             .severity = Severity::Damage,
-                             .track = 1,
-                             .offset = begin,
-                             .time_ms = tracks_[0].end_ms(),
-                             .bytes = end - begin,
-                             .text = "the last frame is cut off"});
-    }
+    tell_skipped(damage.skipped_at);
     if (has_bad_parts_ && amount(damage) == 0)
         findings_.push_back(
             {.kind = "part_unusable", .severity = Severity::Damage, .text = "a part of it cannot be read"});
-    tell_end(damage);
+    if (damage.cut_off != 0)
+        tell_cut(damage.bytes_missing);
+    else
+        tell_junk();
 }
 
-// Where the file should end by its own account.
-uint64_t MediaCheck::declared_end() {
-    if (index_) return index_->declared_end();
-    if (media_.format() == "asf") return asf_objects_end(file_);
-    return file_.size();
-}
-
-void MediaCheck::tell_end(const QuorvDamage &damage) {
-    const uint64_t size = file_.size();
-    if (damage.cut_off != 0) {
-        int64_t last = -1;
-        for (const TrackCheck &track : tracks_)
-            last = std::max(last, track.end_ms());
-        findings_.push_back(
-            {.kind = "cut_off",
-             .severity = Severity::Damage,
-             .offset = static_cast<int64_t>(size),
-             .time_ms = last,
-             .bytes = damage.bytes_missing,
-             .text = damage.bytes_missing >= 0
-                         ? fmt::format("cut off: {} missing at the end",
-                                       counted(static_cast<uint64_t>(damage.bytes_missing), "byte"))
-                         : "cut off: it ends before its header says"});
-        return;
+// Where the file ends by its own account. What follows the last frame of MPEG audio is behind its end.
+uint64_t MediaCheck::media_end() {
+    const QuorvRanges &passed = media_.damage_facts().passed_over_at;
+    switch (container_) {
+        case QUORV_CONTAINER_AVI:
+            return index_->declared_end();
+        case QUORV_CONTAINER_ASF:
+            return asf_objects_end(file_);
+        default:
+            break;
     }
-    uint64_t end = declared_end();
-    const QuorvRanges &passed = damage.passed_over_at;
-    const bool is_mp3 = media_.format() == "mp3";
-    if (is_mp3 && passed.count != 0 && passed.ranges[passed.count - 1].end == static_cast<int64_t>(size))
-        end = static_cast<uint64_t>(passed.ranges[passed.count - 1].begin);
+    const bool has_junk =
+        passed.count != 0 && passed.ranges[passed.count - 1].end == static_cast<int64_t>(file_.size());
+    return has_junk ? static_cast<uint64_t>(passed.ranges[passed.count - 1].begin) : file_.size();
+}
+
+void MediaCheck::tell_cut(int64_t bytes_missing) {
+    int64_t last = -1;
+    for (const TrackCheck &track : tracks_)
+        last = std::max(last, track.end_ms());
+    const std::string text = bytes_missing >= 0
+                                 ? fmt::format("cut off: {} missing at the end",
+                                               counted(static_cast<uint64_t>(bytes_missing), "byte"))
+                                 : "cut off: it ends before its header says";
+    findings_.push_back({.kind = "cut_off",
+                         .severity = Severity::Damage,
+                         .offset = static_cast<int64_t>(file_.size()),
+                         .time_ms = last,
+                         .bytes = bytes_missing,
+                         .text = text});
+}
+
+void MediaCheck::tell_junk() {
+    const uint64_t size = file_.size(), end = media_end();
     if (end >= size) return;
     findings_.push_back({.kind = "junk_at_end",
                          .offset = static_cast<int64_t>(end),

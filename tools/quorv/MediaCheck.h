@@ -29,16 +29,27 @@ private:
     void take(const QuorvPacket &packet);
     void finish();
     void tell_damage();
-    void tell_passed_over(const QuorvDamage &damage);
+    void tell_passed_over(const QuorvRanges &places);
     void tell_places(const QuorvRanges &places, std::string_view kind, std::string_view noun,
                      std::string_view phrase);
-    void tell_end(const QuorvDamage &damage);
+    void tell_skipped(const QuorvRanges &places);
+    void tell_cut(int64_t bytes_missing);
+    void tell_junk();
     void tell_lengths();
-    int64_t time_at(int64_t offset, uint32_t *number) const;
-    uint64_t declared_end();
+    // Of the first packet behind a place.
+    struct Follower {
+        int64_t time_ms = -1;  // where there is none
+        uint32_t track = 0;
+
+        bool operator==(const Follower &) const = default;
+    };
+    Follower follower_of(int64_t offset) const;
+    Finding &add_damage(std::string_view kind, int64_t offset, std::string text);
+    uint64_t media_end();
 
     FileSource &file_;
     MediaFile media_;
+    const QuorvContainer container_;
     std::vector<TrackCheck> tracks_;  // of the same indexes as the file's
     std::vector<uint64_t> damage_met_;
     std::optional<AviIndexCheck> index_;

@@ -40,9 +40,10 @@ private:
 
 // What repair cannot write; said before anything is searched.
 void check_container(const FileSource &file, const MediaFile &media) {
-    if (media.format() == "asf")
+    const QuorvContainer container = media.facts().container;
+    if (container == QUORV_CONTAINER_ASF)
         throw Failure(ExitCode::BadFile, "an ASF file: only AVI files can be repaired");
-    if (media.format() != "avi")
+    if (container != QUORV_CONTAINER_AVI)
         throw Failure(ExitCode::BadFile, "an MPEG audio file: only AVI files can be repaired");
     const std::span<const uint8_t> head = file.head();
     if (head.size() >= kListHeaderBytes && load_le32(head.data() + 8) == riff_tag("AMV "))

@@ -58,17 +58,22 @@ bool SoundCheck::has_more(QuorvResult result, const QuorvSamples *samples) {
         sample_rate_ = samples->sample_rate;
         channels_ = samples->channels;
     } else if (samples->format_changed != 0) {
-        changes_.note(now_.index, now_.offset, now_.time_ms, -1);
+        const Place &place = decoded();
+        changes_.note(place.index, place.offset, place.time_ms, -1);
     }
     has_sound_ = true;
     return true;
 }
 
+// A frame is decoded when what follows it has come: where each packet holds one, with the next packet.
+const SoundCheck::Place &SoundCheck::decoded() const {
+    return portions_ + quorv_decoder_skipped(decoder_.get())->total <= now_.index ? last_ : now_;
+}
+
 void SoundCheck::note_skipped() {
     const QuorvSkippedFrames &skipped = *quorv_decoder_skipped(decoder_.get());
     if (skipped.total == before_.total) return;
-    // A frame is decoded when what follows it has come: where each packet holds one, with the next packet.
-    const Place &place = portions_ + skipped.total <= now_.index ? last_ : now_;
+    const Place &place = decoded();
     for (Reason &reason : reasons_) {
         const uint64_t more = skipped.*reason.count - before_.*reason.count;
         if (more != 0)

@@ -34,6 +34,7 @@ private:
 
     bool has_more(QuorvResult result, const QuorvSamples *samples);
     void note_skipped();
+    const Place &decoded() const;
 
     const Track track_;
     std::unique_ptr<QuorvDecoder, Close> decoder_;

@@ -59,9 +59,12 @@ void TrackCheck::check_time(const QuorvPacket &packet) {
     end_us_ = is_asf ? std::max(end, end_us_) : end;
 }
 
-void TrackCheck::note_damage(const QuorvPacket &packet) {
-    if (packet.offset >= 0 && anchors_.size() < kMostAnchors)
-        anchors_.push_back({packet.offset, packet.time_us / kMicroseconds});
+// A frame that lies in several pieces has no place: it comes right behind the damage.
+void TrackCheck::note_damage(const QuorvPacket &packet, const QuorvRanges &unusable) {
+    int64_t offset = packet.offset;
+    if (offset < 0 && unusable.count != 0) offset = unusable.ranges[unusable.count - 1].end;
+    if (offset >= 0 && anchors_.size() < kMostAnchors)
+        anchors_.push_back({offset, packet.time_us / kMicroseconds});
 }
 
 int64_t TrackCheck::time_behind(int64_t offset) const {

@@ -31,8 +31,8 @@ public:
     // The time of the first packet that lies behind a place; -1 for none. To be asked with what the damage
     // records tell: only places that were met in front of a packet are kept.
     int64_t time_behind(int64_t offset) const;
-    // Damage was met since the packet before this one.
-    void note_damage(const QuorvPacket &packet);
+    // Damage was met since the packet before this one; what is unusable so far includes it.
+    void note_damage(const QuorvPacket &packet, const QuorvRanges &unusable);
 
 private:
     struct Anchor {
