@@ -9,6 +9,7 @@
 #include <memory>
 #include <set>
 
+#include "support/Mp3Streams.h"
 #include "tool/Shell.h"
 
 namespace quorv::test {
@@ -166,6 +167,33 @@ TEST(Answers, FramesBeginAtTheKeyFrameBesideATime) {
     }
     EXPECT_EQ(first_time("prev", UINT32_MAX - 1), keys.back());
     EXPECT_EQ(first_time("next", UINT32_MAX - 1), Json());
+}
+
+// Three chunks of sound, of which the first two lie in front of the picture, and the third begins inside a
+// frame.
+TEST(Answers, TellWhatFirstFramesAndPropertiesShow) {
+    const Shell shell;
+    AviBuilder builder({video_stream(tag("MJPG")), mp3_stream(48000, 1152, 1152)});
+    builder.streams[0].after_format =
+        chunk(tag("vprp"), join({Bytes(20), {9, 0, 16, 0}, Bytes(8), le32(1), Bytes(32)}));
+    const Bytes sound = noise_stream(1, {48000, 2, 9}),
+                picture = {0xFF, 0xD8, 0xFF, 0xC0, 0,    17, 8, 0,    48, 0,    64,  3,
+                           1,    0x21, 0,    2,    0x11, 1,  3, 0x11, 1,  0xFF, 0xD9};
+    builder.frame(1, sound).frame(1, sound).frame(0, picture);
+    const auto check = [&](uint32_t chunks, bool aligned) {
+        builder.streams[1].header.length = chunks;
+        shell.put("file.avi", AviBuilder(builder).build().flatten());
+        const Json tracks = shell.json("quorv info --json file.avi").at(0)["tracks"];
+        EXPECT_EQ(tracks[0]["display_aspect"], "16:9");
+        EXPECT_EQ(tracks[0]["coding"], "4:2:2, 8 bits");
+        EXPECT_EQ(tracks[0]["interlaced"], false);
+        EXPECT_EQ(tracks[1]["interleave_ms"], 24);
+        EXPECT_EQ(tracks[1]["interleave_lead_ms"], 48);
+        EXPECT_EQ(tracks[1]["interleave_aligned"], aligned);
+    };
+    check(2, true);
+    builder.frame(1, Bytes(sound.begin() + 9, sound.end()));
+    check(3, false);
 }
 
 TEST(Answers, OddNamesGiveValidJsonAndHarmlessText) {

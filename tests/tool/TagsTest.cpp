@@ -31,6 +31,10 @@ Bytes avi_with_info() {
     const Bytes info = join({chunk(tag("INAM"), text("Tr\xE4um")), chunk(tag("ISFT"), text("maker 1 "))});
     builder.between = join({chunk(tag("JUNK"), Bytes(7)), list(tag("INFO"), info)});
     builder.header_extra = chunk(tag("IDIT"), text("2001-02-03\n"));
+    Bytes properties = Bytes(68);
+    std::copy_n("\x09\0\x10\0", 4, properties.begin() + 20);
+    properties[32] = 2;
+    builder.streams[0].after_format = chunk(tag("vprp"), properties);
     return builder.frame(0, size_t{20}).build().flatten();
 }
 
@@ -41,21 +45,40 @@ Bytes mp3_with_two_tags() {
     return join({first, second, Bytes(300, 0xFF)});
 }
 
+Bytes wide(const std::string &words) {
+    Bytes bytes;
+    for (const char c : words + '\0')
+        append(bytes, le16(static_cast<uint8_t>(c)));
+    return bytes;
+}
+Bytes asf_object(const std::string &guid, const Bytes &body) {
+    return join({asf_guid(guid), le64(24 + body.size()), body});
+}
+
+// In front of its other headers: texts, a date, names of codecs, and behind them the track's language.
 Bytes asf_with_description() {
     Bytes file = AsfBuilder({asf_audio(1)}, {}, AsfIndex::None).frame(0, 3000, 40).build();
-    const auto wide = [](const std::string &words) {
-        Bytes bytes;
-        for (const char c : words + '\0')
-            append(bytes, le16(static_cast<uint8_t>(c)));
-        return bytes;
-    };
     const Bytes texts = join({le16(12), le16(8), le16(0), le16(0), le16(0), wide("Title"), wide("Who")});
-    const Bytes object =
-        join({asf_guid("75B22633-668E-11CF-A6D9-00AA0062CE6C"), le64(24 + texts.size()), texts});
+    // 12,000,000,000 seconds behind 1601: the day and hour that date -u -d '1601-01-01 +12000000000 sec'
+    // gives.
+    const Bytes dated = join({Bytes(24), le64(120000000000000000), Bytes(48)});
+    const Bytes codecs =
+        join({Bytes(16), le32(1), le16(1), le16(4), wide("Vid"), le16(3), wide("V1"), le16(1), {7}});
+    const Bytes languages = join({le16(2), {6}, wide("de"), {6}, wide("fr")});
+    const Bytes stream = join({Bytes(48), le16(1), le16(1), Bytes(12)});
+    const Bytes inner = join({asf_object("7C4346A9-EFE0-4BFC-B229-393EDE415C85", languages),
+                              asf_object("14E6A5CB-C672-4332-8399-A96952065B5A", stream)});
+    const Bytes objects =
+        join({asf_object("75B22633-668E-11CF-A6D9-00AA0062CE6C", texts),
+              asf_object("8CABDCA1-A947-11CF-8EE4-00C00C205365", dated),
+              asf_object("86D15240-311D-11D0-A3A4-00A0C90348F6", codecs),
+              asf_object("5FBF03B5-A92E-11CF-8EE3-00C00C205365",
+                         join({Bytes(18), le32(static_cast<uint32_t>(inner.size())), inner}))});
     constexpr size_t kHeaderBytes = 30;
-    file.insert(file.begin() + kHeaderBytes, object.begin(), object.end());
-    file[16] = static_cast<uint8_t>(file[16] + object.size());
-    ++file[24];
+    const Bytes size = le32(static_cast<uint32_t>(file[16] + 256u * file[17] + objects.size()));
+    file.insert(file.begin() + kHeaderBytes, objects.begin(), objects.end());
+    std::copy(size.begin(), size.end(), file.begin() + 16);
+    file[24] = static_cast<uint8_t>(file[24] + 4);
     return file;
 }
 
@@ -81,7 +104,11 @@ std::vector<Row> rows() {
             {"described.asf",
              QUORV_CONTAINER_ASF,
              asf_with_description(),
-             {{"title", "Title"}, {"artist", "Who"}},
+             {{"title", "Title"},
+              {"artist", "Who"},
+              {"encoded", "1981-04-07 21:20:00 UTC"},
+              {"video codec", "Vid"},
+              {"video codec settings", "V1"}},
              {}}};
 }
 
@@ -103,12 +130,22 @@ TEST(Tags, AreRead) {
     }
 }
 
+TEST(Tags, TellOfTracks) {
+    const TestFolder folder;
+    const tool::TrackNote shown = tags_of(folder, avi_with_info(), QUORV_CONTAINER_AVI).find_note(1);
+    EXPECT_EQ(std::pair(shown.aspect_width, shown.aspect_height), std::pair(16u, 9u));
+    EXPECT_EQ(shown.fields, 2u);
+    const tool::Tags tags = tags_of(folder, asf_with_description(), QUORV_CONTAINER_ASF);
+    EXPECT_EQ(tags.find_note(2).language, "fr");
+    EXPECT_EQ(tags.find_note(1).language, "");
+}
+
 // Every byte in turn is another one, and the file ends in front of it: what is found can be no more than the
 // file holds, whatever sizes it claims.
 TEST(Tags, OfDamagedFilesDoNoHarm) {
     const TestFolder folder;
     for (const Row &row : rows()) {
-        const size_t looked_at = std::min<size_t>(row.file.size(), 450);
+        const size_t looked_at = std::min<size_t>(row.file.size(), 650);
         for (size_t i = 0; i < looked_at; ++i) {
             Bytes broken = row.file, cut(row.file.begin(), row.file.begin() + static_cast<std::ptrdiff_t>(i));
             broken[i] = broken[i] == 0xFF ? 0x7F : 0xFF;

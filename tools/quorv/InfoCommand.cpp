@@ -61,7 +61,7 @@ std::string audio_format(const QuorvTrack &audio) {
 
 std::string video_format(MediaFile &media, const Track &track, const TrackFacts &facts) {
     const QuorvTrack &video = *track.facts;
-    return fmt::format("{}x{}, {}, {} fps", video.width, video.height, aspect_text(video),
+    return fmt::format("{}x{}, {}, {} fps", video.width, video.height, aspect_text(video, facts.pixel_aspect),
                        rate_text(facts.frame_rate, media.frame_rate(track)));
 }
 
@@ -79,6 +79,18 @@ Row track_row(MediaFile &media, const Track &track, const TrackFacts &facts) {
     return row;
 }
 
+// "in aligned chunks of 26 ms, the first 522 ms in front of the pictures"
+std::string interleaving_text(const Interleaving &found) {
+    const bool is_known = found.is_aligned.has_value();
+    std::string text =
+        fmt::format("in {}chunks of {} ms", is_known ? (*found.is_aligned ? "aligned " : "unaligned ") : "",
+                    found.chunk_ms);
+    if (found.lead_ms != 0)
+        text += fmt::format(", the first {} ms{} in front of the pictures", found.lead_ms,
+                            found.lead_ms >= kLongestLeadMs ? " or more" : "");
+    return text;
+}
+
 // What has no column, for those who want to know more.
 std::string details_text(const Track &track, const TrackFacts &facts) {
     const QuorvTrack &record = *track.facts;
@@ -86,8 +98,8 @@ std::string details_text(const Track &track, const TrackFacts &facts) {
     for (const std::string &text : {facts.profile, facts.coding}) {
         if (!text.empty()) parts.push_back(text);
     }
-    if (record.scan != QUORV_SCAN_UNKNOWN)
-        parts.emplace_back(record.scan == QUORV_SCAN_INTERLACED ? "interlaced" : "progressive");
+    if (facts.scan != QUORV_SCAN_UNKNOWN)
+        parts.emplace_back(facts.scan == QUORV_SCAN_INTERLACED ? "interlaced" : "progressive");
     if (facts.rate_kind != QUORV_RATE_UNKNOWN)
         parts.push_back(
             fmt::format("{} bit rate", facts.rate_kind == QUORV_RATE_CONSTANT ? "constant" : "variable"));
@@ -96,6 +108,8 @@ std::string details_text(const Track &track, const TrackFacts &facts) {
                                     record.trim_front, record.trim_back));
     if (record.codec_data_size != 0) parts.push_back(size_text(record.codec_data_size) + " of codec data");
     if (track.is_readable() && record.seekable == 0) parts.emplace_back("not seekable");
+    if (facts.interleaving) parts.push_back(interleaving_text(*facts.interleaving));
+    if (!facts.language.empty()) parts.push_back("language " + printable(facts.language));
     if (!facts.encoder.empty()) parts.push_back("made by " + facts.encoder);
     return fmt::format("{}", fmt::join(parts, ", "));
 }

@@ -131,6 +131,15 @@ bool MediaFile::read_frame(const Track &track, Frame &frame) {
     return true;
 }
 
+bool MediaFile::try_frame(const Track &track, Frame &frame) {
+    try {
+        return read_frame(track, frame);
+    } catch (const Failure &failure) {
+        if (failure.code == ExitCode::Io) throw;
+        return false;
+    }
+}
+
 QuorvResult MediaFile::read_next(QuorvPacket &packet) {
     const QuorvPacket *next = nullptr;
     const QuorvResult result = quorv_read(reader_.get(), &next);

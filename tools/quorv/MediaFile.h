@@ -64,6 +64,9 @@ public:
     uint32_t frame_rate(const Track &track);
     // The next frame of a readable track; false behind the last. Goes on behind damage.
     bool read_frame(const Track &track, Frame &frame);
+    // The same for a look at the first ones; false as well where one cannot be read, of which those say more
+    // who read them all.
+    bool try_frame(const Track &track, Frame &frame);
     // The next packet of all readable tracks, valid until the next read. QUORV_OK, QUORV_END, or
     // QUORV_ERR_DAMAGED where the next call goes on behind damage.
     QuorvResult read_next(QuorvPacket &packet);

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include "JpegHeader.h"
+
 namespace quorv::tool {
 
 namespace {
@@ -39,17 +41,9 @@ ZevVideoParam mpeg4_size(std::span<const uint8_t> data) {
     return found ? size : ZevVideoParam{};
 }
 
-// Of the frame header behind the other segments.
 ZevVideoParam jpeg_size(std::span<const uint8_t> data) {
-    const auto two = [&](size_t at) { return static_cast<uint32_t>(data[at] << 8 | data[at + 1]); };
-    for (size_t at = 2; data.size() >= at + 9 && data[at] == 0xFF; at += 2 + two(at + 2)) {
-        const uint8_t marker = data[at + 1];
-        const bool is_frame =
-            marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
-        if (is_frame) return {two(at + 7), two(at + 5), 0};
-        if (marker < 0xC0 || marker == 0xDA) break;
-    }
-    return {};
+    const JpegHeader header = find_jpeg_header(data);
+    return {header.width, header.height, 0};
 }
 
 uint32_t in_blocks(uint32_t pixels) {

@@ -90,30 +90,44 @@ public:
     InfoWalk(FileSource &file, Tags *tags) : file_(file), tags_(tags) {}
 
     // The chunks of a list; lists in it are walked where they may hold what is looked for.
-    void walk(uint64_t begin, uint64_t end, bool outermost) {
+    void walk(uint64_t begin, uint64_t end, std::string_view list) {
         Chunk chunk;
         for (uint64_t at = begin; chunks_left_ > 0 && read_chunk(file_, at, end, &chunk); at = chunk.next) {
             --chunks_left_;
-            if (chunk.id == "LIST" && outermost) {
-                const std::string type = bytes_at(file_, chunk.data, 4);
-                if (type == "INFO" || type == "hdrl") walk(chunk.data + 4, chunk.data + chunk.size, false);
-            } else {
+            if (chunk.id != "LIST") {
                 take(chunk);
+                continue;
             }
+            const std::string type = bytes_at(file_, chunk.data, 4);
+            const bool is_stream = type == "strl" && list == "hdrl";
+            if (is_stream) ++stream_;
+            if (is_stream || (list == "RIFF" && (type == "INFO" || type == "hdrl")))
+                walk(chunk.data + 4, chunk.data + chunk.size, type);
         }
     }
 
 private:
     void take(const Chunk &chunk) {
+        if (chunk.id == "vprp" && stream_ != 0) take_properties(bytes_at(file_, chunk.data, chunk.size));
         for (const auto &known : kNames) {
             if (known.id == chunk.id)
                 tags_->add(std::string(known.name), readable(bytes_at(file_, chunk.data, chunk.size)));
         }
     }
 
+    // Of video: how it is to be shown, which the codec's own headers need not tell.
+    void take_properties(const std::string &record) {
+        constexpr size_t kAspectHeight = 20, kAspectWidth = 22, kFields = 32;
+        TrackNote &note = tags_->note(stream_);
+        note.aspect_width = field_le16(record, kAspectWidth);
+        note.aspect_height = field_le16(record, kAspectHeight);
+        note.fields = field_le32(record, kFields);
+    }
+
     FileSource &file_;
     Tags *tags_;
     int chunks_left_ = kMostChunks;
+    uint32_t stream_ = 0;  // in whose list it is, counted from 1; 0: in none so far
 };
 
 }  // namespace
@@ -123,7 +137,7 @@ void read_riff_info(FileSource &file, Tags *tags) {
     if (!read_chunk(file, 0, file.size(), &segment)) return;
     // Writers that cannot go back leave the outermost size open.
     const uint64_t end = segment.size < kListHeaderBytes ? file.size() : segment.data + segment.size;
-    InfoWalk(file, tags).walk(kListHeaderBytes, end, true);
+    InfoWalk(file, tags).walk(kListHeaderBytes, end, "RIFF");
 }
 
 }  // namespace quorv::tool

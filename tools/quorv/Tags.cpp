@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "AsfHeader.h"
 #include "LibraryTags.h"
 #include "RiffInfo.h"
 
@@ -25,6 +26,11 @@ std::string Tags::text(const std::string &name) const {
     return found != texts_.end() ? found->second : "";
 }
 
+TrackNote Tags::find_note(uint32_t track) const {
+    const auto found = notes_.find(track);
+    return found != notes_.end() ? found->second : TrackNote{};
+}
+
 Tags read_tags(FileSource &file, QuorvContainer container) {
     Tags tags;
     switch (container) {
@@ -33,6 +39,7 @@ Tags read_tags(FileSource &file, QuorvContainer container) {
             break;
         case QUORV_CONTAINER_ASF:
             read_asf_tags(file, &tags);
+            read_asf_header(file, &tags);
             break;
         case QUORV_CONTAINER_MPEG_AUDIO:
             read_mpeg_audio_tags(file, &tags);

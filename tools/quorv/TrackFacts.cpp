@@ -7,10 +7,11 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <string_view>
 #include <vector>
 
-#include "Failure.h"
+#include "JpegHeader.h"
 #include "Text.h"
 
 namespace quorv::tool {
@@ -38,21 +39,11 @@ bool is_close(double value, double wanted, double part) {
     return std::abs(value - wanted) <= wanted * part;
 }
 
-// The next of the first frames; none where it cannot be read, of which those say more who read them all.
-bool read_first_frame(MediaFile &media, const Track &track, Frame &frame) {
-    try {
-        return media.read_frame(track, frame);
-    } catch (const Failure &failure) {
-        if (failure.code == ExitCode::Io) throw;
-        return false;
-    }
-}
-
 // The usual rate that frames' times fit; unknown where none does.
 QuorvRational measured_frame_rate(MediaFile &media, const Track &track) {
     Frame frame;
     uint64_t first = 0, last = 0, count = 0;
-    for (; count < kTimedFrames && read_first_frame(media, track, frame); ++count) {
+    for (; count < kTimedFrames && media.try_frame(track, frame); ++count) {
         if (count == 0) first = frame.time_ms;
         last = frame.time_ms;
     }
@@ -83,8 +74,7 @@ std::string name_in_padding(const std::vector<uint8_t> &bytes) {
 void look_into_sound(MediaFile &media, const Track &track, TrackFacts *facts) {
     std::vector<uint8_t> bytes;
     Frame frame;
-    for (int i = 0;
-         i < kMostSoundPackets && bytes.size() < kSoundBytes && read_first_frame(media, track, frame); ++i)
+    for (int i = 0; i < kMostSoundPackets && bytes.size() < kSoundBytes && media.try_frame(track, frame); ++i)
         bytes.insert(bytes.end(), frame.data.begin(), frame.data.end());
     media.rewind();
     QuorvReader *reader = nullptr;
@@ -95,6 +85,13 @@ void look_into_sound(MediaFile &media, const Track &track, TrackFacts *facts) {
     facts->profile = sound.profile;
     facts->coding = sound.coding;
     facts->encoder = sound.encoder[0] != 0 ? sound.encoder : name_in_padding(bytes);
+}
+
+// What the first picture tells of motion JPEG.
+void look_into_jpeg(MediaFile &media, const Track &track, TrackFacts *facts) {
+    Frame frame;
+    if (media.try_frame(track, frame)) facts->coding = find_jpeg_header(frame.data).coding;
+    media.rewind();
 }
 
 // Chunks of sound with one frame each differ by a byte at constant rates.
@@ -108,13 +105,34 @@ uint64_t mean_bit_rate(const TrackFacts &facts, const QuorvTrack &track) {
     return static_cast<uint64_t>(static_cast<double>(facts.survey->bytes * kBitsPerByte) / seconds);
 }
 
+// What the container says counts where the codec's own headers tell nothing.
+void add_note(const QuorvTrack &record, const TrackNote &note, TrackFacts *facts) {
+    facts->language = note.language;
+    if (record.type != QUORV_TRACK_VIDEO) return;
+    if (facts->scan == QUORV_SCAN_UNKNOWN && note.fields != 0)
+        facts->scan = note.fields == 1 ? QUORV_SCAN_PROGRESSIVE : QUORV_SCAN_INTERLACED;
+    if (facts->pixel_aspect.den != 0 || note.aspect_height == 0 || record.width == 0) return;
+    const int64_t width = int64_t{note.aspect_width} * record.height;
+    const int64_t height = int64_t{note.aspect_height} * record.width;
+    const int64_t common = std::gcd(width, height);
+    if (width != 0) facts->pixel_aspect = {width / common, height / common};
+}
+
 }  // namespace
 
 TrackFacts find_facts(MediaFile &media, const Track &track, const Tags &tags) {
     const QuorvTrack &record = *track.facts;
-    TrackFacts facts = {record.frame_rate, record.bit_rate, record.rate_kind, {},
-                        record.profile,    record.coding,   record.encoder};
+    TrackFacts facts;
+    facts.frame_rate = record.frame_rate;
+    facts.bit_rate = record.bit_rate;
+    facts.rate_kind = record.rate_kind;
+    facts.profile = record.profile;
+    facts.coding = record.coding;
+    facts.encoder = record.encoder;
+    facts.scan = record.scan;
+    facts.pixel_aspect = record.pixel_aspect;
     if (!track.is_readable()) return facts;
+    add_note(record, tags.find_note(record.number), &facts);
     facts.survey = media.survey(track);
     if (track.is_video() && facts.frame_rate.den == 0) facts.frame_rate = measured_frame_rate(media, track);
     if (facts.bit_rate == 0) facts.bit_rate = mean_bit_rate(facts, record);
@@ -126,6 +144,8 @@ TrackFacts find_facts(MediaFile &media, const Track &track, const Tags &tags) {
     if (track.is_audio() && facts.rate_kind == QUORV_RATE_UNKNOWN && !is_variable.empty())
         facts.rate_kind = is_variable == "yes" ? QUORV_RATE_VARIABLE : QUORV_RATE_CONSTANT;
     if (is_mpeg_audio && facts.profile.empty()) look_into_sound(media, track, &facts);
+    if (record.framing == QUORV_FRAMING_JPEG) look_into_jpeg(media, track, &facts);
+    facts.interleaving = find_interleaving(media, track);
     return facts;
 }
 
@@ -139,11 +159,11 @@ std::string codec_title(const QuorvTrack &track) {
     return name.substr(0, name.find(" ("));
 }
 
-std::string aspect_text(const QuorvTrack &video) {
+std::string aspect_text(const QuorvTrack &video, const QuorvRational &pixel_aspect) {
     if (video.width == 0 || video.height == 0) return "";
     double aspect = static_cast<double>(video.width) / video.height;
-    if (video.pixel_aspect.den != 0)
-        aspect *= static_cast<double>(video.pixel_aspect.num) / static_cast<double>(video.pixel_aspect.den);
+    if (pixel_aspect.den != 0)
+        aspect *= static_cast<double>(pixel_aspect.num) / static_cast<double>(pixel_aspect.den);
     for (const Aspect &usual : kUsualAspects) {
         // Heights are rounded to whole macroblocks.
         if (is_close(aspect, static_cast<double>(usual.width) / usual.height, 0.015))

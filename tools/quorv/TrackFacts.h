@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "Interleaving.h"
 #include "MediaFile.h"
 #include "Tags.h"
 
@@ -16,6 +17,10 @@ struct TrackFacts {
     QuorvRateKind rate_kind = QUORV_RATE_UNKNOWN;
     std::optional<QuorvSurvey> survey;
     std::string profile, coding, encoder;
+    QuorvScan scan = QUORV_SCAN_UNKNOWN;
+    QuorvRational pixel_aspect = {};  // den is 0 when it is not known
+    std::string language;             // empty when it is not known
+    std::optional<Interleaving> interleaving;
 };
 
 // Reads a few packets where a track's own headers leave open what its first frames tell.
@@ -28,7 +33,7 @@ std::string codec_title(const QuorvTrack &track);
 std::string tag_text(const QuorvTrack &track);
 
 // "16:9" or "2.35:1", with square pixels where the headers do not say otherwise; empty without a size.
-std::string aspect_text(const QuorvTrack &video);
+std::string aspect_text(const QuorvTrack &video, const QuorvRational &pixel_aspect);
 
 }  // namespace quorv::tool
 

@@ -46,6 +46,28 @@ std::string ratio_text(const QuorvRational &ratio) {
     return fmt::format("{}:{}", ratio.num, ratio.den);
 }
 
+void add_shape(Json &json, const QuorvTrack &video, const TrackFacts &facts) {
+    json["display_aspect"] = aspect_text(video, facts.pixel_aspect);
+    if (facts.pixel_aspect.den != 0) json["pixel_aspect"] = ratio_text(facts.pixel_aspect);
+    if (facts.scan != QUORV_SCAN_UNKNOWN) json["interlaced"] = facts.scan == QUORV_SCAN_INTERLACED;
+}
+
+void add_texts(Json &json, const TrackFacts &facts) {
+    const std::pair<const char *, const std::string &> texts[] = {{"profile", facts.profile},
+                                                                  {"coding", facts.coding},
+                                                                  {"encoder", facts.encoder},
+                                                                  {"language", facts.language}};
+    for (const auto &[key, text] : texts) {
+        if (!text.empty()) json[key] = text;
+    }
+}
+
+void add_interleaving(Json &json, const Interleaving &found) {
+    json["interleave_ms"] = found.chunk_ms;
+    json["interleave_lead_ms"] = found.lead_ms;
+    if (found.is_aligned) json["interleave_aligned"] = *found.is_aligned;
+}
+
 // Beside the keys that there have always been.
 void add_facts(Json &json, const Track &track, const TrackFacts &facts) {
     const QuorvTrack &record = *track.facts;
@@ -57,14 +79,11 @@ void add_facts(Json &json, const Track &track, const TrackFacts &facts) {
     }
     if (!json.contains("bit_rate") && facts.bit_rate != 0) json["bit_rate"] = facts.bit_rate;
     if (facts.survey) json["bytes"] = facts.survey->bytes;
-    if (track.is_video()) json["display_aspect"] = aspect_text(record);
-    if (record.pixel_aspect.den != 0) json["pixel_aspect"] = ratio_text(record.pixel_aspect);
-    if (record.scan != QUORV_SCAN_UNKNOWN) json["interlaced"] = record.scan == QUORV_SCAN_INTERLACED;
+    if (track.is_video()) add_shape(json, record, facts);
+    add_texts(json, facts);
+    if (facts.interleaving) add_interleaving(json, *facts.interleaving);
     if (facts.rate_kind != QUORV_RATE_UNKNOWN)
         json["bit_rate_kind"] = facts.rate_kind == QUORV_RATE_CONSTANT ? "constant" : "variable";
-    if (!facts.profile.empty()) json["profile"] = facts.profile;
-    if (!facts.coding.empty()) json["coding"] = facts.coding;
-    if (!facts.encoder.empty()) json["encoder"] = facts.encoder;
     if (record.sample_count != 0) json["samples"] = record.sample_count;
     if (record.trim_front != 0 || record.trim_back != 0) {
         json["trim_front"] = record.trim_front;
