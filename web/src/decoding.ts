@@ -5,10 +5,15 @@ import type { Library } from './module.js';
 import { isPcm, samplesOf } from './pcm.js';
 import type { PacketReader } from './reader.js';
 import { readSamples, readSkippedFrames } from './records.js';
-import type { Packet, Samples, Track } from './types.js';
+import { Sound } from './sound.js';
+import type { Packet, Track } from './types.js';
 
-/** A batch ends with the packet that reaches so many samples of each channel. */
-const mostFrames = 16384;
+/**
+ * A batch ends with the packet that reaches so many samples of each channel: few after a seek, so that sound begins
+ * soon, then each time twice as many up to the most, so that little time goes into handing them over.
+ */
+const fewestFrames = 8192;
+const mostFrames = 65536;
 
 /** Frames of MPEG audio have so many samples of each channel. */
 function frameLength(track: Track, rate: number): number {
@@ -23,6 +28,7 @@ export class Decoding {
   /** Of the QuorvDecoder; 0 for PCM. */
   #decoder = 0;
   readonly #slot: number;
+  #wanted = fewestFrames;
   /** The track has been moved, which the decoder does not know yet. */
   #moved = false;
   /** The next packet's time is where the sound goes on: the first one, or a part of the track is missing. */
@@ -47,47 +53,46 @@ export class Decoding {
   restart(): void {
     this.#moved = true;
     this.#lost = true;
+    this.#wanted = fewestFrames;
   }
 
   /** The sound of packets that were read before, then that of those that follow. */
   async next(packets: readonly Packet[]): Promise<SamplesBatch> {
-    const samples: Samples[] = [];
-    let frames = 0;
-    const add = (portion: Samples) => {
-      samples.push(portion);
-      frames += portion.data.length / portion.format.channels;
-    };
-    for (const packet of packets) this.#decodeCopy(packet, add);
-    while (frames < mostFrames) {
+    const sound = new Sound();
+    const wanted = this.#wanted;
+    this.#wanted = Math.min(2 * wanted, mostFrames);
+    for (const packet of packets) this.#decodeCopy(packet, sound);
+    while (sound.frames < wanted) {
       const end = await this.#reader.each({ tracks: [this.#track.index] }, false, ({ data, size, timeUs }) => {
-        this.#decode(data, size, timeUs, add);
-        return frames < mostFrames;
+        this.#decode(data, size, timeUs, sound);
+        return sound.frames < wanted;
       });
-      if (end.error !== undefined && end.error.code !== 'damaged') throw end.error;
       if (end.error !== undefined) this.#lost = true;
+      // What is here is not lost because the source has failed.
+      if (end.error !== undefined && end.error.code !== 'damaged') return { ...end, samples: sound.portions() };
       if (!end.ended) continue;
-      if (this.#decoder !== 0) this.#takeAll(() => this.#call('quorv_decoder_finish'), add);
-      return { samples: joined(samples), ended: true };
+      if (this.#decoder !== 0) this.#takeAll(() => this.#call('quorv_decoder_finish'), sound);
+      return { samples: sound.portions(), ended: true };
     }
-    return { samples: joined(samples), ended: false };
+    return { samples: sound.portions(), ended: false };
   }
 
-  #decodeCopy({ data, timeUs }: Packet, add: (portion: Samples) => void): void {
+  #decodeCopy({ data, timeUs }: Packet, sound: Sound): void {
     const at = this.#library.allocate(data.length);
     try {
       this.#library.borrow(at, data.length).set(data);
-      this.#decode(at, data.length, timeUs, add);
+      this.#decode(at, data.length, timeUs, sound);
     } finally {
       this.#library.free(at);
     }
   }
 
   /** Bytes in the module's memory. */
-  #decode(at: number, size: number, timeUs: number, add: (portion: Samples) => void): void {
+  #decode(at: number, size: number, timeUs: number, sound: Sound): void {
     if (this.#decoder === 0) {
       const { sampleFormat, channels, sampleRate: rate } = this.#track;
       const data = samplesOf(sampleFormat, channels, this.#library.borrow(at, size));
-      if (data.length > 0) add({ format: { rate, channels }, timeUs, data });
+      if (data.length > 0) sound.add(rate, channels, timeUs, data);
       return;
     }
     if (this.#lost) this.#begin(timeUs);
@@ -96,7 +101,7 @@ export class Decoding {
       const taken = left;
       left = 0;
       return this.#call('quorv_decode', taken > 0 ? at : 0, taken);
-    }, add);
+    }, sound);
   }
 
   #begin(timeUs: number): void {
@@ -113,14 +118,13 @@ export class Decoding {
   }
 
   /** All that the decoder has. */
-  #takeAll(call: () => ReturnType<typeof readSamples>, add: (portion: Samples) => void): void {
+  #takeAll(call: () => ReturnType<typeof readSamples>, sound: Sound): void {
     for (let record = call(); record.frames > 0; record = call()) {
-      const { channels, sampleRate: rate } = record;
-      const bytes = this.#library.bytes(record.samples, record.frames * channels * 2);
+      const { samples, frames, channels, sampleRate: rate } = record;
       const lost = (this.#skipped() - this.#skippedBefore) * frameLength(this.#track, rate);
       const timeUs = this.#startUs + Math.round(((this.#played + lost) * 1e6) / rate);
-      this.#played += record.frames;
-      add({ format: { rate, channels }, timeUs, data: new Int16Array(bytes.buffer) });
+      this.#played += frames;
+      sound.add(rate, channels, timeUs, this.#library.borrowSamples(samples, frames * channels));
     }
   }
 
@@ -130,30 +134,4 @@ export class Decoding {
       this.#library.view, this.#library.call('quorv_decoder_skipped', this.#decoder));
     return skipped.total - skipped.lostSync;
   }
-}
-
-/** Portions of one format that follow each other become one. */
-function joined(portions: readonly Samples[]): Samples[] {
-  const groups: Samples[][] = [];
-  let endUs = NaN;
-  for (const portion of portions) {
-    const { rate, channels } = portion.format;
-    const first = groups.at(-1)?.[0];
-    const follows = first?.format.rate === rate && first.format.channels === channels &&
-      Math.abs(portion.timeUs - endUs) < 1000;
-    if (follows) groups.at(-1)?.push(portion);
-    else groups.push([portion]);
-    endUs = portion.timeUs + (portion.data.length / channels / rate) * 1e6;
-  }
-  return groups.map(join);
-}
-
-function join(portions: readonly Samples[]): Samples {
-  const data = new Int16Array(portions.reduce((length, portion) => length + portion.data.length, 0));
-  let at = 0;
-  for (const portion of portions) {
-    data.set(portion.data, at);
-    at += portion.data.length;
-  }
-  return { ...portions[0]!, data };
 }

@@ -5,7 +5,7 @@ import { Blocks, type Cut } from './blocks.js';
 import { Decoding } from './decoding.js';
 import { QuorvError } from './errors.js';
 import { Library } from './module.js';
-import { PacketReader, type PacketBatch, type TableBatch } from './reader.js';
+import { PacketReader, type BatchEnd, type PacketBatch, type TableBatch } from './reader.js';
 import { damageOf } from './records.js';
 import { sourceOf } from './sources.js';
 import type {
@@ -20,9 +20,8 @@ export interface Description {
   readonly tracks: readonly Track[];
 }
 
-export interface SamplesBatch {
+export interface SamplesBatch extends BatchEnd {
   readonly samples: readonly Samples[];
-  readonly ended: boolean;
 }
 
 /** Of quorv_damage. */

@@ -1,4 +1,4 @@
-// The error that every call of the package fails with.
+// The error that every call of the package fails with, and what of it passes between threads.
 
 import type { ErrorCode } from './types.js';
 
@@ -13,4 +13,14 @@ export class QuorvError extends Error {
   ) {
     super(message);
   }
+}
+
+/** A QuorvError on its way to another thread, where errors lose all but their message. */
+export interface Failure {
+  readonly code: ErrorCode;
+  readonly message: string;
+}
+
+export function failureOf({ code, message }: QuorvError): Failure {
+  return { code, message };
 }

@@ -1,6 +1,6 @@
 // An open file as the caller has it: iterations over what comes in batches.
 
-import { QuorvError } from './errors.js';
+import { QuorvError, type Failure } from './errors.js';
 import type { EngineCalls } from './remote.js';
 import type {
   Damage, Format, MediaFile, Packet, PacketOptions, PacketTable, Samples, SeekOptions, Track,
@@ -14,9 +14,13 @@ class Waiting {
   /** The tracks that these were read together with. */
   companions = '';
   /** What is thrown behind them; or nothing follows. */
-  error: QuorvError | undefined;
+  error: Failure | undefined;
   ended = false;
   samples: Samples[] = [];
+  /** Sound that was asked for; what is thrown behind that which is here; or no more follows. */
+  coming: Promise<void> | undefined;
+  failure: Error | undefined;
+  silent = false;
 }
 
 export class OpenFile implements MediaFile {
@@ -29,6 +33,8 @@ export class OpenFile implements MediaFile {
   readonly #engine: EngineCalls;
   /** By track. */
   readonly #waiting: Waiting[];
+  /** The latest seek that is under way. */
+  #moving: Promise<unknown> | undefined;
   #scans = 0;
   #closed = false;
 
@@ -59,33 +65,56 @@ export class OpenFile implements MediaFile {
     for (;;) {
       const { table, ended, error } = await this.#opened().scan({ ...options, tracks }, scan);
       if (table.size.length > 0) yield table;
-      if (error !== undefined && error.code !== 'damaged') throw error;
+      if (error !== undefined && error.code !== 'damaged') throw errorOf(error);
       if (ended) return;
     }
   }
 
   async seek(timeUs: number, { mode = 'before', tracks }: SeekOptions = {}): Promise<number> {
     const moved = this.#readable(tracks);
-    const reached = await this.#opened().seek(timeUs, mode === 'after', moved);
-    for (const track of moved) this.#waiting[track] = new Waiting();
-    return reached;
+    const moving = this.#opened().seek(timeUs, mode === 'after', moved).then((reached) => {
+      for (const track of moved) this.#waiting[track] = new Waiting();
+      return reached;
+    }).finally(() => {
+      if (this.#moving === moving) this.#moving = undefined;
+    });
+    this.#moving = moving;
+    return moving;
   }
 
   async *decode(track: number): AsyncIterableIterator<Samples> {
     this.#readable([track]);
-    for (let ended = false; ; ) {
-      const portion = this.#waitingOf(track).samples.shift();
+    for (;;) {
+      const waiting = this.#waitingOf(track);
+      const portion = waiting.samples.shift();
+      const more = !waiting.silent && waiting.failure === undefined;
+      // The next one comes while the caller uses this one.
+      if (more && waiting.samples.length === 0)
+        waiting.coming ??= this.#decodeOn(track, waiting).finally(() => (waiting.coming = undefined));
       if (portion !== undefined) {
         yield portion;
-      } else if (ended) {
+      } else if (more) {
+        await waiting.coming;
+      } else if (waiting.silent) {
         return;
       } else {
-        const { packets } = this.#waitingOf(track);
-        this.#waitingOf(track).packets = [];
-        const batch = await this.#opened().decode(track, packets);
-        this.#waitingOf(track).samples.push(...batch.samples);
-        ended = batch.ended;
+        const { failure } = waiting;
+        waiting.failure = undefined;
+        throw failure;
       }
+    }
+  }
+
+  async #decodeOn(track: number, waiting: Waiting): Promise<void> {
+    while (this.#moving !== undefined) await this.#moving.catch(() => undefined);
+    if (waiting !== this.#waitingOf(track)) return;
+    try {
+      const { samples, ended, error } = await this.#opened().decode(track, waiting.packets.splice(0));
+      waiting.samples.push(...samples);
+      waiting.silent = ended;
+      waiting.failure = error && errorOf(error);
+    } catch (error) {
+      waiting.failure = error as Error;
     }
   }
 
@@ -127,7 +156,7 @@ export class OpenFile implements MediaFile {
       const { error } = lacking.map((track) => this.#waitingOf(track)).find((waiting) => waiting.error) ?? {};
       if (error !== undefined) {
         for (const waiting of this.#waiting) if (waiting.error === error) waiting.error = undefined;
-        throw error;
+        throw errorOf(error);
       }
       const batch = await this.#opened().read({ tracks: lacking, presentation });
       for (const packet of batch.packets) this.#waitingOf(packet.track).packets.push(packet);
@@ -156,4 +185,8 @@ export class OpenFile implements MediaFile {
     if (earliest !== undefined) this.#waitingOf(earliest.track).packets.shift();
     return earliest;
   }
+}
+
+function errorOf({ code, message }: Failure): QuorvError {
+  return new QuorvError(code, message);
 }

@@ -98,6 +98,11 @@ export class Library implements Memory {
     return new Uint8Array(this.#memory.buffer, at, size);
   }
 
+  /** Samples, which lie at an even place. */
+  borrowSamples(at: number, count: number): Int16Array<ArrayBuffer> {
+    return new Int16Array(this.#memory.buffer, at, count);
+  }
+
   bytes(at: number, size: number): Uint8Array<ArrayBuffer> {
     return this.borrow(at, size).slice();
   }

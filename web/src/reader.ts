@@ -2,7 +2,7 @@
 
 import type { Blocks } from './blocks.js';
 import type { Description } from './engine.js';
-import { QuorvError } from './errors.js';
+import { failureOf, QuorvError, type Failure } from './errors.js';
 import type { Library, Result } from './module.js';
 import { formatOf, readFile, readPacket, trackOf } from './records.js';
 import type { Packet, PacketOptions, PacketTable, Track } from './types.js';
@@ -10,7 +10,7 @@ import type { Packet, PacketOptions, PacketTable, Track } from './types.js';
 /** The end of a batch: more will follow, nothing will, or another attempt goes on behind an error. */
 export interface BatchEnd {
   readonly ended: boolean;
-  readonly error?: QuorvError;
+  readonly error?: Failure;
 }
 
 export interface PacketBatch extends BatchEnd {
@@ -121,23 +121,21 @@ export class PacketReader {
   }
 
   async readTable(options: PacketOptions): Promise<TableBatch> {
-    const rows: PacketFields[] = [];
+    const table = tableOf(mostRows);
+    let count = 0;
     let bytes = 0;
     const end = await this.each(options, true, (fields) => {
+      table.track[count] = fields.track;
+      table.size[count] = fields.size;
+      table.timeUs[count] = fields.timeUs;
+      table.presentationUs[count] = fields.presentationUs;
+      table.durationUs[count] = fields.durationUs;
+      table.offset[count] = fields.offset;
+      table.key[count] = fields.key !== 0 ? 1 : 0;
       bytes += fields.size;
-      return rows.push(fields) < mostRows && bytes < mostBytesPassed;
+      return ++count < mostRows && bytes < mostBytesPassed;
     });
-    const numbers = (name: keyof PacketFields) => Float64Array.from(rows, (row) => row[name]);
-    const table: PacketTable = {
-      track: Uint32Array.from(rows, (row) => row.track),
-      size: Uint32Array.from(rows, (row) => row.size),
-      timeUs: numbers('timeUs'),
-      presentationUs: numbers('presentationUs'),
-      durationUs: numbers('durationUs'),
-      offset: numbers('offset'),
-      key: Uint8Array.from(rows, (row) => (row.key !== 0 ? 1 : 0)),
-    };
-    return { table, ...end };
+    return { table: tableOf(count, table), ...end };
   }
 
   /**
@@ -161,7 +159,7 @@ export class PacketReader {
           result = await repeat(library, this.#blocks, read);
         } catch (error) {
           // What is here is not lost because the source has failed.
-          if (count > 0 && error instanceof QuorvError) return { ended: false, error };
+          if (count > 0 && error instanceof QuorvError) return { ended: false, error: failureOf(error) };
           throw error;
         }
       }
@@ -169,7 +167,7 @@ export class PacketReader {
         this.ended = true;
         return { ended: true };
       }
-      if (result !== 'ok') return { ended: false, error: library.error(result) };
+      if (result !== 'ok') return { ended: false, error: failureOf(library.error(result)) };
       if (!take(readPacket(library.view, library.view.getUint32(this.#slot, true)))) return { ended: false };
     }
   }
@@ -210,6 +208,20 @@ export class PacketReader {
       else this.#presented.delete(index);
     }
   }
+}
+
+/** A table of so many rows: the first ones of another. */
+function tableOf(rows: number, from?: PacketTable): PacketTable {
+  const numbers = (column?: Float64Array) => column?.slice(0, rows) ?? new Float64Array(rows);
+  return {
+    track: from?.track.slice(0, rows) ?? new Uint32Array(rows),
+    size: from?.size.slice(0, rows) ?? new Uint32Array(rows),
+    timeUs: numbers(from?.timeUs),
+    presentationUs: numbers(from?.presentationUs),
+    durationUs: numbers(from?.durationUs),
+    offset: numbers(from?.offset),
+    key: from?.key.slice(0, rows) ?? new Uint8Array(rows),
+  };
 }
 
 /** Calls until the bytes that it needs are here. The library keeps what it has read: each call comes further. */

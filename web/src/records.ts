@@ -11,31 +11,30 @@ type Values<Fields> = { [Name in keyof Fields]: number };
 
 type Reader<Fields> = (view: DataView, at: number) => Values<Fields>;
 
-/** Reads a record whose fields are in C's order and at C's places: each at a multiple of its own size. */
-function record<const Fields extends Record<string, FieldType>>(fields: Fields): Reader<Fields> {
-  let end = 0;
-  const places = Object.entries(fields).map(([name, type]) => {
-    const size = type === 'i64' ? 8 : 4;
-    const at = Math.ceil(end / size) * size;
-    end = at + size;
-    return { name, type, at };
-  });
-  return (view, at) => {
-    const values: Record<string, number> = {};
-    for (const place of places) values[place.name] = readField(view, at + place.at, place.type);
-    return values as Values<Fields>;
-  };
-}
+const readers: Record<FieldType, (view: DataView, at: number) => number> = {
+  u32: (view, at) => view.getUint32(at, true),
+  i32: (view, at) => view.getInt32(at, true),
+  i64: (view, at) => Number(view.getBigInt64(at, true)),
+  pointer: (view, at) => view.getUint32(at, true),
+};
 
-function readField(view: DataView, at: number, type: FieldType): number {
-  switch (type) {
-    case 'i64':
-      return Number(view.getBigInt64(at, true));
-    case 'i32':
-      return view.getInt32(at, true);
-    default:
-      return view.getUint32(at, true);
+/**
+ * Reads a record whose fields are in C's order and at C's places: each at a multiple of its own size. A field is read
+ * when it is asked for, since most callers want few: that must be before the library's next call.
+ */
+function record<const Fields extends Record<string, FieldType>>(fields: Fields): Reader<Fields> {
+  class Place {
+    constructor(readonly view: DataView, readonly at: number) {}
   }
+  let end = 0;
+  for (const [name, type] of Object.entries(fields)) {
+    const size = type === 'i64' ? 8 : 4;
+    const from = Math.ceil(end / size) * size;
+    const read = readers[type];
+    end = from + size;
+    Object.defineProperty(Place.prototype, name, { get(this: Place) { return read(this.view, this.at + from); } });
+  }
+  return (view, at) => new Place(view, at) as unknown as Values<Fields>;
 }
 
 export const readFile = record({ container: 'u32', trackCount: 'u32', durationUs: 'i64', size: 'i64' });

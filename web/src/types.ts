@@ -228,7 +228,7 @@ export interface MediaFile {
 
   /**
    * The sound of a track of MPEG audio or PCM from its place on. What lies around damage is passed over. Ends with
-   * the track; after a seek it can be iterated again.
+   * the track; after a seek it can be iterated again. Reads ahead: who wants the track's packets next seeks first.
    */
   decode(track: number): AsyncIterableIterator<Samples>;
 

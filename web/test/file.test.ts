@@ -5,7 +5,7 @@ import { createServer } from 'node:http';
 import type { AddressInfo } from 'node:net';
 import { pathToFileURL } from 'node:url';
 import { describe, expect, onTestFinished, test } from 'vitest';
-import { open, QuorvError, type Input, type MediaFile, type Packet } from '../dist/index.js';
+import { open, QuorvError, type Input, type MediaFile, type Packet, type Samples } from '../dist/index.js';
 import { sparseAvi } from './sparse_avi.js';
 
 const path = new URL('../../samples/h264-mp3.avi', import.meta.url);
@@ -114,6 +114,17 @@ describe.each([false, true])('in a worker: %s', (worker) => {
   });
 });
 
+test.each([false, true])('says why it cannot read on (in a worker: %s)', async (worker) => {
+  const { source } = sparseAvi(20_000_000);
+  const read = (at: number, size: number) => {
+    if (at > 10_000_000 && at < 19_000_000) throw new Error('unplugged');
+    return source.read(at, size);
+  };
+  const file = await opened({ size: source.size, read }, worker);
+  expect(await code(all(file.scan()))).toBe('source');
+  expect(await code(all(file.packets()))).toBe('source');
+});
+
 test('scans once at a time', async () => {
   const { source, frames } = sparseAvi(40_000_000);
   const slow = { size: source.size, read: (at: number, size: number) => Promise.resolve(source.read(at, size)) };
@@ -172,6 +183,19 @@ test('tells when sound is heard', async () => {
   }
 });
 
+test('loses no sound when tracks are moved while it comes', async () => {
+  const file = await opened(bytes, true);
+  const sound = file.decode(1);
+  await sound.next();
+  const seeking = file.seek(1_000_000);
+  const portions = [(await sound.next()).value as Samples, ...(await all(sound))];
+  const reached = await seeking;
+  const frames = portions.filter(({ timeUs }) => timeUs >= reached - 60_000)
+    .reduce((count, { data, format }) => count + data.length / format.channels, 0);
+  const { sampleRate, durationUs } = file.tracks[1]!;
+  expect(Math.abs((frames / sampleRate) * 1e6 - (durationUs! - reached))).toBeLessThan(60_000);
+});
+
 test('refuses what a track cannot do', async () => {
   const file = await opened(bytes);
   expect(await code(all(file.decode(0)))).toBe('unsupported');
@@ -179,7 +203,7 @@ test('refuses what a track cannot do', async () => {
   expect(await code(all(file.packets({ tracks: [2] })))).toBe('argument');
 });
 
-test('can be read on when a source works again', async () => {
+test.each([false, true])('can be read on when a source works again (in a worker: %s)', async (worker) => {
   const { source, frames } = sparseAvi(20_000_000);
   let count = 0;
   const file = await opened({
@@ -188,7 +212,7 @@ test('can be read on when a source works again', async () => {
       if (++count % 3 === 0) throw new Error('unplugged');
       return source.read(at, size);
     },
-  });
+  }, worker);
   const times: number[] = [];
   let failures = 0;
   const read = async (): Promise<void> => {
