@@ -157,7 +157,10 @@ export function damageOf(memory: Memory, at: number): DamageRecord {
   const of = (count: number, firstOffset: number, ranges: number, rangeCount: number): DamageCount => ({
     count,
     firstOffset,
-    places: Array.from({ length: rangeCount }, (_, i) => readRange(memory.view, ranges + i * rangeSize)),
+    places: Array.from({ length: rangeCount }, (_, i) => {
+      const { begin, end } = readRange(memory.view, ranges + i * rangeSize);
+      return { begin, end };
+    }),
   });
   const { passedOver, missing, unusable, skipped } = fields;
   return {

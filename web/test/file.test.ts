@@ -125,6 +125,14 @@ test.each([false, true])('says why it cannot read on (in a worker: %s)', async (
   expect(await code(all(file.packets()))).toBe('source');
 });
 
+test.each([false, true])('tells where a file is damaged (in a worker: %s)', async (worker) => {
+  const file = await opened(bytes.slice().fill(255, 20_000, 22_000), worker);
+  await all(file.scan());
+  const { bytesPassedOver, chunksMissing } = await file.damage();
+  expect(bytesPassedOver).toEqual({ count: 1766, firstOffset: 20_272, places: [{ begin: 20_272, end: 22_038 }] });
+  expect(chunksMissing.places[0]).toEqual({ begin: 20_272, end: 20_273 });
+});
+
 test('scans once at a time', async () => {
   const { source, frames } = sparseAvi(40_000_000);
   const slow = { size: source.size, read: (at: number, size: number) => Promise.resolve(source.read(at, size)) };
