@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "support/Mp3Streams.h"
+#include "support/EncodedAudio.h"
 #include "tool/Shell.h"
 
 namespace quorv::test {
@@ -96,6 +96,45 @@ TEST(Damage, IsToldByWhateverReadsIt) {
         for (const std::string &command : commands)
             shell.expect_complaint({"quorv " + command + " file >out", 1, "file", message});
     }
+}
+
+// Even of bytes that any decoder takes for sound, as an encoder's check sum covers them all.
+TEST(Damage, OfAnyByteOfSoundIsToldByTheCheckSum) {
+    const Shell shell;
+    const auto expect_damage = [&](const Bytes &bytes, const std::string &message) {
+        shell.put("file.mp3", bytes);
+        shell.expect_complaint({"quorv decode file.mp3 -o out", 1, "file.mp3", message});
+        EXPECT_NE(shell.run("quorv check file.mp3").out.find("damaged"), std::string::npos);
+    };
+    const auto expect_soundness = [&](const Bytes &bytes) {
+        shell.put("file.mp3", bytes);
+        EXPECT_EQ(shell.run("quorv decode file.mp3 -o out").err, "");
+    };
+    for (const Encoding &encoding : {Encoding{"lame -b 128"}, {"lame -V 5"}, {"lame -b 64", 44100, 1}}) {
+        SCOPED_TRACE(encoding.encoder);
+        const Bytes whole = encode(encoding);
+        ASSERT_GT(whole.size(), 10000u);
+        expect_soundness(join({id3v2_tag(20), whole, text("TAG"), Bytes(125)}));
+        for (uint32_t seed = 1; seed <= 6; ++seed) {
+            Random random{seed};
+            Bytes broken = whole;
+            const size_t at = 2000 + random() % (whole.size() - 4000);
+            std::generate_n(broken.begin() + static_cast<ptrdiff_t>(at), 300,
+                            [&] { return static_cast<uint8_t>(random() >> 24); });
+            SCOPED_TRACE(seed);
+            expect_damage(broken, "");
+        }
+    }
+    Bytes louder = encode({"lame -b 128"});
+    louder[frame_starts(louder)[20] + 9] ^= 1;  // in the gain of its first granule
+    expect_damage(louder, "the encoder's check sum of all sound does not fit");
+    // Who changed the gain on purpose says so in a tag.
+    const Bytes item = join({le32(2), le32(0), text("MP3GAIN_UNDO"), {0}, text("+2")});
+    const auto end = [&](uint32_t flags) {
+        const auto size = static_cast<uint32_t>(item.size()) + 32;
+        return join({text("APETAGEX"), le32(2000), le32(size), le32(1), le32(flags), Bytes(8)});
+    };
+    expect_soundness(join({louder, end(0xA0000000), item, end(0x80000000)}));
 }
 
 // What a pipe brings is decoded as it comes, without knowing where anything lies.

@@ -117,6 +117,7 @@ void Decoding::run() {
     });
     problems_.add_first(input_.damage());
     problems_.add(decoder.damage());
+    if (problems_.empty()) problems_.add(input_.check_music());
     if (frames_ == 0) problems_.raise();
     finish_output(output_, problems_, counted(seconds, "second"), "decoded");
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "AsfOutline.h"
+#include "MusicCheck.h"
 #include "Text.h"
 
 namespace quorv::tool {
@@ -64,7 +65,11 @@ void MediaCheck::finish() {
         track.finish(is_whole, findings_);
     if (index_) index_->finish(damage.passed_over_at, is_whole, findings_);
     tell_damage();
-    if (is_whole) tell_lengths();
+    if (!is_whole) return;
+    tell_lengths();
+    if (const std::string reason = check_music(file_, media_); !reason.empty())
+        findings_.push_back(
+            {.kind = "encoder_check", .severity = Severity::Damage, .track = 1, .text = reason});
 }
 
 MediaCheck::Follower MediaCheck::follower_of(int64_t offset) const {

@@ -8,6 +8,7 @@
 
 #include "Failure.h"
 #include "Format.h"
+#include "MusicCheck.h"
 #include "Problems.h"
 #include "SoundDecoder.h"
 
@@ -55,6 +56,10 @@ std::span<const uint8_t> SoundInput::next() {
         if (!media_->read_frame(track_, frame)) return {};
     } while (frame.data.empty());
     return frame.data;
+}
+
+std::string SoundInput::check_music() {
+    return is_stream() ? std::string() : tool::check_music(file_, *media_);
 }
 
 SoundFacts SoundInput::survey(uint32_t decoder_flags, Progress &progress) {

@@ -38,6 +38,8 @@ public:
     SoundFacts stated() const;
     // What a user must know of the parts that have been read; else empty.
     std::string damage() const { return is_stream() ? std::string() : media_->damage(); }
+    // Whether all bytes of a file's sound are those that its encoder wrote; what is wrong, else empty.
+    std::string check_music();
     // How much has been read, for Progress; a size of 0 is not known.
     uint64_t position() const { return is_stream() ? 0 : file_.progress(); }
     uint64_t size() const { return is_stream() ? 0 : file_.size(); }
