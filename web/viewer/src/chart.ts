@@ -1,8 +1,10 @@
-// Draws the picture of a file: three charts over time, zoomed and read together.
+// Draws the picture of a file: three charts over time, zoomed and read together, and the file as a strip.
 import uPlot from 'uplot';
-import { element } from './dom.js';
+import { color, element } from './dom.js';
 import { bitRates, columnSeconds, distances, holes, Kind, largest, type Columns, type Hole, type Survey,
   type TrackSurvey } from './survey.js';
+import { damageMarks, type Mark } from './marks.js';
+import { drawFlag, FileStrip } from './strip.js';
 import * as words from './words.js';
 
 type Row = (number | null)[];
@@ -28,6 +30,8 @@ export class FilePicture {
   private plots: uPlot[] = [];
   private readonly kinds: readonly ChartKind[];
   private readonly holes: readonly Hole[];
+  private readonly marks: readonly Mark[];
+  private strip: FileStrip | null = null;
   private view: { fromUs: number; toUs: number };
   private nowUs = 0;
   private readonly resized = new ResizeObserver(() => this.resize());
@@ -41,6 +45,7 @@ export class FilePicture {
     this.view = { fromUs: 0, toUs: this.wholeUs };
     this.kinds = chartKinds(survey);
     this.holes = holes(survey);
+    this.marks = damageMarks(survey.damage, survey);
     this.theme.addEventListener('change', this.repaint);
     this.build();
     this.resized.observe(place);
@@ -119,6 +124,7 @@ export class FilePicture {
     const width = this.place.clientWidth;
     this.place.replaceChildren();
     this.plots = this.kinds.map((kind) => this.plot(kind, width));
+    this.strip = new FileStrip(this.survey, this.marks, this.place, this.go);
     this.mark(this.nowUs);
   }
 
@@ -153,18 +159,33 @@ export class FilePicture {
         { ...axis, values: timeTicks, space: 70, size: 34 },
         { ...axis, values: (_, ticks) => ticks.map(kind.value), size: AXIS_PIXELS, space: 34 },
       ],
-      hooks: { drawClear: [(plot) => this.drawHoles(plot)], setSelect: [(plot) => this.selected(plot)] },
+      hooks: { drawClear: [(plot) => this.drawHoles(plot)], draw: [(plot) => this.drawMarks(plot)],
+        setSelect: [(plot) => this.selected(plot)] },
     };
   }
 
   private drawHoles(plot: uPlot): void {
     plot.ctx.fillStyle = color('--hole');
-    for (const { fromUs, toUs } of this.holes) {
-      if (toUs < this.view.fromUs || fromUs > this.view.toUs) continue;
-      const left = plot.valToPos(Math.max(fromUs, this.view.fromUs) / 1e6, 'x', true);
-      const right = plot.valToPos(Math.min(toUs, this.view.toUs) / 1e6, 'x', true);
-      plot.ctx.fillRect(left, plot.bbox.top, Math.max(2, right - left), plot.bbox.height);
+    for (const hole of this.holes) this.drawBand(plot, hole);
+    for (const mark of this.marks) this.drawBand(plot, mark);
+  }
+
+  /** A flag for each damaged place, over whatever is drawn there. */
+  private drawMarks(plot: uPlot): void {
+    plot.ctx.fillStyle = color('--damage');
+    for (const mark of this.marks) {
+      const band = this.drawBand(plot, { fromUs: mark.fromUs, toUs: mark.fromUs });
+      if (band !== null) drawFlag(plot.ctx, band, plot.bbox.top);
     }
+  }
+
+  /** From top to bottom of a chart; tells where it begins, null when it is not in view. */
+  private drawBand(plot: uPlot, { fromUs, toUs }: { fromUs: number; toUs: number }): number | null {
+    if (toUs < this.view.fromUs || fromUs > this.view.toUs) return null;
+    const left = plot.valToPos(Math.max(fromUs, this.view.fromUs) / 1e6, 'x', true);
+    const right = plot.valToPos(Math.min(toUs, this.view.toUs) / 1e6, 'x', true);
+    plot.ctx.fillRect(left, plot.bbox.top, Math.max(2, right - left), plot.bbox.height);
+    return left;
   }
 
   private selected(plot: uPlot): void {
@@ -195,6 +216,7 @@ export class FilePicture {
     if (width === 0 || this.plots[0]?.width === width) return;
     for (const [at, plot] of this.plots.entries()) plot.setSize({ width, height: this.kinds[at]!.height });
     this.show(this.view.fromUs, this.view.toUs);
+    this.strip?.draw();
   }
 }
 
@@ -204,10 +226,6 @@ function fromZero(_: uPlot, __: number, most: number): uPlot.Range.MinMax {
 
 function timeTicks(_: uPlot, ticks: number[], __: number, ___: number, step: number): string[] {
   return ticks.map((tick) => words.time(tick * 1e6, step < 0.1 ? 3 : step < 1 ? 1 : 0));
-}
-
-function color(name: string): string {
-  return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 }
 
 /** The charts that a file has something for. */

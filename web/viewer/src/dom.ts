@@ -25,3 +25,8 @@ export function byId<Type extends HTMLElement>(id: string, type: new () => Type)
   if (!(found instanceof type)) throw new Error(`the page has no ${type.name} #${id}`);
   return found;
 }
+
+/** What the style sheet says of a colour. */
+export function color(name: string): string {
+  return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+}

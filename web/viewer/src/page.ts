@@ -9,7 +9,7 @@ import { findPlayable, firstChoice, trackItems, type Playable } from './listing.
 import type { Picture } from './pictures.js';
 import { Player, type Choice } from './player.js';
 import { Saver } from './saver.js';
-import { keyTimes, type Survey } from './survey.js';
+import { keyTimes } from './survey.js';
 import type { Timing } from './timing.js';
 import * as words from './words.js';
 
@@ -92,15 +92,12 @@ export class Page {
 
   /** Reads all of the file, draws it, and tells what is wrong with it. */
   private async check({ whole, file, closing }: Opened): Promise<void> {
-    await this.drawing.attach(whole, closing.signal, (found) => this.surveyed(found));
-    if (closing.signal.aborted) return;
-    const sentences = damageSentences(await whole.damage(), file.tracks);
-    if (!closing.signal.aborted) this.condition(sentences.length > 0 ? 'damaged' : 'sound', sentences);
-  }
-
-  private surveyed(found: Survey): void {
-    this.controls.setKeyTimes(keyTimes(found));
-    this.drawing.mark(this.player?.nowUs ?? 0);
+    await this.drawing.attach(whole, closing.signal, (found) => {
+      this.controls.setKeyTimes(keyTimes(found));
+      this.drawing.mark(this.player?.nowUs ?? 0);
+      const sentences = damageSentences(found.damage, file.tracks);
+      this.condition(sentences.length > 0 ? 'damaged' : 'sound', sentences);
+    });
   }
 
   private condition(state: 'checking' | 'sound' | 'damaged', sentences: readonly string[]): void {

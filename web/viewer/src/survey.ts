@@ -1,5 +1,5 @@
 // What the picture of a file is drawn from: every packet's time, size and place, and the numbers computed from them.
-import type { MediaFile, PacketTable, Track } from 'quorv';
+import type { Damage, MediaFile, PacketTable, Track } from 'quorv';
 
 /** One track's packets, in the order of the file. */
 export interface TrackSurvey {
@@ -21,6 +21,9 @@ export enum Kind { Key, Predicted, B, Sound }
 export interface Survey {
   readonly tracks: readonly TrackSurvey[];
   readonly endUs: number;
+  /** Bytes of the file. */
+  readonly size: number;
+  readonly damage: Damage;
 }
 
 /** A stretch of time in which a track has nothing. */
@@ -42,7 +45,8 @@ export async function survey(
   }
   const tracks = file.tracks.map((track) => gather(track, tables));
   const ends = tracks.map((each) => lastEnd(each));
-  return { tracks, endUs: Math.max(file.durationUs ?? 0, ...ends) };
+  const endUs = Math.max(file.durationUs ?? 0, ...ends);
+  return { tracks, endUs, size: file.size, damage: await file.damage() };
 }
 
 function reached(table: PacketTable): number {

@@ -18,7 +18,7 @@ export interface NativeTrack {
   block_align: number;
 }
 
-export interface NativeFrame { pts_ms: number; size: number; key: boolean }
+export interface NativeFrame { pts_ms: number; size: number; key: boolean; offset: number }
 
 export const work = mkdtempSync(join(tmpdir(), 'quorv-viewer-'));
 

@@ -50,16 +50,23 @@ const text = (selector: string): Promise<string> => page.locator(selector).inner
 const attribute = (selector: string, name: string): Promise<string | null> => page.getAttribute(selector, name);
 
 /** Whether a chart has something in about the colour of that name: other series may lie over it. */
-function isDrawn(chart: number, colour: string): Promise<boolean> {
+async function isDrawn(chart: number, colour: string): Promise<boolean> {
+  return (await drawnColumns(chart, colour)).length > 0;
+}
+
+/** Where a chart has it, as parts of its width. */
+function drawnColumns(chart: number, colour: string): Promise<number[]> {
   return page.evaluate(([index, name]) => {
     const canvas = document.querySelectorAll<HTMLCanvasElement>('.chart canvas')[index]!;
     const hex = parseInt(getComputedStyle(document.documentElement).getPropertyValue(name).trim().slice(1), 16);
     const wanted = [hex >> 16, (hex >> 8) & 255, hex & 255];
     const { data } = canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height);
+    const found = new Set<number>();
     for (let at = 0; at < data.length; at += 4) {
-      if (data[at + 3]! > 128 && wanted.every((value, part) => Math.abs(value - data[at + part]!) < 48)) return true;
+      const alike = wanted.every((value, part) => Math.abs(value - data[at + part]!) < 48);
+      if (data[at + 3]! > 128 && alike) found.add(((at / 4) % canvas.width) / canvas.width);
     }
-    return false;
+    return [...found].sort((a, b) => a - b);
   }, [chart, colour] as const);
 }
 
@@ -133,7 +140,7 @@ describe.each(names)('%s', (name) => {
     expect(await page.locator('.track[data-type="video"] .obstacle').count()).toBe(video && !shown ? 1 : 0);
     expect(await text('#damage')).toBe('No damage found.');
     const charts = await page.locator('.chart').allInnerTexts();
-    expect(charts.length).toBe(video && audio ? 3 : 2);
+    expect(charts.length).toBe(video && audio ? 4 : 3);
     const keys = videoFrames.filter(({ key }) => key).length;
     const [all, some] = [videoFrames.length.toLocaleString('en'), keys.toLocaleString('en')];
     if (video) expect(charts[1]).toContain(`${all} frames, ${some} key frame`);
@@ -291,8 +298,38 @@ describe('other files', () => {
     writeFileSync(path, whole.subarray(0, whole.length >> 1));
     await open(path);
     expect(await text('#damage')).toMatch(/^The file ends too early: 31\.\d kB .* are missing/);
+    const missing = await drawnColumns(3, '--damage');
+    expect([missing[0]! > 0.49, missing.at(-1)! > 0.98]).toEqual([true, true]);
     const { drawn } = await playToEnd(5_000);
     expect(drawn.length + 1).toBe(native.frames(path, 1).length);
+  });
+
+  test('damage is marked at its place in the charts and in the file', async () => {
+    const bytes = readFileSync(COMMITTED);
+    const path = join(native.work, 'hurt.avi');
+    const [begin, end] = [20_000, 22_000];
+    writeFileSync(path, Buffer.from(bytes).fill(255, begin, end));
+    await open(path);
+    expect(await text('#damage')).toContain('1.8 kB make no sense');
+    const inFile = await drawnColumns(3, '--damage');
+    expect(Math.abs(inFile[0]! - begin / bytes.length)).toBeLessThan(0.02);
+    expect(Math.abs(inFile.at(-1)! - end / bytes.length)).toBeLessThan(0.02);
+    // Of each track, what can be read in front of it and behind it.
+    const near = native.tracks(path).flatMap(({ track }) => {
+      const frames = native.frames(path, track);
+      const behind = frames.findIndex(({ offset }) => offset >= end);
+      return [frames[behind - 1]!.pts_ms, frames[behind]!.pts_ms];
+    });
+    const place = (await text('.places li >> nth=0 >> button')).split(':').reduce((sum, each) => sum * 60 + Number(each), 0);
+    // The button shows tenths of a second.
+    expect(place * 1000).toBeGreaterThan(Math.min(...near) - 100);
+    expect(place * 1000).toBeLessThan(Math.max(...near));
+    expect((await drawnColumns(0, '--damage')).length).toBeGreaterThan(0);
+    expect(await text('.places li >> nth=0')).toContain(`byte 20,272`);
+    await page.click('.places li >> nth=0 >> button');
+    expect((await text('#clock')).split(' ')[0]).toBe(await text('.places li >> nth=0 >> button'));
+    await page.click('.strip canvas', { position: { x: 2, y: 20 } });
+    expect((await text('#clock')).split(' ')[0]).toBe('0:00.0');
   });
 
   test('a file of another kind ends in a message, and the next one opens', async () => {
