@@ -3,8 +3,10 @@
 
 export const NAL_SPS = 7;
 const NAL_PPS = 8;
+const NAL_DELIMITER = 9;
 const NAL_SPS_EXTENSION = 13;
 const LENGTH_BYTES = 4;
+const START = Uint8Array.of(0, 0, 0, 1);
 
 /** The units of a stream, without start codes. */
 export function units(data: Uint8Array): Uint8Array[] {
@@ -30,6 +32,18 @@ export function unitsOfType(data: Uint8Array, type: number): Uint8Array[] {
   return units(data).filter((unit) => (unit[0]! & 0x1f) === type);
 }
 
+/**
+ * A key frame with the parameter sets that it needs, which containers may keep elsewhere: decoders can begin there.
+ * What stands in front of a delimiter is another frame for some of them, one without a picture.
+ */
+export function withParameterSets(frame: Uint8Array<ArrayBuffer>, codecData: Uint8Array): Uint8Array<ArrayBuffer> {
+  const has = (type: number): boolean => unitsOfType(frame, type).length > 0;
+  if (has(NAL_SPS) && has(NAL_PPS)) return frame;
+  const sets = [NAL_SPS, NAL_SPS_EXTENSION, NAL_PPS].flatMap((type) => unitsOfType(codecData, type));
+  const rest = units(frame).filter((unit) => (unit[0]! & 0x1f) !== NAL_DELIMITER);
+  return joined([...sets, ...rest].flatMap((unit) => [START, unit]));
+}
+
 /** The codec by RFC 6381, "avc1.4d401e", from a sequence parameter set. */
 export function codecString(sps: Uint8Array): string {
   return `avc1.${Array.from(sps.subarray(1, 4), (byte) => byte.toString(16).padStart(2, '0')).join('')}`;
@@ -37,16 +51,23 @@ export function codecString(sps: Uint8Array): string {
 
 /** Each unit behind its length. */
 export function lengthPrefixed(data: Uint8Array): Uint8Array<ArrayBuffer> {
-  const parts = units(data);
-  const joined = new Uint8Array(parts.reduce((sum, part) => sum + LENGTH_BYTES + part.length, 0));
-  const view = new DataView(joined.buffer);
+  return joined(units(data).flatMap((unit) => [bigEndian(unit.length), unit]));
+}
+
+function bigEndian(value: number): Uint8Array {
+  const bytes = new Uint8Array(LENGTH_BYTES);
+  new DataView(bytes.buffer).setUint32(0, value);
+  return bytes;
+}
+
+function joined(parts: readonly Uint8Array[]): Uint8Array<ArrayBuffer> {
+  const whole = new Uint8Array(parts.reduce((sum, part) => sum + part.length, 0));
   let at = 0;
   for (const part of parts) {
-    view.setUint32(at, part.length);
-    joined.set(part, at + LENGTH_BYTES);
-    at += LENGTH_BYTES + part.length;
+    whole.set(part, at);
+    at += part.length;
   }
-  return joined;
+  return whole;
 }
 
 /** The AVCDecoderConfigurationRecord of a track's parameter sets; null where one is missing. */

@@ -1,6 +1,6 @@
 // H.264 by WebCodecs: access units with start codes in, pictures in the order in which they are shown out.
 import type { Packet, Track } from 'quorv';
-import { codecString, NAL_SPS, unitsOfType } from './annexb.js';
+import { codecString, NAL_SPS, unitsOfType, withParameterSets } from './annexb.js';
 import type { Complain, Deliver, PictureDecoder } from './pictures.js';
 
 export class H264Decoder implements PictureDecoder {
@@ -36,8 +36,7 @@ export class H264Decoder implements PictureDecoder {
     if (this.decoder.state === 'closed') this.decoder = this.open();
     if (!this.started && !packet.key) return this.complain('Pictures before a key frame cannot be shown.');
     const timeUs = packet.presentationUs ?? packet.timeUs;
-    // Parameter sets that the container keeps elsewhere go in front: a decoder can begin anew at every key frame.
-    const data = packet.key ? join(this.track.codecData, packet.data) : packet.data;
+    const data = packet.key ? withParameterSets(packet.data, this.track.codecData) : packet.data;
     const type = packet.key ? 'key' : 'delta';
     this.started = true;
     this.durations.set(timeUs, packet.durationUs);
@@ -89,11 +88,4 @@ export class H264Decoder implements PictureDecoder {
 function configuration(track: Track): VideoDecoderConfig | null {
   const sps = unitsOfType(track.codecData, NAL_SPS)[0];
   return sps && sps.length >= 4 ? { codec: codecString(sps) } : null;
-}
-
-export function join(first: Uint8Array, second: Uint8Array): Uint8Array<ArrayBuffer> {
-  const joined = new Uint8Array(first.length + second.length);
-  joined.set(first);
-  joined.set(second, first.length);
-  return joined;
 }

@@ -3,9 +3,8 @@
 import { EncodedAudioPacketSource, EncodedPacket, EncodedVideoPacketSource, MkvOutputFormat, Mp4OutputFormat, Output,
   StreamTarget, type AudioCodec, type StreamTargetChunk } from 'mediabunny';
 import type { MediaFile, Packet, Track } from 'quorv';
-import { codecString, decoderRecord, lengthPrefixed, NAL_SPS, unitsOfType } from './annexb.js';
+import { codecString, decoderRecord, lengthPrefixed, NAL_SPS, unitsOfType, withParameterSets } from './annexb.js';
 import type { Destination } from './destination.js';
-import { join } from './h264.js';
 import { audioCodec, type MoviePlan } from './movie-plan.js';
 import { FrameCutter } from './mpeg-audio.js';
 import type { Work } from './save-sound.js';
@@ -83,7 +82,7 @@ class PictureWriter implements TrackWriter {
     if (data.length === 0) return;
     if ((!this.begun && !key) || shownUs < this.boundUs) return void ++this.leftOut;
     this.latestUs = Math.max(this.latestUs, shownUs);
-    const bytes = lengthPrefixed(key ? join(this.track.codecData, data) : data);
+    const bytes = lengthPrefixed(key ? withParameterSets(data, this.track.codecData) : data);
     const packet = new EncodedPacket(bytes, key ? 'key' : 'delta', shownUs / 1e6, durationUs / 1e6);
     await this.source.add(packet, this.begun ? undefined : { decoderConfig: this.config });
     this.begun = true;
