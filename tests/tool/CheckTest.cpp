@@ -46,6 +46,14 @@ TEST(Check, NothingIsFoundInUndamagedFiles) {
     const Shell shell;
     for (const std::string command : {"lame -b 128", "lame -V 4", "lame -b 64 -t", "twolame -b 192"})
         shell.put(command + ".mp3", encode({command}));
+    // A picture that was dropped has an entry without a chunk.
+    AviBuilder dropping({video_stream(tag("MJPG"))}, IndexKind::OpenDmlFields);
+    dropping.frame(0, size_t{99}).frame(0, size_t{0}).frame(0, size_t{99});
+    Bytes dropped = dropping.build().flatten();
+    const Bytes index = text("ix00");
+    const auto second = std::search(dropped.begin(), dropped.end(), index.begin(), index.end()) + 8 + 24 + 12;
+    std::fill_n(second, 12, 0);
+    shell.put("dropped.avi", dropped);
     shell.add_samples();
     std::string folders = ".";
     const char *const real = std::getenv("QUORV_REAL");

@@ -6,7 +6,6 @@
 #include <array>
 
 #include "ByteWindow.h"
-#include "Riff.h"
 
 namespace quorv::tool {
 
@@ -31,13 +30,6 @@ constexpr TypeName kTypeNames[] = {
     {letters('w', 'b'), AviChunkType::Sound},      {letters('t', 'x'), AviChunkType::Text},
     {letters('p', 'c'), AviChunkType::Palette},
 };
-
-// The names "ix00" and "00ix" are both in use.
-bool is_index_name(const uint8_t *name) {
-    const auto is_digit = [](uint8_t c) { return c >= '0' && c <= '9'; };
-    return (name[0] == 'i' && name[1] == 'x' && is_digit(name[2]) && is_digit(name[3])) ||
-           (is_digit(name[0]) && is_digit(name[1]) && name[2] == 'i' && name[3] == 'x');
-}
 
 bool is_filling(uint32_t tag, const uint8_t *name) {
     return tag == riff_tag("JUNK") || (name[0] == 'R' && name[1] == 'E' && name[2] == 'S' && name[3] >= '1');
@@ -276,14 +268,14 @@ uint16_t type_letters(AviChunkType type) {
 }
 
 std::optional<AviChunk> chunk_of_name(const uint8_t *name, size_t streams) {
-    const uint32_t tens = name[0] - uint32_t{'0'}, ones = name[1] - uint32_t{'0'};
-    if (tens > 9 || ones > 9 || 10 * tens + ones >= streams) return std::nullopt;
+    const size_t stream = chunk_stream(name);
+    if (stream >= std::min(streams, kMaxStreams)) return std::nullopt;
     const auto *const found =
         std::find_if(std::begin(kTypeNames), std::end(kTypeNames),
                      [name](const TypeName &type) { return type.letters == load_le16(name + 2); });
     if (found == std::end(kTypeNames)) return std::nullopt;
     AviChunk chunk;
-    chunk.stream = static_cast<uint8_t>(10 * tens + ones);
+    chunk.stream = static_cast<uint8_t>(stream);
     chunk.type = found->type;
     return chunk;
 }

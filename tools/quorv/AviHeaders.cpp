@@ -6,13 +6,11 @@
 
 #include "ByteWindow.h"
 #include "Failure.h"
-#include "Riff.h"
 
 namespace quorv::tool {
 
 namespace {
 
-// Chunk names have two digits for the stream.
 // More than any header chunk has; what claims more is damaged, or media.
 constexpr uint32_t kMaxHeaderChunk = 1000000;
 

@@ -8,14 +8,9 @@
 #include <vector>
 
 #include "FileSource.h"
+#include "Riff.h"
 
 namespace quorv::tool {
-
-struct ByteRange {
-    uint64_t begin = 0, end = 0;
-
-    uint64_t size() const { return end - begin; }
-};
 
 // Bodies of chunks, and `others`: whole chunks that nothing here is made of.
 struct AviStreamHeader {

@@ -5,6 +5,7 @@
 #include <quorv/video_header.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace quorv::tool {
 
@@ -35,10 +36,27 @@ bool contradicts(const QuorvTrack &track, const QuorvPacket &packet) {
     }
 }
 
+std::vector<AviIndexEntry> read_indexes(FileSource &file, const AviOutline &outline,
+                                        const std::vector<Track> &tracks) {
+    std::vector<bool> is_video(tracks.size());
+    std::transform(tracks.begin(), tracks.end(), is_video.begin(), std::mem_fn(&Track::is_video));
+    AviIndexReader reader(file, is_video, outline.media);
+    for (const ByteRange &data : outline.indexes)
+        reader.read_chunk_index(data);
+    for (const ByteRange &data : outline.old_indexes)
+        reader.read_old_index(data);
+    std::vector<AviIndexEntry> entries = reader.entries();
+    std::erase_if(entries, [](const AviIndexEntry &entry) { return entry.dropped; });
+    return entries;
+}
+
 }  // namespace
 
 AviIndexCheck::AviIndexCheck(FileSource &file, const std::vector<Track> &tracks)
-    : index_(file, static_cast<uint32_t>(tracks.size())), tracks_(tracks), file_size_(file.size()) {
+    : outline_(read_avi_outline(file)),
+      window_(file),
+      entries_(read_indexes(file, outline_, tracks)),
+      tracks_(tracks) {
     for (const Track &track : tracks) {
         const uint32_t number = track.facts->number;
         runs_.push_back(
@@ -51,39 +69,57 @@ AviIndexCheck::AviIndexCheck(FileSource &file, const std::vector<Track> &tracks)
     }
 }
 
+// The entry of the chunk that this place lies in, null when there is none.
+AviIndexEntry *AviIndexCheck::find(uint64_t place) {
+    const auto holds = [&](size_t at) {
+        return at < entries_.size() && entries_[at].data() <= place &&
+               place - entries_[at].data() < std::max<uint32_t>(entries_[at].size, 1);
+    };
+    // Chunks are mostly asked for in order.
+    for (const size_t at : {hint_, hint_ + 1}) {
+        if (holds(at)) return &entries_[hint_ = at];
+    }
+    const auto behind =
+        std::upper_bound(entries_.begin(), entries_.end(), place,
+                         [](uint64_t offset, const AviIndexEntry &entry) { return offset < entry.data(); });
+    if (behind == entries_.begin()) return nullptr;
+    const auto at = static_cast<size_t>(behind - entries_.begin()) - 1;
+    return holds(at) ? &entries_[hint_ = at] : nullptr;
+}
+
 void AviIndexCheck::take(const Track &track, uint64_t index, const QuorvPacket &packet) {
-    if (packet.offset < 0 || index_.entries().empty()) return;
-    NamedChunk *entry = index_.find(static_cast<uint64_t>(packet.offset));
+    if (packet.offset < 0 || entries_.empty()) return;
+    AviIndexEntry *entry = find(static_cast<uint64_t>(packet.offset));
     if (entry == nullptr || entry->stream != track.index) {
         runs_[track.index].not_indexed.note(index, packet.offset, packet.time_us / kMicroseconds,
                                             static_cast<int64_t>(packet.size));
         return;
     }
     entry->seen = true;
-    if (entry->offset == static_cast<uint64_t>(packet.offset)) compare(track, index, packet, *entry);
+    if (entry->data() == static_cast<uint64_t>(packet.offset)) compare(track, index, packet, *entry);
 }
 
 void AviIndexCheck::compare(const Track &track, uint64_t index, const QuorvPacket &packet,
-                            const NamedChunk &entry) {
+                            const AviIndexEntry &entry) {
     TrackRuns &runs = runs_[track.index];
     const int64_t time = packet.time_us / kMicroseconds, bytes = static_cast<int64_t>(packet.size);
-    AviIndexFile::ChunkHeader header = {};
     // A packet may be a piece of its chunk, or have a palette besides.
-    if (packet.size != entry.size && index_.read_header(entry.offset, header) && header.size != entry.size)
-        runs.wrong_size.note(index, packet.offset, time, bytes);
+    if (packet.size != entry.size) {
+        const std::span<const uint8_t> header = window_.view(entry.position, kChunkHeaderBytes);
+        if (!header.empty() && load_le32(header.data() + 4) != entry.size)
+            runs.wrong_size.note(index, packet.offset, time, bytes);
+    }
     if (!track.is_video() || entry.key == (packet.key != 0) || !contradicts(*track.facts, packet)) return;
     (entry.key ? runs.no_key : runs.unmarked_key).note(index, packet.offset, time, bytes);
 }
 
-AviIndexCheck::Place AviIndexCheck::look(const NamedChunk &entry, const QuorvRanges &passed_over) {
-    const auto offset = static_cast<int64_t>(entry.offset);
+AviIndexCheck::Place AviIndexCheck::look(const AviIndexEntry &entry, const QuorvRanges &passed_over) {
+    const auto offset = static_cast<int64_t>(entry.data());
     const auto *end = passed_over.ranges + passed_over.count;
     const auto holds = [&](const QuorvRange &range) { return range.begin <= offset && offset <= range.end; };
-    if (entry.offset >= file_size_ || std::find_if(passed_over.ranges, end, holds) != end)
-        return Place::Passed;
-    AviIndexFile::ChunkHeader header = {};
-    const bool is_there = index_.read_header(entry.offset, header) && chunk_stream(header.id) == entry.stream;
-    return is_there ? Place::Sound : Place::Elsewhere;
+    if (std::find_if(passed_over.ranges, end, holds) != end) return Place::Passed;
+    const std::span<const uint8_t> name = window_.view(entry.position, sizeof(uint32_t));
+    return !name.empty() && chunk_stream(name.data()) == entry.stream ? Place::Sound : Place::Elsewhere;
 }
 
 // Chunks that reading did not come by may be empty, or not be read at all: a look at them tells.
@@ -93,24 +129,24 @@ void AviIndexCheck::look_for_unseen(const QuorvRanges &passed_over, std::vector<
         elsewhere.emplace_back("index_elsewhere", Severity::Damage, track.facts->number, "chunk",
                                "in the index at places where none begins");
     uint64_t number = 0;
-    for (const NamedChunk &entry : index_.entries()) {
+    for (const AviIndexEntry &entry : entries_) {
         ++number;
         if (!entry.seen && look(entry, passed_over) == Place::Elsewhere)
-            elsewhere[entry.stream].note(number, static_cast<int64_t>(entry.offset), -1, entry.size);
+            elsewhere[entry.stream].note(number, static_cast<int64_t>(entry.data()), -1, entry.size);
     }
     for (const FindingRuns &runs : elsewhere)
         runs.finish(findings);
 }
 
 void AviIndexCheck::finish(const QuorvRanges &passed_over, bool is_whole, std::vector<Finding> &findings) {
-    for (const uint64_t offset : index_.lost_index_chunks())
+    for (const uint64_t offset : outline_.lost_indexes)
         findings.push_back({.kind = "index_elsewhere",
                             .severity = Severity::Damage,
                             .offset = static_cast<int64_t>(offset),
                             .text = "a part of the index is not where its list says"});
     const bool has_video =
         std::any_of(tracks_.begin(), tracks_.end(), [](const Track &track) { return track.is_video(); });
-    if (index_.entries().empty() && is_whole && has_video && index_.may_have_index())
+    if (entries_.empty() && is_whole && has_video && outline_.may_have_index)
         findings.push_back({.kind = "index_missing", .text = "there is no index"});
     for (const TrackRuns &runs : runs_) {
         for (const FindingRuns *each :

@@ -4,7 +4,8 @@
 
 #include <vector>
 
-#include "AviIndexFile.h"
+#include "AviIndexes.h"
+#include "AviOutline.h"
 #include "Finding.h"
 #include "MediaFile.h"
 
@@ -19,7 +20,7 @@ public:
     // Behind the last one. What was passed over is known then; a file that is not whole lacks its index for
     // that.
     void finish(const QuorvRanges &passed_over, bool is_whole, std::vector<Finding> &findings);
-    uint64_t declared_end() const { return index_.declared_end(); }
+    uint64_t declared_end() const { return outline_.declared_end; }
 
 private:
     struct TrackRuns {
@@ -27,13 +28,17 @@ private:
     };
     enum class Place { Sound, Passed, Elsewhere };
 
-    void compare(const Track &track, uint64_t index, const QuorvPacket &packet, const NamedChunk &entry);
-    Place look(const NamedChunk &entry, const QuorvRanges &passed_over);
+    void compare(const Track &track, uint64_t index, const QuorvPacket &packet, const AviIndexEntry &entry);
+    Place look(const AviIndexEntry &entry, const QuorvRanges &passed_over);
     void look_for_unseen(const QuorvRanges &passed_over, std::vector<Finding> &findings);
 
-    AviIndexFile index_;
+    AviIndexEntry *find(uint64_t place);
+
+    const AviOutline outline_;
+    ByteWindow window_;
+    std::vector<AviIndexEntry> entries_;  // of chunks that should be there
+    size_t hint_ = 0;                     // the latest one that was found
     const std::vector<Track> &tracks_;
-    const uint64_t file_size_;
     std::vector<TrackRuns> runs_;
 };
 

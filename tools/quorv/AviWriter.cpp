@@ -14,8 +14,8 @@ namespace {
 constexpr size_t kCopiedAtOnce = 0x40000;
 constexpr uint32_t kMainHeaderBytes = 56, kExtendedHeaderBytes = 248;
 constexpr uint32_t kOldNoTime = 0x100;
-// The entries of an OpenDML index, and those that name other index chunks.
-constexpr uint32_t kEntryBytes = 8, kSuperEntryBytes = 16;
+// The entries of an OpenDML index.
+constexpr uint32_t kEntryBytes = 8;
 constexpr uint8_t kIndexOfIndexes = 0;
 
 enum MainField : size_t { kFlags = 12, kTotalFrames = 16, kStreams = 24 };

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "AviChunkWalk.h"
 #include "AviIndexes.h"
 
 namespace quorv::tool {

@@ -1,6 +1,7 @@
 // quorv repair: a sound AVI file out of what can be read of a damaged one.
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 #include "AviWriter.h"
@@ -74,6 +75,19 @@ void add_information(FileSource &file, const AviChunkMap &map, AviHeaders &heade
     }
 }
 
+std::vector<AviIndexEntry> read_indexes(FileSource &file, const AviHeaders &headers, const AviChunkMap &map) {
+    const std::vector<AviStreamHeader> &streams = headers.streams;
+    std::vector<bool> is_video(streams.size());
+    std::transform(streams.begin(), streams.end(), is_video.begin(), std::mem_fn(&AviStreamHeader::is_video));
+    AviIndexReader reader(file, is_video, headers.media.begin - sizeof(uint32_t));
+    for (const ByteRange &data : headers.indexes)
+        reader.read_chunk_index(data);
+    for (const ByteRange &data : map.indexes)
+        reader.read_chunk_index(data);
+    if (map.old_index) reader.read_old_index(*map.old_index);
+    return reader.entries();
+}
+
 void list_left_out(const std::string &name, const QuorvDamage &damage, const RepairPlan &plan) {
     if (damage.cut_off != 0)
         complain(name, fmt::format("its end is missing: {}",
@@ -91,7 +105,7 @@ void repair(const RepairOptions &options, FileSource &file) {
     if (map.chunks.empty()) throw Failure(ExitCode::BadFile, "no frame can be found in it");
     add_information(file, map, headers);
     passes.begin();
-    const std::vector<AviIndexEntry> index = read_avi_indexes(file, headers, map);
+    const std::vector<AviIndexEntry> index = read_indexes(file, headers, map);
     mark_key_frames(file, media, map.chunks, passes);
     const bool ends_in_gap = !map.gaps.empty() && map.gaps.back().end == file.size();
     const bool is_cut_off = ends_in_gap || media.damage_facts().cut_off != 0;

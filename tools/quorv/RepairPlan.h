@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "AviChunkWalk.h"
 #include "AviIndexes.h"
 
 namespace quorv::tool {

@@ -14,6 +14,12 @@ inline constexpr uint32_t kChunkHeaderBytes = 8;
 // Those of a list or of a RIFF segment, with its type.
 inline constexpr uint32_t kListHeaderBytes = 12;
 
+struct ByteRange {
+    uint64_t begin = 0, end = 0;
+
+    uint64_t size() const { return end - begin; }
+};
+
 // A tag as it stands in the file, read as a little-endian integer.
 constexpr uint32_t riff_tag(const char (&text)[5]) {
     return uint32_t{static_cast<uint8_t>(text[3])} << 24 | uint32_t{static_cast<uint8_t>(text[2])} << 16 |
@@ -43,10 +49,24 @@ void append_le(std::string &text, Integer value) {
 
 // As many streams as two digits can name.
 inline constexpr size_t kMaxStreams = 100;
+// The number that a chunk's name begins with; kMaxStreams when it does not begin with one.
+inline size_t chunk_stream(const uint8_t *name) {
+    const uint32_t tens = name[0] - uint32_t{'0'}, ones = name[1] - uint32_t{'0'};
+    return tens <= 9 && ones <= 9 ? 10 * tens + ones : kMaxStreams;
+}
+
+// The names "ix00" and "00ix" are both in use.
+inline bool is_index_name(const uint8_t *name) {
+    const auto is_mark = [](const uint8_t *letters) { return letters[0] == 'i' && letters[1] == 'x'; };
+    return (is_mark(name) && chunk_stream(name + 2) < kMaxStreams) ||
+           (is_mark(name + 2) && chunk_stream(name) < kMaxStreams);
+}
+
 // The entries of an "idx1" chunk.
 inline constexpr uint32_t kOldEntryBytes = 16, kOldKeyFrame = 0x10;
-// What the data of every OpenDML index begins with, its kind, and the mark in the sizes of its entries.
-inline constexpr uint32_t kIndexHeaderBytes = 24, kNotKeyFrame = 0x80000000;
+// What the data of every OpenDML index begins with, its kind, and the mark in the sizes of its entries; the
+// entries of one that names other index chunks.
+inline constexpr uint32_t kIndexHeaderBytes = 24, kNotKeyFrame = 0x80000000, kSuperEntryBytes = 16;
 inline constexpr uint8_t kIndexOfChunks = 1;
 
 // The field at that offset of a record; 0 for one that the record is too short for.

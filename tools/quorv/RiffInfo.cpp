@@ -39,12 +39,11 @@ struct Chunk {
 bool read_chunk(FileSource &file, uint64_t at, uint64_t end, Chunk *chunk) {
     std::array<uint8_t, kChunkHeaderBytes> head = {};
     if (end < at || end - at < head.size() || file.read_at(at, head) < head.size()) return false;
-    const uint64_t size =
-        uint64_t{head[4]} | uint64_t{head[5]} << 8 | uint64_t{head[6]} << 16 | uint64_t{head[7]} << 24;
+    const uint64_t size = load_le32(&head[4]);
     chunk->id.assign(head.begin(), head.begin() + 4);
     chunk->data = at + head.size();
     chunk->size = std::min(size, end - chunk->data);
-    chunk->next = chunk->data + size + (size & 1);
+    chunk->next = chunk->data + padded(size);
     return true;
 }
 
