@@ -3,7 +3,7 @@ import uPlot from 'uplot';
 import { color, element } from './dom.js';
 import { bitRates, columnSeconds, distances, holes, Kind, largest, type Columns, type Hole, type Survey,
   type TrackSurvey } from './survey.js';
-import { damageMarks, type Mark } from './marks.js';
+import { damagedSpans, damageMarks, type Mark, type Span } from './marks.js';
 import { drawFlag, FileStrip } from './strip.js';
 import * as words from './words.js';
 
@@ -31,6 +31,7 @@ export class FilePicture {
   private readonly kinds: readonly ChartKind[];
   private readonly holes: readonly Hole[];
   private readonly marks: readonly Mark[];
+  private readonly damaged: readonly Span[];
   private strip: FileStrip | null = null;
   private view: { fromUs: number; toUs: number };
   private nowUs = 0;
@@ -46,6 +47,7 @@ export class FilePicture {
     this.kinds = chartKinds(survey);
     this.holes = holes(survey);
     this.marks = damageMarks(survey.damage, survey);
+    this.damaged = damagedSpans(this.marks);
     this.theme.addEventListener('change', this.repaint);
     this.build();
     this.resized.observe(place);
@@ -167,20 +169,20 @@ export class FilePicture {
   private drawHoles(plot: uPlot): void {
     plot.ctx.fillStyle = color('--hole');
     for (const hole of this.holes) this.drawBand(plot, hole);
-    for (const mark of this.marks) this.drawBand(plot, mark);
+    for (const span of this.damaged) this.drawBand(plot, span);
   }
 
   /** A flag for each damaged place, over whatever is drawn there. */
   private drawMarks(plot: uPlot): void {
     plot.ctx.fillStyle = color('--damage');
-    for (const mark of this.marks) {
-      const band = this.drawBand(plot, { fromUs: mark.fromUs, toUs: mark.fromUs });
+    for (const { fromUs } of this.damaged) {
+      const band = this.drawBand(plot, { fromUs, toUs: fromUs });
       if (band !== null) drawFlag(plot.ctx, band, plot.bbox.top);
     }
   }
 
   /** From top to bottom of a chart; tells where it begins, null when it is not in view. */
-  private drawBand(plot: uPlot, { fromUs, toUs }: { fromUs: number; toUs: number }): number | null {
+  private drawBand(plot: uPlot, { fromUs, toUs }: Span): number | null {
     if (toUs < this.view.fromUs || fromUs > this.view.toUs) return null;
     const left = plot.valToPos(Math.max(fromUs, this.view.fromUs) / 1e6, 'x', true);
     const right = plot.valToPos(Math.min(toUs, this.view.toUs) / 1e6, 'x', true);

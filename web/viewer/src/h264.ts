@@ -65,7 +65,7 @@ export class H264Decoder implements PictureDecoder {
     const decoder = new VideoDecoder({
       output: (frame) => this.output(frame),
       error: (error) => {
-        this.complain(`Some pictures cannot be decoded (${error.message}).`);
+        this.complain(`Some pictures cannot be decoded (${error.message.replace(/\.$/, '')}).`);
         this.durations.clear();
         this.started = false;
       },

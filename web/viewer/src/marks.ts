@@ -7,11 +7,20 @@ export interface Mark {
   /** Bytes of the file; behind its end for what is missing there. */
   readonly begin: number;
   readonly end: number;
-  readonly fromUs: number;
-  readonly toUs: number;
+  /** What the tracks lack there, or the moment at which nothing is lacking; the longest first. */
+  readonly spans: readonly [Span, ...Span[]];
   /** In plain words. */
   readonly what: string;
 }
+
+/** A stretch of time. */
+export interface Span {
+  readonly fromUs: number;
+  readonly toUs: number;
+}
+
+/** Times are rounded in files. */
+const ROUNDING_US = 2000;
 
 type Kind = [count: DamageCount, what: (bytes: number) => string];
 
@@ -24,35 +33,50 @@ export function damageMarks(damage: Damage, survey: Survey): Mark[] {
     [damage.framesSkipped, () => 'a frame of sound that cannot be decoded'],
   ];
   const marks = kinds.flatMap(([{ places }, what]) => places.map(({ begin, end }) =>
-    ({ begin, end, ...timesOf(survey, begin, end), what: what(end - begin) })));
+    ({ begin, end, spans: spansOf(survey, begin, end), what: what(end - begin) })));
   if (damage.cutOff) marks.push(cutOff(damage, survey));
-  return marks.sort((a, b) => a.begin - b.begin);
+  return withoutParts(marks.sort((a, b) => a.begin - b.begin || b.end - a.end));
+}
+
+/** A place inside of another one tells nothing new. */
+function withoutParts(marks: readonly Mark[]): Mark[] {
+  let reached = -1;
+  return marks.filter(({ end }) => {
+    const isNew = end > reached;
+    reached = Math.max(reached, end);
+    return isNew;
+  });
+}
+
+/** The stretches of time in which something is damaged, in their order, none of which touches another. */
+export function damagedSpans(marks: readonly Mark[]): Span[] {
+  const joined: { fromUs: number; toUs: number }[] = [];
+  for (const { fromUs, toUs } of marks.flatMap(({ spans }) => spans).sort((a, b) => a.fromUs - b.fromUs)) {
+    const last = joined.at(-1);
+    if (last !== undefined && fromUs <= last.toUs) last.toUs = Math.max(last.toUs, toUs);
+    else joined.push({ fromUs, toUs });
+  }
+  return joined;
 }
 
 function cutOff({ bytesMissing }: Damage, survey: Survey): Mark {
   const missing = bytesMissing > 0 ? `, ${size(bytesMissing)} are missing` : '';
   const end = survey.size + Math.max(0, bytesMissing);
-  return { ...timesOf(survey, survey.size, end), begin: survey.size, end, what: `the file ends too early${missing}` };
+  return { begin: survey.size, end, spans: spansOf(survey, survey.size, end), what: `the file ends too early${missing}` };
 }
 
-/** The time between what can be read in front of these bytes and what can be read behind them. */
-function timesOf(survey: Survey, begin: number, end: number): { fromUs: number; toUs: number } {
-  let [before, after] = [-1, Infinity];
-  let [fromUs, toUs] = [0, survey.endUs];
-  for (const track of survey.tracks) {
-    const next = firstBehind(track, begin);
-    if (next > 0 && track.offset[next - 1]! > before) {
-      before = track.offset[next - 1]!;
-      fromUs = track.timeUs[next - 1]! + track.durationUs[next - 1]!;
-    }
+/** For each track, from the end of the last packet in front of these bytes to the first one behind them. */
+function spansOf(survey: Survey, begin: number, end: number): Mark['spans'] {
+  const all = survey.tracks.filter(({ count }) => count > 0).map((track) => {
+    const before = firstBehind(track, begin) - 1;
     const behind = firstBehind(track, end);
-    if (behind < track.count && track.offset[behind]! < after) {
-      after = track.offset[behind]!;
-      toUs = track.timeUs[behind]!;
-    }
-  }
-  // Sound and picture of the same moment may lie apart.
-  return { fromUs: Math.min(fromUs, toUs), toUs: Math.max(fromUs, toUs) };
+    const fromUs = before < 0 ? 0 : track.timeUs[before]! + track.durationUs[before]!;
+    const toUs = track.timeUs[behind] ?? track.track.durationUs ?? survey.endUs;
+    return { fromUs, toUs: Math.max(fromUs, toUs) };
+  });
+  const [longest, ...others] = all.filter(({ fromUs, toUs }) => toUs - fromUs > ROUNDING_US)
+    .sort((a, b) => b.toUs - b.fromUs - (a.toUs - a.fromUs));
+  return longest === undefined ? [all[0] ?? { fromUs: 0, toUs: 0 }] : [longest, ...others];
 }
 
 /** The first packet at or behind a place of the file; those that lie there in several pieces have none. */
@@ -69,7 +93,7 @@ function firstBehind({ count, offset }: TrackSurvey, place: number): number {
 
 /** The moment to which a place of the file belongs. */
 export function timeAt(survey: Survey, place: number): number {
-  return timesOf(survey, place, place).toUs;
+  return spansOf(survey, place, place)[0].fromUs;
 }
 
 /** For each of equal parts of the file, which part of it the packets of each track take. */

@@ -8,6 +8,7 @@ const HEIGHT = 56;
 /** CSS pixels a column is wide, and a mark at least. */
 const COLUMN_PIXELS = 2;
 const MARK_PIXELS = 3;
+const HATCH_PIXELS = 7;
 const PLACES_NAMED = 6;
 
 export class FileStrip {
@@ -69,14 +70,26 @@ export class FileStrip {
     });
   }
 
-  /** A bar from top to bottom, and a flag on it, which is seen without colours too. */
+  /** A bar from top to bottom, hatched so that it is seen without colours too. */
   private drawMark(context: CanvasRenderingContext2D, { begin, end }: Mark): void {
     const least = MARK_PIXELS * devicePixelRatio;
     const left = Math.min(this.at(begin), this.canvas.width - least);
     const width = Math.max(least, this.at(end) - left);
     context.fillStyle = color('--damage');
     context.fillRect(left, 0, width, this.canvas.height);
-    drawFlag(context, left + width / 2, 0);
+    context.save();
+    context.beginPath();
+    context.rect(left, 0, width, this.canvas.height);
+    context.clip();
+    context.beginPath();
+    for (let at = left - this.canvas.height; at < left + width; at += HATCH_PIXELS * devicePixelRatio) {
+      context.moveTo(at, this.canvas.height);
+      context.lineTo(at + this.canvas.height, 0);
+    }
+    context.strokeStyle = color('--card');
+    context.lineWidth = devicePixelRatio;
+    context.stroke();
+    context.restore();
   }
 
   private legend(): HTMLElement[] {
@@ -94,9 +107,9 @@ export class FileStrip {
   /** The first places, each with a button that goes there. */
   private list(): HTMLElement[] {
     if (this.marks.length === 0) return [];
-    const items = this.marks.slice(0, PLACES_NAMED).map((mark) => element('li', {},
-      element('button', { type: 'button', class: 'quiet', click: () => this.go(mark.fromUs) }, words.time(mark.fromUs, 1)),
-      ` ${words.place(mark.begin)}: ${mark.what}`));
+    const items = this.marks.slice(0, PLACES_NAMED).map(({ spans: [{ fromUs }], begin, what }) => element('li', {},
+      element('button', { type: 'button', class: 'quiet', title: 'Go there', click: () => this.go(fromUs) }, words.time(fromUs, 1)),
+      ` ${words.place(begin)}: ${what}`));
     const more = this.marks.length - PLACES_NAMED;
     if (more > 0) items.push(element('li', {}, `and ${words.count(more, 'more place')}`));
     return [element('ul', { class: 'places small', 'aria-label': 'Damaged places' }, ...items)];
