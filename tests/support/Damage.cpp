@@ -182,8 +182,9 @@ void add_asf_files(std::vector<DamagedFile> &all) {
         other.frame(0, i * 40, 100).frame(1, i * 40, 60);
     }
     const Bytes ours = single.build(), theirs = other.build();
-    const auto tenth = static_cast<std::ptrdiff_t>(single.data_start() + 10 * single.layout.packet_size);
-    const Bytes stranger(theirs.begin() + tenth, theirs.begin() + tenth + single.layout.packet_size);
+    const auto packet_size = static_cast<std::ptrdiff_t>(single.layout.packet_size),
+               tenth = static_cast<std::ptrdiff_t>(single.data_start()) + 10 * packet_size;
+    const Bytes stranger(theirs.begin() + tenth, theirs.begin() + tenth + packet_size);
     all.push_back({"packet_of_another_file.asf", overwritten(ours, static_cast<uint64_t>(tenth), stranger),
                    "packet_unusable", tenth});
     AsfBuilder gap({asf_video(1), asf_audio(2)}, {}, AsfIndex::None);
