@@ -36,7 +36,7 @@ struct AsfMediaState : MediaState {
     AsfMediaTrack tracks[2];
     uint32_t track_count;
     int64_t bytes_missing;  // at the end of the file
-    ByteRanges unusable;    // of the tracks that were asked for last
+    ByteRanges unusable;    // of all tracks, as they were when that was asked last
 };
 
 AsfMediaState *state_of(MediaState *state) {
@@ -186,16 +186,23 @@ void go_back_in_asf(MediaState *state, uint32_t index, const MediaMark &mark) {
     asf_take_track_back(media->context.get(), media->tracks[index].record.number, track);
 }
 
+const ByteRanges &damage_of(AsfMediaState *media, uint32_t index) {
+    AsfPacketParser &packets = media->context->data_parser->Packets();
+    return packets.state_of(media->tracks[index].record.number - 1).damage.places;
+}
+
 // Tracks read the same packets, each on its own.
+void merge_damage(AsfMediaState *media) {
+    media->unusable = ByteRanges();
+    for (uint32_t i = 0; i < media->track_count; ++i)
+        media->unusable.add(damage_of(media, i));
+}
+
 void tell_asf_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
     AsfMediaState &media = *state_of(state);
-    AsfPacketParser &packets = media.context->data_parser->Packets();
-    ByteRanges &places = media.unusable;
-    places = ByteRanges();
-    for (uint32_t i = 0; i < media.track_count; ++i) {
-        if (index != QUORV_WHOLE_FILE && index != i) continue;
-        places.add(packets.state_of(media.tracks[i].record.number - 1).damage.places);
-    }
+    const bool whole = index == QUORV_WHOLE_FILE;
+    if (whole) merge_damage(&media);
+    const ByteRanges &places = whole ? media.unusable : damage_of(&media, index);
     damage->unusable_at = places.all();
     damage->packets_unusable = {places.count(), places.first()};
     damage->bytes_missing = media.bytes_missing;

@@ -31,7 +31,7 @@ struct AviMediaState : MediaState {
     Owned<AviContext> context;
     Owned<AviMediaTrack[]> tracks;
     int64_t bytes_missing;       // at the end of the file
-    ByteRanges passed, missing;  // of the tracks that were asked for last
+    ByteRanges passed, missing;  // of all tracks, as they were when that was asked last
 };
 
 AviMediaState *state_of(MediaState *state) {
@@ -215,22 +215,27 @@ void go_back_in_avi(MediaState *state, uint32_t index, const MediaMark &mark) {
 }
 
 // Tracks pass the same places, each on its own.
-void tell_avi_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
-    const AviContext &context = *state_of(state)->context;
-    ByteRanges &passed = state_of(state)->passed, &missing = state_of(state)->missing;
-    passed = ByteRanges();
-    missing = ByteRanges();
-    for (const Owned<AviTrack> &track : context.all_tracks()) {
-        if (index != QUORV_WHOLE_FILE && index != track->stream_number) continue;
-        passed.add(track->damage.passed);
-        missing.add(track->damage.missing);
+void merge_damage(AviMediaState *media) {
+    media->passed = ByteRanges();
+    media->missing = ByteRanges();
+    for (const Owned<AviTrack> &track : media->context->all_tracks()) {
+        media->passed.add(track->damage.passed);
+        media->missing.add(track->damage.missing);
     }
+}
+
+void tell_avi_damage(MediaState *state, uint32_t index, QuorvDamage *damage) {
+    AviMediaState &media = *state_of(state);
+    const bool whole = index == QUORV_WHOLE_FILE;
+    if (whole) merge_damage(&media);
+    const ByteRanges &passed = whole ? media.passed : media.context->tracks[index]->damage.passed;
+    const ByteRanges &missing = whole ? media.missing : media.context->tracks[index]->damage.missing;
     damage->passed_over_at = passed.all();
     damage->missing_at = missing.all();
     damage->bytes_passed_over = {passed.count(), passed.first()};
     damage->chunks_missing = {missing.count(), missing.first()};
-    damage->bytes_missing = state_of(state)->bytes_missing;
-    damage->cut_off = damage->bytes_missing != 0 ? 1 : 0;
+    damage->bytes_missing = media.bytes_missing;
+    damage->cut_off = media.bytes_missing != 0 ? 1 : 0;
 }
 
 }  // namespace
