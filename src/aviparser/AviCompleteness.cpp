@@ -27,7 +27,9 @@ struct Chunk {
 class OutermostWalk {
 public:
     explicit OutermostWalk(AviContext *context)
-        : source_(context->source), size_(context->media.source_size) {}
+        : source_(context->source),
+          size_(context->media.source_size),
+          first_size_(static_cast<uint32_t>(context->media.riff_end - kAviChunkHeaderBytes)) {}
 
     // The length that the headers declare for the file, kOpenEnd when they leave it open.
     int64_t declared_end();
@@ -40,6 +42,7 @@ private:
 
     StreamSource &source_;
     const int64_t size_;
+    const uint32_t first_size_;  // of the first segment, as declared
     uint32_t chunks_left_ = kMaxChunks;
     Code code_ = Code::Ok;
 };
@@ -73,14 +76,14 @@ int64_t OutermostWalk::declared_segment_end(int64_t start, uint32_t size) {
 
 int64_t OutermostWalk::declared_end() {
     int64_t end = 0;
-    Chunk segment = {};
-    for (int64_t start = 0; read(start, &segment) && (start == 0 || segment.tag == avi_tag("RIFF"));
-         start = end) {
+    // The first header has been read; a second time would bring the beginning of the file again.
+    Chunk segment = {avi_tag("RIFF"), first_size_};
+    do {
         if (segment.is_open()) return kOpenEnd;
-        end = declared_segment_end(start, segment.size);
+        end = declared_segment_end(end, segment.size);
         if (end == kOpenEnd || end >= size_) return end;
         end += end & 1;
-    }
+    } while (read(end, &segment) && segment.tag == avi_tag("RIFF"));
     return end;
 }
 

@@ -58,7 +58,6 @@ Code avi_read_details(AviContext *context, AviTrack *track, uint8_t *buffer, uin
     packet.data = buffer;
     packet.size = static_cast<int32_t>(std::min<uint32_t>(room, INT32_MAX));
     const Code code = patience.result_of(avi_read_frame(context, track, &packet));
-    *frame = {};
     frame->size = static_cast<uint32_t>(packet.size);
     // A callback may fail with the same code; then no size is needed.
     if (code == Code::BufferTooSmall && frame->size <= room) return Code::Io;

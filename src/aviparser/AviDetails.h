@@ -22,7 +22,7 @@ struct AviFrameDetails {
 };
 
 // What AVI_SPLITER_ReadFrame delivers, for a track that is video or audio. Every failure but
-// Code::EndOfStream leaves the track where it was.
+// Code::EndOfStream leaves the track where it was; of the frame, only a size that is needed is set then.
 Code avi_read_details(AviContext *context, AviTrack *track, uint8_t *buffer, uint32_t room,
                       AviFrameDetails *frame);
 

@@ -32,7 +32,7 @@ void avi_set_exact_unit(AviStated *stated) {
     stated->us_den = den / common;
 }
 
-int64_t AviExactTime::of_units(int64_t units) const {
+int64_t AviExactTime::of_large_units(int64_t units) const {
     return rescale(units, num_, den_, kAviRoundZero);
 }
 

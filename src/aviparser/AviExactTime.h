@@ -21,7 +21,11 @@ public:
           den_(std::max<int64_t>(track.stated.us_den, 1)),
           divisor_(avi_time_stamp_divisor(track.sampling)) {}
 
-    int64_t of_units(int64_t units) const;
+    int64_t of_units(int64_t units) const {
+        int64_t product = 0;
+        if (units < 0 || __builtin_mul_overflow(units, num_, &product)) return of_large_units(units);
+        return product / den_;
+    }
     // Of a running time stamp, which counts bytes for streams with a sample size.
     int64_t of_stamp(int64_t stamp) const { return of_units(stamp / divisor_); }
     // The last time stamp whose time is not above this one, the first whose time is not below it; times are 0
@@ -30,6 +34,8 @@ public:
     int64_t first_stamp_from(int64_t time_us) const;
 
 private:
+    int64_t of_large_units(int64_t units) const;
+
     const int64_t num_, den_, divisor_;
 };
 

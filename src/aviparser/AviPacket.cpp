@@ -166,10 +166,13 @@ Code avi_read_packet(AviContext *context, uint32_t track_index, AviPacket *packe
     }
     const int64_t divisor = avi_time_stamp_divisor(track->sampling);
     packet->pts = packet->dts = track->reading.frame_offset / divisor;
-    packet->flags = key_flag(*track);
     packet->stream_index = static_cast<int32_t>(track_index);
-    const int64_t duration = avi_piece_duration(track->sampling, avi_piece_size(*track)) / divisor;
-    packet->duration = static_cast<int32_t>(std::min<int64_t>(duration, INT32_MAX));
+    // Whoever reads with all details has exact times, and asks the frames themselves.
+    if (!context->detailed || track->vol_search == AviVolSearch::Searching) {
+        packet->flags = key_flag(*track);
+        const int64_t duration = avi_piece_duration(track->sampling, avi_piece_size(*track)) / divisor;
+        packet->duration = static_cast<int32_t>(std::min<int64_t>(duration, INT32_MAX));
+    }
     avi_take_piece(track);
     return Code::Ok;
 }

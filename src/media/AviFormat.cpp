@@ -157,9 +157,8 @@ Code read_avi(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, M
     AviContext *context = state_of(state)->context.get();
     AviTrack *track = context->tracks[index].get();
     const QuorvTrack &record = state_of(state)->tracks[index].record;
-    *packet = {};
     if (record.type != QUORV_TRACK_VIDEO && record.type != QUORV_TRACK_AUDIO) return Code::Unsupported;
-    AviFrameDetails frame = {};
+    AviFrameDetails frame;
     const auto capacity = static_cast<uint32_t>(std::min<size_t>(room, UINT32_MAX));
     const Code code = avi_read_details(context, track, buffer, capacity, &frame);
     if (code == Code::BufferTooSmall) packet->size = frame.size;
@@ -168,7 +167,7 @@ Code read_avi(MediaState *state, uint32_t index, uint8_t *buffer, size_t room, M
                .time_us = frame.time_us,
                .duration_us = frame.duration_us,
                .offset = frame.offset,
-               .key = avi_is_key_frame(*track, record, buffer, frame)};
+               .key = record.type == QUORV_TRACK_AUDIO || avi_is_key_frame(*track, record, buffer, frame)};
     return Code::Ok;
 }
 

@@ -26,7 +26,6 @@ Code peek_word(AviContext *context, AviTrack *track, const QuorvTrack &record, O
 
 bool avi_is_key_frame(const AviTrack &track, const QuorvTrack &record, const uint8_t *data,
                       const AviFrameDetails &frame) {
-    if (record.type != QUORV_TRACK_VIDEO) return true;
     const OwnWord word = key_frame_word(record, data, frame.size);
     return word == OwnWord::FileDecides ? avi_is_stated_key(track, frame.time_stamp) : word == OwnWord::Key;
 }

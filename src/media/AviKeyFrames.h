@@ -8,7 +8,7 @@
 
 namespace quorv {
 
-// Whether decoding can begin with a frame that was read; the record is that of the track.
+// Whether decoding can begin with a frame of video that was read; the record is that of the track.
 bool avi_is_key_frame(const AviTrack &track, const QuorvTrack &record, const uint8_t *data,
                       const AviFrameDetails &frame);
 

@@ -1,6 +1,7 @@
 // The exported functions that open, describe, read and seek: arguments and results.
 
 #include <errno.h>
+#include <string.h>
 
 #include "media/MediaReader.h"
 #include "media/SystemSources.h"
@@ -50,6 +51,14 @@ QuorvResult lend(QuorvReader *reader, uint32_t index, Code code, const QuorvPack
         *packet = &first.record;
     }
     return conclude(reader, code);
+}
+
+// Callers in C can pass any number, which C++ must not look at as the enumeration that it is none of.
+bool is_known(const QuorvSeek &mode) {
+    int number = 0;
+    static_assert(sizeof(number) == sizeof(mode));
+    memcpy(&number, &mode, sizeof(number));
+    return number == QUORV_SEEK_BEFORE || number == QUORV_SEEK_AFTER;
 }
 
 constexpr QuorvDamageCount kNoDamage = {0, -1};
@@ -167,7 +176,7 @@ QuorvResult quorv_read_track(QuorvReader *reader, uint32_t index, const QuorvPac
 }
 
 QuorvResult quorv_seek(QuorvReader *reader, int64_t time_us, QuorvSeek mode, int64_t *reached_us) {
-    if (mode != QUORV_SEEK_BEFORE && mode != QUORV_SEEK_AFTER) return QUORV_ERR_ARGUMENT;
+    if (!is_known(mode)) return QUORV_ERR_ARGUMENT;
     const QuorvResult begun = begin(reader);
     if (begun != QUORV_OK) return begun;
     const auto which = mode == QUORV_SEEK_BEFORE ? MediaSeek::KeyFrameBefore : MediaSeek::KeyFrameAfter;

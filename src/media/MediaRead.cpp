@@ -28,6 +28,20 @@ Code make_room(MediaSource *source, QueuedPacket *packet, uint64_t wanted) {
     return Code::Ok;
 }
 
+// What stands in media->size is needed. Apart from the way that nearly all packets take.
+[[gnu::noinline]] Code read_with_more_room(QuorvReader *reader, uint32_t index, QueuedPacket *packet,
+                                           MediaPacket *media) {
+    Code code = Code::BufferTooSmall;
+    while (code == Code::BufferTooSmall) {
+        code = make_room(&reader->source, packet, media->size);
+        // The format would come to it again and again.
+        if (code == Code::BadFormat) reader->tracks[index]->ended = true;
+        if (code != Code::Ok) break;
+        code = reader->format->read(reader->state, index, packet->buffer.get(), packet->room, media);
+    }
+    return code;
+}
+
 void fill_record(QuorvPacket *record, const QueuedPacket &packet, uint32_t index, const MediaPacket &media) {
     record->track = index;
     record->data = packet.buffer.get();
@@ -40,7 +54,7 @@ void fill_record(QuorvPacket *record, const QueuedPacket &packet, uint32_t index
 
 // Reads the next packet of the file to the end of the track's queue.
 Code read_packet(QuorvReader *reader, uint32_t index) {
-    MediaPacket media = {};
+    MediaPacket media;
     const Code code = load_packet(reader, index, &media);
     if (code != Code::Ok) return code;
     MediaTrack &track = *reader->tracks[index];
@@ -71,17 +85,17 @@ Code load_packet(QuorvReader *reader, uint32_t index, MediaPacket *media) {
     MediaTrack &track = *reader->tracks[index];
     QueuedPacket *const packet = track.queue.spare();
     if (packet == nullptr) return Code::NoMemory;
-    Code code = packet->room != 0 ? Code::Ok : make_room(&reader->source, packet, 0);
-    while (code == Code::Ok) {
+    *media = {};
+    Code code = Code::BufferTooSmall;
+    if (packet->room != 0)
         code = reader->format->read(reader->state, index, packet->buffer.get(), packet->room, media);
-        if (code != Code::BufferTooSmall) break;
-        code = make_room(&reader->source, packet, media->size);
-        // The format would come to it again and again.
-        if (code == Code::BadFormat) track.ended = true;
+    if (code == Code::BufferTooSmall) code = read_with_more_room(reader, index, packet, media);
+    if (code == Code::Ok) {
+        fill_record(&packet->record, *packet, index, *media);
+        return code;
     }
     if (code == Code::EndOfStream) code = reader->source.explain_end();
     if (code == Code::EndOfStream) track.ended = true;
-    if (code == Code::Ok) fill_record(&packet->record, *packet, index, *media);
     return code;
 }
 
@@ -106,7 +120,7 @@ Code order_packets(MediaTrack *track) {
 
 Code prepare_packet(QuorvReader *reader, uint32_t index) {
     MediaTrack &track = *reader->tracks[index];
-    if (track.ready && !track.lent) return Code::Ok;
+    if (track.waits()) return Code::Ok;
     if (track.lent) track.queue.pop();
     track.lent = track.ready = false;
     if (track.queue.empty()) {
@@ -127,9 +141,11 @@ Code prepare_earliest(QuorvReader *reader, uint32_t *index) {
     for (uint32_t i = 0; i < reader->file.track_count; ++i) {
         const MediaTrack &track = *reader->tracks[i];
         if (!track.selected) continue;
-        const Code code = prepare_packet(reader, i);
-        if (code == Code::EndOfStream) continue;
-        if (code != Code::Ok) return code;
+        if (!track.waits()) {
+            const Code code = prepare_packet(reader, i);
+            if (code == Code::EndOfStream) continue;
+            if (code != Code::Ok) return code;
+        }
         const QuorvPacket &packet = track.queue.first()->record;
         if (earliest == nullptr || packet.time_us < earliest->time_us) earliest = &packet;
     }

@@ -32,6 +32,8 @@ struct MediaTrack {
     MediaMark mark;  // where a seek began
     bool ended_before_seek;
 
+    // Whether there is a packet that only needs to be fetched.
+    bool waits() const { return ready && !lent; }
     bool has_packets() const { return record.type == QUORV_TRACK_VIDEO || record.type == QUORV_TRACK_AUDIO; }
 };
 

@@ -4,31 +4,25 @@
 
 namespace quorv {
 
+namespace {
+
+void free_list(QueuedPacket *packet) {
+    while (packet != nullptr) {
+        const Owned<QueuedPacket> freed(packet);
+        packet = freed->next;
+    }
+}
+
+}  // namespace
+
 PacketQueue::~PacketQueue() {
-    clear();
-    while (spares_ != nullptr)
-        spares_ = std::move(spares_->next);
+    free_list(first_);
+    free_list(spares_);
 }
 
-QueuedPacket *PacketQueue::spare() {
-    if (spares_ == nullptr) spares_ = make_owned<QueuedPacket>();
-    return spares_.get();
-}
-
-QueuedPacket *PacketQueue::push_spare() {
-    Owned<QueuedPacket> packet = std::move(spares_);
-    spares_ = std::move(packet->next);
-    QueuedPacket *const added = packet.get();
-    (empty() ? first_ : last_->next) = std::move(packet);
-    last_ = added;
-    return added;
-}
-
-void PacketQueue::pop() {
-    Owned<QueuedPacket> packet = std::move(first_);
-    first_ = std::move(packet->next);
-    packet->next = std::move(spares_);
-    spares_ = std::move(packet);
+QueuedPacket *PacketQueue::new_spare() {
+    spares_ = make_owned<QueuedPacket>().release();
+    return spares_;
 }
 
 void PacketQueue::clear() {

@@ -88,10 +88,23 @@ void read_picture_size(bs_utility *bs, ZevVideoParam *param) {
     param->height = (2 - frame_mbs_only) * height_in_map_units * kMacroblock - kCropUnit * crop_y;
 }
 
-// The kind of the slice whose header the reader is at: 0 to 4 in a valid stream.
-uint32_t read_slice_kind(bs_utility *bs) {
-    ue_utility(bs);  // first_mb_in_slice
-    const uint32_t slice_type = ue_utility(bs);
+uint32_t read_slice_type(const uint8_t *header, uint32_t length) {
+    // A picture's first slice has both numbers in its first byte: a bit of 1, which is macroblock 0, and
+    // seven bits or less that begin with three zeros at most.
+    const uint32_t rest = length != 0 && header[0] >= 0x80 ? header[0] & 0x7Fu : 0;
+    if (rest >= 8) {
+        const int zeros = std::countl_zero(rest << 25);
+        return (rest >> (6 - 2 * zeros)) - 1;
+    }
+    bs_utility bs;
+    bs_open_utility(&bs, header, length);
+    ue_utility(&bs);  // first_mb_in_slice
+    return ue_utility(&bs);
+}
+
+// The kind of the slice with this header: 0 to 4 in a valid stream.
+uint32_t read_slice_kind(const uint8_t *header, uint32_t length) {
+    const uint32_t slice_type = read_slice_type(header, length);
     return slice_type >= kSliceTypes ? slice_type - kSliceTypes : slice_type;
 }
 
@@ -174,9 +187,7 @@ uint32_t ZEV_H264_GetSliceType(const uint8_t *data, uint32_t length) {
         if (type == kNalIdrSlice) return VIDHDR_H264_SLICE_IDR;
         if (type != kNalSlice) continue;
         nal += kNalBytes;
-        bs_utility bs;
-        bs_open_utility(&bs, nal, static_cast<uint32_t>(end - nal));
-        const uint32_t kind = read_slice_kind(&bs);
+        const uint32_t kind = read_slice_kind(nal, static_cast<uint32_t>(end - nal));
         return kind <= kSliceI ? kind : uint32_t{VIDHDR_H264_ERR};
     }
     return VIDHDR_H264_ERR;
@@ -187,8 +198,6 @@ uint32_t ZEV_H264_GetSliceType_WithoutStartCode(const uint8_t *data, uint32_t le
     if (data == nullptr || length < kMinLength) return VIDHDR_H264_ERR;
     const uint32_t type = nal_unit_type(data[0]);
     if (type != kNalSlice && type != kNalIdrSlice) return VIDHDR_H264_ERR;
-    bs_utility bs;
-    bs_open_utility(&bs, data + 1, length - 1);
-    const uint32_t kind = read_slice_kind(&bs);
+    const uint32_t kind = read_slice_kind(data + 1, length - 1);
     return kind <= kSliceI ? kind : 0;
 }
