@@ -40,6 +40,8 @@ MediaFaults take_faults(Control &control) {
     faults.again_every = (settings & 16) != 0 ? 2 + control.byte() : 0;
     faults.most_agains = kMostAgains;
     faults.fail_at = (settings & 32) != 0 ? 1 + control.byte() : 0;
+    faults.size_agains = (settings & 64) != 0 ? 2 : 0;
+    faults.flip_every = (settings & 128) != 0 ? 1 + control.byte() * 16 : 0;
     faults.call_limit = 10000000;
     return faults;
 }
@@ -73,7 +75,8 @@ void decode(QuorvDecoder *decoder, const QuorvPacket &packet, size_t *left) {
         require(result == QUORV_OK);
         if (samples->frames == 0) return;
         require(samples->channels == 1 || samples->channels == 2);
-        touch(samples->samples, samples->frames * samples->channels * sizeof(int16_t));
+        if (samples->samples != nullptr)  // it is null where sound is only measured
+            touch(samples->samples, samples->frames * samples->channels * sizeof(int16_t));
         *left -= std::min(*left, samples->frames);
     }
 }
@@ -105,6 +108,8 @@ void read_all(QuorvReader *reader) {
         if (decoder == nullptr) require(quorv_decoder_open(track, 0, &decoder) == QUORV_OK);
         decode(decoder, *packet, &samples);
     }
+    const QuorvSamples *rest = nullptr;
+    if (decoder != nullptr) require(quorv_decoder_finish(decoder, &rest) == QUORV_OK);
     quorv_decoder_close(decoder);
 }
 
@@ -113,6 +118,71 @@ void seek(QuorvReader *reader, int64_t time_us, QuorvSeek mode) {
     while (result == QUORV_AGAIN)
         result = quorv_seek(reader, time_us, mode, nullptr);
     require_known(result);
+}
+
+QuorvResult survey(QuorvReader *reader, uint32_t index, QuorvSurvey *counts) {
+    QuorvResult result = QUORV_AGAIN;
+    while (result == QUORV_AGAIN)
+        result = quorv_survey(reader, index, counts);
+    return result;
+}
+
+// Twice the same, where nothing has been read between.
+void look_at_survey(QuorvReader *reader, uint32_t index, bool steady) {
+    QuorvSurvey first, second;
+    const QuorvResult result = survey(reader, index, &first);
+    require_known(result);
+    require(first.smallest <= first.largest && (result == QUORV_OK || first.chunks == 0));
+    if (steady && result == QUORV_OK)
+        require(survey(reader, index, &second) == QUORV_OK && second.bytes == first.bytes);
+}
+
+// Arguments that make no sense are told apart, and change nothing.
+void misuse(QuorvReader *reader, uint32_t track) {
+    const uint32_t none = quorv_file(reader)->track_count + track;
+    const QuorvPacket *packet = nullptr;
+    QuorvSurvey counts;
+    QuorvReader *open = reader;
+    for (QuorvReader *wrong : {reader, static_cast<QuorvReader *>(nullptr)}) {
+        require(quorv_select(wrong, none, 1) == QUORV_ERR_ARGUMENT);
+        require(quorv_set_presentation(wrong, none, 1) == QUORV_ERR_ARGUMENT);
+        require(quorv_survey(wrong, none, &counts) == QUORV_ERR_ARGUMENT && counts.chunks == 0);
+        require(quorv_survey(wrong, track, nullptr) == QUORV_ERR_ARGUMENT);
+        require(quorv_read(wrong, nullptr) == QUORV_ERR_ARGUMENT);
+        require(quorv_read_track(wrong, track, nullptr) == QUORV_ERR_ARGUMENT);
+        require(quorv_read_track(wrong, none, &packet) == QUORV_ERR_ARGUMENT && packet == nullptr);
+        require(quorv_seek(wrong, 0, static_cast<QuorvSeek>(track + 2), nullptr) == QUORV_ERR_ARGUMENT);
+        require(quorv_track(wrong, none) == nullptr && quorv_damage(wrong, none) == nullptr);
+    }
+    require(quorv_open_source(nullptr, &open) == QUORV_ERR_ARGUMENT && open == reader);
+}
+
+// A decoder of the track, or of a raw stream where that is not MPEG audio, over some of the track's packets.
+void use_decoder(QuorvReader *reader, uint32_t track, uint32_t how) {
+    QuorvDecoder *decoder = nullptr;
+    const QuorvSamples *samples = nullptr;
+    const QuorvTrack *record = quorv_track(reader, track);
+    QuorvResult result = quorv_decoder_open(record, how & 7, &decoder);
+    require((decoder != nullptr) == (result == QUORV_OK) && result != QUORV_ERR_MEMORY);
+    if (decoder == nullptr && quorv_decoder_open(nullptr, how & 3, &decoder) != QUORV_OK) return;
+    size_t left = kMostSamples / 8;
+    const QuorvPacket *packet = nullptr;
+    for (uint32_t n = how >> 4; n != 0 && record != nullptr; --n) {
+        if (read_one(reader, track, &packet) != QUORV_OK) break;
+        decode(decoder, *packet, &left);
+        if ((how & 8) != 0) require(quorv_decoder_reset(decoder, packet->time_us) == QUORV_OK);
+    }
+    for (left = kMostSamples; left != 0; left -= std::min(left, samples->frames)) {
+        require(quorv_decoder_finish(decoder, &samples) == QUORV_OK);
+        if (samples->frames == 0) break;
+    }
+    const QuorvSkippedFrames *skipped = quorv_decoder_skipped(decoder);
+    require(skipped->last_code != 0 || skipped->total == skipped->cut_off);
+    require(quorv_decode(decoder, nullptr, 1, &samples) == QUORV_ERR_ARGUMENT && samples == nullptr);
+    require(quorv_decoder_finish(nullptr, &samples) == QUORV_ERR_ARGUMENT);
+    require(quorv_decoder_reset(nullptr, 0) == QUORV_ERR_ARGUMENT &&
+            quorv_decoder_skipped(nullptr) == nullptr);
+    quorv_decoder_close(decoder);
 }
 
 // One call, chosen by the low half of the byte; the high half is the track.
@@ -133,7 +203,12 @@ void call(QuorvReader *reader, MediaBytes &source, Control &control, uint32_t *w
     }
     if (what == 6) source.faults.fail_at = source.reads + control.byte();
     if (what == 7 && exists) read_one(reader, track, &packet);
-    if (what > 7) read_one(reader, QUORV_WHOLE_FILE, &packet);
+    if (what == 8 && exists) look_at_survey(reader, track, source.faults.flip_every == 0);
+    if (what == 9) misuse(reader, track);
+    if (what == 10) use_decoder(reader, track, control.byte());
+    if (what == 11) source.faults.flip_every = control.byte() * 16;
+    if (what > 11) read_one(reader, QUORV_WHOLE_FILE, &packet);
+    require(strcmp(quorv_code_text(QUORV_MODULE_SPLITTER, quorv_reader_code(reader)), "") != 0);
 }
 
 }  // namespace

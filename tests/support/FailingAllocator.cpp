@@ -3,6 +3,7 @@
 #include "support/FailingAllocator.h"
 
 #include <stdlib.h>
+#include <string.h>
 
 #include <algorithm>
 #include <mutex>
@@ -95,7 +96,12 @@ using quorv::test::books;
 
 extern "C" {
 void *__wrap_malloc(size_t size) {
-    return books().watch(nullptr, size, [=] { return __real_malloc(size); });
+    return books().watch(nullptr, size, [=] {
+        void *const ptr = __real_malloc(size);
+        // So that what is not initialised is not zero by chance.
+        if (ptr != nullptr && books().active) memset(ptr, 0xA5, size);
+        return ptr;
+    });
 }
 
 void *__wrap_calloc(size_t count, size_t size) {

@@ -1,4 +1,5 @@
-// The heap as the library under test sees it: counts what is held and makes an allocation fail on demand.
+// The heap as the library under test sees it: counts what is held, fills what malloc gives and makes an
+// allocation fail on demand.
 // It works on malloc, calloc, realloc and free of everything linked into the test executable, through the
 // linker's symbol wrapping; the C++ runtime's own allocations pass it by.
 #ifndef QUORV_TESTS_SUPPORT_FAILINGALLOCATOR_H

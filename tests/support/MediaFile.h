@@ -26,6 +26,8 @@ struct MediaFaults {
     uint64_t most_agains = UINT64_MAX;
     size_t longest_read = SIZE_MAX;  // bytes
     bool knows_size = true;
+    uint64_t size_agains = 0;       // so many questions for the size are answered "not here yet" first
+    uint64_t flip_every = 0;        // each so-manieth byte of a read is another one, not always the same
     uint64_t call_limit = 2000000;  // more reads than these are a hang: the process aborts
 };
 
@@ -43,7 +45,7 @@ public:
         source.read_at = [](void *self, uint64_t offset, void *buffer, size_t size) {
             return static_cast<MediaBytes *>(self)->read(offset, buffer, size);
         };
-        source.size = [](void *self) { return static_cast<const MediaBytes *>(self)->size(); };
+        source.size = [](void *self) { return static_cast<MediaBytes *>(self)->size(); };
         source.close = [](void *self) { ++static_cast<MediaBytes *>(self)->closes; };
         return source;
     }
@@ -65,9 +67,15 @@ private:
         const auto from = static_cast<size_t>(offset);
         const size_t take = std::min({size, bytes_.size() - from, faults.longest_read});
         memcpy(buffer, &bytes_[from], take);
+        for (uint64_t i = reads; faults.flip_every != 0 && i < take; i += faults.flip_every)
+            static_cast<uint8_t *>(buffer)[i] ^= static_cast<uint8_t>(reads);
         return static_cast<int64_t>(take);
     }
-    int64_t size() const {
+    int64_t size() {
+        if (faults.size_agains != 0) {
+            --faults.size_agains;
+            return QUORV_SOURCE_AGAIN;
+        }
         return faults.knows_size ? static_cast<int64_t>(bytes_.size()) : int64_t{QUORV_SOURCE_UNKNOWN};
     }
 
@@ -122,6 +130,12 @@ public:
     }
     QuorvResult seek(int64_t time_us, QuorvSeek mode, int64_t *reached_us = nullptr) {
         return repeat([&] { return quorv_seek(reader_, time_us, mode, reached_us); });
+    }
+    QuorvResult survey(uint32_t index, QuorvSurvey *counts) {
+        return repeat([&] { return quorv_survey(reader_, index, counts); });
+    }
+    QuorvResult set_presentation(uint32_t index) {
+        return repeat([&] { return quorv_set_presentation(reader_, index, 1); });
     }
 
     QuorvResult open_result;

@@ -9,6 +9,7 @@
 
 #include <fstream>
 
+#include "support/AviBuilder.h"
 #include "support/FailingAllocator.h"
 #include "wholefiles/MediaWalk.h"
 
@@ -68,10 +69,14 @@ TEST(MediaFiles, WrongUseIsToldApart) {
     QuorvSource source = late.record();
     QuorvReader *reader = nullptr;
     const QuorvPacket *packet = nullptr;
+    QuorvSurvey survey = {};
     EXPECT_EQ(quorv_open_source(nullptr, &reader), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_open_source(&source, nullptr), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_open_memory(nullptr, 1, &reader), QUORV_ERR_ARGUMENT);
+    EXPECT_EQ(quorv_open_memory(bytes.data(), bytes.size(), nullptr), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_open_path(nullptr, &reader), QUORV_ERR_ARGUMENT);
+    EXPECT_EQ(quorv_open_path("", nullptr), QUORV_ERR_ARGUMENT);
+    EXPECT_EQ(quorv_open_fd(0, nullptr), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_open_memory("no media", 8, &reader), QUORV_ERR_NOT_MEDIA);
 
     ASSERT_EQ(quorv_open_source(&source, &reader), QUORV_AGAIN);
@@ -80,6 +85,10 @@ TEST(MediaFiles, WrongUseIsToldApart) {
     EXPECT_EQ(quorv_track(reader, 0), nullptr);
     EXPECT_EQ(quorv_damage(reader, QUORV_WHOLE_FILE), nullptr);
     EXPECT_EQ(quorv_read(reader, &packet), QUORV_ERR_CLOSED);
+    EXPECT_EQ(quorv_read_track(reader, 0, &packet), QUORV_ERR_CLOSED);
+    EXPECT_EQ(quorv_select(reader, 0, 1), QUORV_ERR_CLOSED);
+    EXPECT_EQ(quorv_set_presentation(reader, 0, 1), QUORV_ERR_CLOSED);
+    EXPECT_EQ(quorv_survey(reader, 0, &survey), QUORV_ERR_CLOSED);
     EXPECT_EQ(quorv_seek(reader, 0, QUORV_SEEK_BEFORE, nullptr), QUORV_ERR_CLOSED);
     quorv_close(reader);
     EXPECT_EQ(late.closes, 1u);
@@ -92,15 +101,37 @@ TEST(MediaFiles, WrongUseIsToldApart) {
     for (QuorvReader *wrong : {static_cast<QuorvReader *>(nullptr), reader}) {
         EXPECT_EQ(quorv_select(wrong, count, 1), QUORV_ERR_ARGUMENT);
         EXPECT_EQ(quorv_set_presentation(wrong, count, 1), QUORV_ERR_ARGUMENT);
+        EXPECT_EQ(quorv_survey(wrong, count, &survey), QUORV_ERR_ARGUMENT);
+        EXPECT_EQ(quorv_survey(wrong, 0, nullptr), QUORV_ERR_ARGUMENT);
         EXPECT_EQ(quorv_read_track(wrong, count, &packet), QUORV_ERR_ARGUMENT);
+        EXPECT_EQ(quorv_read_track(wrong, 0, nullptr), QUORV_ERR_ARGUMENT);
         EXPECT_EQ(quorv_read(wrong, nullptr), QUORV_ERR_ARGUMENT);
+        EXPECT_EQ(quorv_seek(wrong, 0, static_cast<QuorvSeek>(count + 2), nullptr), QUORV_ERR_ARGUMENT);
     }
     EXPECT_EQ(quorv_read(nullptr, &packet), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_seek(nullptr, 0, QUORV_SEEK_BEFORE, nullptr), QUORV_ERR_ARGUMENT);
     EXPECT_EQ(quorv_file(nullptr), nullptr);
+    EXPECT_EQ(quorv_track(nullptr, 0), nullptr);
+    EXPECT_EQ(quorv_damage(nullptr, QUORV_WHOLE_FILE), nullptr);
     EXPECT_EQ(quorv_reader_code(nullptr), 0u);
     quorv_close(reader);
     quorv_close(nullptr);
+}
+
+TEST(MediaFiles, TracksWithoutPacketsAreOnlyListed) {
+    AviStream subtitles = pcm_stream(8000, 1);
+    subtitles.header.type = tag("txts");
+    MediaBytes source(
+        AviBuilder({video_stream(tag("MJPG")), subtitles}).frame(0, size_t{9}).build().flatten());
+    MediaFile file(source.record());
+    ASSERT_EQ(file.track_count(), 2u);
+    EXPECT_EQ(quorv_select(file.reader(), 1, 1), QUORV_ERR_UNSUPPORTED);
+    EXPECT_EQ(quorv_select(file.reader(), 1, 0), QUORV_OK);
+    QuorvResult end = QUORV_OK;
+    EXPECT_TRUE(file.read_track(1, &end).empty());
+    EXPECT_EQ(end, QUORV_ERR_UNSUPPORTED);
+    EXPECT_EQ(file.read(&end).size(), 1u);
+    EXPECT_EQ(end, QUORV_END);
 }
 
 // What the source answers when it fails is the code.

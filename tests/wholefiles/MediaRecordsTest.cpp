@@ -8,6 +8,7 @@
 
 #include "support/AsfBuilder.h"
 #include "support/AviBuilder.h"
+#include "support/FailingAllocator.h"
 #include "support/H264Stream.h"
 #include "support/MediaFile.h"
 
@@ -106,7 +107,7 @@ AviStream with_codec_data(const char (&compression)[5], const Bytes &data) {
 }
 
 TEST(MediaRecords, HeadersTellHowPicturesAreCoded) {
-    const H264Stream high = {.profile = 100, .reorder_depth = 2};
+    const H264Stream high = {.profile = 100, .reorder_depth = 2}, baseline = {.profile = 66};
     const Bytes sei = join({{0, 0, 0, 1, 6, 5, 30}, Bytes(16, 1), text("maker 7 - H.264 etc")});
     const Bytes vol = bits(
         "32:0x120 1:0 type=8:17 id=1:1 verid=4:5 3:1 aspect=4:4 control=1:0 shape=2:0 1:1 "
@@ -120,20 +121,23 @@ TEST(MediaRecords, HeadersTellHowPicturesAreCoded) {
     } rows[] = {
         {avi_of(with_codec_data("H264", join({high.sps(), high.pps(), sei}))),
          "High, level 1.0; 4:2:0, 8 bits, CAVLC, 4 reference frames, colours of BT.709; maker 7; scan 1, "
-         "pixels 1:1"},
+         "pixels 1:1; reorders 1"},
+        {avi_of(with_codec_data("H264", join({baseline.sps(), baseline.pps()}))),
+         "Baseline, level 1.0; 4:2:0, 8 bits, CAVLC, 4 reference frames; ; scan 1, pixels 0:0; reorders 0"},
         {avi_of(with_codec_data("XVID", mpeg4)),
          "Advanced Simple, level 5; 4:2:0, 8 bits, B-VOPs possible, quarter-pixel motion, global motion, "
-         "MPEG quantisation; maker 8; scan 2, pixels 16:11"},
-        {avi_of(video_stream(tag("MJPG"))), "; ; ; scan 0, pixels 0:0"},
+         "MPEG quantisation; maker 8; scan 2, pixels 16:11; reorders 1"},
+        {avi_of(video_stream(tag("MJPG"))), "; ; ; scan 0, pixels 0:0; reorders 0"},
     };
     for (const auto &row : rows) {
+        const FailingAllocator heap;  // which fills new blocks: parameter sets are not cleared
         MediaBytes source(row.file);
         MediaFile file(source.record());
         const QuorvTrack &track = file.track(0);
-        const std::string facts = std::string(track.profile) + "; " + track.coding + "; " + track.encoder +
-                                  "; scan " + std::to_string(track.scan) + ", pixels " +
-                                  std::to_string(track.pixel_aspect.num) + ":" +
-                                  std::to_string(track.pixel_aspect.den);
+        const std::string facts =
+            std::string(track.profile) + "; " + track.coding + "; " + track.encoder + "; scan " +
+            std::to_string(track.scan) + ", pixels " + std::to_string(track.pixel_aspect.num) + ":" +
+            std::to_string(track.pixel_aspect.den) + "; reorders " + std::to_string(track.reorders);
         EXPECT_EQ(facts, row.facts);
     }
 }

@@ -155,6 +155,9 @@ TEST_P(Media, CutFilesGiveWhatIsLeft) {
             });
             ASSERT_TRUE(known) << "track " << packet.track << " at " << packet.time_us;
         }
+        for (const QuorvResult sought : walk(file).seeks)
+            EXPECT_TRUE(sought == QUORV_OK || sought == QUORV_ERR_UNSUPPORTED || sought == QUORV_ERR_DAMAGED)
+                << sought;
     }
 }
 

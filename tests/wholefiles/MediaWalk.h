@@ -33,19 +33,43 @@ inline const std::vector<MediaSample> &samples() {
     return all;
 }
 
-// All packets in the order of time, the result behind them, and those that follow seeks.
+// All packets in the order of time, the result behind them, what is counted, and the packets that follow
+// seeks, with their presentation times.
 struct Walk {
     QuorvResult open = QUORV_OK, end = QUORV_OK;
     KeptPackets packets = {};
     std::vector<QuorvResult> seeks = {};
     std::vector<int64_t> reached = {};
+    std::vector<uint64_t> counts = {};
     bool operator==(const Walk &) const = default;
 };
+
+// What the track's record and index say. Counts of damage may be lower where memory was lacking.
+inline std::vector<uint64_t> count_track(MediaFile &file, uint32_t index) {
+    QuorvSurvey survey = {};
+    const QuorvResult surveyed = file.survey(index, &survey);
+    const QuorvDamage damage = *quorv_damage(file.reader(), index);
+    const QuorvTrack &track = file.track(index);
+    return {uint64_t{surveyed},
+            survey.chunks,
+            survey.bytes,
+            survey.smallest,
+            survey.largest,
+            static_cast<uint64_t>(damage.bytes_missing),
+            track.codec_data_size,
+            static_cast<uint64_t>(track.duration_us),
+            static_cast<uint64_t>(track.reorders)};
+}
 
 inline Walk walk(MediaFile &file) {
     Walk result = {file.open_result};
     if (file.reader() == nullptr) return result;
     result.packets = file.read(&result.end);
+    for (uint32_t i = 0; i < file.track_count(); ++i) {
+        const std::vector<uint64_t> counts = count_track(file, i);
+        result.counts.insert(result.counts.end(), counts.begin(), counts.end());
+        file.set_presentation(i);
+    }
     for (const int64_t time_us : {70000, 0, 250000, 1000000000}) {
         for (const QuorvSeek mode : {QUORV_SEEK_BEFORE, QUORV_SEEK_AFTER}) {
             int64_t reached = -1;
