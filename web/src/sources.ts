@@ -36,14 +36,22 @@ async function urlSource(url: URL): Promise<ByteSource> {
   const response = await getRange(url, 0, 1);
   const total = /\/(\d+)$/.exec(response.headers.get('content-range') ?? '')?.[1];
   if (response.status !== 206 || total === undefined) return blobSource(await body(response, url, 'blob'));
+  const before = versionOf(response);
   return {
     size: Number(total),
     async read(offset, length) {
       const piece = await getRange(url, offset, length);
       if (piece.status !== 206) throw new Error(`${url.href}: the server answers range requests no more`);
+      if (versionOf(piece) !== before) throw new Error(`${url.href}: the file has changed`);
       return new Uint8Array(await body(piece, url, 'arrayBuffer'));
     },
   };
+}
+
+/** What differs when a server has another file than before; tags may differ between servers that answer in turn. */
+function versionOf({ headers }: Response): string {
+  const size = (headers.get('content-range') ?? '').replace(/^.*\//, '');
+  return `${size}, ${headers.get('last-modified') ?? headers.get('etag')}`;
 }
 
 async function getRange(url: URL, offset: number, length: number): Promise<Response> {

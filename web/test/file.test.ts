@@ -38,13 +38,13 @@ async function code(promise: Promise<unknown>): Promise<string> {
 const wanted = all((await open(bytes, { worker: false })).packets());
 
 /** Serves the sample; answers range requests if that is wanted. */
-async function serve(ranges: boolean): Promise<URL> {
+async function serve(ranges: boolean, tag = () => 'one'): Promise<URL> {
   const server = createServer((request, response) => {
     const range = /^bytes=(\d+)-(\d+)$/.exec(request.headers.range ?? '');
     if (request.url !== '/sample') return void response.writeHead(404).end();
     if (!ranges || range === null) return void response.end(bytes);
     const [first, last] = [Number(range[1]), Math.min(Number(range[2]), bytes.length - 1)];
-    response.writeHead(206, { 'content-range': `bytes ${first}-${last}/${bytes.length}` });
+    response.writeHead(206, { etag: tag(), 'content-range': `bytes ${first}-${last}/${bytes.length}` });
     response.end(bytes.subarray(first, last + 1));
   });
   await new Promise<void>((resolve) => server.listen(0, '127.0.0.1', resolve));
@@ -82,6 +82,12 @@ describe.each([false, true])('in a worker: %s', (worker) => {
   test('says why a server has no file', async () => {
     const address = new URL('elsewhere', await serve(true));
     await expect(open(address, { worker })).rejects.toThrow(/elsewhere.*404/);
+  });
+
+  test('notices that a server has another file', async () => {
+    let requests = 0;
+    const address = await serve(true, () => (++requests > 1 ? 'two' : 'one'));
+    await expect(open(address, { worker })).rejects.toThrow(/sample: the file has changed/);
   });
 
   test('ends a source once', async () => {

@@ -158,7 +158,7 @@ export class FilePicture {
         })),
       ],
       axes: [
-        { ...axis, values: timeTicks, space: 70, size: 34 },
+        { ...axis, values: timeTicks, space: 70, size: 38, gap: 9 },
         { ...axis, values: (_, ticks) => ticks.map(kind.value), size: AXIS_PIXELS, space: 34 },
       ],
       hooks: { drawClear: [(plot) => this.drawHoles(plot)], draw: [(plot) => this.drawMarks(plot)],
