@@ -128,22 +128,22 @@ void AviIndexCheck::look_for_unseen(const QuorvRanges &passed_over, std::vector<
     for (const Track &track : tracks_)
         elsewhere.emplace_back("index_elsewhere", Severity::Damage, track.facts->number, "chunk",
                                "in the index at places where none begins");
-    uint64_t number = 0;
+    std::vector<uint64_t> numbers(tracks_.size());
     for (const AviIndexEntry &entry : entries_) {
-        ++number;
+        ++numbers[entry.stream];
         if (!entry.seen && look(entry, passed_over) == Place::Elsewhere)
-            elsewhere[entry.stream].note(number, static_cast<int64_t>(entry.data()), -1, entry.size);
+            elsewhere[entry.stream].note(numbers[entry.stream], static_cast<int64_t>(entry.data()), -1,
+                                         entry.size);
     }
     for (const FindingRuns &runs : elsewhere)
         runs.finish(findings);
 }
 
 void AviIndexCheck::finish(const QuorvRanges &passed_over, bool is_whole, std::vector<Finding> &findings) {
+    FindingRuns lost("index_elsewhere", Severity::Damage, 0, "part", "of the index not where its list says");
     for (const uint64_t offset : outline_.lost_indexes)
-        findings.push_back({.kind = "index_elsewhere",
-                            .severity = Severity::Damage,
-                            .offset = static_cast<int64_t>(offset),
-                            .text = "a part of the index is not where its list says"});
+        lost.note(0, static_cast<int64_t>(offset), -1, -1);
+    lost.finish(findings);
     const bool has_video =
         std::any_of(tracks_.begin(), tracks_.end(), [](const Track &track) { return track.is_video(); });
     if (entries_.empty() && is_whole && has_video && outline_.may_have_index)

@@ -16,6 +16,7 @@ namespace quorv::tool {
 namespace {
 
 constexpr int64_t kSecondMs = 1000;
+constexpr int64_t kNearby = 64;  // bytes
 
 // How much could not be used so far.
 uint64_t amount(const QuorvDamage &damage) {
@@ -108,11 +109,17 @@ void MediaCheck::tell_places(const QuorvRanges &places, std::string_view kind, s
 
 void MediaCheck::tell_passed_over(const QuorvRanges &places) {
     const auto end = static_cast<int64_t>(media_end());
+    int64_t last = -1;  // behind the latest place
     for (size_t i = 0; i < places.count && places.ranges[i].begin < end; ++i) {
         const auto [begin, behind] = places.ranges[i];
-        const auto bytes = static_cast<uint64_t>(behind - begin);
-        add_damage("bytes_passed_over", begin, fmt::format("{} passed over", counted(bytes, "byte"))).bytes =
-            behind - begin;
+        // An odd number of bytes too many or too few leaves pad bytes at even places from there on.
+        if (i != 0 && behind - begin == 1 && begin % 2 == 0) continue;
+        // What lies between places so close together is most likely nothing sound: entries of an index, say.
+        const bool goes_on = last >= 0 && begin - last <= kNearby;
+        Finding &finding = goes_on ? findings_.back() : add_damage("bytes_passed_over", begin, {});
+        finding.bytes = std::max<int64_t>(finding.bytes, 0) + behind - begin;
+        finding.text = fmt::format("{} passed over", counted(static_cast<uint64_t>(finding.bytes), "byte"));
+        last = behind;
     }
 }
 

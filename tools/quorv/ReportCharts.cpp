@@ -21,7 +21,7 @@ constexpr int64_t kRateSpans = 240, kSizeSpans = 360, kKeySpans = 360, kDamageSp
 constexpr double kHeight = 100;
 // How wide the file is drawn.
 constexpr double kPlaces = 1000;
-constexpr size_t kTimes = 6, kMaxLanes = 4, kLinks = 72;
+constexpr size_t kTimes = 5, kMaxLanes = 4, kLinks = 72;
 
 std::string time_of(int64_t microseconds) {
     return time_text(static_cast<uint64_t>(std::max<int64_t>(microseconds, 0) / 1000));

@@ -60,7 +60,9 @@ g:hover path { opacity: .7; }
 footer { color: var(--faint); font-size: .85rem; }
 @media (max-width: 40rem) { main { padding: 1rem .6rem 2rem; gap: .7rem; } section { padding: .8rem .75rem; }
   h1 { font-size: 1.25rem; } .plot { grid-template-columns: 4.6rem minmax(0, 1fr); gap: 0 .4rem; } .plot svg { height: 8.5rem; }
-  .x span:nth-child(2), .x span:nth-child(4) { display: none; } .x span:nth-child(5) { display: none; } }
+  .x span:nth-child(even) { display: none; } table, thead, tbody { display: block; } th:last-child { display: none; }
+  tr { display: grid; grid-template-columns: 5rem 1fr 1fr 3rem; } th, td { border-bottom: 0; }
+  td:last-child { grid-column: 1 / -1; border-bottom: 1px solid var(--line); min-width: 0; padding-top: 0; } }
 @media print { :root { --page: #fff; --card: #fff; } @page { margin: 14mm; } body { font-size: 10pt; }
   main { padding: 0; max-width: none; gap: .6rem; display: block; } section { break-inside: avoid; margin-bottom: .6rem; }
   section.long { break-inside: auto; } tr { break-inside: avoid; }
