@@ -5,6 +5,35 @@
 namespace quorv::test {
 namespace {
 
+TEST(Failure, FilesOfOtherFormatsAreNamed) {
+    const auto repeated = [](const Bytes &piece) { return join({piece, piece, piece, piece, piece}); };
+    const std::pair<const char *, Bytes> files[] = {
+        {"a QuickTime file", join({{0, 0, 0, 20}, text("ftypqt  "), Bytes(8)})},
+        {"an MP4 file", join({{0, 0, 0, 20}, text("ftypisom"), Bytes(8)})},
+        {"a WebM file", join({{0x1A, 0x45, 0xDF, 0xA3, 0x9F, 0x42, 0x82, 0x84}, text("webm"), Bytes(20)})},
+        {"a Matroska file", join({{0x1A, 0x45, 0xDF, 0xA3, 0x93, 0x42, 0x82, 0x88}, text("matroska")})},
+        {"an Ogg file", join({text("OggS"), Bytes(30)})},
+        {"a FLAC file", join({text("fLaC"), Bytes(38)})},
+        {"an AIFF file", join({text("FORM"), Bytes(4), text("AIFF")})},
+        {"a Flash video file", join({text("FLV\1"), Bytes(9)})},
+        {"a JPEG picture", join({{0xFF, 0xD8, 0xFF, 0xE0}, Bytes(20)})},
+        {"a PDF document", text("%PDF-1.4\n")},
+        {"a ZIP archive", join({text("PK\3\4"), Bytes(30)})},
+        {"an MPEG program stream", join({{0, 0, 1, 0xBA, 0x44}, Bytes(40)})},
+        {"an MPEG transport stream", repeated(join({{0x47}, Bytes(187)}))},
+        {"an AAC stream", repeated(join({{0xFF, 0xF1, 0x50, 0x80, 4, 0x1F, 0xFC}, Bytes(25)}))},
+    };
+    const Shell shell;
+    for (const auto &[name, bytes] : files) {
+        shell.put("file", bytes);
+        shell.expect_complaint({"quorv info file", 1, "file", name});
+    }
+    const std::string last = std::rbegin(files)->first;
+    for (const std::string command : {"frames", "headers", "decode -o out", "extract -o out"})
+        shell.expect_complaint({"quorv " + command + " file", 1, "file", last});
+    EXPECT_NE(shell.run("quorv check file").out.find(last), std::string::npos);
+}
+
 TEST(Failure, BadInputsAreNamedWithTheReason) {
     const Shell shell;
     shell.put("empty.avi", {});
@@ -24,7 +53,7 @@ TEST(Failure, BadInputsAreNamedWithTheReason) {
         {"/tmp", 3, "directory"},
         {"empty.avi", 1, "empty"},
         {"notes.txt", 1, "text"},
-        {"wave.avi", 1, "not a media file"},
+        {"wave.avi", 1, "a WAV file, none of AVI, ASF and MPEG audio"},
         {"film.asf", 1, "damaged"},
         {"bare.mp3", 1, "not a media file"},
         {"stub.avi", 1, "no tracks; truncated: its header declares"},

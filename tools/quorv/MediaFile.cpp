@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "Failure.h"
+#include "ForeignFormats.h"
 #include "Format.h"
 #include "Text.h"
 
@@ -21,7 +22,9 @@ uint64_t milliseconds(int64_t microseconds) {
 }
 
 // What the file is instead.
-std::string_view what_it_is(std::span<const uint8_t> head) {
+std::string what_it_is(std::span<const uint8_t> head) {
+    if (const std::string_view name = foreign_format(head); !name.empty())
+        return fmt::format("{}, none of AVI, ASF and MPEG audio", name);
     switch (find_format(head)) {
         case Format::H264:
         case Format::Mpeg4:
@@ -73,7 +76,7 @@ MediaFile::MediaFile(FileSource &file) : file_(file) {
     if (file.head().empty()) throw ForeignFile("the file is empty");
     // What does not look like one of the library's formats need not be copied from a pipe, which may have no
     // end.
-    if (!may_be_media(file.head())) throw ForeignFile(std::string(what_it_is(file.head())));
+    if (!may_be_media(file.head())) throw ForeignFile(what_it_is(file.head()));
     file.make_seekable();
     open();
     const uint32_t count = quorv_file(reader_.get())->track_count;
@@ -87,7 +90,7 @@ void MediaFile::open() {
     const QuorvResult result = quorv_open_source(&source, &reader);
     reader_.reset(reader);
     check_reads();
-    if (result == QUORV_ERR_NOT_MEDIA) throw ForeignFile(std::string(what_it_is(file_.head())));
+    if (result == QUORV_ERR_NOT_MEDIA) throw ForeignFile(what_it_is(file_.head()));
     if (result == QUORV_ERR_DAMAGED)
         throw Failure(ExitCode::BadFile, why_no_tracks(file_.head(), file_.size()));
     if (result != QUORV_OK) fail(result, "cannot be opened");
