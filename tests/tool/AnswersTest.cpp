@@ -220,19 +220,31 @@ TEST(Answers, OddNamesGiveValidJsonAndHarmlessText) {
     EXPECT_EQ(shell.run("NO_COLOR=1" + on_terminal).out.find("\033["), std::string::npos);
 }
 
+std::string without_blanks(std::string text) {
+    std::erase_if(text, [](char c) { return c == ' ' || c == '\n'; });
+    return text;
+}
+
 // Down to a width at which every row is a list; no line is longer, no fact is cut.
 TEST(Answers, TablesFitTheTerminal) {
     const Shell shell;
+    const auto on_terminal = [&shell](const std::string &command, size_t width) {
+        const std::string stty = "stty cols " + std::to_string(width) + "; quorv " + command + " $SAMPLE";
+        return shell.run("TERM=dumb script -qec '" + stty + "' /dev/null | tr -d '\\r'").out;
+    };
     for (const size_t width : {200u, 80u, 60u, 30u}) {
         SCOPED_TRACE(width);
-        const std::string stty = "stty cols " + std::to_string(width) + "; quorv info $SAMPLE";
-        const std::string text =
-            shell.run("TERM=dumb script -qec '" + stty + "' /dev/null | tr -d '\\r'").out;
-        for (const std::string &line : lines_of(text)) {
-            EXPECT_LE(line.starts_with('/') ? 0 : line.size(), width) << text;
-        }
+        const std::string info = on_terminal("info", width);
         for (const char *fact : {"0:00:03.000", "320x240", "25 fps", "44100 Hz", "2 channels", "128 kbit/s"})
-            EXPECT_NE(text.find(fact), std::string::npos) << fact << '\n' << text;
+            EXPECT_NE(info.find(fact), std::string::npos) << fact << '\n' << info;
+        std::string texts = info;
+        for (const std::string command : {"frames --md5", "headers"}) {
+            const std::string text = on_terminal(command, width);
+            EXPECT_EQ(without_blanks(text), without_blanks(shell.run("quorv " + command + " $SAMPLE").out));
+            texts += text;
+        }
+        for (const std::string &line : lines_of(texts))
+            EXPECT_LE(line.starts_with('/') ? 0 : line.size(), width) << line;
     }
 }
 

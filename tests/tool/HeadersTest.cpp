@@ -123,7 +123,7 @@ TEST(Headers, WhatHasNone) {
         {"quorv headers h264.avi", 1, "h264.avi", "no start code in track 1"},
         {"quorv headers h264.avi --track 2", 1, "h264.avi", "neither MPEG-4 nor H.264"},
         {"quorv headers raw --track 1", 2, "raw", "no tracks"},
-        {"quorv headers older", 1, "older", "not a media file"},
+        {"quorv headers older", 1, "older", "MPEG-1 or MPEG-2 video"},
         {"quorv headers newer", 1, "newer", "not a media file"},
         {"quorv info raw", 1, "raw: ", "raw video"},
     };

@@ -9,6 +9,7 @@
 #include "MediaFile.h"
 #include "Problems.h"
 #include "Progress.h"
+#include "Table.h"
 #include "Text.h"
 
 namespace quorv::tool {
@@ -58,9 +59,10 @@ void FrameLister::list() {
     const std::vector<Track> wanted = find_tracks(media_, options_.track, kReadableTracks);
     tracks_wanted_ = wanted.size();
     if (!options_.json)
-        write_title(out_,
-                    std::string("  track     index           time  duration        size        offset  key") +
-                        (options_.md5 ? "  md5" : ""));
+        write_line(out_,
+                   std::string("  track     index           time  duration        size        offset  key") +
+                       (options_.md5 ? "  md5" : ""),
+                   style_for(out_));
     for (const Track &track : wanted) {
         // What is wrong with one track need not keep the others from being listed.
         problems_.note([&] { list_track(track); });
@@ -115,14 +117,11 @@ void FrameLister::check_end(const Track &track, uint64_t count, uint64_t end) {
 }
 
 void FrameLister::write_text(const Track &track, uint64_t index, const Frame &frame) {
-    out_.print("{:7}  {:8}  {:>13}  {:8}  {:10}  {:>12}", track.facts->number, index,
-               time_text(frame.time_ms), frame.duration_ms, frame.data.size(),
-               frame.offset ? std::to_string(*frame.offset) : "");
-    if (options_.md5) {
-        out_.print("  {:3}  {}\n", frame.key ? "key" : "", md5_of(frame.data).data());
-    } else {
-        out_.write(frame.key ? "  key\n" : "\n");
-    }
+    const std::string digest = options_.md5 ? md5_of(frame.data).data() : "";
+    write_line(
+        out_, fmt::format("{:7}  {:8}  {:>13}  {:8}  {:10}  {:>12}  {:3}  {}", track.facts->number, index,
+                          time_text(frame.time_ms), frame.duration_ms, frame.data.size(),
+                          frame.offset ? std::to_string(*frame.offset) : "", frame.key ? "key" : "", digest));
 }
 
 void FrameLister::write_json(const Track &track, uint64_t index, const Frame &frame) {

@@ -9,6 +9,7 @@
 #include "MediaFile.h"
 #include "Problems.h"
 #include "Progress.h"
+#include "Table.h"
 #include "Text.h"
 #include "UnitFacts.h"
 #include "UnitScanner.h"
@@ -133,8 +134,10 @@ void HeaderLister::list_track(MediaFile &media, const Track &track, VideoFormat 
 
 void HeaderLister::write_columns() {
     if (options_.json) return;
-    write_title(out_, std::string(place_ ? "  track     frame           time" : "") +
-                          "        offset        size  unit");
+    write_line(
+        out_,
+        std::string(place_ ? "  track     frame           time" : "") + "        offset        size  unit",
+        style_for(out_));
 }
 
 void HeaderLister::write_unit(const Unit &unit, const UnitFacts &facts) {
@@ -147,13 +150,15 @@ void HeaderLister::write_unit(const Unit &unit, const UnitFacts &facts) {
 }
 
 void HeaderLister::write_text(const Unit &unit, const UnitFacts &facts) {
+    std::string line;
     if (place_)
-        out_.print("{:7}  {:>8}  {:>13}", place_->track,
-                   place_->frame ? fmt::format("{}", *place_->frame) : "header",
-                   place_->frame ? time_text(place_->time_ms) : "");
+        line = fmt::format("{:7}  {:>8}  {:>13}", place_->track,
+                           place_->frame ? fmt::format("{}", *place_->frame) : "header",
+                           place_->frame ? time_text(place_->time_ms) : "");
     const std::string details = facts.details();
-    out_.print("  {:12}  {:10}  {}{}{}\n", unit.offset, unit.size, facts.title, details.empty() ? "" : ": ",
-               details);
+    line += fmt::format("  {:12}  {:10}  {}{}{}", unit.offset, unit.size, facts.title,
+                        details.empty() ? "" : ": ", details);
+    write_line(out_, line);
 }
 
 void HeaderLister::write_json(const Unit &unit, const UnitFacts &facts) {

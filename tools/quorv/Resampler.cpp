@@ -24,10 +24,22 @@ double sinc(double x) {
     return x == 0 ? 1 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
 }
 
+// The modified Bessel function of order 0 by its power series, which the standard library's takes ten times
+// as long for.
+double bessel_i0(double x) {
+    const double quarter = x * x / 4;
+    double sum = 1, term = 1;
+    for (int k = 1; term > sum * 1e-15; ++k) {
+        term *= quarter / (double{1} * k * k);
+        sum += term;
+    }
+    return sum;
+}
+
 // x runs from -1 to 1.
 double kaiser(double x) {
     const double inside = 1 - x * x;
-    return inside <= 0 ? 0 : std::cyl_bessel_i(0, kKaiserBeta * std::sqrt(inside));
+    return inside <= 0 ? 0 : bessel_i0(kKaiserBeta * std::sqrt(inside));
 }
 
 int16_t rounded(float value) {

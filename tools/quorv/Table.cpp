@@ -16,6 +16,10 @@ namespace {
 constexpr size_t kGap = 2;        // between columns, and in front of the first
 constexpr size_t kLeastText = 8;  // narrower texts cannot be read
 
+std::string_view without_blanks_behind(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
 // The first character of a text: its bytes, and its columns on a terminal. What is no text counts as one.
 struct Character {
     size_t bytes, columns;
@@ -174,6 +178,23 @@ void write_table(OutputStream &out, std::span<const Column> columns, const std::
     write_title(out, heading);
     for (const Row &row : rows)
         out.write(row_text(columns, widths.wanted, row));
+}
+
+void write_line(OutputStream &out, std::string_view text, const Style &style) {
+    constexpr size_t kIndent = 4;
+    text = without_blanks_behind(text);
+    if (!out.is_terminal()) {
+        out.print("{}\n", text);
+        return;
+    }
+    for (size_t indent = 0;; indent = kIndent) {
+        const size_t room = out.columns() > indent + kLeastText ? out.columns() - indent : kLeastText;
+        const std::string line = wrap(text, room).front();
+        out.print("{:{}}{}{}{}\n", "", indent, style.faint, without_blanks_behind(line), style.end);
+        text.remove_prefix(line.size());
+        if (text.empty()) return;
+        text.remove_prefix(text.find_first_not_of(' '));
+    }
 }
 
 void write_entry(OutputStream &out, std::string_view title, size_t title_width, std::string_view text) {
