@@ -7,8 +7,10 @@
 from quorv.decoder import Decoder, Samples, SkippedFrames
 from quorv.errors import Error, NotHereYet, Result
 from quorv.media import Media, Packet, open  # noqa: A004  as in gzip and wave
-from quorv.records import (Container, Damage, DamageCount, File, Framing, SampleFormat, Track, TrackType)
+from quorv.records import (Container, Damage, DamageCount, File, Framing, RateKind, SampleFormat, Scan, Survey, Track,
+                           TrackType)
 from quorv._library import version
 
 __all__ = ["Container", "Damage", "DamageCount", "Decoder", "Error", "File", "Framing", "Media", "NotHereYet",
-           "Packet", "Result", "SampleFormat", "Samples", "SkippedFrames", "Track", "TrackType", "open", "version"]
+           "Packet", "RateKind", "Result", "SampleFormat", "Samples", "Scan", "SkippedFrames", "Survey", "Track",
+           "TrackType", "open", "version"]

@@ -120,6 +120,12 @@ class Media:
         """Asks for the times at which a track's packets are shown."""
         self._check(lib.quorv_set_presentation(self._reader, track, wanted))
 
+    def survey(self, track):
+        """A Survey of a track's chunks, by the index, where the file tells."""
+        counts = ffi.new("QuorvSurvey *")
+        self._check(lib.quorv_survey(self._reader, track, counts))
+        return records.survey_of(counts)
+
     def seek(self, time_us, after=False):
         """Moves all selected tracks to the key frame at or before a time, or after it. Returns the time reached."""
         reached = ffi.new("int64_t *")

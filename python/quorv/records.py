@@ -1,7 +1,7 @@
 """The records of the library as dataclasses: copies, which stay when the file is closed.
 
-Fields are those of QuorvFile, QuorvTrack and QuorvDamage in quorv/quorv.h, where each is described. What is not known
-is None.
+Fields are those of QuorvFile, QuorvTrack, QuorvSurvey and QuorvDamage in quorv/quorv.h, where each is described. What is
+not known is None.
 """
 import dataclasses
 import fractions
@@ -12,6 +12,8 @@ Container = int_enum("Container", "QuorvContainer", "QUORV_CONTAINER_", __name__
 TrackType = int_enum("TrackType", "QuorvTrackType", "QUORV_TRACK_", __name__)
 Framing = int_enum("Framing", "QuorvFraming", "QUORV_FRAMING_", __name__)
 SampleFormat = int_enum("SampleFormat", "QuorvSampleFormat", "QUORV_SAMPLES_", __name__)
+Scan = int_enum("Scan", "QuorvScan", "QUORV_SCAN_", __name__)
+RateKind = int_enum("RateKind", "QuorvRateKind", "QUORV_RATE_", __name__)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -49,6 +51,24 @@ class Track:
     sample_count: int | None
     trim_front: int
     trim_back: int
+    max_packet_size: int | None
+    stated_packets: int | None
+    stated_end: int | None
+    scan: Scan
+    pixel_aspect: fractions.Fraction | None
+    profile: str
+    coding: str
+    encoder: str
+    rate_kind: RateKind
+
+
+@dataclasses.dataclass(frozen=True)
+class Survey:
+    """What is told of all of a track's chunks without reading them."""
+    chunks: int
+    bytes: int
+    smallest: int | None
+    largest: int | None
 
 
 @dataclasses.dataclass(frozen=True)
@@ -110,8 +130,21 @@ def track_of(index, record):
         codec_data=_bytes(record.codec_data, record.codec_data_size),
         huffman_tables=_bytes(record.huffman_tables, record.huffman_tables_size),
         reorders=bool(record.reorders),
-        sample_count=record.sample_count or None)
+        sample_count=record.sample_count or None,
+        max_packet_size=record.max_packet_size or None,
+        stated_packets=record.stated_packets or None,
+        stated_end=known(record.stated_end),
+        scan=member(Scan, record.scan),
+        pixel_aspect=_fraction(record.pixel_aspect),
+        profile=text(record.profile),
+        coding=text(record.coding),
+        encoder=text(record.encoder),
+        rate_kind=member(RateKind, record.rate_kind))
     return Track(**fields)
+
+
+def survey_of(record):
+    return Survey(record.chunks, record.bytes, record.smallest or None, record.largest or None)
 
 
 def damage_of(record):

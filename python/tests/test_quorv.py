@@ -110,6 +110,15 @@ class MediaTest(unittest.TestCase):
         self.assertEqual(len(video.codec_data), 686)
         self.assertEqual((audio.codec, audio.sample_rate, audio.channels), ("mp3 ", 44100, 2))
         self.assertIsNone(audio.frame_rate)
+        self.assertRegex(video.profile, "level")
+        self.assertRegex(video.coding, "4:2:0, 8 bits")
+        self.assertEqual((video.scan, video.pixel_aspect), (quorv.Scan.PROGRESSIVE, Fraction(1)))
+        self.assertEqual((audio.stated_end, audio.rate_kind), (None, quorv.RateKind.CONSTANT))
+
+    def test_survey_counts_what_is_read(self):
+        with quorv.open(SAMPLE) as media:
+            sizes = [len(packet.data) for packet in media.packets(1)]
+            self.assertEqual(media.survey(1), quorv.Survey(len(sizes), sum(sizes), min(sizes), max(sizes)))
 
     def test_readme(self):
         code = re.search(r"^```python\n(.*?)^```$", (SOURCE / "README.md").read_text(), re.S | re.M)[1]
@@ -170,6 +179,7 @@ class FailureTest(unittest.TestCase):
         media = quorv.open(SAMPLE)
         self.fails(quorv.Result.ERR_ARGUMENT, media.read, 2)
         self.fails(quorv.Result.ERR_ARGUMENT, media.damage, 2)
+        self.fails(quorv.Result.ERR_ARGUMENT, media.survey, 2)
         self.fails(quorv.Result.ERR_ARGUMENT, media.decoder, 2)
         self.fails(quorv.Result.ERR_UNSUPPORTED, media.decoder, 0)
         packet = media.read()
