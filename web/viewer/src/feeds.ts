@@ -1,5 +1,6 @@
 // What a player reads ahead, from one place of the file on: a feed of pictures and a feed of sound.
 import type { MediaFile, Packet, Samples, Track } from 'quorv';
+import { usablePackets } from './packets.js';
 import type { Picture, PictureDecoder } from './pictures.js';
 import type { Timing } from './timing.js';
 
@@ -91,25 +92,18 @@ export class PictureFeed {
   }
 
   private async run(): Promise<void> {
-    for (let more = true; more && !this.stopped;) more = await this.untilDamage();
+    const options = { tracks: [this.track.index], presentation: true };
+    try {
+      for await (const packet of usablePackets(this.file, options, () => undefined)) {
+        if (!(await this.decode(packet))) return;
+      }
+    } catch (error) {
+      this.events.complain(String(error));
+    }
     if (this.stopped) return;
     await this.decoder.flush();
     this.ended = true;
     this.events.arrived();
-  }
-
-  /** Decodes as far as the file can be read; tells whether it goes on behind that. */
-  private async untilDamage(): Promise<boolean> {
-    try {
-      for await (const packet of this.file.packets({ tracks: [this.track.index], presentation: true })) {
-        if (!(await this.decode(packet))) return false;
-      }
-      return false;
-    } catch (error) {
-      const damaged = (error as { code?: string }).code === 'damaged';
-      if (!damaged) this.events.complain(String(error));
-      return damaged;
-    }
   }
 
   private async decode(packet: Packet): Promise<boolean> {

@@ -40,7 +40,14 @@ export class H264Decoder implements PictureDecoder {
     const type = packet.key ? 'key' : 'delta';
     this.started = true;
     this.durations.set(timeUs, packet.durationUs);
-    this.decoder.decode(new EncodedVideoChunk({ type, timestamp: timeUs, data }));
+    try {
+      this.decoder.decode(new EncodedVideoChunk({ type, timestamp: timeUs, data }));
+    } catch (error) {
+      // What decodes may still see that a key frame is none; the next one may be.
+      this.durations.delete(timeUs);
+      this.started = false;
+      this.complain(`Some pictures cannot be decoded (${String(error)}).`);
+    }
   }
 
   async flush(): Promise<void> {

@@ -7,6 +7,7 @@ import { codecString, decoderRecord, lengthPrefixed, NAL_SPS, unitsOfType, withP
 import type { Destination } from './destination.js';
 import { audioCodec, type MoviePlan } from './movie-plan.js';
 import { FrameCutter } from './mpeg-audio.js';
+import { DAMAGED, usablePackets } from './packets.js';
 import type { Work } from './save-sound.js';
 
 export async function saveMovie(file: MediaFile, plan: MoviePlan, to: Destination, work: Work): Promise<void> {
@@ -35,19 +36,10 @@ export async function saveMovie(file: MediaFile, plan: MoviePlan, to: Destinatio
 
 async function addPackets(file: MediaFile, writers: Map<number, TrackWriter>, work: Work): Promise<void> {
   const options = { tracks: [...writers.keys()], presentation: true };
-  for (let more = true; more;) {
-    more = false;
-    try {
-      for await (const packet of file.packets(options)) {
-        work.signal.throwIfAborted();
-        await writers.get(packet.track)!.add(packet);
-        work.progress(packet.timeUs / (file.durationUs ?? Infinity));
-      }
-    } catch (error) {
-      if ((error as { code?: string }).code !== 'damaged') throw error;
-      work.complain('A damaged part of the file was passed over.');
-      more = true;
-    }
+  for await (const packet of usablePackets(file, options, () => work.complain(DAMAGED))) {
+    work.signal.throwIfAborted();
+    await writers.get(packet.track)!.add(packet);
+    work.progress(packet.timeUs / (file.durationUs ?? Infinity));
   }
 }
 

@@ -1,6 +1,7 @@
 // Saves sound as WAV: uncompressed samples as they are, MPEG audio decoded to 16 bits.
 import type { MediaFile, SampleFormat, Track } from 'quorv';
 import type { Destination } from './destination.js';
+import { DAMAGED, usablePackets } from './packets.js';
 
 /** What is told while a file is written, and how it is ended early. */
 export interface Work {
@@ -39,7 +40,7 @@ export async function saveWav(file: MediaFile, track: Track, to: Destination, wo
   const writer = new WavWriter(to);
   if (raw) {
     await writer.begin({ ...raw, rate: track.sampleRate, channels: track.channels });
-    for await (const packet of file.packets({ tracks: [track.index] })) {
+    for await (const packet of usablePackets(file, { tracks: [track.index] }, () => work.complain(DAMAGED))) {
       work.signal.throwIfAborted();
       await writer.add(packet.data);
       work.progress(packet.timeUs / (track.durationUs ?? Infinity));

@@ -1,6 +1,7 @@
 // Saves a track as it is: what decoders must have first, then the bytes of every packet.
 import type { MediaFile, Track } from 'quorv';
 import type { Destination } from './destination.js';
+import { DAMAGED, usablePackets } from './packets.js';
 import type { Work } from './save-sound.js';
 
 /** By framing and codec; players know streams by these. */
@@ -26,7 +27,7 @@ export async function saveTrack(file: MediaFile, track: Track, to: Destination, 
     position += data.length;
   };
   if (track.codecData.length > 0) await write(Uint8Array.from(track.codecData));
-  for await (const packet of file.packets({ tracks: [track.index] })) {
+  for await (const packet of usablePackets(file, { tracks: [track.index] }, () => work.complain(DAMAGED))) {
     work.signal.throwIfAborted();
     await write(packet.data);
     work.progress(packet.timeUs / (track.durationUs ?? Infinity));

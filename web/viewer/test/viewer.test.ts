@@ -5,6 +5,8 @@ import { basename, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
+import type { Packet } from '../../dist/index.js';
+import { usablePackets } from '../src/packets.js';
 import { drivePage, type Driven } from './driven.js';
 import { dump, readBack, type Piece } from './gstreamer.js';
 import { drop, launch, serve } from './kit.js';
@@ -329,6 +331,24 @@ describe('other files', () => {
     expect((await text('#clock')).split(' ')[0]).toBe(await text('.places li >> nth=0 >> button'));
     await page.click('.strip canvas', { position: { x: 2, y: 20 } });
     expect((await text('#clock')).split(' ')[0]).toBe('0:00.0');
+  });
+
+  test('packets go on behind damage, and end with any other failure', async () => {
+    const failures = ['damaged', 'damaged', 'source'];
+    let number = 0;
+    const file = {
+      async *packets() {
+        yield { timeUs: number++ } as Packet;
+        throw Object.assign(new Error('unplugged'), { code: failures.shift() });
+      },
+    };
+    const times: number[] = [];
+    let damaged = 0;
+    const all = async (): Promise<void> => {
+      for await (const { timeUs } of usablePackets(file, {}, () => void ++damaged)) times.push(timeUs);
+    };
+    await expect(all()).rejects.toThrow('unplugged');
+    expect([times, damaged]).toEqual([[0, 1, 2], 2]);
   });
 
   test('a file of another kind ends in a message, and the next one opens', async () => {
