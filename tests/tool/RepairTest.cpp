@@ -213,6 +213,22 @@ TEST(Repair, LargeFilesGetSegmentsAndOpenDmlIndexes) {
     EXPECT_EQ(frames_of(shell, "third").at(5)["pts_ms"], 240);
 }
 
+// Silence for lost sound takes no more room than the sound had, whatever the index says of its size.
+TEST(Repair, AnIndexCannotAskForMoreThanThereWas) {
+    const Shell shell;
+    AviBuilder builder({video_stream(tag("MJPG")), pcm_stream()}, IndexKind::Legacy);
+    for (size_t i = 0; i < 50; ++i)
+        builder.frame(0, size_t{700}).frame(1, size_t{1280});
+    Bytes file = builder.build().flatten();
+    for (const size_t lost : {size_t{10}, size_t{20}}) {
+        overwrite(file, static_cast<size_t>(builder.truth(1)[lost].position), 8);
+        overwrite(file, file.size() - (98 - 2 * lost) * 16 - 1, 1, 0x40);  // of a size of four bytes
+    }
+    shell.put("in", file);
+    EXPECT_EQ(shell.run("ulimit -f 1000; quorv repair in -o out").exit_code, 0);
+    EXPECT_EQ(shell.json("quorv frames --json --track 2 out").size(), 50u);
+}
+
 TEST(Repair, SaysWhatItCannotDo) {
     const Shell shell;
     shell.add_samples();

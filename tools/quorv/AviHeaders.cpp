@@ -13,6 +13,8 @@ namespace {
 
 // More than any header chunk has; what claims more is damaged, or media.
 constexpr uint32_t kMaxHeaderChunk = 1000000;
+// What is kept of one kind; a header with more is none.
+constexpr size_t kMaxKept = size_t{16} * kMaxHeaderChunk;
 
 enum HeaderField : size_t { kScale = 20, kRate = 24, kLength = 32, kUnitBytes = 44 };
 enum FormatField : size_t { kFormatTag = 0, kBlockAlign = 12, kSampleBits = 14, kSubFormat = 24 };
@@ -146,7 +148,7 @@ void HeaderWalk::keep(const Chunk &chunk) {
     std::string &place = of_stream                            ? headers_.streams.back().others
                          : chunk.data.end <= header_list_end_ ? headers_.others
                                                               : headers_.information;
-    place += riff_chunk(chunk.tag, body(chunk));
+    if (place.size() < kMaxKept) place += riff_chunk(chunk.tag, body(chunk));
 }
 
 // No further than its stream's list.

@@ -15,8 +15,9 @@ namespace quorv::tool {
 
 namespace {
 
-// Silence is written in chunks of at most so much.
-constexpr uint64_t kMaxSilence = 0x100000;
+// Silence is written in chunks of so much.
+constexpr uint64_t kMinSilence = 64, kMaxSilence = 0x100000;
+constexpr size_t kMostLines = 10000;
 
 // Chunks of one stream that were lost one after another.
 struct Loss {
@@ -51,7 +52,8 @@ private:
     void add_new(size_t stream, uint64_t size);
     void add_silence(size_t stream);
     void close_loss(size_t stream);
-    void note(std::string line) { plan_.left_out.push_back(std::move(line)); }
+    uint64_t stated_bytes(const AviIndexEntry &entry) const;
+    void note(std::string line);
     std::string now(size_t stream) const;
     static uint64_t length(const StreamState &state);
 
@@ -60,6 +62,7 @@ private:
     std::vector<StreamState> streams_;
     size_t clock_ = 0;  // the stream whose time says where damage lies
     size_t gap_ = 0;    // the next one
+    uint64_t lines_ = 0;
     uint64_t gap_bytes_ = 0, gap_bytes_passed_ = 0;
     RepairPlan plan_;
 };
@@ -99,6 +102,21 @@ void Planner::use_lengths() {
         const uint64_t least_bytes = header.is_video() ? 8 : header.unit_bytes();
         if (missing <= gap_bytes_ / least_bytes) streams_[i].missing = missing;
     }
+}
+
+void Planner::note(std::string line) {
+    if (++lines_ <= kMostLines) plan_.left_out.push_back(std::move(line));
+}
+
+// As much as there is room for up to the next chunk: an index may name any size.
+uint64_t Planner::stated_bytes(const AviIndexEntry &entry) const {
+    if (entry.size == 0) return 0;
+    const auto *const next = std::find_if(&entry + 1, index_.data() + index_.size(),
+                                          [](const AviIndexEntry &each) { return !each.dropped; });
+    if (next == index_.data() + index_.size()) return std::min<uint64_t>(entry.size, kMaxSilence);
+    const uint64_t distance = next->position - entry.position;
+    return std::min<uint64_t>(entry.size,
+                              std::max<uint64_t>(distance, kChunkHeaderBytes) - kChunkHeaderBytes);
 }
 
 std::string Planner::now(size_t stream) const {
@@ -152,7 +170,7 @@ void Planner::add_silence(size_t stream) {
     const auto owed = static_cast<uint64_t>(state.owed);
     uint64_t left = owed - owed % unit_bytes;
     state.owed = static_cast<int64_t>(owed - left);
-    const uint64_t usual = std::clamp<uint64_t>(state.typical, 1, kMaxSilence);
+    const uint64_t usual = std::clamp(state.typical, kMinSilence, kMaxSilence);
     const uint64_t piece = std::max(usual - usual % unit_bytes, unit_bytes);
     for (; left > 0; left -= std::min(left, piece))
         add_new(stream, std::min(left, piece));
@@ -204,7 +222,9 @@ void Planner::add_chunk(const AviChunk &chunk, const AviIndexEntry *entry) {
     state.typical = chunk.size;
     state.units += state.header->units_of(chunk.size);
     if (entry == nullptr || !state.header->silence()) return;
-    state.owed += int64_t{entry->size} - int64_t{chunk.size};
+    // A chunk of another size than the index says has taken in what follows it, or lacks some.
+    const uint64_t stated = entry->size > chunk.size ? stated_bytes(*entry) : entry->size;
+    state.owed += static_cast<int64_t>(stated) - int64_t{chunk.size};
     add_silence(chunk.stream);
 }
 
@@ -227,7 +247,7 @@ RepairPlan Planner::run() {
             add_chunk(*pair.chunk, pair.entry);
         } else {
             pass_gaps(pair.entry->position + 1);
-            add_lost(pair.entry->stream, pair.entry->size);
+            add_lost(pair.entry->stream, stated_bytes(*pair.entry));
         }
     }
     pass_gaps(UINT64_MAX);
@@ -235,6 +255,7 @@ RepairPlan Planner::run() {
         close_loss(i);
         plan_.units.push_back(length(streams_[i]));
     }
+    if (lines_ > kMostLines) plan_.left_out.push_back(fmt::format("and {} more", lines_ - kMostLines));
     return std::move(plan_);
 }
 
