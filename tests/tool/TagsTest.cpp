@@ -42,7 +42,8 @@ Bytes mp3_with_two_tags() {
     const std::string picture = std::string("\0image/png\0\3\0", 13) + std::string(40, 'x');
     const Bytes first = id3_tag(join({id3_frame("TIT2", "\3\xE3\x83\x88"), id3_frame("APIC", picture)}));
     const Bytes second = id3_tag(join({id3_frame("TIT2", "\3other"), id3_frame("TALB", "\3Album")}));
-    return join({first, second, Bytes(300, 0xFF)});
+    const Bytes later = id3_tag(join({id3_frame("TALB", "\3other"), id3_frame("TPE1", "\3Later")}));
+    return join({first, second, Bytes(300, 0xFF), later});
 }
 
 Bytes wide(const std::string &words) {
@@ -99,7 +100,7 @@ std::vector<Row> rows() {
             {"tags.mp3",
              QUORV_CONTAINER_MPEG_AUDIO,
              mp3_with_two_tags(),
-             {{"title", "\xE3\x83\x88"}, {"album", "Album"}},
+             {{"title", "\xE3\x83\x88"}, {"album", "Album"}, {"artist", "Later"}},
              {40}},
             {"described.asf",
              QUORV_CONTAINER_ASF,

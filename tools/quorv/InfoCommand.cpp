@@ -169,7 +169,7 @@ void describe(OutputStream &out, const std::string &name, FileSource &file, bool
     MediaFile media(file);
     // Of what is read for a closer look, other commands tell what is damaged.
     const std::string damage = media.damage();
-    const Tags tags = read_tags(file, media.facts().container);
+    const Tags tags = read_tags(file, media.facts().container, media.stated_end());
     if (json) {
         out.write(json_line(file_json(name, file, media, tags)));
     } else {

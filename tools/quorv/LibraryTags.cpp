@@ -13,6 +13,7 @@
 #include <array>
 #include <limits>
 #include <optional>
+#include <string_view>
 
 #include "Failure.h"
 
@@ -22,6 +23,8 @@ namespace {
 
 // More in a row are none that somebody would have written.
 constexpr int kMostTags = 8;
+// How far frames are looked through for tags between them.
+constexpr uint64_t kSearchedBytes = 4 << 20;
 // No text of a tag that a person reads is longer; lists of bytes in base 64 are.
 constexpr size_t kLongestTagText = 4096;
 
@@ -118,6 +121,42 @@ std::optional<uint64_t> end_of_tag(FileSource &file, uint64_t begin) {
     return file.size() - begin < size ? std::optional<uint64_t>() : begin + size;
 }
 
+// What looks like the beginning of a tag among frames is one when its version and its size can be ones.
+bool is_tag_header(std::string_view head) {
+    constexpr size_t kBytes = 10, kSize = 6;
+    if (head.size() < kBytes || head[3] < 2 || head[3] > 4 || head[4] != 0 || (head[5] & 0x0F) != 0)
+        return false;
+    const std::string_view size = head.substr(kSize, kBytes - kSize);
+    return std::all_of(size.begin(), size.end(), [](char c) { return static_cast<uint8_t>(c) < 0x80; });
+}
+
+// The tag that begins there, without those at the end of the file.
+void add_tag(FileSource &file, uint64_t begin, Tags *tags) {
+    SourceStream stream(file, begin);
+    TagLib::MPEG::File media(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+    if (!media.hasID3v2Tag()) return;
+    add_properties(media.ID3v2Tag()->properties(), tags);
+    add_pictures(*media.ID3v2Tag(), tags);
+}
+
+// Between frames, as joined files have them.
+void add_later_tags(FileSource &file, uint64_t begin, Tags *tags) {
+    if (begin >= file.size()) return;
+    std::string bytes(static_cast<size_t>(std::min(file.size() - begin, kSearchedBytes)), '\0');
+    bytes.resize(file.read_at(begin, {reinterpret_cast<uint8_t *>(bytes.data()), bytes.size()}));
+    size_t at = 0;
+    for (int found = 0; found < kMostTags && (at = bytes.find("ID3", at)) != std::string::npos;) {
+        const std::optional<uint64_t> end = end_of_tag(file, begin + at);
+        if (end && is_tag_header(std::string_view(bytes).substr(at))) {
+            add_tag(file, begin + at, tags);
+            at = static_cast<size_t>(std::min<uint64_t>(*end - begin, bytes.size()));
+            ++found;
+        } else {
+            ++at;
+        }
+    }
+}
+
 // Attributes that say what tags of other files have names for.
 void add_attributes(const TagLib::ASF::AttributeListMap &attributes, Tags *tags) {
     for (const auto &[name, values] : attributes) {
@@ -143,18 +182,19 @@ void add_attributes(const TagLib::ASF::AttributeListMap &attributes, Tags *tags)
 
 }  // namespace
 
-void read_mpeg_audio_tags(FileSource &file, Tags *tags) {
-    std::optional<uint64_t> begin = 0;
-    for (int i = 0; begin && i < kMostTags; ++i) {
-        SourceStream stream(file, *begin);
-        TagLib::MPEG::File media(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
-        // The tags at the end have been read with the first one.
-        if (i > 0 && !media.hasID3v2Tag()) break;
-        add_properties(i == 0 ? media.properties() : media.ID3v2Tag()->properties(), tags);
-        if (media.hasID3v2Tag()) add_pictures(*media.ID3v2Tag(), tags);
-        begin = end_of_tag(file, *begin);
-        if (begin && !end_of_tag(file, *begin)) break;
+void read_mpeg_audio_tags(FileSource &file, uint64_t stated_end, Tags *tags) {
+    SourceStream stream(file, 0);
+    TagLib::MPEG::File media(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+    add_properties(media.properties(), tags);
+    if (media.hasID3v2Tag()) add_pictures(*media.ID3v2Tag(), tags);
+    uint64_t begin = end_of_tag(file, 0).value_or(0);
+    for (int i = 1; i < kMostTags && begin != 0; ++i) {
+        const std::optional<uint64_t> end = end_of_tag(file, begin);
+        if (!end) break;
+        add_tag(file, begin, tags);
+        begin = *end;
     }
+    add_later_tags(file, std::max(begin, stated_end), tags);
 }
 
 void read_asf_tags(FileSource &file, Tags *tags) {

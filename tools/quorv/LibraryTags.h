@@ -7,8 +7,9 @@
 
 namespace quorv::tool {
 
-// All ID3v2 tags in a row at the beginning count, an earlier one before a later one.
-void read_mpeg_audio_tags(FileSource &file, Tags *tags);
+// All ID3v2 tags in a row at the beginning count, and some between frames there and behind the end that an
+// encoder gives, an earlier one before a later one.
+void read_mpeg_audio_tags(FileSource &file, uint64_t stated_end, Tags *tags);
 void read_asf_tags(FileSource &file, Tags *tags);
 
 }  // namespace quorv::tool

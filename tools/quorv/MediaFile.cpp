@@ -107,6 +107,11 @@ std::string_view MediaFile::format() const {
     }
 }
 
+uint64_t MediaFile::stated_end() const {
+    const int64_t end = tracks_.empty() ? 0 : tracks_.front().facts->stated_end;
+    return end > 0 ? static_cast<uint64_t>(end) : 0;
+}
+
 uint32_t MediaFile::frame_rate(const Track &track) {
     const QuorvRational &rate = track.facts->frame_rate;
     if (rate.den != 0) return static_cast<uint32_t>(std::clamp<int64_t>(rate.num / rate.den, 0, UINT32_MAX));

@@ -60,6 +60,8 @@ public:
     // "avi", "asf" or "mp3"
     std::string_view format() const;
     const std::vector<Track> &tracks() const { return tracks_; }
+    // Where the sound of an MPEG audio file ends by its encoder's word; 0 where that is not told.
+    uint64_t stated_end() const;
     // Whole frames a second: as in the file's own records, or of its first frames where those say nothing.
     uint32_t frame_rate(const Track &track);
     // The next frame of a readable track; false behind the last. Goes on behind damage.

@@ -43,7 +43,7 @@ void report(const ReportOptions &options, FileSource &file) {
         progress.update(file.progress(), file.size());
     });
     const CheckResult result = check.result();
-    const Tags tags = read_tags(file, check.media().facts().container);
+    const Tags tags = read_tags(file, check.media().facts().container, check.media().stated_end());
     const Json description = file_json(options.file, file, check.media(), tags);
     const ReportCharts charts(tracks, timelines, result.findings, file.size());
     OutputFile output(options.output, file);

@@ -31,7 +31,7 @@ TrackNote Tags::find_note(uint32_t track) const {
     return found != notes_.end() ? found->second : TrackNote{};
 }
 
-Tags read_tags(FileSource &file, QuorvContainer container) {
+Tags read_tags(FileSource &file, QuorvContainer container, uint64_t stated_end) {
     Tags tags;
     switch (container) {
         case QUORV_CONTAINER_AVI:
@@ -42,7 +42,7 @@ Tags read_tags(FileSource &file, QuorvContainer container) {
             read_asf_header(file, &tags);
             break;
         case QUORV_CONTAINER_MPEG_AUDIO:
-            read_mpeg_audio_tags(file, &tags);
+            read_mpeg_audio_tags(file, stated_end, &tags);
             break;
     }
     return tags;

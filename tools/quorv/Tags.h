@@ -49,8 +49,9 @@ private:
     std::map<uint32_t, TrackNote> notes_;
 };
 
-// Of a file that the library reads. What cannot be read of damaged tags is left out.
-Tags read_tags(FileSource &file, QuorvContainer container);
+// Of a file that the library reads. What cannot be read of damaged tags is left out. Behind the end that the
+// encoder of an MPEG audio file gives (0: it does not), tags of what was joined to it are looked for.
+Tags read_tags(FileSource &file, QuorvContainer container, uint64_t stated_end = 0);
 
 }  // namespace quorv::tool
 
