@@ -68,9 +68,9 @@ std::string date_text(uint64_t time) {
                        clock.hours().count(), clock.minutes().count(), clock.seconds().count());
 }
 
-class HeaderWalk {
+class ObjectWalk {
 public:
-    HeaderWalk(FileSource &file, Tags *tags) : bytes_(file), tags_(tags) {}
+    ObjectWalk(FileSource &file, Tags *tags) : bytes_(file), tags_(tags) {}
 
     void walk(uint64_t begin, uint64_t end, bool outermost) {
         for (uint64_t at = begin, size = 0; objects_left_ > 0 && end - at >= kObjectBytes; at += size) {
@@ -148,7 +148,7 @@ void read_asf_header(FileSource &file, Tags *tags) {
     const std::string head = ByteWindow(file).copy(0, kObjectBytes + kHeaderFields);
     const uint64_t size = std::min(field_le64(head, kIdentifierBytes), file.size());
     if (size < kObjectBytes + kHeaderFields) return;
-    HeaderWalk walk(file, tags);
+    ObjectWalk walk(file, tags);
     walk.walk(kObjectBytes + kHeaderFields, size, true);
     walk.finish();
 }
