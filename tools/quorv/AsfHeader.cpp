@@ -37,7 +37,7 @@ constexpr std::string_view kStreamExtension =
 constexpr std::string_view kCodecList = "\x40\x52\xD1\x86\x1D\x31\xD0\x11\xA3\xA4\x00\xA0\xC9\x03\x48\xF6"sv;
 
 // Offsets of fields in objects.
-constexpr size_t kCreated = 48, kFlags = 88, kStreamNumber = 72, kStreamLanguage = 74;
+constexpr size_t kCreated = 48, kFileFlags = 88, kStreamNumber = 72, kStreamLanguage = 74;
 constexpr size_t kLanguages = 26, kCodecs = 44;
 constexpr uint32_t kIsLive = 1, kVideoCodec = 1;
 
@@ -103,7 +103,7 @@ private:
     }
     // Who broadcasts has no date to tell.
     void take_file(const std::string &record) {
-        if ((field_le32(record, kFlags) & kIsLive) == 0)
+        if ((field_le32(record, kFileFlags) & kIsLive) == 0)
             tags_->add("encoded", date_text(field_le64(record, kCreated)));
     }
     void take_languages(const std::string &record) {
