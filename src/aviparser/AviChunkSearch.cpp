@@ -171,6 +171,7 @@ Code AviChunkSearch::find_next(AviChunk *chunk) {
                 jump(data_end);
                 break;
             case Step::Chunk:
+                context_.window.keep_chunk(position_, data_end - position_);
                 jump(data_end);
                 break;
             case Step::Accept:

@@ -17,8 +17,8 @@ constexpr uint32_t kShortRest = 8192;
 // A first read brings little more than a chunk's header: often a large payload follows, or none of this
 // track.
 constexpr uint32_t kFirstRun = 1024;
-// Reads that follow each other grow to twice of what was used, up to a third of the window: five frames of 4
-// KB, while other tracks read elsewhere.
+// Reads that follow each other grow to twice of what was used, up to less than half of the window: another
+// track may read elsewhere, or in the same packets.
 constexpr uint32_t kGrowth = 2, kLongestRun = 21504;
 // What is passed over between two reads that still follow each other: it costs no more than a call.
 constexpr uint32_t kLongestGap = 4096;
@@ -29,7 +29,7 @@ constexpr uint32_t kSlack = 64;
 
 }  // namespace
 
-void ReadWindow::enlarge() {
+void ReadWindow::enlarge(uint32_t seen_bytes) {
     if (is_large()) return;
     Owned<uint8_t[]> memory = make_array<uint8_t>(kLargeBytes);
     if (memory == nullptr) return;
@@ -37,28 +37,42 @@ void ReadWindow::enlarge() {
     memset(memory.get(), 0, kLargeBytes);
     forget_from(0);
     large_ = std::move(memory);
+    ahead_bytes_ = kLargeBytes - seen_bytes;
+    seen_.set_room(large_.get() + ahead_bytes_, seen_bytes);
     next_place_ = newest_ = recent_ = 0;
 }
 
 void ReadWindow::forget_from(int64_t position) {
     for (Piece &piece : pieces_)
         piece.length = static_cast<uint32_t>(std::clamp<int64_t>(position - piece.start, 0, piece.length));
-    for (Header &header : headers_) {
-        if (position - header.position < kHeaderBytes) header = {};
+    seen_.forget_from(position);
+}
+
+// Of a piece that loses bytes to others one end stays.
+void ReadWindow::Piece::give_up(uint32_t lost, uint32_t lost_end) {
+    if (lost >= place + length || place >= lost_end) return;
+    if (place < lost) {
+        length = lost - place;
+    } else {
+        const uint32_t cut = std::min(lost_end - place, length);
+        start += cut;
+        place += cut;
+        length -= cut;
     }
+    used = std::min(used, length);
 }
 
 ReadWindow::Bytes ReadWindow::find(int64_t position, uint32_t needed) {
     uint32_t best = recent_;
-    uint32_t length = pieces_[best].length_from(position);
+    uint32_t length = best == kNoPiece ? 0 : pieces_[best].length_from(position);
     for (uint32_t i = 0; i < kPieces && length < needed; ++i) {
         const uint32_t other = pieces_[i].length_from(position);
         if (other <= length) continue;
         length = other;
         best = i;
     }
-    if (length == 0) return {};
-    recent_ = best;
+    recent_ = length == 0 ? kNoPiece : best;
+    if (length == 0) return seen_.find_data(position);
     const Piece &piece = pieces_[best];
     return {memory() + piece.place + (piece.length - length), length};
 }
@@ -77,24 +91,23 @@ uint32_t ReadWindow::copy(int64_t position, void *to, uint32_t count) {
 }
 
 void ReadWindow::count_used(uint32_t count) {
+    if (recent_ == kNoPiece) return;
     Piece &piece = pieces_[recent_];
     piece.used = std::min(piece.used + std::min(count, kLongestRun), piece.length);
 }
 
-const uint8_t *ReadWindow::find_header(int64_t position) const {
-    const Header &header = headers_[header_slot(position)];
-    return header.position == position && position != 0 ? header.bytes : nullptr;
-}
-
-void ReadWindow::keep_header(int64_t position, const uint8_t *bytes) {
-    Header &header = headers_[header_slot(position)];
-    header.position = position;
-    memcpy(header.bytes, bytes, kHeaderBytes);
+void ReadWindow::keep_chunk(int64_t position, int64_t length) {
+    const auto count = static_cast<uint32_t>(std::min<int64_t>(length, UINT32_MAX));
+    if (!seen_.wants(position, count)) return;
+    const Bytes chunk = find(position, count);
+    if (chunk.length >= count) seen_.keep(position, chunk.data, count);
 }
 
 void ReadWindow::pass(int64_t start, uint32_t count) {
-    if (start >= passed_end_)
-        between_payloads_ = static_cast<uint32_t>(std::min<int64_t>(start - passed_end_, kLongestRun));
+    if (start >= passed_end_) {
+        between_payloads_[1] = between_payloads_[0];
+        between_payloads_[0] = static_cast<uint32_t>(std::min<int64_t>(start - passed_end_, kLongestRun));
+    }
     if (__builtin_add_overflow(start, int64_t{count}, &passed_end_)) passed_end_ = 0;
 }
 
@@ -102,8 +115,8 @@ void ReadWindow::pass(int64_t start, uint32_t count) {
 ReadWindow::Run ReadWindow::ahead_of(int64_t start) const {
     if (anew_) return {start, kFirstRun};
     if (start < kHeaderRun) return {start, static_cast<uint32_t>(kHeaderRun - start)};
-    // Between large payloads there is mostly as much as the last time.
-    if (start == passed_end_) return {start, between_payloads_};
+    // Between large payloads there is mostly as much as the last times.
+    if (start == passed_end_) return {start, std::max(between_payloads_[0], between_payloads_[1])};
     const Piece *before = nullptr;
     int64_t gap = kNeighbourhood;
     for (const Piece &piece : pieces_) {
@@ -123,6 +136,10 @@ ReadWindow::Run ReadWindow::run_for(int64_t start, uint32_t missing, int64_t sou
     const int64_t end = std::min(end_, source_end);
     const bool refused = start >= refused_.start && start - refused_.start < refused_.length;
     if (refused || start >= end || missing >= kDirectBytes) return exact;
+    // Another track has been here: what this one needs is known.
+    const int64_t row_end =
+        anew_ ? 0 : seen_.end_of_row(start - SeenChunks::kHeaderBytes, kLongestGap, kLongestRun);
+    if (row_end - start > missing) return {start, static_cast<uint32_t>(std::min(row_end, end) - start)};
     Run run = ahead_of(start);
     const uint32_t needed = static_cast<uint32_t>(start - run.start) + missing;
     run.length = std::min(needed + std::max(run.length, kSlack), kLongestRun);
@@ -138,9 +155,8 @@ uint8_t *ReadWindow::make_room(int64_t start, uint32_t there, uint32_t count) {
     uint8_t *room = memory() + next_place_;
     if (there != 0) memmove(room, moved.data, there);
     const uint32_t room_end = next_place_ + size;
-    for (Piece &piece : pieces_) {
-        if (piece.place < room_end && next_place_ < piece.place + piece.length) piece.length = 0;
-    }
+    for (Piece &piece : pieces_)
+        piece.give_up(next_place_, room_end);
     newest_ = (newest_ + 1) % kPieces;
     pieces_[newest_] = {start, there, next_place_, 0};
     next_place_ += there;

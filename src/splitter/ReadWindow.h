@@ -10,6 +10,7 @@
 #include <stdint.h>
 
 #include "platform/MemoryOwner.h"
+#include "splitter/SeenChunks.h"
 
 namespace quorv {
 
@@ -17,22 +18,17 @@ class ReadWindow {
 public:
     // Reads that lack so many bytes go past the window: a second copy of them costs more than a call.
     static constexpr uint32_t kDirectBytes = 8192;
-    // Looks at so many bytes are remembered for long.
-    static constexpr uint32_t kHeaderBytes = 8;
-
-    struct Bytes {
-        const uint8_t *data;
-        uint32_t length;
-    };
+    using Bytes = SeenChunks::Bytes;
     struct Run {
         int64_t start;
         uint32_t length;
     };
 
-    // Makes room for 64 KB. Without memory the window stays small, and nothing is read ahead.
-    void enlarge();
+    // Makes room for 64 KB, so many of them for short chunks that are passed over. Without memory the window
+    // stays small, and nothing is read ahead.
+    void enlarge(uint32_t seen_bytes);
     bool is_large() const { return large_ != nullptr; }
-    uint32_t capacity() const { return is_large() ? kLargeBytes : kSmallBytes; }
+    uint32_t capacity() const { return is_large() ? ahead_bytes_ : kSmallBytes; }
 
     // The bytes from a position on that lie together: `needed` of them or more, else as many as there are.
     // They stay until the next read.
@@ -42,9 +38,11 @@ public:
     // So many of the bytes that were found last have been of use.
     void count_used(uint32_t count);
 
-    // A chunk's header, or null. Tracks that read far apart come by the same ones.
-    const uint8_t *find_header(int64_t position) const;
-    void keep_header(int64_t position, const uint8_t *bytes);
+    // The headers of chunks that were looked at. Tracks that read far apart come by the same ones.
+    const SeenChunks &seen() const { return seen_; }
+    void keep_header(int64_t position, const uint8_t *bytes) { seen_.keep_header(position, bytes); }
+    // A chunk of so many bytes, header and all, is passed over: another track may want it later.
+    void keep_chunk(int64_t position, int64_t length);
 
     // What to read to have `missing` bytes at `start`; no more than those when reading ahead is of no use. It
     // may begin a little earlier, where bytes that are there end.
@@ -79,30 +77,29 @@ private:
                        ? length - static_cast<uint32_t>(position - start)
                        : 0;
         }
-    };
-    struct Header {
-        int64_t position;  // 0 in an empty one; no chunk begins there
-        uint8_t bytes[kHeaderBytes];
+        void give_up(uint32_t lost, uint32_t lost_end);
     };
 
     static constexpr uint32_t kLargeBytes = 65536, kSmallBytes = 2048;
-    static constexpr uint32_t kPieces = 16, kHeaders = 256;
+    static constexpr uint32_t kPieces = 16;
+    // The bytes that were found last are of no piece.
+    static constexpr uint32_t kNoPiece = kPieces;
 
-    // Chunks begin at even positions.
-    static uint32_t header_slot(int64_t position) { return static_cast<uint32_t>(position / 2) % kHeaders; }
     Run ahead_of(int64_t start) const;
     uint8_t *memory() { return is_large() ? large_.get() : small_; }
 
     Owned<uint8_t[]> large_;
-    uint32_t next_place_ = 0;  // pieces follow each other in memory, and round again
+    uint32_t ahead_bytes_ = 0;  // of it, for what is read ahead
+    uint32_t next_place_ = 0;   // pieces follow each other in memory, and round again
     uint32_t newest_ = 0, recent_ = 0;
     bool anew_ = false;
     int64_t end_ = 0;
-    int64_t passed_end_ = 0;         // of the latest large payload
-    uint32_t between_payloads_ = 0;  // how many bytes lay in front of it, behind another
+    int64_t passed_end_ = 0;  // of the latest large payload
+    // How many bytes lay in front of it, behind another, and how many in front of that.
+    uint32_t between_payloads_[2] = {};
     Run refused_ = {};
     Piece pieces_[kPieces] = {};
-    Header headers_[kHeaders] = {};
+    SeenChunks seen_;
     uint8_t small_[kSmallBytes] = {};
 };
 

@@ -95,8 +95,8 @@ Code StreamSource::read_through_window(uint8_t *buffer, uint32_t count, uint32_t
 }
 
 Code StreamSource::view(int64_t start, uint32_t needed, uint32_t wanted, const uint8_t **bytes) {
-    const bool is_header = needed == ReadWindow::kHeaderBytes;
-    *bytes = is_header ? window->find_header(start) : nullptr;
+    const bool is_header = needed == SeenChunks::kHeaderBytes;
+    *bytes = is_header ? window->seen().find_header(start) : nullptr;
     if (*bytes != nullptr) return Code::Ok;
     Code code = Code::Ok;
     ReadWindow::Bytes found = window->find(start, needed);

@@ -32,7 +32,7 @@ Read read_from(TestSource &test, uint32_t start, uint32_t count, bool ahead) {
     StreamSource source = {};
     source.callbacks = test.record();
     if (ahead) {
-        window.enlarge();
+        window.enlarge(0);
         source.window = &window;
     }
     EXPECT_EQ(source.open(StreamAccess::Read), Code::Ok);
@@ -117,7 +117,7 @@ TEST(StreamSource, AReadAheadThatFailsIsAsIfItHadNotBeenTried) {
         SCOPED_TRACE(at);
         TestSource test(store);
         ReadWindow window;
-        window.enlarge();
+        window.enlarge(0);
         StreamSource source = {};
         source.callbacks = test.record();
         source.window = &window;
