@@ -25,6 +25,7 @@ Track find_only_track(const MediaFile &media, uint32_t number) {
     const std::vector<Track> tracks = find_tracks(media, number, kReadableTracks);
     if (tracks.size() == 1) return tracks.front();
     std::vector<std::string> names;
+    names.reserve(tracks.size());
     for (const Track &track : tracks)
         names.push_back(fmt::format("{} ({})", track.facts->number, track.facts->codec_name));
     throw Failure(ExitCode::Usage,

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -33,8 +34,8 @@ bool can_redraw() {
 }
 
 std::string left_text(double seconds) {
-    const auto whole = static_cast<uint64_t>(seconds + 0.5);
-    const uint64_t minutes = whole / 60;
+    const auto whole = std::llround(seconds);
+    const auto minutes = whole / 60;
     return minutes < 60 ? fmt::format("{}:{:02} left", minutes, whole % 60)
                         : fmt::format("{}:{:02}:{:02} left", minutes / 60, minutes % 60, whole % 60);
 }
