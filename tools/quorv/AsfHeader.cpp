@@ -95,7 +95,7 @@ public:
 
 private:
     void take(const std::string &identifier, uint64_t at, uint64_t size) {
-        const auto record = [&] { return bytes_.copy(at, std::min(size, kLongestObject)); };
+        const auto record = [&] { return bytes_.copy(at, static_cast<size_t>(std::min(size, kLongestObject))); };
         if (identifier == kFileProperties) take_file(record());
         if (identifier == kLanguageList) take_languages(record());
         if (identifier == kStreamExtension) take_stream(record());

@@ -105,7 +105,7 @@ bool is_adts(std::span<const uint8_t> head) {
     for (int frame = 0; frame < 2; ++frame) {
         if (at >= head.size() || head.size() - at < kHeaderBytes) return false;
         const std::span<const uint8_t> bytes = head.subspan(at);
-        const size_t length = (bytes[3] & 3u) << 11 | bytes[4] << 3u | bytes[5] >> 5u;
+        const uint32_t length = (bytes[3] & 3u) << 11 | uint32_t{bytes[4]} << 3 | uint32_t{bytes[5]} >> 5;
         if (bytes[0] != 0xFF || (bytes[1] & 0xF6) != 0xF0 || length < kHeaderBytes) return false;
         at += length;
     }
