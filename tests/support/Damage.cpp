@@ -91,6 +91,13 @@ void add_harmed_indexes(std::vector<DamagedFile> &all) {
                    place_of(flags.truth(0)[5].position + kChunkHeader), false});
     all.push_back({"key_flag_lacking.avi", flagged, "key_flag",
                    place_of(flags.truth(0)[4].position + kChunkHeader), false});
+    const Bytes start = {0, 0, 1};
+    AviBuilder avc({video_stream(tag("H264"))});
+    avc.frame(0, join({h264_sps(176, 144), start, slice_bytes(0x65, 0, 7)}));
+    avc.frame(0, join({start, slice_bytes(0x41, 0, 5)}), true)
+        .frame(0, join({start, slice_bytes(0x41, 0, 5)}), false);
+    all.push_back({"key_flag_too_many_h264.avi", avc.build().flatten(), "key_flag",
+                   place_of(avc.truth(0)[1].position + kChunkHeader), false});
 }
 
 void add_wrong_headers(std::vector<DamagedFile> &all) {
