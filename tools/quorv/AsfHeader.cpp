@@ -95,7 +95,9 @@ public:
 
 private:
     void take(const std::string &identifier, uint64_t at, uint64_t size) {
-        const auto record = [&] { return bytes_.copy(at, static_cast<size_t>(std::min(size, kLongestObject))); };
+        const auto record = [&] {
+            return bytes_.copy(at, static_cast<size_t>(std::min(size, kLongestObject)));
+        };
         if (identifier == kFileProperties) take_file(record());
         if (identifier == kLanguageList) take_languages(record());
         if (identifier == kStreamExtension) take_stream(record());
@@ -106,7 +108,9 @@ private:
         if ((field_le32(record, kFileFlags) & kIsLive) == 0)
             tags_->add("encoded", date_text(field_le64(record, kCreated)));
     }
+    // There is one list; a file with thousands of them has no more memory than for one.
     void take_languages(const std::string &record) {
+        if (!languages_.empty()) return;
         for (size_t at = kLanguages; at < record.size();) {
             const size_t size = static_cast<uint8_t>(record[at]);
             languages_.push_back(utf8(record.substr(at + 1, size)));
