@@ -113,11 +113,16 @@ void add_wrong_headers(std::vector<DamagedFile> &all) {
     all.push_back({"other_picture_size.avi", bytes, "codec_header",
                    place_of(builder.truth(0)[0].position + kChunkHeader + vol.size()), false});
     const Bytes music = real_mp3_stream();
-    AviBuilder sound({mp3_stream(22050, 576)});
-    for (size_t at = 0; at < music.size(); at += 417)
-        sound.frame(0, Bytes(music.begin() + static_cast<std::ptrdiff_t>(at),
-                             music.begin() + static_cast<std::ptrdiff_t>(std::min(at + 417, music.size()))));
-    all.push_back({"other_sample_rate.avi", sound.build().flatten(), "codec_header", kNoPlace, false});
+    AviStream other_rate = mp3_stream(22050, 576), mono = mp3_stream(44100, 1152);
+    mono.format[2] = 1;
+    for (const auto &[name, stream] : {std::pair("other_sample_rate.avi", other_rate), {"mono.avi", mono}}) {
+        AviBuilder sound({stream});
+        for (size_t at = 0; at < music.size(); at += 417)
+            sound.frame(0,
+                        Bytes(music.begin() + static_cast<std::ptrdiff_t>(at),
+                              music.begin() + static_cast<std::ptrdiff_t>(std::min(at + 417, music.size()))));
+        all.push_back({name, sound.build().flatten(), "codec_header", kNoPlace, false});
+    }
     AviBuilder late({video_stream(tag("MJPG"))}, IndexKind::None);
     late.streams[0].header.length = 1000;
     all.push_back({"length_too_long.avi", late.frame(0, size_t{90}).build().flatten(), "length_stated",
