@@ -15,7 +15,7 @@ AsfReader::~AsfReader() {
 CASFBase::~CASFBase() = default;
 
 Code CASFBase::CreateReader(AsfReader *reader, StreamAccess access) {
-    window_.enlarge(0);
+    window_.enlarge(0);  // packets hold all tracks, so nothing is passed over
     reader->callbacks = *source_;
     reader->window = &window_;
     const Code code = reader->open(access);

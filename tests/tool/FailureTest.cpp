@@ -144,6 +144,31 @@ TEST(Failure, ACutAnywhereIsTold) {
     }
 }
 
+// A list that names one index 65,000 times, whose million entries lie behind the end: more than any machine
+// reads.
+TEST(Failure, AnIndexNamedAgainAndAgainIsReadOnce) {
+    constexpr size_t kNamed = 65000, kEntries = 1000000;
+    const Bytes fields = join({le16(2), Bytes{0, 1}, le32(kEntries), text("00dc"), le64(0), le32(0)});
+    AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);
+    builder.between = chunk(tag("ix00"), join({fields, Bytes(8 * kEntries, 0x7F)}));
+    builder.frame(0, size_t{9});
+    const Bytes list = join({le16(4), Bytes{0, 0}, le32(kNamed), text("00dc"), le32(0), le32(0), le32(0)});
+    // The list lies in front of the media data and of that chunk.
+    builder.header_extra = chunk(tag("indx"), join({list, Bytes(16 * kNamed)}));
+    builder.build();
+    const uint64_t position = builder.media_start() - 8 - builder.between.size();
+    Bytes names;
+    for (size_t i = 0; i < kNamed; ++i) {
+        const Bytes name = join({le64(position), le32(0), le32(0)});
+        names.insert(names.end(), name.begin(), name.end());
+    }
+    builder.header_extra = chunk(tag("indx"), join({list, names}));
+    const Shell shell;
+    shell.put("many.avi", builder.build().flatten());
+    for (const std::string command : {"check many.avi", "repair many.avi -o out.avi"})
+        EXPECT_LE(shell.run("timeout 60 quorv " + command).exit_code, 1) << command;
+}
+
 // Sizes left open or with the first header counted in, bytes behind the end, frames that end early.
 TEST(Failure, OddSizesAreNoDamage) {
     AviBuilder builder({video_stream(tag("MJPG"))}, IndexKind::None);

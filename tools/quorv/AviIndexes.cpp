@@ -23,21 +23,26 @@ AviIndexReader::AviIndexReader(FileSource &file, std::vector<bool> is_video, uin
       size_(file.size()),
       is_video_(std::move(is_video)),
       media_(media),
+      entries_left_(size_ / kFrameEntryBytes),
       last_(is_video_.size(), media) {}
 
-// False when there are more than a file has room for: then the same index was read again and again.
-bool AviIndexReader::add(size_t stream, AviIndexEntry entry) {
-    // What lay behind the end of a file that is cut off leaves no hole.
-    if (entry.position >= size_) return true;
-    if (entries_.size() >= size_ / kFrameEntryBytes) return false;
-    entry.stream = static_cast<uint8_t>(stream);
-    entries_.push_back(entry);
-    last_[stream] = entry.position;
+// Whether there may be one more.
+bool AviIndexReader::take_entry() {
+    if (entries_left_ == 0) return false;
+    --entries_left_;
     return true;
 }
 
-bool AviIndexReader::add_dropped(size_t stream) {
-    return !is_video_[stream] || add(stream, {.position = last_[stream] + 1, .dropped = true});
+void AviIndexReader::add(size_t stream, AviIndexEntry entry) {
+    // What lay behind the end of a file that is cut off leaves no hole.
+    if (entry.position >= size_) return;
+    entry.stream = static_cast<uint8_t>(stream);
+    entries_.push_back(entry);
+    last_[stream] = entry.position;
+}
+
+void AviIndexReader::add_dropped(size_t stream) {
+    if (is_video_[stream]) add(stream, {.position = last_[stream] + 1, .dropped = true});
 }
 
 void AviIndexReader::read_chunk_index(const ByteRange &data) {
@@ -51,17 +56,17 @@ void AviIndexReader::read_chunk_index(const ByteRange &data) {
     const uint64_t base = load_le64(header.data() + 12);
     // Palette changes take no time and are found without an index.
     if (!chunk || !chunk->is_frame()) return;
-    bool goes_on = true;
-    for (uint64_t i = 0; i < count && goes_on; ++i) {
+    for (uint64_t i = 0; i < count && take_entry(); ++i) {
         const auto bytes = window_.view(data.begin + kIndexHeaderBytes + i * entry_bytes, kFrameEntryBytes);
         if (bytes.empty()) return;
         const uint32_t offset = load_le32(bytes.data()), stated = load_le32(bytes.data() + 4);
         const uint32_t size = stated & ~kNotKeyFrame;
-        goes_on = offset == 0 && size == 0
-                      ? add_dropped(chunk->stream)
-                      : add(chunk->stream, {.position = base + offset - kChunkHeaderBytes,
-                                            .size = size,
-                                            .key = stated == size && size != 0});
+        if (offset == 0 && size == 0)
+            add_dropped(chunk->stream);
+        else
+            add(chunk->stream, {.position = base + offset - kChunkHeaderBytes,
+                                .size = size,
+                                .key = stated == size && size != 0});
     }
 }
 
@@ -85,17 +90,17 @@ uint64_t AviIndexReader::old_index_base(const ByteRange &data) {
 void AviIndexReader::read_old_index(const ByteRange &data) {
     last_.assign(is_video_.size(), media_);
     const uint64_t base = old_index_base(data);
-    bool goes_on = true;
-    for (uint64_t at = data.begin; goes_on && data.end - at >= kOldEntryBytes; at += kOldEntryBytes) {
+    for (uint64_t at = data.begin; data.end - at >= kOldEntryBytes && take_entry(); at += kOldEntryBytes) {
         const std::span<const uint8_t> bytes = window_.view(at, kOldEntryBytes);
         if (bytes.empty()) return;
         const std::optional<AviChunk> chunk = chunk_of_name(bytes.data(), is_video_.size());
         if (!chunk || !chunk->is_frame()) continue;
         const uint32_t offset = load_le32(bytes.data() + 8), size = load_le32(bytes.data() + 12);
         const bool key = (bytes[4] & kOldKeyFrame) != 0 && size != 0;
-        goes_on = offset == 0 && size == 0
-                      ? add_dropped(chunk->stream)
-                      : add(chunk->stream, {.position = base + offset, .size = size, .key = key});
+        if (offset == 0 && size == 0)
+            add_dropped(chunk->stream);
+        else
+            add(chunk->stream, {.position = base + offset, .size = size, .key = key});
     }
 }
 

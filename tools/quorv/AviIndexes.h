@@ -37,13 +37,17 @@ public:
 
 private:
     uint64_t old_index_base(const ByteRange &data);
-    bool add(size_t stream, AviIndexEntry entry);
-    bool add_dropped(size_t stream);
+    bool take_entry();
+    void add(size_t stream, AviIndexEntry entry);
+    void add_dropped(size_t stream);
 
     ByteWindow window_;
     const uint64_t size_;
     const std::vector<bool> is_video_;
     const uint64_t media_;
+    // Indexes may lie one inside the other, or be named again and again: all together have no more entries
+    // than the file has room for.
+    uint64_t entries_left_;
     std::vector<uint64_t> last_;  // position of each stream's latest entry
     std::vector<AviIndexEntry> entries_;
 };
